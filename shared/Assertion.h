@@ -1,0 +1,13 @@
+// The assertion report that host and plug-ins share.
+// A failed assertion leaves the operation as a thrown `const wchar_t*`. Its text stays readable until the
+// same thread fails another assertion, so a handler may print it; text beyond 511 characters is cut.
+#pragma once
+
+#include <cstdint>
+
+// Does nothing if `condition` holds; otherwise reports.
+void checkAssertion(bool condition, const wchar_t* expression, const wchar_t* file, std::uint32_t line,
+                    const wchar_t* function);
+
+[[noreturn]] void reportAssertion(const wchar_t* expression, const wchar_t* file, std::uint32_t line,
+                                  const wchar_t* function);

@@ -1,0 +1,28 @@
+// Reading and writing of interlace files: plain text, one whole number a line.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace interlace {
+
+struct Entry {
+  std::int32_t number;
+  std::int64_t context;  // whatever the caller gave
+  std::uint16_t spare;   // 0
+};
+
+// The numbers of the file in their order, those below zero left out, up to the first word that is no number.
+// A null path gives no entries. Throws the narrow text "Error reading interlace file" as a plain `char*` if
+// the file does not open.
+std::vector<Entry> readInterlaceFile(const wchar_t* path, std::int64_t context);
+
+// Replaces the file by the numbers of the entries. False if it does not open.
+bool writeInterlaceFile(const std::vector<Entry>& entries, const std::wstring& path);
+
+// The larger of two counts: of the numbers with bit 0 set, and of those with bit 1 set.
+std::size_t interlaceCount(const std::vector<Entry>& entries);
+
+}  // namespace interlace

@@ -1,0 +1,211 @@
+#include "shared/Parameter.h"
+
+#include <exception>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+
+#include "shared/System.h"
+
+namespace parameter {
+
+namespace {
+
+constexpr wchar_t quote = L'"';
+
+// More elements than any settings file holds: a damaged count must not make the host take gigabytes.
+constexpr std::uint64_t mostElements = 65536;
+
+template <class T>
+void print(std::wostream& stream, const T& value)
+{
+  stream << value;
+}
+
+void print(std::wostream& stream, const std::wstring& value)
+{
+  stream << quote << value << quote;
+}
+
+void print(std::wostream& stream, const std::vector<std::int32_t>& value)
+{
+  stream << std::uint64_t{value.size()};
+  for (const std::int32_t element : value) {
+    stream << L' ' << element;
+  }
+}
+
+// A value that does not parse leaves the variable as it was.
+template <class T>
+std::wistream& parse(std::wistream& stream, T& value)
+{
+  T parsed{};
+  if (stream >> parsed) value = parsed;
+  return stream;
+}
+
+std::wistream& parse(std::wistream& stream, std::wstring& value)
+{
+  return readQuoted(stream, value);
+}
+
+std::wistream& parse(std::wistream& stream, std::vector<std::int32_t>& value)
+{
+  std::uint64_t count = 0;
+  if (!(stream >> count)) count = 0;
+  // Meant so: a count too large to hold is no fault, and the sequence stays as it is.
+  if (count > mostElements) return stream;
+  try {
+    value.resize(static_cast<std::size_t>(count));
+  } catch (const std::exception&) {
+    return stream;
+  }
+  for (std::int32_t& element : value) {
+    element = 0;
+    parse(stream, element);
+  }
+  return stream;
+}
+
+void dropLine(std::wistream& stream)
+{
+  stream.ignore(std::numeric_limits<std::streamsize>::max(), L'\n');
+}
+
+}  // namespace
+
+SateliteInterface::SateliteInterface(const std::wstring& name)
+{
+  satelites()[name] = this;
+}
+
+template <class T>
+std::wstring Satelite<T>::toString() const
+{
+  std::wostringstream text;
+  print(text, *variable_);
+  return text.str();
+}
+
+template <class T>
+std::wistream& Satelite<T>::fromStream(std::wistream& stream)
+{
+  return parse(stream, *variable_);
+}
+
+template class Satelite<std::wstring>;
+template class Satelite<double>;
+template class Satelite<std::int32_t>;
+template class Satelite<std::vector<std::int32_t>>;
+template class Satelite<bool>;
+
+Registry& satelites()
+{
+  static Registry registry;
+  return registry;
+}
+
+SateliteInterface* find(const std::wstring& name)
+{
+  const auto entry = satelites().find(name);
+  return entry == satelites().end() ? nullptr : entry->second;
+}
+
+std::int32_t readFile(const std::wstring& path)
+{
+  std::wifstream file;
+  return os::openStream(file, path, std::ios_base::in) ? readStream(file) : -1;
+}
+
+std::int32_t readStream(std::wistream& stream)
+{
+  // With no base set, 0x10 reads as hexadecimal and 010 as octal.
+  stream.unsetf(std::ios_base::basefield);
+  std::int32_t read = 0;
+  std::int32_t faulty = 0;
+  std::wstring word;
+  while (stream >> std::ws >> word) {
+    word = trim(word);
+    if (word.size() < 2 || word.starts_with(L"//")) {
+      dropLine(stream);
+      continue;
+    }
+    SateliteInterface* const satelite = find(word);
+    if (satelite == nullptr) {
+      ++faulty;
+      continue;
+    }
+    if (satelite->fromStream(stream)) {
+      ++read;
+    } else {
+      stream.clear();
+      ++faulty;
+    }
+  }
+  return faulty == 0 ? read : -faulty;
+}
+
+std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stream)
+{
+  return stream << entry.first << L'\t' << entry.second->toString() << std::endl;
+}
+
+std::uint32_t writeMatching(const std::wstring& prefix, std::wostream& stream)
+{
+  std::uint32_t written = 0;
+  for (const auto& entry : satelites()) {
+    if (entry.first.starts_with(prefix) && writeEntry(entry, stream)) ++written;
+  }
+  return written;
+}
+
+std::uint32_t writeFile(const std::wstring& prefix, const std::wstring& path)
+{
+  std::wofstream file;
+  return os::openStream(file, path, std::ios_base::out) ? writeMatching(prefix, file) : 0;
+}
+
+bool writeOne(const std::wstring& name, const std::wstring& path)
+{
+  const auto entry = satelites().find(name);
+  if (entry == satelites().end()) return false;
+  std::wofstream file;
+  if (!os::openStream(file, path, std::ios_base::out)) return false;
+  writeEntry(*entry, file);
+  return true;
+}
+
+std::wistream& readQuoted(std::wistream& stream, std::wstring& text)
+{
+  stream >> std::ws;
+  if (!stream) return stream;
+  if (stream.peek() != std::char_traits<wchar_t>::to_int_type(quote)) return stream >> text;
+  stream.get();
+  return std::getline(stream, text, quote);
+}
+
+std::wstring trim(const std::wstring& text)
+{
+  constexpr const wchar_t* space = L" \t\n\r";
+  const std::size_t first = text.find_first_not_of(space);
+  if (first == std::wstring::npos) return {};
+  return text.substr(first, text.find_last_not_of(space) - first + 1);
+}
+
+std::wstring expand(const std::wstring& text)
+{
+  constexpr int mostReplacements = 1000;
+  std::wstring expanded = text;
+  for (int replacements = 0; replacements < mostReplacements; ++replacements) {
+    const std::size_t begin = expanded.find(L'<');
+    const std::size_t end = expanded.find(L'>');
+    // Meant so: a stray closing bracket ahead of the first reference ends all replacing.
+    if (begin == std::wstring::npos || end == std::wstring::npos || end < begin) break;
+    const SateliteInterface* const satelite = find(expanded.substr(begin + 1, end - begin - 1));
+    expanded.replace(begin, end - begin + 1, satelite == nullptr ? L"N/A" : satelite->toString());
+  }
+  return expanded;
+}
+
+}  // namespace parameter

@@ -1,0 +1,77 @@
+#include "shared/System.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <ctime>
+#include <cwchar>
+
+namespace os {
+
+namespace {
+
+std::tm localNow()
+{
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return local;
+}
+
+}  // namespace
+
+std::wstring dateText()
+{
+  const std::tm now = localNow();
+  std::array<wchar_t, 256> text{};
+  std::swprintf(text.data(), text.size(), L"%04d-%02d-%02d", now.tm_year + 1900, now.tm_mon + 1, now.tm_mday);
+  return text.data();
+}
+
+std::wstring timeText()
+{
+  // Written by hand because many locales have no text for the halves of the day.
+  const std::tm now = localNow();
+  const int hour = now.tm_hour % 12 == 0 ? 12 : now.tm_hour % 12;
+  std::array<wchar_t, 256> text{};
+  std::swprintf(text.data(), text.size(), L"%02d:%02d:%02d %ls", hour, now.tm_min, now.tm_sec,
+                now.tm_hour < 12 ? L"AM" : L"PM");
+  return text.data();
+}
+
+std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring& suffix)
+{
+  const std::size_t separator = path.find_last_of(L'/');
+  const std::size_t nameStart = separator == std::wstring::npos ? 0 : separator + 1;
+  const std::wstring prefix = path.substr(nameStart);
+  const auto directory = nativePath(nameStart == 0 ? L"." : path.substr(0, nameStart));
+  std::vector<std::wstring> names;
+  if (!directory) return names;
+
+  std::error_code error;
+  std::filesystem::directory_iterator entry(*directory, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    try {
+      std::wstring name = entry->path().filename().wstring();
+      if (name.starts_with(prefix) && name.ends_with(suffix)) names.push_back(std::move(name));
+    } catch (const std::filesystem::filesystem_error&) {
+      continue;  // a name that is no UTF-8 has no wide form, so it is none of ours
+    }
+  }
+  return names;
+}
+
+bool deleteFile(const std::wstring& path)
+{
+  const auto native = nativePath(path);
+  return native && ::unlink(native->c_str()) == 0;
+}
+
+bool makeFolder(const std::wstring& path)
+{
+  const auto native = nativePath(path);
+  return native && ::mkdir(native->c_str(), 0777) == 0;
+}
+
+}  // namespace os
