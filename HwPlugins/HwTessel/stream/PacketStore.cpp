@@ -1,0 +1,154 @@
+#include "stream/PacketStore.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "stream/PacketLayout.h"
+
+namespace {
+
+// Room for 240 samples and more: no compact frame makes the bytestream grow.
+constexpr std::size_t usualBytestream = 512;
+
+// A fuller queue is cut to this depth when two gloves have to be brought together.
+constexpr std::size_t trimmedDepth = 2;
+
+// A length that the compiler knows makes this a few moves.
+template <std::size_t length>
+void append(std::vector<std::uint8_t>& stream, std::span<const std::uint8_t, length> bytes)
+{
+  if (bytes.empty()) return;
+  const std::size_t end = stream.size();
+  stream.resize(end + bytes.size());
+  std::memcpy(stream.data() + end, bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+std::array<PacketStore, MAX_DEVICES> stores;
+
+PacketStore::PacketStore()
+{
+  bytestream_.reserve(usualBytestream);
+}
+
+void PacketStore::setPacketFormat(std::uint32_t format)
+{
+  packetFormat_ = format;
+  // Meant so: going back to extended packets does not restore the width of 8.
+  if (format == 0) counterShift_ = 4;
+}
+
+int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> behind)
+{
+  const bool isCompact = packetFormat_ == 0;
+  const std::uint8_t index = isCompact ? compact::index(packet) : extended::index(packet);
+  if (index != expectedPacket_) {
+    // Meant so: even a packet 0 is dropped here and begins nothing, so a lost last packet costs two frames.
+    bytestream_.clear();
+    expectedPacket_ = 0;
+    return refused;
+  }
+  ++expectedPacket_;
+  if (index == 0) return isCompact ? startCompactFrame(packet) : startExtendedFrame(packet);
+  return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, behind);
+}
+
+int PacketStore::startCompactFrame(Packet packet)
+{
+  widenClock(compact::clock(packet));
+  widenCounter(compact::counter(packet), counterShift_);
+  lastPacket_ = compact::packetCount(packet) - 1;
+  bytestream_.clear();
+  append(bytestream_, packet.subspan<compact::firstHeader>());
+  frameFault_ = 0;
+  if (batteryLow_ >= 0 && batteryHigh_ >= 0) batteryCode_ = batteryLow_ + batteryHigh_;
+  batteryLow_ = -1;
+  batteryHigh_ = -1;
+  return done;
+}
+
+int PacketStore::startExtendedFrame(Packet packet)
+{
+  widenClock(extended::clock(packet));
+  widenCounter(extended::counter(packet), counterShift_);
+  lastPacket_ = extended::packetCount(packet) - 1;
+  bytestream_.clear();
+  append(bytestream_, packet.subspan<extended::firstHeader>());
+  frameFault_ = extended::fault(packet);
+  return done;
+}
+
+int PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
+{
+  if (index == 1) batteryLow_ = compact::batteryLow(packet);
+  if (index == 2) batteryHigh_ = compact::batteryHigh(packet);
+  append(bytestream_, packet.subspan<compact::laterHeader>());
+  return index == lastPacket_ ? completeFrame() : done;
+}
+
+int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
+                                       std::span<const std::uint8_t> behind)
+{
+  // Meant so: the length is taken as it stands, and a longer payload runs on into what follows the packet.
+  const std::size_t length = extended::payloadLength(packet);
+  const auto inPacket = packet.subspan<extended::laterHeader>();
+  const std::size_t taken = std::min(length, inPacket.size());
+  const std::size_t takenBehind = std::min(length - taken, behind.size());
+  const std::size_t complete = bytestream_.size() + length;
+  append(bytestream_, inPacket.first(taken));
+  append(bytestream_, behind.first(takenBehind));
+  bytestream_.resize(complete);
+  return index == lastPacket_ ? completeFrame() : done;
+}
+
+int PacketStore::completeFrame()
+{
+  ++completed_;
+  const int result = publish();
+  bytestream_.clear();
+  expectedPacket_ = 0;
+  return result;
+}
+
+int PacketStore::publish()
+{
+  if (frameFault_ != 0) return refused;
+  if (bytestream_.size() % 2 != 0) return unusable;
+  Framelet framelet{.module = module_, .frameNumber = frameNumber_, .timeStamp = timeStamp_, .samples = {}};
+  framelet.samples.resize(bytestream_.size() / 2);
+  const std::uint8_t* bytes = bytestream_.data();
+  for (std::uint16_t& sample : framelet.samples) {
+    sample = static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+    bytes += 2;
+  }
+  framelets_.push_back(std::move(framelet));
+  return done;
+}
+
+void PacketStore::widenClock(std::uint16_t clock)
+{
+  // Meant so: a repeated clock counts as a full wrap, unlike a repeated frame counter, so stamps never stand
+  // still.
+  if (lastClock_ >= clock) ++clockWraps_;
+  timeStamp_ = std::uint32_t{clockWraps_} << 16 | clock;
+  lastClock_ = clock;
+}
+
+void PacketStore::widenCounter(std::uint8_t counter, unsigned shift)
+{
+  if (lastCounter_ > counter) ++counterWraps_;
+  frameNumber_ = static_cast<std::int32_t>(counterWraps_ << shift | counter);
+  lastCounter_ = counter;
+}
+
+int PacketStore::takeFramelet(std::vector<Framelet>& out, bool trim)
+{
+  if (framelets_.empty()) return unusable;
+  while (trim && framelets_.size() > trimmedDepth) {
+    framelets_.pop_front();
+  }
+  out.push_back(framelets_.front());
+  framelets_.pop_front();
+  return done;
+}
