@@ -1,0 +1,126 @@
+#include "platform/posix/PortList.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <utility>
+
+#include "platform/Platform.h"
+
+namespace platform::posix {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view dongleVendor = "2458";
+constexpr std::string_view dongleProduct = "0001";
+
+// A device name such as ttyACM10, split so that it sorts by name and then by number.
+using DeviceName = std::pair<std::string, int>;
+
+std::optional<DeviceName> splitDeviceName(const std::string& name)
+{
+  const std::size_t digits = name.find_last_not_of("0123456789") + 1;
+  int number = 0;
+  const auto [end, error] = std::from_chars(name.data() + digits, name.data() + name.size(), number);
+  if (error != std::errc()) return std::nullopt;
+  return DeviceName(name.substr(0, digits), number);
+}
+
+std::string firstLine(const fs::path& file)
+{
+  std::ifstream stream(file);
+  std::string line;
+  std::getline(stream, line);
+  return line;
+}
+
+// The USB device that a tty belongs to: the nearest directory above its device that has a vendor id.
+std::optional<fs::path> usbDevice(const fs::path& tty)
+{
+  std::error_code error;
+  fs::path directory = fs::canonical(tty / "device", error);
+  if (error) return std::nullopt;
+  for (; directory.has_relative_path(); directory = directory.parent_path()) {
+    if (fs::exists(directory / "idVendor", error)) return directory;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::vector<PortEntry>> portList()
+{
+  if (const char* text = std::getenv("TESSEL_SERIAL_PORTS")) return portsFromText(text);
+  return portsFromSysfs("/sys/class/tty");
+}
+
+std::vector<PortEntry> portsFromText(std::string_view text)
+{
+  std::vector<PortEntry> ports;
+  while (!text.empty()) {
+    const std::string_view entry = text.substr(0, text.find(';'));
+    text.remove_prefix(std::min(entry.size() + 1, text.size()));
+    const std::size_t equals = entry.find('=');
+    if (equals == std::string_view::npos) continue;
+    PortEntry port{.friendlyText = std::string(entry.substr(0, equals)), .path = entry.substr(equals + 1)};
+    std::error_code ignored;
+    if (fs::exists(port.path, ignored)) ports.push_back(std::move(port));
+  }
+  return ports;
+}
+
+std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass, const fs::path& devices)
+{
+  std::error_code error;
+  fs::directory_iterator tty(ttyClass, error);
+  if (error) return std::nullopt;
+
+  std::map<std::pair<bool, DeviceName>, PortEntry> sorted;  // what no dongle is comes later
+  for (; !error && tty != fs::directory_iterator(); tty.increment(error)) {
+    const std::string deviceName = tty->path().filename();
+    const auto split = splitDeviceName(deviceName);
+    const auto usb = usbDevice(tty->path());
+    if (!split || !usb) continue;
+    const bool isDongle =
+        firstLine(*usb / "idVendor") == dongleVendor && firstLine(*usb / "idProduct") == dongleProduct;
+    const std::string name = isDongle ? dongleName : firstLine(*usb / "product");
+    sorted[{!isDongle, *split}] = {.friendlyText = name + " (COM" + std::to_string(split->second) + ")",
+                                   .path = devices / deviceName};
+  }
+
+  std::vector<PortEntry> ports;
+  ports.reserve(sorted.size());
+  for (auto& [key, port] : sorted) {
+    ports.push_back(std::move(port));
+  }
+  return ports;
+}
+
+std::optional<int> comNumber(std::string_view friendlyText)
+{
+  constexpr std::string_view mark = "(COM";
+  const std::size_t start = friendlyText.rfind(mark);
+  if (start == std::string_view::npos || !friendlyText.ends_with(')')) return std::nullopt;
+  const char* const last = friendlyText.data() + friendlyText.size() - 1;
+  int number = 0;
+  const auto [end, error] = std::from_chars(friendlyText.data() + start + mark.size(), last, number);
+  if (error != std::errc() || end != last) return std::nullopt;
+  return number;
+}
+
+}  // namespace platform::posix
+
+std::optional<std::vector<std::string>> platform::presentPorts()
+{
+  const auto ports = posix::portList();
+  if (!ports) return std::nullopt;
+  std::vector<std::string> texts;
+  for (const posix::PortEntry& port : *ports) {
+    texts.push_back(port.friendlyText);
+  }
+  return texts;
+}

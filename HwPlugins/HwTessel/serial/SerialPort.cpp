@@ -1,0 +1,193 @@
+#include "serial/SerialPort.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using platform::closedPort;
+using platform::PortHandle;
+using platform::PortResult;
+using platform::PortTimeouts;
+
+constexpr std::uint32_t writeTimeoutMs = 3000;
+
+bool isSpace(char character)
+{
+  return std::isspace(static_cast<unsigned char>(character)) != 0;
+}
+
+void skipSpace(std::string_view& text)
+{
+  while (!text.empty() && isSpace(text.front())) {
+    text.remove_prefix(1);
+  }
+}
+
+// The number that scanf finds in a text by the pattern "NAME (COM%d)": a blank in the pattern stands for any
+// run of white space, and nothing behind the digits matters. Names that are patterns themselves do no harm
+// here.
+std::optional<std::int32_t> matchPort(std::string_view text, const std::string& friendlyName)
+{
+  // A pattern is held to this many characters; a name that pushes its number out of it matches nothing.
+  constexpr std::size_t longestPattern = 259;
+  constexpr std::string_view numberPrefix = " (COM";
+  constexpr std::string_view numberMark = "%d";
+  const std::string pattern = friendlyName + std::string(numberPrefix);
+  if (pattern.size() + numberMark.size() > longestPattern) return std::nullopt;
+
+  for (const char expected : pattern) {
+    if (isSpace(expected)) {
+      skipSpace(text);
+    } else if (!text.empty() && text.front() == expected) {
+      text.remove_prefix(1);
+    } else {
+      return std::nullopt;
+    }
+  }
+  skipSpace(text);
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+bool isRaised(const StopFlag& flag)
+{
+  return flag.load(std::memory_order_relaxed) != 0;
+}
+
+// After a short delivery the position advances by the bytes still wanted, not by those delivered: a read of
+// 10 that delivers 3 goes on at offset 7. Meant so; callers see split data as this rule leaves it.
+struct Progress {
+  std::size_t position = 0;
+  std::size_t wanted = 0;
+
+  void advance(std::size_t moved)
+  {
+    wanted -= std::min(moved, wanted);
+    position += wanted;
+  }
+};
+
+// One read of the bytes still wanted. Those that fall behind the buffer are taken from the port and thrown
+// away.
+PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress)
+{
+  if (progress.position + progress.wanted <= buffer.size()) {
+    return platform::readPort(handle, buffer.subspan(progress.position, progress.wanted));
+  }
+  std::vector<std::uint8_t> bytes(progress.wanted);
+  const PortResult result = platform::readPort(handle, bytes);
+  const std::size_t position = std::min(progress.position, buffer.size());
+  const std::size_t kept = std::min<std::size_t>(result.count, buffer.size() - position);
+  std::copy_n(bytes.begin(), kept, buffer.begin() + static_cast<std::ptrdiff_t>(position));
+  return result;
+}
+
+// One write of the bytes still to go. Those that would lie behind the caller's are sent as zero bytes.
+PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, const Progress& progress)
+{
+  if (progress.position + progress.wanted <= bytes.size()) {
+    return platform::writePort(handle, bytes.subspan(progress.position, progress.wanted));
+  }
+  std::vector<std::uint8_t> padded(progress.wanted);
+  const auto rest = bytes.subspan(std::min(progress.position, bytes.size()));
+  std::copy(rest.begin(), rest.end(), padded.begin());
+  return platform::writePort(handle, padded);
+}
+
+}  // namespace
+
+std::int32_t serialFindPort(const std::string& friendlyName)
+{
+  const auto texts = platform::presentPorts();
+  if (!texts) return -1;
+  for (const std::string& text : *texts) {
+    if (const auto number = matchPort(text, friendlyName)) return *number;
+  }
+  return -1;
+}
+
+void serialListPorts()
+{
+  const auto texts = platform::presentPorts();
+  if (!texts) return;
+  for (const std::string& text : *texts) {
+    if (matchPort(text, platform::dongleName)) std::printf("%s\n", text.c_str());
+  }
+}
+
+std::int32_t serialOpen(const std::string& portName, PortHandle& handle)
+{
+  serialClose(handle);
+  std::array<char, 19> path{};
+  std::snprintf(path.data(), path.size(), "\\\\.\\%s", portName.c_str());
+  handle = platform::openPort(path.data());
+  if (handle == closedPort) return serial::failed;
+  if (!platform::purgeReceived(handle).ok) {
+    serialClose(handle);
+    return serial::purgeFailed;
+  }
+  const PortTimeouts timeouts{.readInterval = platform::noInterval, .writeTotalConstant = writeTimeoutMs};
+  if (!platform::setTimeouts(handle, timeouts).ok) {
+    serialClose(handle);
+    return serial::timeoutsFailed;
+  }
+  return serial::done;
+}
+
+std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
+                        std::uint32_t timeoutMs)
+{
+  if (handle == closedPort) return serial::stopped;
+  PortTimeouts timeouts;
+  if (!platform::getTimeouts(handle, timeouts).ok) return serial::failed;
+  timeouts.readInterval = platform::noInterval;
+  timeouts.readTotalMultiplier = 0;
+  timeouts.readTotalConstant = timeoutMs;
+  platform::setTimeouts(handle, timeouts);
+
+  Progress progress{.wanted = buffer.size()};
+  while (progress.wanted > 0) {
+    if (stopFlag != nullptr && isRaised(*stopFlag)) return serial::stopped;
+    const PortResult result = readWanted(handle, buffer, progress);
+    if (!result.ok) return result.error == 0 ? serial::nothing : serial::failed;
+    if (result.count == 0) return serial::nothing;
+    progress.advance(result.count);
+  }
+  return static_cast<std::int32_t>(buffer.size());
+}
+
+std::int32_t serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes)
+{
+  if (handle == closedPort) return serial::stopped;
+  Progress progress{.wanted = bytes.size()};
+  while (progress.wanted > 0) {
+    if (isRaised(stopFlag)) return serial::stopped;
+    const PortResult result = writeWanted(handle, bytes, progress);
+    if (!result.ok) return static_cast<std::int32_t>(result.error);
+    progress.advance(result.count);
+  }
+  return serial::done;
+}
+
+void serialClose(PortHandle& handle)
+{
+  if (handle == closedPort) return;
+  platform::closePort(handle);
+  handle = closedPort;
+}
+
+bool serialIsAlive(PortHandle handle)
+{
+  PortTimeouts ignored;
+  const PortResult result = platform::getTimeouts(handle, ignored);
+  return result.ok || result.error != platform::invalidHandle;
+}
