@@ -1,0 +1,110 @@
+// What is particular to ports over POSIX terminals, beside the conformance of the serial layer.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+
+#include "serial/SerialPort.h"
+#include "tests/support/SerialPeer.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+TEST(PosixPort, ADeviceThatTakesNothingEndsAWriteInTime)
+{
+  const SerialPeer peer;
+  const platform::PortHandle port = platform::openPort("\\\\.\\COM7");
+  ASSERT_NE(port, platform::closedPort);
+  platform::setTimeouts(port, {.writeTotalConstant = 50});
+  const std::vector<std::uint8_t> bytes(1'000'000);
+  const platform::PortResult part = platform::writePort(port, bytes);
+  EXPECT_TRUE(part.ok);
+  EXPECT_GT(part.count, 0U);
+  EXPECT_LT(part.count, bytes.size());
+  const platform::PortResult nothing = platform::writePort(port, bytes);
+  EXPECT_FALSE(nothing.ok);
+  EXPECT_EQ(nothing.error, static_cast<std::uint32_t>(ETIMEDOUT));
+  platform::closePort(port);
+}
+
+TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
+{
+  SerialPeer peer;
+  platform::PortHandle port = platform::closedPort;
+  ASSERT_EQ(serialOpen("COM7", port), serial::done);
+  peer.send({1, 2, 3, 4, 5});
+  std::vector<std::uint8_t> bytes(2);
+  ASSERT_EQ(serialRead(port, nullptr, bytes, 2000), 2);
+  peer.unplug();
+  EXPECT_EQ(serialRead(port, nullptr, bytes, 2000), 2);
+  EXPECT_EQ(bytes, (std::vector<std::uint8_t>{3, 4}));
+  EXPECT_EQ(serialRead(port, nullptr, bytes, 2000), serial::failed);
+  serialClose(port);
+}
+
+TEST(PosixPort, WhatIsNoTerminalDoesNotOpen)
+{
+  const TemporaryFolder folder;
+  folder.write("file", "text");
+  for (const std::string& path :
+       {(folder / "file").string(), std::string("/dev/null"), folder.path().string()}) {
+    ::setenv("TESSEL_SERIAL_PORTS", ("Radio (COM7)=" + path).c_str(), 1);
+    platform::PortHandle port = platform::closedPort;
+    EXPECT_EQ(serialOpen("COM7", port), serial::failed) << path;
+  }
+  EXPECT_EQ(folder.read("file"), "text");
+}
+
+TEST(PosixPort, OnlyDevicePathsOfPortsInTheListOpen)
+{
+  const SerialPeer peer;
+  for (const char* path : {"COM7", "\\\\.\\COM", "\\\\.\\COM8", "\\\\.\\COM7x", "\\\\.\\LPT7", ""}) {
+    EXPECT_EQ(platform::openPort(path), platform::closedPort) << path;
+  }
+}
+
+TEST(PosixPort, DoesNotBecomeTheControllingTerminal)
+{
+  const SerialPeer peer;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setsid();
+    platform::PortHandle port = platform::closedPort;
+    const bool opened = serialOpen("COM7", port) == serial::done;
+    ::_exit(opened && ::open("/dev/tty", O_RDWR) < 0 ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+TEST(PosixPort, OperationsOnAClosedHandleFailAsInvalid)
+{
+  std::vector<std::uint8_t> bytes(1);
+  platform::PortTimeouts timeouts;
+  for (const platform::PortHandle handle : {platform::closedPort, platform::PortHandle{0}}) {
+    for (const platform::PortResult& result :
+         {platform::readPort(handle, bytes), platform::writePort(handle, bytes),
+          platform::purgeReceived(handle), platform::getTimeouts(handle, timeouts),
+          platform::setTimeouts(handle, timeouts)}) {
+      EXPECT_FALSE(result.ok);
+      EXPECT_EQ(result.error, platform::invalidHandle);
+    }
+    platform::closePort(handle);
+  }
+}
+
+TEST(PosixTime, TheTickMovesWithSleep)
+{
+  const std::uint32_t before = platform::tickCount();
+  platform::sleep(20);
+  EXPECT_GE(platform::tickCount() - before + 1, 20U);
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+// What the serial layer promises on every platform. The same cases run over the simulated platform and over a
+// real pseudo terminal; see SerialPeer.h.
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "serial/SerialPort.h"
+#include "tests/support/SerialPeer.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Bytes = SerialPeer::Bytes;
+
+// Real clocks round to whole milliseconds at either end of a wait.
+constexpr std::uint32_t rounding = 1;
+
+class SerialConformance : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(serialOpen("COM7", port_), serial::done); }
+  void TearDown() override { serialClose(port_); }
+
+  // The bytes of a read that succeeded, or none.
+  Bytes read(std::size_t count, std::uint32_t timeoutMs)
+  {
+    Bytes bytes(count);
+    const std::int32_t result = serialRead(port_, &stop_, bytes, timeoutMs);
+    EXPECT_TRUE(result == static_cast<std::int32_t>(count) || result == serial::nothing) << result;
+    return result == serial::nothing ? Bytes() : bytes;
+  }
+
+  SerialPeer peer_;
+  platform::PortHandle port_ = platform::closedPort;
+  StopFlag stop_{0};
+};
+
+TEST_F(SerialConformance, FindsThePortByItsFriendlyName)
+{
+  EXPECT_EQ(serialFindPort("Bluegiga Bluetooth Low Energy"), 7);
+  EXPECT_EQ(serialFindPort("Another Radio"), -1);
+}
+
+TEST_F(SerialConformance, ReadsWhatIsWaiting)
+{
+  peer_.send({1, 2, 3, 4, 5});
+  EXPECT_EQ(read(2, 2000), Bytes({1, 2}));
+  EXPECT_EQ(read(3, 2000), Bytes({3, 4, 5}));
+}
+
+TEST_F(SerialConformance, EveryByteValuePassesUnchangedInBothDirections)
+{
+  Bytes all(256);
+  std::iota(all.begin(), all.end(), std::uint8_t{0});
+  peer_.send(all);
+  EXPECT_EQ(read(all.size(), 2000), all);
+  EXPECT_EQ(serialWrite(port_, stop_, all), serial::done);
+  EXPECT_EQ(peer_.receive(all.size()), all);
+}
+
+TEST_F(SerialConformance, BytesThatComeInPiecesAreOneRead)
+{
+  peer_.send({1, 2, 3});
+  peer_.after(20ms, [this] { peer_.send({4, 5, 6, 7}); });
+  peer_.after(60ms, [this] { peer_.send({8, 9, 10}); });
+  EXPECT_EQ(read(10, 5000), Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+}
+
+TEST_F(SerialConformance, AReadThatGetsNothingWaitsForItsTimeout)
+{
+  const std::uint32_t before = platform::tickCount();
+  EXPECT_EQ(read(4, 50), Bytes());
+  EXPECT_GE(platform::tickCount() - before + rounding, 50U);
+}
+
+TEST_F(SerialConformance, APartThatTimesOutIsLostAndTheNextReadStartsFresh)
+{
+  peer_.send({1, 2, 3});
+  const std::uint32_t before = platform::tickCount();
+  EXPECT_EQ(read(10, 40), Bytes());
+  EXPECT_GE(platform::tickCount() - before + rounding, 80U)
+      << "each read of the system has the whole time-out";
+  peer_.send({4, 5});
+  EXPECT_EQ(read(2, 2000), Bytes({4, 5}));
+}
+
+TEST_F(SerialConformance, WithATimeoutOfZeroItTakesWhatIsThere)
+{
+  EXPECT_EQ(read(1, 0), Bytes());
+  peer_.send({1, 2, 3, 4});
+  ASSERT_EQ(read(1, 2000), Bytes({1}));
+  EXPECT_EQ(read(3, 0), Bytes({2, 3, 4}));
+  EXPECT_EQ(read(1, 0), Bytes());
+}
+
+TEST_F(SerialConformance, OpeningAgainAndPurgingThrowAwayWhatWasReceived)
+{
+  peer_.send({1, 2, 3, 4});
+  ASSERT_EQ(read(1, 2000), Bytes({1}));
+  EXPECT_TRUE(platform::purgeReceived(port_).ok);
+  peer_.send({5, 6});
+  ASSERT_EQ(read(1, 2000), Bytes({5}));
+  EXPECT_EQ(serialOpen("COM7", port_), serial::done);
+  peer_.send({7});
+  EXPECT_EQ(read(1, 2000), Bytes({7}));
+}
+
+TEST_F(SerialConformance, AThousandMessagesKeepTheirOrder)
+{
+  std::uint8_t sent = 0;
+  std::uint8_t expected = 0;
+  for (int message = 0; message < 1000; ++message) {
+    Bytes bytes(29);
+    std::generate(bytes.begin(), bytes.end(), [&] { return sent++; });
+    peer_.send(bytes);
+    if (message % 100 != 99) continue;
+    for (int waiting = 0; waiting < 100; ++waiting) {
+      Bytes received = read(4, 2000);
+      const Bytes payload = read(25, 2000);
+      received.insert(received.end(), payload.begin(), payload.end());
+      ASSERT_EQ(received.size(), 29U);
+      for (const std::uint8_t byte : received) {
+        ASSERT_EQ(byte, expected++) << "in message " << message - 99 + waiting;
+      }
+    }
+  }
+}
+
+TEST_F(SerialConformance, ARaisedStopFlagEndsReadsAndWrites)
+{
+  peer_.send({1});
+  stop_ = 1;
+  Bytes bytes(1);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), serial::stopped);
+  EXPECT_EQ(serialWrite(port_, stop_, bytes), serial::stopped);
+  EXPECT_EQ(serialRead(port_, nullptr, bytes, 2000), 1) << "a null flag can't stop a read";
+}
+
+TEST_F(SerialConformance, AStopRaisedDuringAWaitIsSeenWhenTheWaitEnds)
+{
+  peer_.send({1, 2, 3});
+  peer_.after(20ms, [this] { stop_.store(1, std::memory_order_relaxed); });
+  Bytes bytes(10);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 100), serial::stopped);
+}
+
+TEST_F(SerialConformance, ADeviceThatGoesAwayFailsAndComesBack)
+{
+  peer_.unplug();
+  Bytes bytes(4);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), serial::failed);
+  EXPECT_GT(serialWrite(port_, stop_, bytes), 0) << "the system's error number";
+  EXPECT_EQ(serialFindPort("Bluegiga Bluetooth Low Energy"), -1);
+  EXPECT_EQ(serialOpen("COM7", port_), serial::failed);
+  EXPECT_EQ(port_, platform::closedPort);
+
+  peer_.plugIn();
+  EXPECT_EQ(serialFindPort("Bluegiga Bluetooth Low Energy"), 7);
+  ASSERT_EQ(serialOpen("COM7", port_), serial::done);
+  peer_.send({1, 2, 3, 4});
+  EXPECT_EQ(read(4, 2000), Bytes({1, 2, 3, 4}));
+}
+
+TEST_F(SerialConformance, ADeviceThatGoesAwayEndsAWait)
+{
+  peer_.after(20ms, [this] { peer_.unplug(); });
+  Bytes bytes(4);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 60'000), serial::failed);
+}
+
+TEST_F(SerialConformance, APortThatAnotherProgramHoldsDoesNotOpenUntilThatProgramIsGone)
+{
+  serialClose(port_);
+  ASSERT_TRUE(peer_.occupy());
+  EXPECT_EQ(serialOpen("COM7", port_), serial::failed);
+  EXPECT_EQ(port_, platform::closedPort);
+  peer_.vacate();
+  EXPECT_EQ(serialOpen("COM7", port_), serial::done);
+}
+
+TEST_F(SerialConformance, AHandleIsAliveUntilItIsClosed)
+{
+  const platform::PortHandle handle = port_;
+  EXPECT_TRUE(serialIsAlive(handle));
+  serialClose(port_);
+  EXPECT_EQ(port_, platform::closedPort);
+  EXPECT_FALSE(serialIsAlive(handle));
+  serialClose(port_);
+  Bytes bytes(1);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 0), serial::stopped);
+  EXPECT_EQ(serialWrite(port_, stop_, bytes), serial::stopped);
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include "tests/support/SimulatedPlatform.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+SimulatedPlatform* current = nullptr;
+
+}  // namespace
+
+SimulatedPlatform::SimulatedPlatform()
+{
+  current = this;
+}
+
+SimulatedPlatform::~SimulatedPlatform()
+{
+  current = nullptr;
+}
+
+SimulatedPlatform::Port& SimulatedPlatform::addPort(const std::string& friendlyText)
+{
+  Port& port = ports.emplace_back();
+  port.friendlyText = friendlyText;
+  return port;
+}
+
+SimulatedPlatform::Port* SimulatedPlatform::find(platform::PortHandle handle)
+{
+  const auto entry = open.find(handle);
+  return entry == open.end() ? nullptr : entry->second;
+}
+
+namespace platform {
+
+namespace {
+
+// The open port, or the reason why the operation fails.
+struct Target {
+  SimulatedPlatform::Port* port;
+  PortResult refusal;
+};
+
+Target target(PortHandle handle, std::optional<std::uint32_t> SimulatedPlatform::Port::*error)
+{
+  SimulatedPlatform::Port* const port = current->find(handle);
+  if (port == nullptr) return {nullptr, {.ok = false, .error = invalidHandle}};
+  if (const auto& number = port->*error) return {nullptr, {.ok = false, .error = *number}};
+  return {port, {}};
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> presentPorts()
+{
+  if (!current->hasDeviceList) return std::nullopt;
+  std::vector<std::string> texts;
+  for (const auto& port : current->ports) {
+    if (port.present) texts.push_back(port.friendlyText);
+  }
+  return texts;
+}
+
+PortHandle openPort(const char* devicePath)
+{
+  current->openedPath = devicePath;
+  const std::string name = current->openedPath.substr(std::string("\\\\.\\").size());
+  for (auto& port : current->ports) {
+    if (!port.friendlyText.ends_with("(" + name + ")") || !port.present || port.busy) continue;
+    ++port.opens;
+    current->open[++current->lastHandle] = &port;
+    return current->lastHandle;
+  }
+  return closedPort;
+}
+
+void closePort(PortHandle handle)
+{
+  if (auto* const port = current->find(handle)) ++port->closes;
+  current->open.erase(handle);
+}
+
+PortResult purgeReceived(PortHandle handle)
+{
+  const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::purgeError);
+  if (port == nullptr) return refusal;
+  ++port->purges;
+  port->waiting.clear();
+  return {};
+}
+
+PortResult getTimeouts(PortHandle handle, PortTimeouts& timeouts)
+{
+  const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::getTimeoutsError);
+  if (port != nullptr) timeouts = port->timeouts;
+  return refusal;
+}
+
+PortResult setTimeouts(PortHandle handle, const PortTimeouts& timeouts)
+{
+  const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::setTimeoutsError);
+  if (port != nullptr) port->timeouts = timeouts;
+  return refusal;
+}
+
+PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
+{
+  const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::readError);
+  if (port == nullptr) return refusal;
+  ++port->reads;
+  const std::size_t wanted = std::min(buffer.size(), port->mostPerRead);
+  const auto timeout = milliseconds(port->timeouts.readTotalConstant);
+  current->clock.advanceUntil(current->clock.now() + timeout,
+                              [&, port = port] { return port->waiting.size() >= wanted || !port->present; });
+  if (!port->present && port->waiting.empty()) return {.ok = false, .error = SimulatedPlatform::deviceGone};
+  const std::size_t count = std::min(wanted, port->waiting.size());
+  const auto end = port->waiting.begin() + static_cast<std::ptrdiff_t>(count);
+  std::copy(port->waiting.begin(), end, buffer.begin());
+  port->waiting.erase(port->waiting.begin(), end);
+  return {.count = static_cast<std::uint32_t>(count)};
+}
+
+PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
+{
+  const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
+  if (port == nullptr) return refusal;
+  if (!port->present) return {.ok = false, .error = SimulatedPlatform::deviceGone};
+  const auto piece = bytes.first(std::min(bytes.size(), port->mostPerWrite));
+  port->written.insert(port->written.end(), piece.begin(), piece.end());
+  if (port->onWrite) port->onWrite(piece);
+  return {.count = static_cast<std::uint32_t>(piece.size())};
+}
+
+std::uint32_t tickCount()
+{
+  return static_cast<std::uint32_t>(std::chrono::duration_cast<milliseconds>(current->clock.now()).count());
+}
+
+void sleep(std::uint32_t durationMs)
+{
+  current->clock.advance(milliseconds(durationMs));
+}
+
+void debugOutput(const char*) {}
+
+}  // namespace platform

@@ -1,0 +1,42 @@
+// Time for tests: it stands still until the test, or a simulated wait, moves it on, and then runs what is
+// due.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+
+class VirtualClock {
+ public:
+  using Duration = std::chrono::microseconds;
+
+  Duration now() const { return now_; }
+
+  void after(Duration delay, std::function<void()> action) { due_.emplace(now_ + delay, std::move(action)); }
+
+  void advance(Duration duration)
+  {
+    advanceUntil(now_ + duration, [] { return false; });
+  }
+
+  // Runs what is due, in order, up to the deadline or until the condition holds. True if it holds.
+  bool advanceUntil(Duration deadline, const std::function<bool()>& condition)
+  {
+    while (!condition()) {
+      const auto next = due_.begin();
+      if (next == due_.end() || next->first > deadline) {
+        now_ = std::max(now_, deadline);
+        return false;
+      }
+      now_ = std::max(now_, next->first);
+      const auto action = std::move(next->second);
+      due_.erase(next);
+      action();
+    }
+    return true;
+  }
+
+ private:
+  Duration now_{0};
+  std::multimap<Duration, std::function<void()>> due_;
+};
