@@ -1,0 +1,7 @@
+// Counts heap allocations of the whole program: operator new is replaced.
+#pragma once
+
+#include <cstdint>
+
+// Allocations since the program began.
+std::uint64_t allocationCount();

@@ -1,0 +1,97 @@
+// A run of complete compact frames of 14 packets through the store, per packet, beside only copying the same
+// payload bytes into a reserved buffer.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "bench/AllocationCounter.h"
+#include "stream/PacketStore.h"
+
+namespace {
+
+constexpr int packetsPerFrame = 14;
+constexpr std::size_t framesInRun = 16;
+
+using PacketBytes = std::array<std::uint8_t, PacketStore::packetSize>;
+using Frame = std::array<PacketBytes, packetsPerFrame>;
+
+// Frames as a glove sends them, 25 ms apart.
+std::vector<Frame> makeRun()
+{
+  std::vector<Frame> run(framesInRun);
+  std::uint8_t value = 0;
+  for (std::size_t counter = 0; counter < framesInRun; ++counter) {
+    for (std::size_t index = 0; index < packetsPerFrame; ++index) {
+      PacketBytes& packet = run[counter][index];
+      std::generate(packet.begin(), packet.end(), [&] { return value++; });
+      packet[0] = static_cast<std::uint8_t>(index == 0 ? counter << 4 : index);
+      if (index != 0) continue;
+      const std::size_t clock = 250 * (counter + 1);
+      packet[1] = packetsPerFrame;
+      packet[2] = static_cast<std::uint8_t>(clock >> 8);
+      packet[3] = static_cast<std::uint8_t>(clock);
+    }
+  }
+  return run;
+}
+
+void copyPayloadOnly(benchmark::State& state)
+{
+  const std::vector<Frame> run = makeRun();
+  std::vector<std::uint8_t> buffer;
+  buffer.reserve(512);
+  for ([[maybe_unused]] auto _ : state) {
+    for (const Frame& frame : run) {
+      buffer.clear();
+      for (const PacketBytes& packet : frame) {
+        const std::ptrdiff_t header = &packet == &frame.front() ? 4 : 2;
+        buffer.insert(buffer.end(), packet.begin() + header, packet.end());
+      }
+      benchmark::DoNotOptimize(buffer.data());
+      benchmark::ClobberMemory();
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(framesInRun * packetsPerFrame));
+}
+
+// Takes each framelet out again without copying it, as the queue must not grow from row to row.
+void addPacket(benchmark::State& state)
+{
+  const std::vector<Frame> run = makeRun();
+  PacketStore store;
+  store.setPacketFormat(0);
+  std::vector<Framelet> taken;
+  taken.reserve(1);
+  std::uint64_t mostInside = 0;
+  std::uint64_t mostCompleting = 0;
+  std::int64_t frames = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    for (const Frame& frame : run) {
+      const std::uint64_t before = allocationCount();
+      for (std::size_t index = 0; index + 1 < packetsPerFrame; ++index) {
+        store.addPacket(frame[index]);
+      }
+      const std::uint64_t inside = allocationCount();
+      store.addPacket(frame.back());
+      mostInside = std::max(mostInside, inside - before);
+      mostCompleting = std::max(mostCompleting, allocationCount() - inside);
+      frames += static_cast<std::int64_t>(store.frameletCount());
+      taken.clear();
+      store.takeFramelet(taken, false);
+      benchmark::ClobberMemory();
+    }
+  }
+  if (frames != state.iterations() * static_cast<std::int64_t>(framesInRun))
+    state.SkipWithError("frames were lost");
+  state.SetItemsProcessed(frames * packetsPerFrame);
+  state.counters["most_allocs_inside"] = static_cast<double>(mostInside);
+  state.counters["most_allocs_completing"] = static_cast<double>(mostCompleting);
+}
+
+BENCHMARK(copyPayloadOnly);
+BENCHMARK(addPacket);
+
+}  // namespace

@@ -1,0 +1,138 @@
+// Reading 1,000 messages of 4 + 25 bytes that wait in a pseudo terminal through the serial layer, beside only
+// taking the same bytes from the terminal in blocks of 4,096.
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "serial/SerialPort.h"
+
+namespace {
+
+constexpr std::size_t headerSize = 4;
+constexpr std::size_t payloadSize = 25;
+constexpr std::size_t messages = 1000;
+// So many surely fit into a terminal at once.
+constexpr std::size_t messagesAtOnce = 250;
+
+std::uint64_t systemCalls = 0;
+
+}  // namespace
+
+// The linker sends the program's calls of these here, and leaves the real ones under the other names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+ssize_t __real_read(int descriptor, void* buffer, size_t size);
+ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
+{
+  ++systemCalls;
+  return __real_read(descriptor, buffer, size);
+}
+
+int __real_poll(pollfd* descriptors, nfds_t count, int timeoutMs);
+int __wrap_poll(pollfd* descriptors, nfds_t count, int timeoutMs)
+{
+  ++systemCalls;
+  return __real_poll(descriptors, count, timeoutMs);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+// A pseudo terminal that stands in the port list as COM7.
+class Terminal {
+ public:
+  Terminal() : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK))
+  {
+    ::grantpt(master_);
+    ::unlockpt(master_);
+    ::setenv("TESSEL_SERIAL_PORTS", (std::string("Bench (COM7)=") + path()).c_str(), 1);
+  }
+  ~Terminal() { ::close(master_); }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  const char* path() const { return ::ptsname(master_); }
+
+  bool fill()
+  {
+    const std::vector<std::uint8_t> bytes(messagesAtOnce * (headerSize + payloadSize), 0x5A);
+    return ::write(master_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+  }
+
+ private:
+  int master_;
+};
+
+void report(benchmark::State& state, std::uint64_t calls)
+{
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(messages));
+  state.counters["syscalls_per_1000"] = static_cast<double>(calls) / static_cast<double>(state.iterations());
+}
+
+void readBlocksOnly(benchmark::State& state)
+{
+  Terminal terminal;
+  platform::PortHandle port = platform::closedPort;
+  serialOpen("COM7", port);  // makes the terminal raw
+  const int descriptor = ::open(terminal.path(), O_RDWR | O_NOCTTY);
+  std::array<std::uint8_t, 4096> block{};
+  const std::uint64_t before = systemCalls;
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t part = 0; part < messages / messagesAtOnce; ++part) {
+      state.PauseTiming();
+      if (!terminal.fill()) state.SkipWithError("the terminal did not take the bytes");
+      state.ResumeTiming();
+      std::size_t left = messagesAtOnce * (headerSize + payloadSize);
+      while (left > 0) {
+        const ssize_t got = ::read(descriptor, block.data(), block.size());
+        if (got <= 0) return state.SkipWithError("the terminal gave too little");
+        left -= static_cast<std::size_t>(got);
+        benchmark::DoNotOptimize(block.data());
+      }
+    }
+  }
+  report(state, systemCalls - before);
+  ::close(descriptor);
+  serialClose(port);
+}
+
+void readMessages(benchmark::State& state)
+{
+  Terminal terminal;
+  platform::PortHandle port = platform::closedPort;
+  if (serialOpen("COM7", port) != serial::done) return state.SkipWithError("the port did not open");
+  const StopFlag stop{0};
+  std::array<std::uint8_t, headerSize> header{};
+  std::array<std::uint8_t, payloadSize> payload{};
+  const std::uint64_t before = systemCalls;
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t part = 0; part < messages / messagesAtOnce; ++part) {
+      state.PauseTiming();
+      if (!terminal.fill()) state.SkipWithError("the terminal did not take the bytes");
+      state.ResumeTiming();
+      for (std::size_t message = 0; message < messagesAtOnce; ++message) {
+        if (serialRead(port, &stop, header, 1000) != headerSize ||
+            serialRead(port, nullptr, payload, 1000) != payloadSize) {
+          return state.SkipWithError("a message did not come whole");
+        }
+        benchmark::DoNotOptimize(payload.data());
+      }
+    }
+  }
+  report(state, systemCalls - before);
+  serialClose(port);
+}
+
+BENCHMARK(readBlocksOnly);
+BENCHMARK(readMessages);
+
+}  // namespace
