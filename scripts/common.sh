@@ -1,0 +1,45 @@
+# What the scripts share: installing packages and building. To be sourced; leaves the shell in the project's folder.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+say() { printf '\n== %s\n' "$*"; }
+
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# install PACKAGE...: installs those of the Debian packages that are missing.
+install() {
+  command -v dpkg-query >/dev/null ||
+    fail "this installs Debian packages; on another system install the like of these, then follow CONTRIBUTING.md: $*"
+  local missing=()
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null)" = 'install ok installed' ] || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  say "Installing ${missing[*]}"
+  local asRoot=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "run this as root, or install first: ${missing[*]}"
+    asRoot=(sudo)
+  fi
+  "${asRoot[@]}" apt-get update -qq
+  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+# For every build on this machine.
+install_build_tools() {
+  install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev
+}
+
+# build PRESET [TARGET...]
+build() {
+  local preset=$1
+  shift
+  say "Building ($preset)"
+  mkdir -p build
+  local log=build/configure-$preset.log
+  cmake --preset "$preset" >"$log" 2>&1 || { cat "$log"; fail "configuring failed"; }
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
