@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <memory>
 #include <string_view>
 
 #include "platform/Platform.h"
@@ -28,9 +29,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 struct Port {
-  PortHandle handle;
-  int descriptor;
-  Port* next;
+  PortHandle handle = closedPort;
+  int descriptor = -1;
+  Port* next = nullptr;
   PortTimeouts timeouts{};
   std::array<std::uint8_t, 4096> received{};
   std::size_t firstUnread = 0;
@@ -148,13 +149,16 @@ PortHandle openPort(const char* devicePath)
 {
   const auto path = pathOf(devicePath);
   if (!path) return closedPort;
-  const int descriptor = ::open(path->c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return closedPort;
-  if (!claim(descriptor) || !makeRaw(descriptor)) {
-    ::close(descriptor);
+  auto port = std::make_unique<Port>();
+  port->descriptor = ::open(path->c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (port->descriptor < 0) return closedPort;
+  if (!claim(port->descriptor) || !makeRaw(port->descriptor)) {
+    ::close(port->descriptor);
     return closedPort;
   }
-  openPorts = new Port{.handle = ++lastHandle, .descriptor = descriptor, .next = openPorts};
+  port->handle = ++lastHandle;
+  port->next = openPorts;
+  openPorts = port.release();
   return openPorts->handle;
 }
 
