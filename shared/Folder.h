@@ -1,5 +1,6 @@
-// The host's folders: the host fills a map from key to directory and hands it to every plug-in. A plug-in
-// reads the key "log" and no other. Threads: one at a time; even looking up a missing key changes the map.
+// The host's folders: the host fills a map from key to directory and hands it to every plug-in.
+// A plug-in reads the key "log" and no other.
+// Threads: one at a time; even looking up a missing key changes the map.
 #pragma once
 
 #include <map>

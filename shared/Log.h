@@ -6,8 +6,10 @@
 //
 // A statement reads `currentLogManager->node(this, 1) << L"count " << count << L"\n";`. What is inserted is
 // what stands in the file: no time, no level, no line ends but those inserted. Each item is on disk when its
-// insertion returns, so the file survives a crash. Levels: 1 normal trace, 2 detail; a system level of 0 or
-// below makes no file and writes nothing. Threads: one at a time. Even `node` changes the map.
+// insertion returns, so the file survives a crash.
+//
+// Levels: 1 normal trace, 2 detail; a system level of 0 or below makes no file and writes nothing.
+// Threads: one at a time. Even `node` changes the map.
 #pragma once
 
 #include <cstdint>

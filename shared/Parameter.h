@@ -4,10 +4,13 @@
 // library is being loaded:
 //   std::int32_t readTimeout = 10000;
 //   parameter::Satelite<std::int32_t> readTimeoutSatelite(L"TesselReadTimeout", readTimeout);
+//
 // A settings file is text: name, tab, value, line end. The reader takes words, not lines: a value may stand
 // on another line than its name. A word of one character, or one that begins with "//", drops the rest of its
-// line. Files are narrowed and widened by the locale in force. Threads: one at a time. Errors: counts and
-// booleans as told below; nothing throws but for memory.
+// line. Files are narrowed and widened by the locale in force.
+//
+// Threads: one at a time.
+// Errors: counts and booleans as told below; nothing throws but for memory.
 #pragma once
 
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -45,6 +45,22 @@ TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
   EXPECT_EQ(serialRead(port, nullptr, bytes, 2000), 2);
   EXPECT_EQ(bytes, (std::vector<std::uint8_t>{3, 4}));
   EXPECT_EQ(serialRead(port, nullptr, bytes, 2000), serial::failed);
+  serialClose(port);
+}
+
+TEST(PosixPort, PurgingThrowsAwayWhatTheSystemStillHolds)
+{
+  SerialPeer peer;
+  platform::PortHandle port = platform::closedPort;
+  ASSERT_EQ(serialOpen("COM7", port), serial::done);
+  const std::string entry = std::getenv("TESSEL_SERIAL_PORTS");
+  const int watcher = ::open(entry.substr(entry.find('=') + 1).c_str(), O_RDWR | O_NOCTTY);
+  peer.send({1, 2, 3});
+  pollfd arrived{.fd = watcher, .events = POLLIN, .revents = 0};
+  ASSERT_EQ(::poll(&arrived, 1, 5000), 1);
+  EXPECT_TRUE(platform::purgeReceived(port).ok);
+  EXPECT_EQ(::poll(&arrived, 1, 0), 0);
+  ::close(watcher);
   serialClose(port);
 }
 

@@ -141,7 +141,7 @@ TEST_F(SerialConformance, AStopRaisedDuringAWaitIsSeenWhenTheWaitEnds)
   peer_.send({1, 2, 3});
   peer_.after(20ms, [this] { stop_.store(1, std::memory_order_relaxed); });
   Bytes bytes(10);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 100), serial::stopped);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 500), serial::stopped);
 }
 
 TEST_F(SerialConformance, ADeviceThatGoesAwayFailsAndComesBack)

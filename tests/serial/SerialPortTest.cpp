@@ -140,8 +140,9 @@ TEST_F(SerialPort, ALongPortNameIsCut)
 TEST_F(SerialPort, AReadOfNothingStillSetsTheTimeoutsAndLeavesThePortAlone)
 {
   open();
+  port_.timeouts = {1, 2, 3, 4, 5};
   EXPECT_EQ(serialRead(handle_, &stop_, {}, 250), 0);
-  EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 250, 0, 3000}));
+  EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 250, 4, 5})) << "a write's time-outs stay";
   EXPECT_EQ(port_.reads, 0);
 }
 

@@ -176,6 +176,12 @@ TEST_F(Log, ANodeThatKeepsItsFileOpenIsCopiedWithTheFileOpened)
   EXPECT_NE(text.find("node\n"), std::string::npos);
   EXPECT_NE(text.find("copy\n"), std::string::npos);
   EXPECT_EQ(text.find("Log file"), text.rfind("Log file")) << "a copy writes no header";
+
+  const LogManager::Node node(manager, path, true);
+  std::error_code stillOpen;  // a system may refuse to remove the file; then it is there all the same
+  std::filesystem::remove(temporary_ / "kept.log", stillOpen);
+  const LogManager::Node copy(node);
+  EXPECT_TRUE(std::filesystem::exists(temporary_ / "kept.log")) << "the copy opens at once";
 }
 
 TEST_F(Log, ANewManagerDeletesTheLogsOfTheRunBeforeWhateverItsLevel)
@@ -191,12 +197,13 @@ TEST_F(Log, ANewManagerDeletesTheLogsOfTheRunBeforeWhateverItsLevel)
 TEST_F(Log, AFolderWithoutSeparatorGluesNamesToItAndLosesNoOtherLogs)
 {
   std::filesystem::create_directory(temporary_ / "sub");
+  temporary_.write("subother.log", "");
   temporary_.write("sub/in.log", "");
   temporary_.write("other.log", "");
   folders_[L"log"] = folder::Folder(temporary_.wide() + L"sub");
   LogManager manager(1);
   manager.add(&object_, L"A");
-  EXPECT_EQ(temporary_.list(), "other.log sub sub" + fileName("A", &object_));
+  EXPECT_EQ(temporary_.list(), "other.log sub sub" + fileName("A", &object_) + " subother.log");
   EXPECT_TRUE(std::filesystem::exists(temporary_ / "sub" / "in.log"));
 }
 

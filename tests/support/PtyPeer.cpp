@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <thread>
@@ -78,10 +77,6 @@ void SerialPeer::plugIn()
   impl_->master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   ::grantpt(impl_->master);
   ::unlockpt(impl_->master);
-  termios settings{};
-  ::tcgetattr(impl_->master, &settings);
-  ::cfmakeraw(&settings);
-  ::tcsetattr(impl_->master, TCSANOW, &settings);
   std::filesystem::create_symlink(::ptsname(impl_->master), impl_->folder / "dongle");
 }
 

@@ -1,9 +1,9 @@
 // What the link needs of the operating system: the device list, the port, sleep, tick and debug output.
 // posix/ or windows/ is linked in, or, in the tests, a simulated platform with a virtual clock.
 //
-// Threads: one at a time. Nothing throws but for memory.
+// Threads: one at a time.
 // Errors: a failed operation carries the system's own error number. The port operations accept any handle,
-// and fail with `invalidHandle` for one that is not open.
+// and fail with `invalidHandle` for one that is not open. Nothing throws but for memory.
 #pragma once
 
 #include <cstdint>

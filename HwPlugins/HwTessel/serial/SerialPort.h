@@ -3,7 +3,8 @@
 //
 // Threads: the thread that runs the link. The stop flag alone may be raised by another thread at any moment;
 // a nonzero flag makes reads and writes give up before they next go to the system, not in the middle of a
-// wait. Errors: plain results as told below. A failed open leaves the handle closed. Nothing is logged.
+// wait.
+// Errors: plain results as told below. A failed open leaves the handle closed. Nothing is logged.
 #pragma once
 
 #include <atomic>

@@ -8,8 +8,9 @@
 //   assembling  -- expected, last packet -> waiting, frame queued
 //   either      -- any other packet ------> waiting, packet dropped
 //
-// Threads: the reading thread only. Owns its queues; keeps no memory that it is given. Nothing throws but for
-// memory. A packet that completes no frame allocates nothing.
+// Threads: the reading thread only. Owns its queues; keeps no memory that it is given.
+// Errors: the results below; nothing throws but for memory. A packet that completes no frame allocates
+// nothing.
 #pragma once
 
 #include <array>

@@ -1,8 +1,8 @@
 // The serial ports that are present on a POSIX system.
 //
-// The list comes from the environment variable TESSEL_SERIAL_PORTS where it is set: entries `FRIENDLY
-// TEXT=PATH` separated by ";", for example `Bluegiga Bluetooth Low Energy (COM7)=/tmp/dongle`. Otherwise it
-// comes from sysfs.
+// The list comes from the environment variable TESSEL_SERIAL_PORTS where it is set, otherwise from sysfs. The
+// variable holds entries `FRIENDLY TEXT=PATH` separated by ";", for example
+// `Bluegiga Bluetooth Low Energy (COM7)=/tmp/dongle`.
 #pragma once
 
 #include <filesystem>
