@@ -52,7 +52,7 @@ class PacketStore {
 
   std::size_t frameletCount() const { return framelets_.size(); }
 
-  // The glove's 5-bit battery code as the last frame but one, or the one before, gave it. 0 at first.
+  // The glove's 5-bit battery code: 0 at first, taken over when the frame after the one that carried it begins.
   std::int32_t batteryCode() const { return batteryCode_; }
 
   bool hasNumber(std::int32_t frameNumber) const;
