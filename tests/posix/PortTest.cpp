@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "platform/posix/PortList.h"
 #include "serial/SerialPort.h"
 #include "tests/support/SerialPeer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -56,8 +57,9 @@ TEST(PosixPort, PurgingThrowsAwayWhatTheSystemStillHolds)
   SerialPeer peer;
   platform::PortHandle port = platform::closedPort;
   ASSERT_EQ(serialOpen("COM7", port), serial::done);
-  const std::string entry = std::getenv("TESSEL_SERIAL_PORTS");
-  const int watcher = ::open(entry.substr(entry.find('=') + 1).c_str(), O_RDWR | O_NOCTTY);
+  const auto ports = platform::posix::portList();
+  ASSERT_TRUE(ports && ports->size() == 1);
+  const int watcher = ::open(ports->front().path.c_str(), O_RDWR | O_NOCTTY);
   peer.send({1, 2, 3});
   pollfd arrived{.fd = watcher, .events = POLLIN, .revents = 0};
   ASSERT_EQ(::poll(&arrived, 1, 5000), 1);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <regex>
 
 #include "shared/Folder.h"
@@ -180,7 +181,7 @@ TEST_F(Log, ANodeThatKeepsItsFileOpenIsCopiedWithTheFileOpened)
   const LogManager::Node node(manager, path, true);
   std::error_code stillOpen;  // a system may refuse to remove the file; then it is there all the same
   std::filesystem::remove(temporary_ / "kept.log", stillOpen);
-  const LogManager::Node copy(node);
+  const auto copy = std::make_unique<LogManager::Node>(node);
   EXPECT_TRUE(std::filesystem::exists(temporary_ / "kept.log")) << "the copy opens at once";
 }
 

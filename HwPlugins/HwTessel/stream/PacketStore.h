@@ -52,7 +52,8 @@ class PacketStore {
 
   std::size_t frameletCount() const { return framelets_.size(); }
 
-  // The glove's 5-bit battery code: 0 at first, taken over when the frame after the one that carried it begins.
+  // The glove's 5-bit battery code, taken over when the frame after the one that carried it begins. 0 at
+  // first.
   std::int32_t batteryCode() const { return batteryCode_; }
 
   bool hasNumber(std::int32_t frameNumber) const;
