@@ -8,51 +8,25 @@
 
 #include "shared/Parameter.h"
 
-namespace {
-
-std::wstring written()
+TEST(Settings, TheTwelveKeysHaveTheirDefaultsAndReachTheirVariables)
 {
-  std::wostringstream stream;
-  parameter::writeMatching(L"", stream);
-  return stream.str();
-}
-
-TEST(Settings, TheTwelveKeysHaveTheirDefaults)
-{
-  EXPECT_EQ(written(),
-            L"FileVersion\t\"\"\n"
-            L"TesselAuxCount\t0\n"
-            L"TesselElementCount\t-1\n"
-            L"TesselExecDelay\t0\n"
-            L"TesselMetaData\t\"\"\n"
-            L"TesselNumBleModules\t1\n"
-            L"TesselNumSensors\t-1\n"
-            L"TesselReadTimeout\t10000\n"
-            L"TesselSerialNumber\t0\n"
-            L"TesselSkipSensorStartupCheck\t0\n"
-            L"TesselTimeDivisor\t10\n"
+  std::wostringstream defaults;
+  parameter::writeMatching(L"", defaults);
+  EXPECT_EQ(defaults.str(),
+            L"FileVersion\t\"\"\nTesselAuxCount\t0\nTesselElementCount\t-1\nTesselExecDelay\t0\n"
+            L"TesselMetaData\t\"\"\nTesselNumBleModules\t1\nTesselNumSensors\t-1\nTesselReadTimeout\t10000\n"
+            L"TesselSerialNumber\t0\nTesselSkipSensorStartupCheck\t0\nTesselTimeDivisor\t10\n"
             L"TesselWriteTimeout\t500\n");
-}
 
-TEST(Settings, EachKeyReachesItsVariable)
-{
   std::wistringstream file(
       L"FileVersion 3 TesselAuxCount 0x10 TesselElementCount 250 TesselExecDelay 4 TesselMetaData \"a b\"\n"
       L"TesselNumBleModules 2 TesselNumSensors 5 TesselReadTimeout 6 TesselSerialNumber 2 17 18\n"
       L"TesselSkipSensorStartupCheck 1 TesselTimeDivisor 2.5 TesselWriteTimeout 7");
   EXPECT_EQ(parameter::readStream(file), 12);
-  EXPECT_EQ(settings::fileVersion, L"3");
-  EXPECT_EQ(settings::auxCount, 16);
-  EXPECT_EQ(settings::elementCount, 250);
-  EXPECT_EQ(settings::execDelay, 4);
-  EXPECT_EQ(settings::metaData, L"a b");
-  EXPECT_EQ(settings::numBleModules, 2);
-  EXPECT_EQ(settings::numSensors, 5);
-  EXPECT_EQ(settings::readTimeout, 6);
-  EXPECT_EQ(settings::serialNumber, (std::vector<std::int32_t>{17, 18}));
-  EXPECT_TRUE(settings::skipSensorStartupCheck);
-  EXPECT_EQ(settings::timeDivisor, 2.5);
-  EXPECT_EQ(settings::writeTimeout, 7);
+  using namespace settings;
+  EXPECT_EQ(std::tie(fileVersion, metaData), std::tuple(L"3", L"a b"));
+  EXPECT_EQ(std::tie(auxCount, elementCount, execDelay, numBleModules), std::tuple(16, 250, 4, 2));
+  EXPECT_EQ(std::tie(numSensors, readTimeout, writeTimeout, timeDivisor), std::tuple(5, 6, 7, 2.5));
+  EXPECT_EQ(serialNumber, (std::vector<std::int32_t>{17, 18}));
+  EXPECT_TRUE(skipSensorStartupCheck);
 }
-
-}  // namespace

@@ -4,28 +4,17 @@
 
 #include <string>
 
-namespace {
-
-std::wstring reported(const std::wstring& expression)
-{
-  try {
-    checkAssertion(false, expression.c_str(), L"..\\shared\\Folder", 23, L"folder::folders");
-  } catch (const wchar_t* text) {
-    return text;
-  }
-  return L"nothing thrown";
-}
-
-TEST(Assertion, AFailedOneThrowsItsTextWhichOutlivesTheUnwinding)
+TEST(Assertion, AFailedOneThrowsItsTextWhichOutlivesTheUnwindingAndIsCutWhenLong)
 {
   checkAssertion(true, L"", L"", 0, L"");
-  EXPECT_EQ(reported(L"0 != folders_"),
-            L"Assertion failed: 0 != folders_, function: folder::folders, file: ..\\shared\\Folder, line 23");
+  const wchar_t* caught = L"";
+  try {
+    checkAssertion(false, L"0 != folders_", L"..\\shared\\Folder", 23, std::wstring(600, L'f').c_str());
+  } catch (const wchar_t* text) {
+    caught = text;
+  }
+  const std::wstring whole = L"Assertion failed: 0 != folders_, function: " + std::wstring(600, L'f');
+  EXPECT_EQ(caught, whole.substr(0, 511));
+  EXPECT_THROW(reportAssertion(L"a", L"b", 23, L"c"), const wchar_t*);
+  EXPECT_STREQ(caught, L"Assertion failed: a, function: c, file: b, line 23");
 }
-
-TEST(Assertion, ALongTextIsCut)
-{
-  EXPECT_EQ(reported(std::wstring(1000, L'x')), L"Assertion failed: " + std::wstring(511 - 18, L'x'));
-}
-
-}  // namespace

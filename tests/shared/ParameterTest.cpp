@@ -7,6 +7,7 @@
 #endif
 
 #include <locale>
+#include <numeric>
 #include <sstream>
 
 #include "tests/support/TemporaryFolder.h"
@@ -61,28 +62,18 @@ TEST_F(Parameter, ReadsRecordsAndCountsFaults)
   };
   const Case cases[] = {
       {L"", 0, L""},
-      {L" \n\t ", 0, L""},
       {L"// Number 9\n//Number 9\n# Number 9\n", 0, L""},
-      {L"Number 9", 1, L"Number\t9"},
       {L"Number\t\n\n  9\n", 1, L"Number\t9"},
       {L"Number 0x10", 1, L"Number\t16"},
       {L"Number 010", 1, L"Number\t8"},
-      {L"Number -3", 1, L"Number\t-3"},
       {L"Number 1 Number 2", 2, L"Number\t2"},
-      {L"number 9", 1, L"Number\t9"},
-      {L"NUMBER 5", -1, L""},
       {L"Unknown 50", -2, L""},
       {L"Unknown 5 Number 9\nNumber 8", -1, L"Number\t8"},
-      {L"Number abc", -2, L""},
       {L"Number abc Number 9", -2, L"Number\t9"},
       {L"Number 2147483648", -1, L""},
-      {L"Number 99999999999999999999999", -1, L""},
       {L"Number", -1, L""},
-      {L"Fraction 0.125", 1, L"Fraction\t0.125"},
-      {L"Fraction 10.0", 1, L"Fraction\t10"},
       {L"Fraction 1e999", -1, L""},
       {L"Flag 0", 1, L"Flag\t0"},
-      {L"Flag 2", -1, L""},
       {L"Flag false", -2, L""},
       {L"Text word Number 9", 2, L"Number\t9\nText\t\"word\""},
       {L"Text \"two\nlines\"Number 9", 2, L"Number\t9\nText\t\"two\nlines\""},
@@ -90,7 +81,6 @@ TEST_F(Parameter, ReadsRecordsAndCountsFaults)
       {L"Text \"never closed Number 9", 1, L"Text\t\"never closed Number 9\""},
       {L"Text", -1, L""},
       {L"List 3 11 12 -1", 1, L"List\t3 11 12 -1"},
-      {L"List 0", 1, L"List\t0"},
       {L"List 3 11 12", -1, L"List\t3 11 12 0"},
       {L"List 3 11 ab 12\nNumber 9", -3, L"List\t3 11 0 0"},
       {L"List none", -2, L"List\t0"},
@@ -109,44 +99,33 @@ TEST_F(Parameter, ReadsRecordsAndCountsFaults)
 
 TEST_F(Parameter, ACountThatNoFileCouldHoldIsNoFaultAndLeavesTheList)
 {
-  for (const wchar_t* count : {L"65537", L"99999999999", L"18446744073709551615", L"-1"}) {
+  for (const wchar_t* count : {L"65537", L"18446744073709551615", L"-1"}) {
     std::wistringstream input(std::wstring(L"List ") + count + L" Number 9");
     EXPECT_EQ(parameter::readStream(input), 2) << testing::PrintToString(count);
     EXPECT_EQ(list, (std::vector<std::int32_t>{1, 2}));
   }
   std::wistringstream largest(L"List 65536 5");
   EXPECT_EQ(parameter::readStream(largest), -1);
-  ASSERT_EQ(list.size(), 65536U);
-  EXPECT_EQ(list[0], 5);
-  EXPECT_EQ(list[65535], 0);
+  EXPECT_EQ(list.size(), 65536U);
 }
 
-TEST_F(Parameter, WhatIsWrittenReadsBackTheSame)
-{
-  text = L"a \n b";
-  list = {};
-  flag = false;
-  const std::wstring written = values();
-  reset();
-  std::wistringstream input(written);
-  EXPECT_EQ(parameter::readStream(input), 6);
-  EXPECT_EQ(values(), written);
-  EXPECT_EQ(text, L"a \n b");
-}
-
-TEST_F(Parameter, FilesAreReplacedAndAPrefixSelects)
+TEST_F(Parameter, FilesAreReplacedAndReadBackTheSameAndAPrefixSelects)
 {
   const TemporaryFolder folder;
   const std::wstring path = folder.write("settings.txt", std::string(1000, 'x'));
   EXPECT_EQ(parameter::writeFile(L"F", path), 2U);
   EXPECT_EQ(folder.read("settings.txt"), "Flag\t1\nFraction\t2.5\n");
   EXPECT_TRUE(parameter::writeOne(L"Number", path));
-  EXPECT_EQ(folder.read("settings.txt"), "Number\t7\n");
   EXPECT_FALSE(parameter::writeOne(L"Numbe", path)) << "only the exact name";
   EXPECT_EQ(folder.read("settings.txt"), "Number\t7\n");
-  number = 1;
-  EXPECT_EQ(parameter::readFile(path), 1);
-  EXPECT_EQ(number, 7);
+
+  text = L"a \n b";
+  list = {};
+  const std::wstring written = values();
+  EXPECT_EQ(parameter::writeFile(L"", path), 6U);
+  reset();
+  EXPECT_EQ(parameter::readFile(path), 6);
+  EXPECT_EQ(values(), written);
 }
 
 TEST_F(Parameter, AFileThatDoesNotOpenChangesNothing)
@@ -158,56 +137,31 @@ TEST_F(Parameter, AFileThatDoesNotOpenChangesNothing)
     EXPECT_EQ(parameter::writeFile(L"", path + L"/"), 0U);
     EXPECT_FALSE(parameter::writeOne(L"Number", path + L"/"));
   }
-  EXPECT_EQ(values(), unchanged);
-}
-
 #ifndef _WIN32
-TEST_F(Parameter, AnUnreadableFileDoesNotOpen)
-{
-  const TemporaryFolder folder;
-  const std::wstring path = folder.write("secret", "Number 9");
+  const std::wstring secret = folder.write("secret", "Number 9");
   std::filesystem::permissions(folder / "secret", std::filesystem::perms::none);
   const bool privileged = ::geteuid() == 0;
   ASSERT_EQ(privileged ? ::seteuid(65534) : 0, 0);
-  EXPECT_EQ(parameter::readFile(path), -1);
+  EXPECT_EQ(parameter::readFile(secret), -1);
   ASSERT_EQ(privileged ? ::seteuid(0) : 0, 0);
-  EXPECT_EQ(number, 7);
-}
 #endif
+  EXPECT_EQ(values(), unchanged);
+}
 
-TEST_F(Parameter, DamagedFilesEndInGoodTime)
+TEST_F(Parameter, DamagedFilesEndAndTouchNoOtherParameter)
 {
   const TemporaryFolder folder;
-  std::string everyByte;
-  for (int byte = 0; byte < 256; ++byte) {
-    everyByte += static_cast<char>(byte);
-  }
-  const std::size_t large = 10'000'000;
-  const std::pair<const char*, std::string> cases[] = {
-      {"every byte", everyByte},
-      {"every byte as a value", "Number 9\nText \"" + everyByte + "\""},
-      {"zero bytes", std::string(1000, '\0')},
-      {"one long word", std::string(large, 'x')},
-      {"one long word as number", "Number " + std::string(large, '1')},
-      {"one long word as fraction", "Fraction " + std::string(large, '1')},
-      {"one long word as text", "Text " + std::string(large, 'x')},
-      {"one long line", "// " + std::string(large, ' ')},
-      {"many names",
-       [] {
-         std::string names;
-         for (int i = 0; i < 100'000; ++i)
-           names += "Number ";
-         return names;
-       }()},
-      {"an open quote", "Text \"" + std::string(large, '\n')},
-      {"a quote alone", "Text \""},
-  };
-  for (const auto& [name, content] : cases) {
+  std::string everyByte(256, '\0');
+  std::iota(everyByte.begin(), everyByte.end(), '\0');
+  const std::string digits(10'000'000, '1');
+  for (const std::string& content :
+       {everyByte, "Number 9\nText \"" + everyByte + "\"", std::string(1000, '\0'), digits,
+        "Number " + digits, "Fraction " + digits, "Text " + digits, "// " + digits, "Text \"" + digits,
+        std::string("Text \"")}) {
     reset();
-    const std::int32_t result = parameter::readFile(folder.write("damaged", content));
-    EXPECT_LE(result, 2) << name;
-    EXPECT_EQ(list, (std::vector<std::int32_t>{1, 2})) << name;
-    EXPECT_TRUE(flag) << name;
+    EXPECT_LE(parameter::readFile(folder.write("damaged", content)), 2) << content.substr(0, 20);
+    EXPECT_EQ(list, (std::vector<std::int32_t>{1, 2})) << content.substr(0, 20);
+    EXPECT_TRUE(flag) << content.substr(0, 20);
   }
 }
 
@@ -227,24 +181,13 @@ TEST_F(Parameter, FilesAreNarrowedByTheLocaleInForce)
   EXPECT_TRUE(parameter::writeOne(L"Text", path));
   EXPECT_EQ(folder.read("settings.txt"), "Text\t\"\xC3\xA4\xE2\x82\xAC\"\n");
   EXPECT_EQ(parameter::readFile(folder.write("broken.txt", "Number 9 Text \xC3(")), -1);
-  EXPECT_EQ(number, 9) << "what stands before the broken bytes counts";
   std::locale::global(before);
-}
-
-TEST_F(Parameter, ASecondRegistrationReplacesTheFirst)
-{
-  std::int32_t later = 99;
-  const Satelite<std::int32_t> satelite(L"number", later);
-  EXPECT_EQ(parameter::find(L"number"), &satelite);
-  EXPECT_EQ(parameter::find(L"nothing"), nullptr);
-  parameter::satelites()[L"number"] = &lowerCaseSatelite;
 }
 
 TEST(Trim, CutsWhiteSpaceOffBothEnds)
 {
   EXPECT_EQ(parameter::trim(L" \t\r\n a b\n "), L"a b");
-  EXPECT_EQ(parameter::trim(L" \t\r\n"), L"");
-  EXPECT_EQ(parameter::trim(L"\v"), L"\v");
+  EXPECT_EQ(parameter::trim(L" \t\r\n") + parameter::trim(L"\v"), L"\v");
 }
 
 TEST_F(Parameter, ExpandReplacesReferences)
@@ -258,8 +201,6 @@ TEST_F(Parameter, ExpandReplacesReferences)
   for (const auto& [input, expected] : cases) {
     EXPECT_EQ(parameter::expand(input), expected);
   }
-  text = L"<Number>";
-  EXPECT_EQ(parameter::expand(L"<Text>"), L"\"7\"");
   text = L"<Text>";
   EXPECT_NE(parameter::expand(L"<Text>").find(L"<Text>"), std::wstring::npos)
       << "a value that names itself ends";

@@ -73,7 +73,7 @@ std::vector<PortEntry> portsFromText(std::string_view text)
   return ports;
 }
 
-std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass, const fs::path& devices)
+std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass)
 {
   std::error_code error;
   fs::directory_iterator tty(ttyClass, error);
@@ -89,7 +89,7 @@ std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass, c
         firstLine(*usb / "idVendor") == dongleVendor && firstLine(*usb / "idProduct") == dongleProduct;
     const std::string name = isDongle ? dongleName : firstLine(*usb / "product");
     sorted[{!isDongle, *split}] = {.friendlyText = name + " (COM" + std::to_string(split->second) + ")",
-                                   .path = devices / deviceName};
+                                   .path = fs::path("/dev") / deviceName};
   }
 
   std::vector<PortEntry> ports;

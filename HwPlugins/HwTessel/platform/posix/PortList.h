@@ -29,8 +29,7 @@ std::vector<PortEntry> portsFromText(std::string_view text);
 // The USB serial devices below a directory laid out like /sys/class/tty, the dongles first, each group by
 // name and then by number. A dongle is known by its USB ids, any other device keeps its product text as name;
 // n is the number at the end of the device's name. Nothing if there is no such directory.
-std::optional<std::vector<PortEntry>> portsFromSysfs(const std::filesystem::path& ttyClass,
-                                                     const std::filesystem::path& devices = "/dev");
+std::optional<std::vector<PortEntry>> portsFromSysfs(const std::filesystem::path& ttyClass);
 
 // The number n of a text that ends in "(COMn)".
 std::optional<int> comNumber(std::string_view friendlyText);
