@@ -36,7 +36,8 @@ TEST(Folder, IsTheTextThatNamesAreAppendedToAndIsMadeIfItIsNotThere)
   EXPECT_EQ(folder.fullPath(L"a"), temporary.wide() + L"new/one\\two\\a");
   folder.parent();
   EXPECT_EQ(folder.path(), temporary.wide() + L"new/one\\");
-  folder = Folder(L"..");
+  EXPECT_EQ(Folder(L"..").path(), L"");
+  folder = Folder();
   folder.parent();
   EXPECT_EQ(folder.path(), L"");
 }
