@@ -72,10 +72,23 @@ class Terminal {
   int master_;
 };
 
-void report(benchmark::State& state, std::uint64_t calls)
+// Fills the terminal and has it emptied until all messages are through. `empty` gives false if it could not.
+void measure(benchmark::State& state, Terminal& terminal, const auto& empty)
 {
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(messages));
-  state.counters["syscalls_per_1000"] = static_cast<double>(calls) / static_cast<double>(state.iterations());
+  const std::uint64_t before = systemCalls;
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t done = 0; done < messages; done += messagesAtOnce) {
+      state.PauseTiming();
+      if (!terminal.fill()) return state.SkipWithError("the terminal did not take the bytes");
+      state.ResumeTiming();
+      if (!empty()) return state.SkipWithError("the messages did not come whole");
+    }
+  }
+  using benchmark::Counter;
+  const auto calls = static_cast<double>(systemCalls - before);
+  state.counters["syscalls_per_1000"] = calls / static_cast<double>(state.iterations());
+  state.counters["per_message"] = {static_cast<double>(messages),
+                                   Counter::kIsIterationInvariantRate | Counter::kInvert};
 }
 
 void readBlocksOnly(benchmark::State& state)
@@ -85,22 +98,16 @@ void readBlocksOnly(benchmark::State& state)
   serialOpen("COM7", port);  // makes the terminal raw
   const int descriptor = ::open(terminal.path(), O_RDWR | O_NOCTTY);
   std::array<std::uint8_t, 4096> block{};
-  const std::uint64_t before = systemCalls;
-  for ([[maybe_unused]] auto _ : state) {
-    for (std::size_t part = 0; part < messages / messagesAtOnce; ++part) {
-      state.PauseTiming();
-      if (!terminal.fill()) state.SkipWithError("the terminal did not take the bytes");
-      state.ResumeTiming();
-      std::size_t left = messagesAtOnce * (headerSize + payloadSize);
-      while (left > 0) {
-        const ssize_t got = ::read(descriptor, block.data(), block.size());
-        if (got <= 0) return state.SkipWithError("the terminal gave too little");
-        left -= static_cast<std::size_t>(got);
-        benchmark::DoNotOptimize(block.data());
-      }
+  measure(state, terminal, [&] {
+    std::size_t left = messagesAtOnce * (headerSize + payloadSize);
+    while (left > 0) {
+      const ssize_t got = ::read(descriptor, block.data(), block.size());
+      if (got <= 0) return false;
+      left -= static_cast<std::size_t>(got);
+      benchmark::DoNotOptimize(block.data());
     }
-  }
-  report(state, systemCalls - before);
+    return true;
+  });
   ::close(descriptor);
   serialClose(port);
 }
@@ -113,22 +120,14 @@ void readMessages(benchmark::State& state)
   const StopFlag stop{0};
   std::array<std::uint8_t, headerSize> header{};
   std::array<std::uint8_t, payloadSize> payload{};
-  const std::uint64_t before = systemCalls;
-  for ([[maybe_unused]] auto _ : state) {
-    for (std::size_t part = 0; part < messages / messagesAtOnce; ++part) {
-      state.PauseTiming();
-      if (!terminal.fill()) state.SkipWithError("the terminal did not take the bytes");
-      state.ResumeTiming();
-      for (std::size_t message = 0; message < messagesAtOnce; ++message) {
-        if (serialRead(port, &stop, header, 1000) != headerSize ||
-            serialRead(port, nullptr, payload, 1000) != payloadSize) {
-          return state.SkipWithError("a message did not come whole");
-        }
-        benchmark::DoNotOptimize(payload.data());
-      }
+  measure(state, terminal, [&] {
+    for (std::size_t message = 0; message < messagesAtOnce; ++message) {
+      if (serialRead(port, &stop, header, 1000) != headerSize) return false;
+      if (serialRead(port, nullptr, payload, 1000) != payloadSize) return false;
+      benchmark::DoNotOptimize(payload.data());
     }
-  }
-  report(state, systemCalls - before);
+    return true;
+  });
   serialClose(port);
 }
 
