@@ -1,5 +1,5 @@
-// A run of complete compact frames of 14 packets through the store, per packet, beside only appending the same
-// payload bytes to a vector with its capacity reserved. The row of the store takes each framelet out again.
+// A run of complete compact frames of 14 packets through the store, beside only appending the same payload
+// bytes to a vector with its capacity reserved. The row of the store takes each framelet out again.
 
 #include <benchmark/benchmark.h>
 
