@@ -89,7 +89,7 @@ TEST_F(SerialConformance, ManyMessagesKeepTheirOrder)
   std::uint8_t sent = 0;
   std::uint8_t expected = 0;
   for (int turn = 0; turn < 10; ++turn) {
-    Bytes bytes(100 * 29);
+    Bytes bytes(2900);
     std::generate(bytes.begin(), bytes.end(), [&] { return sent++; });
     peer_.send(bytes);
     for (int piece = 0; piece < 200; ++piece) {
