@@ -195,9 +195,12 @@ std::wstring trim(const std::wstring& text)
 
 std::wstring expand(const std::wstring& text)
 {
+  // A value that refers to itself would go on, or grow, without end.
   constexpr int mostReplacements = 1000;
+  constexpr std::size_t mostGrowth = 1'000'000;
   std::wstring expanded = text;
   for (int replacements = 0; replacements < mostReplacements; ++replacements) {
+    if (expanded.size() > text.size() + mostGrowth) break;
     const std::size_t begin = expanded.find(L'<');
     const std::size_t end = expanded.find(L'>');
     // Meant so: a stray closing bracket ahead of the first reference ends all replacing.

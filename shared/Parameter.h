@@ -88,7 +88,8 @@ std::wistream& readQuoted(std::wistream& stream, std::wstring& text);
 std::wstring trim(const std::wstring& text);
 
 // The text with each `<name>` replaced by the parameter's value as text, or by "N/A". References may nest
-// through values; a text that still holds references after 1,000 replacements is returned as it then stands.
+// through values; after 1,000 replacements, or grown by a million characters, the text is returned as it then
+// stands.
 std::wstring expand(const std::wstring& text);
 
 }  // namespace parameter

@@ -30,9 +30,9 @@ class SerialConformance : public testing::Test {
     return result == serial::nothing ? Bytes() : bytes;
   }
 
-  SerialPeer peer_;
   platform::PortHandle port_ = platform::closedPort;
   StopFlag stop_{0};
+  SerialPeer peer_;  // last: what it still does when it goes may use the others
 };
 
 TEST_F(SerialConformance, EveryByteValuePassesUnchangedInBothDirections)

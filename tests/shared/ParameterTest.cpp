@@ -204,6 +204,8 @@ TEST_F(Parameter, ExpandReplacesReferences)
   text = L"<Text>";
   EXPECT_NE(parameter::expand(L"<Text>").find(L"<Text>"), std::wstring::npos)
       << "a value that names itself ends";
+  text = L"<Text>" + std::wstring(100'000, L'x');
+  EXPECT_LT(parameter::expand(L"<Text>").size(), 1'200'000U) << "and does not grow without end";
 }
 
 }  // namespace

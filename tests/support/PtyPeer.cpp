@@ -39,7 +39,8 @@ void SerialPeer::send(const Bytes& bytes)
   std::size_t sent = 0;
   while (sent < bytes.size()) {
     const ssize_t count = ::write(impl_->master, bytes.data() + sent, bytes.size() - sent);
-    if (count > 0) sent += static_cast<std::size_t>(count);
+    if (count <= 0) return;
+    sent += static_cast<std::size_t>(count);
   }
 }
 
@@ -48,7 +49,8 @@ SerialPeer::Bytes SerialPeer::receive(std::size_t count)
   Bytes bytes(count);
   std::size_t received = 0;
   pollfd wanted{.fd = impl_->master, .events = POLLIN, .revents = 0};
-  while (received<count&& ::poll(&wanted, 1, 5000)> 0) {
+  while (received < count) {
+    if (::poll(&wanted, 1, 5000) <= 0) break;
     const ssize_t got = ::read(impl_->master, bytes.data() + received, count - received);
     if (got <= 0) break;
     received += static_cast<std::size_t>(got);

@@ -70,7 +70,6 @@ PortHandle openPort(const char* devicePath)
   const std::string name = current->openedPath.substr(std::string("\\\\.\\").size());
   for (auto& port : current->ports) {
     if (!port.friendlyText.ends_with("(" + name + ")") || !port.present || port.busy) continue;
-    ++port.opens;
     current->open[++current->lastHandle] = &port;
     return current->lastHandle;
   }
@@ -87,7 +86,6 @@ PortResult purgeReceived(PortHandle handle)
 {
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::purgeError);
   if (port == nullptr) return refusal;
-  ++port->purges;
   port->waiting.clear();
   return {};
 }
@@ -130,7 +128,6 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
   if (!port->present) return {.ok = false, .error = SimulatedPlatform::deviceGone};
   const auto piece = bytes.first(std::min(bytes.size(), port->mostPerWrite));
   port->written.insert(port->written.end(), piece.begin(), piece.end());
-  if (port->onWrite) port->onWrite(piece);
   return {.count = static_cast<std::uint32_t>(piece.size())};
 }
 

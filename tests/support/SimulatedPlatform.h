@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <limits>
 #include <list>
 #include <map>
@@ -33,10 +32,7 @@ class SimulatedPlatform {
     // An operation with a number here fails with it.
     std::optional<std::uint32_t> readError, writeError, purgeError, getTimeoutsError, setTimeoutsError;
 
-    int opens = 0, closes = 0, reads = 0, purges = 0;
-
-    // Called with each piece that was written.
-    std::function<void(std::span<const std::uint8_t>)> onWrite;
+    int closes = 0, reads = 0;
   };
 
   SimulatedPlatform();

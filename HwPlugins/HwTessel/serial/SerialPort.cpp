@@ -152,7 +152,7 @@ std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<s
   timeouts.readInterval = platform::noInterval;
   timeouts.readTotalMultiplier = 0;
   timeouts.readTotalConstant = timeoutMs;
-  platform::setTimeouts(handle, timeouts);
+  platform::setTimeouts(handle, timeouts);  // meant so: a port that refuses is read with the time-outs it has
 
   Progress progress{.wanted = buffer.size()};
   while (progress.wanted > 0) {

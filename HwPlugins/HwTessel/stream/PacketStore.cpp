@@ -54,12 +54,17 @@ int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> behind)
   return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, behind);
 }
 
+void PacketStore::startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount)
+{
+  widenClock(clock);
+  widenCounter(counter, counterShift_);
+  lastPacket_ = packetCount - 1;
+  bytestream_.clear();
+}
+
 int PacketStore::startCompactFrame(Packet packet)
 {
-  widenClock(compact::clock(packet));
-  widenCounter(compact::counter(packet), counterShift_);
-  lastPacket_ = compact::packetCount(packet) - 1;
-  bytestream_.clear();
+  startFrame(compact::clock(packet), compact::counter(packet), compact::packetCount(packet));
   append(bytestream_, packet.subspan<compact::firstHeader>());
   frameFault_ = 0;
   if (batteryLow_ >= 0 && batteryHigh_ >= 0) batteryCode_ = batteryLow_ + batteryHigh_;
@@ -70,10 +75,7 @@ int PacketStore::startCompactFrame(Packet packet)
 
 int PacketStore::startExtendedFrame(Packet packet)
 {
-  widenClock(extended::clock(packet));
-  widenCounter(extended::counter(packet), counterShift_);
-  lastPacket_ = extended::packetCount(packet) - 1;
-  bytestream_.clear();
+  startFrame(extended::clock(packet), extended::counter(packet), extended::packetCount(packet));
   append(bytestream_, packet.subspan<extended::firstHeader>());
   frameFault_ = extended::fault(packet);
   return done;

@@ -74,6 +74,7 @@ class PacketStore {
   std::string dump() const;
 
  private:
+  void startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount);
   int startCompactFrame(Packet packet);
   int startExtendedFrame(Packet packet);
   int continueCompactFrame(Packet packet, std::uint8_t index);
