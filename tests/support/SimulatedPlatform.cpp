@@ -128,6 +128,7 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
   if (!port->present) return {.ok = false, .error = SimulatedPlatform::deviceGone};
   const auto piece = bytes.first(std::min(bytes.size(), port->mostPerWrite));
   port->written.insert(port->written.end(), piece.begin(), piece.end());
+  if (port->onWrite) port->onWrite(piece);
   return {.count = static_cast<std::uint32_t>(piece.size())};
 }
 
@@ -141,6 +142,9 @@ void sleep(std::uint32_t durationMs)
   current->clock.advance(milliseconds(durationMs));
 }
 
-void debugOutput(const char*) {}
+void debugOutput(const char* text)
+{
+  current->debugText += text;
+}
 
 }  // namespace platform

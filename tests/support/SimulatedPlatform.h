@@ -4,15 +4,17 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <limits>
 #include <list>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "platform/Platform.h"
-#include "tests/support/VirtualClock.h"
+#include "simulator/VirtualClock.h"
 
 class SimulatedPlatform {
  public:
@@ -23,6 +25,8 @@ class SimulatedPlatform {
 
     std::deque<std::uint8_t> waiting;   // received, not yet read
     std::vector<std::uint8_t> written;  // all that was written
+    // Told of each write, so that a simulated device can take it.
+    std::function<void(std::span<const std::uint8_t>)> onWrite;
     platform::PortTimeouts timeouts;
 
     // A system that moves only so many bytes at once.
@@ -53,6 +57,7 @@ class SimulatedPlatform {
   std::list<Port> ports;
   bool hasDeviceList = true;
   std::string openedPath;  // as the latest open was given it
+  std::string debugText;   // all that was shown to a developer
   std::map<platform::PortHandle, Port*> open;
   platform::PortHandle lastHandle = 0;
 };

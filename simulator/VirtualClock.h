@@ -1,7 +1,9 @@
-// Time for tests: it stands still until the test, or a simulated wait, moves it on, and then runs what is
-// due.
+// Time for simulations: it stands still until somebody moves it on, and then runs what is due.
+// A unit test, or a simulated wait, moves it at once; a program in real time moves it along with its own
+// clock.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -10,6 +12,7 @@ class VirtualClock {
  public:
   using Duration = std::chrono::microseconds;
 
+  // Since the simulation began.
   Duration now() const { return now_; }
 
   void after(Duration delay, std::function<void()> action) { due_.emplace(now_ + delay, std::move(action)); }
