@@ -1,0 +1,103 @@
+// Commands to the dongle: the rows that the library sends, their encoding, and the way out.
+//
+// Threads: the thread that runs the link. Nothing is allocated and no array is copied.
+#pragma once
+
+#include <concepts>
+#include <iterator>
+
+#include "bgapi/MessageRecord.h"
+
+namespace bgapi {
+
+// A value for one parameter: a number, an address, or an array with its length. Refers to the caller's bytes.
+class Argument {
+ public:
+  // A number is cut to the size of its parameter.
+  template <std::integral Number>
+  constexpr Argument(Number value) : number_(static_cast<std::uint32_t>(value))
+  {
+  }
+  template <class Bytes>
+  requires std::constructible_from < std::span<const std::uint8_t>,
+  const Bytes& > constexpr Argument(const Bytes& bytes)
+      : number_(static_cast<std::uint32_t>(std::size(bytes))),
+  bytes_(bytes)
+  {
+  }
+
+  // The number, or the length of the array.
+  constexpr std::uint32_t number() const { return number_; }
+  constexpr std::span<const std::uint8_t> bytes() const { return bytes_; }
+
+ private:
+  std::uint32_t number_ = 0;
+  std::span<const std::uint8_t> bytes_;
+};
+
+// Eight parameters fit into a code, and an address is the longest.
+inline constexpr std::size_t mostFixedBytes = headerSize + 8 * addressSize;
+
+struct EncodedMessage {
+  std::array<std::uint8_t, mostFixedBytes> bytes{};  // header and fixed parameters
+  std::size_t length = 0;                            // of these
+  std::span<const std::uint8_t> array;               // goes out behind them; the caller's memory
+};
+
+// A message carries at most one array: a second takes the place of the first. Arguments that are missing
+// count as 0 and as empty.
+EncodedMessage encode(const MessageRecord& record, std::initializer_list<Argument> arguments);
+
+constexpr MessageRecord command(MessageClass messageClass, std::uint8_t id,
+                                std::initializer_list<ParameterType> types)
+{
+  return message(0, messageClass, id, parameters(types), ignore);
+}
+
+}  // namespace bgapi
+
+// boot_in_dfu. Has no response: the dongle restarts and its port goes away.
+inline constexpr auto ble_cmd_system_reset =
+    bgapi::command(bgapi::MessageClass::system, 0, {bgapi::ParameterType::uint8});
+
+inline constexpr auto ble_cmd_system_get_info = bgapi::command(bgapi::MessageClass::system, 8, {});
+
+// connection
+inline constexpr auto ble_cmd_connection_disconnect =
+    bgapi::command(bgapi::MessageClass::connection, 0, {bgapi::ParameterType::uint8});
+
+// connection, interval_min and interval_max in 1.25 ms, latency in intervals, timeout in 10 ms
+inline constexpr auto ble_cmd_connection_update =
+    bgapi::command(bgapi::MessageClass::connection, 2,
+                   {bgapi::ParameterType::uint8, bgapi::ParameterType::uint16, bgapi::ParameterType::uint16,
+                    bgapi::ParameterType::uint16, bgapi::ParameterType::uint16});
+
+// connection, attribute handle
+inline constexpr auto ble_cmd_attclient_read_by_handle = bgapi::command(
+    bgapi::MessageClass::attclient, 4, {bgapi::ParameterType::uint8, bgapi::ParameterType::uint16});
+
+// connection, attribute handle, data
+inline constexpr auto ble_cmd_attclient_attribute_write = bgapi::command(
+    bgapi::MessageClass::attclient, 5,
+    {bgapi::ParameterType::uint8, bgapi::ParameterType::uint16, bgapi::ParameterType::uint8array});
+
+// mode: 1 for generic discovery
+inline constexpr auto ble_cmd_gap_discover =
+    bgapi::command(bgapi::MessageClass::gap, 2, {bgapi::ParameterType::uint8});
+
+// address, address type (0 public), conn_interval_min and conn_interval_max in 1.25 ms, timeout in 10 ms,
+// latency in intervals
+inline constexpr auto ble_cmd_gap_connect_direct = bgapi::command(
+    bgapi::MessageClass::gap, 3,
+    {bgapi::ParameterType::address, bgapi::ParameterType::uint8, bgapi::ParameterType::uint16,
+     bgapi::ParameterType::uint16, bgapi::ParameterType::uint16, bgapi::ParameterType::uint16});
+
+inline constexpr auto ble_cmd_gap_end_procedure = bgapi::command(bgapi::MessageClass::gap, 4, {});
+
+// Takes the header with the fixed parameters, and the array; both are the sender's and good during the call.
+using OutputHook = void (*)(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array);
+
+// Where messages go; null lets them vanish.
+extern OutputHook ble_output_hook;
+
+void ble_send_message(const bgapi::MessageRecord& command, std::initializer_list<bgapi::Argument> arguments);

@@ -1,0 +1,33 @@
+#include "bgapi/Trace.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+
+#include "platform/Platform.h"
+
+void ble_trace(const char* format, ...)
+{
+  std::array<char, 128> text{};
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  va_end(arguments);
+
+  std::array<char, 32> prefix{};
+  std::snprintf(prefix.data(), prefix.size(), "TESL: [%08X] ", static_cast<unsigned>(platform::tickCount()));
+  platform::debugOutput(prefix.data());
+  platform::debugOutput(text.data());
+}
+
+char* ble_hex_dump(std::span<const std::uint8_t> bytes, std::span<char> output)
+{
+  constexpr std::size_t perByte = 3;
+  auto room = output;
+  for (const std::uint8_t byte : bytes) {
+    if (room.size() <= perByte) break;
+    std::snprintf(room.data(), room.size(), "%02X ", static_cast<unsigned>(byte));
+    room = room.subspan(perByte);
+  }
+  return output.data();
+}
