@@ -1,0 +1,58 @@
+#include "link/BleDevice.h"
+
+#include <algorithm>
+
+#include "link/Modules.h"
+#include "shared/Log.h"
+#include "stream/PacketStore.h"
+
+BleDevice::BleDevice()
+{
+  currentLogManager->add(this, L"BleDevice");
+  currentDevice = this;
+  modules = {};
+  connectionHandles.fill(-1);
+  connectedCount = 0;
+  foundCount = 0;
+  wantedCount = 0;
+  for (std::size_t index = 0; index < stores.size(); ++index) {
+    stores[index].setModule(static_cast<std::int32_t>(index));
+  }
+}
+
+BleDevice::~BleDevice()
+{
+  // Meant so: a device that was built before this one went is no longer current either.
+  currentDevice = nullptr;
+  currentLogManager->node(this, 1) << L"Destroying BLE Device.\n";
+  currentLogManager->remove(this);
+}
+
+bool BleDevice::fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCount, std::uint64_t& backlog)
+{
+  constexpr std::size_t tolerated = 3;  // frames between the queues
+
+  backlog = 0;
+  const std::size_t depth0 = stores[0].frameletCount();
+  if (sensorCount == 1) {
+    backlog = depth0;
+    return stores[0].takeFramelet(frames, false) == PacketStore::done;
+  }
+
+  const std::size_t depth1 = stores[1].frameletCount();
+  if (depth0 == 0 || depth1 == 0) return false;
+  backlog = std::max(depth0, depth1);
+  if (stores[0].takeFramelet(frames, depth0 >= depth1) != PacketStore::done ||
+      stores[1].takeFramelet(frames, depth1 >= depth0) != PacketStore::done) {
+    frames.clear();
+    return false;
+  }
+  if (depth0 > depth1 + tolerated || depth1 > depth0 + tolerated) toggleConnectionInterval();
+  return true;
+}
+
+std::int32_t BleDevice::batteryCode() const
+{
+  const std::int32_t first = stores[0].batteryCode();
+  return connectedCount < 2 ? first : std::min(first, stores[1].batteryCode());
+}

@@ -1,0 +1,111 @@
+// The link to the gloves: opened once, polled while the host reads, closed. One object at a time is the
+// current device, which the message handlers work with; the module table and the other statics of Modules.h
+// belong to it.
+//
+// Threads: one thread runs the link. `raiseStop` alone may be called from another one at any moment; every
+// operation that runs then gives up at its next look, and the flag stays up for good.
+// Time: milliseconds; the operations that wait block their caller. Errors: integer results, told below.
+// Memory: owns its queues; the port stays open until `close`, also behind a failed `open`.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "link/RemoteCommand.h"
+#include "serial/SerialPort.h"
+#include "stream/Framelet.h"
+
+// Results of opening the link.
+namespace opening {
+inline constexpr std::int32_t done = 0;
+inline constexpr std::int32_t noDongle = -1;
+inline constexpr std::int32_t portRefused = -2;      // another program may hold it
+inline constexpr std::int32_t firmwareTooOld = -3;   // the dongle's
+inline constexpr std::int32_t stopped = -4;          // stop flag raised
+inline constexpr std::int32_t startFailed = -5;      // a module did not confirm its notifications
+inline constexpr std::int32_t portFailed = 20;       // while connecting a module
+inline constexpr std::int32_t modulesMissing = 30;   // plus the number found
+inline constexpr std::int32_t moduleTimedOut = 60;   // while connecting a module
+inline constexpr std::int32_t notConfigurable = 70;  // a module without a configuration attribute
+inline constexpr std::int32_t sensorFault = 80;      // plus the index of the module
+inline constexpr std::int32_t statusMissing = 89;    // a module did not give its sensor status
+}  // namespace opening
+
+// What is noted between polls.
+enum class LinkError : std::uint32_t { writeFailed = 0, unknownMessage = 1 };
+
+class BleDevice {
+ public:
+  // Becomes the current device and clears the module table. A log manager must be set; throws its
+  // std::wstring if the log file can't be created.
+  BleDevice();
+  // Leaves no current device behind, whichever it was, and the port as it is.
+  ~BleDevice();
+  BleDevice(const BleDevice&) = delete;
+  BleDevice& operator=(const BleDevice&) = delete;
+
+  // Takes the link from nothing to listening: finds and restarts the dongle, checks its firmware, scans,
+  // puts the left glove first, connects and starts the notifications. More than two modules count as two. Of
+  // the filter the first two numbers are used, 16 bits of each; an empty one leaves that of an earlier
+  // opening in force. Gives one of `opening`. May run once for each object; blocks for seconds.
+  std::int32_t open(std::int32_t wantedModules, const std::vector<std::int32_t>& wantedSerials,
+                    bool skipSensorCheck);
+
+  // Sends at most one queued command, at half a second each, and takes at most one message, waiting up to a
+  // second for its header and for its payload. False from the second poll in a row that got none.
+  bool poll();
+
+  // Stops the notifications, disconnects the modules and closes the port, whatever they answer; takes up to a
+  // second for each module. Does nothing if the port is closed.
+  void close();
+
+  // Appends to `frames`, expected empty, the next frame of one glove (`sensorCount` 1) or of both gloves, the
+  // left one first; false if there is none, or not one of each. With two gloves a fuller queue is cut, so
+  // that the newest frames meet, and queues four or more apart change the connection interval. `backlog`:
+  // frames that waited in the longer queue; 0 if one of two queues was empty.
+  bool fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCount, std::uint64_t& backlog);
+
+  // Asks for 25 ms and 20 ms in turn on every connection, at 50 ms each.
+  void toggleConnectionInterval();
+
+  // The lower 5-bit code of the gloves connected.
+  std::int32_t batteryCode() const;
+
+  // Texts for people. `versionText` and `moduleMapText` name each module that the scan found; the others give
+  // "Invalid" for an index outside the table.
+  std::wstring versionText() const;
+  std::wstring moduleMapText() const;
+  std::wstring sideText(std::uint32_t module) const;
+  std::wstring sensorStatusText(std::uint32_t module, std::uint32_t position) const;
+  const std::wstring& identity() const { return identity_; }
+
+  // Puts a command behind those that wait for a poll.
+  void enqueue(RemoteCommand command) { commands_.push_back(std::move(command)); }
+
+  void raiseStop() { stopFlag_.store(1, std::memory_order_relaxed); }
+
+  // For the functions of the link.
+  bool isStopRaised() const { return stopFlag_.load(std::memory_order_relaxed) != 0; }
+  const StopFlag& stopFlag() const { return stopFlag_; }
+  platform::PortHandle& port() { return port_; }
+  void noteError(LinkError error) { errors_.push_back(error); }
+
+ private:
+  std::int32_t checkFirmware();
+  std::int32_t findModules();
+  std::int32_t connectModules();
+  std::int32_t startModule(std::uint32_t index, bool skipSensorCheck);
+  std::int32_t stopIfRaised();
+  void probeAfterErrors();
+  void sendNextCommand();
+  void disconnectModule(std::uint32_t index);
+
+  platform::PortHandle port_ = platform::closedPort;
+  StopFlag stopFlag_{0};
+  std::deque<RemoteCommand> commands_;  // oldest first
+  const std::wstring identity_ = L"FingerMapper";
+  std::vector<LinkError> errors_;  // since the last poll
+  std::int32_t failedPolls_ = 0;   // in a row; counts no further than it has to
+};

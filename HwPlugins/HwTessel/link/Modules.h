@@ -1,0 +1,116 @@
+// The remote modules, one in each glove, and the few words that describe the link as a whole. They are
+// statics, because a message handler is given nothing but a payload.
+//
+// Threads: the thread that runs the link. They last as long as the library; a new BleDevice clears those that
+// Modules.h says it clears.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "bgapi/Frame.h"
+#include "stream/PacketStore.h"
+
+class BleDevice;
+
+// Progress of the scan.
+enum class DiscoveryState : std::uint32_t {
+  discovery_idle,
+  discovery_requested,  // asked for
+  discovery_running,    // the dongle accepted
+  discovery_refused,    // the dongle refused
+  discovery_enough,     // as many modules as wanted are in the table
+  discovery_ended       // the dongle ended the procedure
+};
+
+// Progress of one module. docs/states.md draws it.
+enum class ConnectionState : std::uint32_t {
+  disconnected,
+  connecting,
+  connect_responded,
+  finding_services,  // the dongle reported an established link
+  primary_responded,
+  finding_attributes,
+  info_responded,
+  connected,
+  state_version_request,
+  state_version_response,
+  state_version_received,
+  state_status_request,
+  state_status_response,
+  state_status_received,
+  starting_notifications,
+  listening_measurements,
+  not_listening,
+  disconnecting,
+  finish
+};
+inline constexpr std::size_t connectionStateCount = 19;
+
+// For people who debug.
+extern const std::array<const char*, connectionStateCount> connectionStateNames;
+
+// What the version attribute gives, as it stands. All zero until a valid one arrived.
+struct VersionRecord {
+  std::array<std::uint8_t, 16> bytes{};
+
+  std::uint16_t partNumber() const { return u16(2); }
+  std::uint16_t revision() const { return u16(4); }
+  std::uint16_t build() const { return u16(6); }
+  std::uint32_t commit() const { return u32(8); }
+  std::uint32_t buildTime() const { return u32(12); }  // seconds since 1970 in UTC, 0 for none
+
+ private:
+  std::uint16_t u16(std::size_t offset) const
+  {
+    return bgapi::readU16le(std::span(bytes).subspan(offset).first<2>());
+  }
+  std::uint32_t u32(std::size_t offset) const
+  {
+    return bgapi::readU32le(std::span(bytes).subspan(offset).first<4>());
+  }
+};
+
+// From this revision on a module gives a sensor status and confirms the start of notifications.
+inline constexpr std::uint16_t confirmingRevision = 5;
+
+struct BleModule {
+  bgapi::Address address{};
+  std::uint8_t isLeft = 0;
+  std::uint16_t serviceStart = 0;
+  std::uint16_t serviceEnd = 0;
+  std::uint16_t configHandle = 0;
+  std::uint16_t commandHandle = 0;
+  std::uint16_t versionHandle = 0;
+  std::uint16_t statusHandle = 0;
+  std::array<char, 32> name{};  // as advertised, without a terminator
+  std::int32_t nameLength = 0;
+  VersionRecord version;
+  std::array<std::uint8_t, 20> sensorStatus{};  // one byte for each sensor position, 0 for good
+  ConnectionState state = ConnectionState::disconnected;
+};
+
+// A module's index is also its connection at the dongle, which numbers them from 0.
+extern std::array<BleModule, MAX_DEVICES> modules;
+
+// -1 while not connected.
+extern std::array<std::int32_t, MAX_DEVICES> connectionHandles;
+
+// Serial numbers that a module may have; `noSerialFilter` in the first place lets all pass. Nobody resets it.
+inline constexpr std::uint16_t noSerialFilter = 0xFFFF;
+extern std::array<std::uint16_t, 2> serialFilter;
+
+extern DiscoveryState discoveryState;  // outlasts a BleDevice
+extern std::int32_t connectedCount;    // modules connected
+extern std::int32_t foundCount;        // modules that the scan entered
+extern std::int32_t wantedCount;       // modules asked for, at most MAX_DEVICES
+
+// The dongle's firmware: 0 not known, 1 good, -1 too old. Nobody resets it.
+extern std::int32_t dongleVerdict;
+
+// Counts the changes of the connection interval. Nobody resets it.
+extern std::uint32_t intervalToggle;
+
+// The device whose port, stop flag and error list messages use; null for none. Not owned.
+extern BleDevice* currentDevice;

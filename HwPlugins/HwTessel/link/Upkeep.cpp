@@ -1,0 +1,96 @@
+// BleDevice while the host reads, and at its end: poll, connection interval, close.
+
+#include <algorithm>
+
+#include "bgapi/Command.h"
+#include "link/Connection.h"
+#include "link/Gatt.h"
+#include "link/Messages.h"
+#include "platform/Platform.h"
+
+bool BleDevice::poll()
+{
+  constexpr std::uint32_t messageMs = 1000;
+  constexpr std::int32_t fatal = 2;  // polls in a row that got nothing
+
+  probeAfterErrors();
+  sendNextCommand();
+  if (ble_receive_message(messageMs) == receiving::handled) {
+    failedPolls_ = 0;
+    return true;
+  }
+  failedPolls_ = std::min(failedPolls_ + 1, fatal);
+  return failedPolls_ < fatal;
+}
+
+void BleDevice::probeAfterErrors()
+{
+  for (const LinkError error : errors_) {
+    // The answer is not used: a dead port shows by the receive.
+    if (error == LinkError::writeFailed) serialIsAlive(port_);
+  }
+  errors_.clear();
+}
+
+void BleDevice::sendNextCommand()
+{
+  constexpr std::uint32_t pauseMs = 500;
+  if (commands_.empty()) return;
+  const RemoteCommand& command = commands_.front();
+  const auto index = static_cast<std::uint32_t>(command.module);
+  if (index < modules.size()) {
+    ble_send_message(ble_cmd_attclient_attribute_write,
+                     {connectionHandles[index], modules[index].commandHandle, command.value});
+    platform::sleep(pauseMs);
+  }
+  commands_.pop_front();
+}
+
+void BleDevice::toggleConnectionInterval()
+{
+  constexpr std::uint16_t slow = 20;  // 25 ms
+  constexpr std::uint16_t fast = 16;  // 20 ms
+  constexpr std::uint16_t latency = 0;
+  constexpr std::uint16_t supervisionTimeout = 1000;  // 10 s
+  constexpr std::uint32_t pauseMs = 50;
+
+  const std::uint16_t interval = intervalToggle % 2 == 0 ? slow : fast;
+  for (std::int32_t connection = 0; connection < connectedCount; ++connection) {
+    ble_send_message(ble_cmd_connection_update,
+                     {connection, interval, interval, latency, supervisionTimeout});
+    platform::sleep(pauseMs);
+  }
+  ++intervalToggle;
+}
+
+void BleDevice::close()
+{
+  if (port_ == platform::closedPort) return;
+  for (std::uint32_t index = 0; index < connectionHandles.size(); ++index) {
+    if (connectionHandles[index] >= 0) disconnectModule(index);
+  }
+  serialClose(port_);
+}
+
+void BleDevice::disconnectModule(std::uint32_t index)
+{
+  constexpr std::int32_t notListeningMs = 300;
+  constexpr std::int32_t disconnectedMs = 700;
+
+  // A raised flag would make the sends and waits below give up at once.
+  const bool wasRaised = isStopRaised();
+  if (wasRaised) stopFlag_.store(0, std::memory_order_relaxed);
+
+  BleModule& module = modules[index];
+  if (module.state == ConnectionState::listening_measurements) {
+    ble_send_message(ble_cmd_attclient_attribute_write,
+                     {connectionHandles[index], module.configHandle, gatt::notificationsOff});
+    waitForState(*this, index, ConnectionState::not_listening, notListeningMs);
+  }
+  module.state = ConnectionState::disconnecting;
+  ble_send_message(ble_cmd_connection_disconnect, {connectionHandles[index]});
+  waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
+
+  if (wasRaised) raiseStop();
+  connectionHandles[index] = -1;
+}
