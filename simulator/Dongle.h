@@ -1,0 +1,124 @@
+// A simulated radio dongle that speaks BGAPI over a serial byte stream, with gloves in its range.
+// Everything happens on the thread that moves the clock or calls in; messages leave through onSend, which
+// may call back into the dongle.
+// Not emulated: bonding and encryption, the peripheral, advertiser and server roles, service discovery,
+// link-layer errors and repeats, scan modes other than one that hears every advertisement, white lists,
+// the 31 bytes of an advertisement, the firmware update mode, flow control.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "simulator/Connection.h"
+#include "simulator/Faults.h"
+#include "simulator/Glove.h"
+#include "simulator/VirtualClock.h"
+#include "simulator/Wire.h"
+
+namespace simulator {
+
+struct Firmware {
+  std::uint16_t major = 1;
+  std::uint16_t minor = 4;
+  std::uint16_t patch = 2;
+  std::uint16_t build = 130;
+};
+
+class Dongle final : private Radio {
+ public:
+  // The clock must outlive it. What it has scheduled does nothing once it is destroyed or restarted.
+  explicit Dongle(VirtualClock& clock);
+  Dongle(const Dongle&) = delete;
+  Dongle& operator=(const Dongle&) = delete;
+
+  // Puts a glove into range; the dongle owns it, and the reference is good as long as the dongle lives.
+  // If its address is taken, it gets the next free one.
+  Glove& addGlove(GloveConfig config);
+
+  // Bytes that the host wrote, split or merged in any way. Dropped while the port is away.
+  void receive(std::span<const std::uint8_t> bytes);
+  // Takes each message to the host, one call each; the bytes are good during the call.
+  std::function<void(std::span<const std::uint8_t>)> onSend;
+  // Told when the port goes away and comes back with a restart.
+  std::function<void(bool present)> onPresence;
+  bool isPresent() const { return isPresent_; }
+
+  DongleFaults faults;
+  Firmware firmware;
+  Duration restartTime{300'000};  // from the reset until the port is back
+  Duration answerTime{1'000};     // from a command to its response
+
+  // Sends these bytes as they are, unless the port is away.
+  void inject(std::span<const std::uint8_t> bytes);
+  // Of the next message only so many bytes go out.
+  void cutNext(std::size_t bytes) { cut_ = bytes; }
+  // Ends the glove's connection, if it has one, with the BGAPI reason.
+  void drop(Glove& glove, std::uint16_t reason);
+
+ private:
+  struct CommandRow {
+    std::uint8_t group;
+    std::uint8_t id;
+    std::size_t length;  // of the fixed parameters, with the length byte of an array
+    bool endsWithArray;
+    void (Dongle::*execute)(PayloadReader payload);
+
+    bool fits(std::span<const std::uint8_t> payload) const;
+  };
+  struct PendingConnect {
+    Address address;
+    std::uint8_t connection;
+    ConnectionParameters parameters;
+  };
+
+  void send(std::vector<std::uint8_t> message) override;
+  std::size_t connectionCount() const override { return connections_.size(); }
+  void forget(std::uint8_t connection) override { connections_.erase(connection); }
+
+  static const CommandRow* findCommand(const Command& command);
+  void accept(const Command& command);
+  void comeBack();
+  std::vector<std::uint8_t> withVersions(MessageWriter message) const;
+
+  // One for each command. What they send comes last, since the host may answer it with a reset at once.
+  void reset(PayloadReader payload);
+  void getInfo(PayloadReader payload);
+  void discover(PayloadReader payload);
+  void connectDirect(PayloadReader payload);
+  void endProcedure(PayloadReader payload);
+  void disconnect(PayloadReader payload);
+  void updateConnection(PayloadReader payload);
+  void readByHandle(PayloadReader payload);
+  void writeAttribute(PayloadReader payload);
+
+  // Null if there is none; the command of this class and id is then answered.
+  std::shared_ptr<Connection> connectionOf(std::uint8_t number, std::uint8_t group, std::uint8_t id);
+  bool isScanning() const { return gapProcedure_ && !pendingConnect_; }
+  void endGapProcedure();
+  void listenTo(std::size_t index, Duration delay);
+  void sendScanResponse(const Glove& glove);
+  void lookForGlove(Duration delay);
+  // The lowest one; the number of connections possible if none is free.
+  std::uint8_t freeConnection() const;
+  Glove* gloveAt(const Address& address);
+
+  VirtualClock& clock_;
+  std::vector<std::unique_ptr<Glove>> gloves_;
+  std::map<std::uint8_t, std::shared_ptr<Connection>> connections_;
+  CommandParser parser_;
+  bool isPresent_ = true;
+  Duration lastAnswer_{0};
+  std::optional<std::size_t> cut_;
+  std::shared_ptr<const bool> gapProcedure_;  // life of a scan or a pending connect
+  std::optional<PendingConnect> pendingConnect_;
+  std::shared_ptr<const bool> life_;  // of what is scheduled; ends with a restart
+};
+
+}  // namespace simulator

@@ -1,0 +1,216 @@
+#include "simulator/Glove.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+#include "simulator/Wire.h"
+
+namespace simulator {
+
+namespace {
+
+constexpr std::size_t queueBound = 2000;
+constexpr std::size_t samplesOfFirstPacket = 8;
+constexpr std::size_t samplesOfLaterPacket = 9;
+
+std::uint16_t defaultMovement(std::size_t element, std::uint64_t frame)
+{
+  // Odd factors: neither elements nor frames repeat within 65536.
+  return static_cast<std::uint16_t>(element * 487 + frame * 13 + 1);
+}
+
+}  // namespace
+
+Glove::Glove(VirtualClock& clock, GloveConfig gloveConfig) : config(std::move(gloveConfig)), clock_(clock) {}
+
+void Glove::fallSilent()
+{
+  silent_ = true;
+  stopNotifications();
+}
+
+void Glove::leaveRange()
+{
+  if (!std::exchange(inRange_, false)) return;
+  if (peer_) peer_->gloveLeft();
+}
+
+void Glove::disconnect()
+{
+  peer_ = nullptr;
+  stopNotifications();
+}
+
+std::optional<std::vector<std::uint8_t>> Glove::read(std::uint16_t attribute) const
+{
+  switch (attribute) {
+    case handle::configuration:
+      return std::vector<std::uint8_t>{std::uint8_t{isNotifying()}, 0};
+    case handle::status:
+      return std::vector<std::uint8_t>(config.sensorStatus.begin(), config.sensorStatus.end());
+    case handle::version:
+      return versionRecord();
+    case handle::followUp:
+      return std::vector<std::uint8_t>{0, 0};
+    default:
+      return std::nullopt;
+  }
+}
+
+std::uint16_t Glove::write(std::uint16_t attribute, std::span<const std::uint8_t> value)
+{
+  switch (attribute) {
+    case handle::command:
+      commands_.emplace_back(value.begin(), value.end());
+      return result::success;
+    case handle::configuration:
+      if (faults.notificationResult != result::success) return faults.notificationResult;
+      if (value.size() != 2) return result::invalidValueLength;
+      if (value[0] & 1) {
+        startNotifications();
+      } else {
+        stopNotifications();
+      }
+      return result::success;
+    default:
+      return result::invalidHandle;
+  }
+}
+
+Packet Glove::takePacket()
+{
+  const QueuedPacket packet = queue_.front();
+  queue_.pop_front();
+  lastFrameTaken_ = packet.frame;
+  return packet.bytes;
+}
+
+// Marker, checksum of what follows it, part number, revision, build, commit, build time.
+std::vector<std::uint8_t> Glove::versionRecord() const
+{
+  std::vector<std::uint8_t> record{0x85, 0};
+  appendU16(record, config.partNumber);
+  appendU16(record, config.revision);
+  appendU16(record, config.build);
+  appendU32(record, config.commit);
+  appendU32(record, config.buildTime);
+  const unsigned sum = std::accumulate(record.begin() + 2, record.end(), 0U);
+  record[1] = static_cast<std::uint8_t>(faults.wrongChecksum ? sum + 1 : sum);
+  return record;
+}
+
+void Glove::startNotifications()
+{
+  if (isNotifying()) return;
+  sampling_ = std::make_shared<const bool>(true);
+  pace_ = {clock_.now(), static_cast<double>(config.firstClock), config.framesPerSecond, config.clockError,
+           0};
+  scheduleFrame();
+}
+
+void Glove::stopNotifications()
+{
+  sampling_.reset();
+  queue_.clear();
+  swapped_.reset();
+}
+
+Duration Glove::elapsed() const
+{
+  const double rate = std::clamp(pace_.framesPerSecond, 0.001, 1000.0);
+  return Duration{std::llround(static_cast<double>(pace_.frames) * 1e6 / rate)};
+}
+
+double Glove::deviceTicks() const
+{
+  return pace_.ticks + static_cast<double>(elapsed().count()) / 100.0 * (1 + pace_.clockError);
+}
+
+void Glove::scheduleFrame()
+{
+  if (pace_.framesPerSecond != config.framesPerSecond || pace_.clockError != config.clockError) {
+    pace_ = {pace_.start + elapsed(), deviceTicks(), config.framesPerSecond, config.clockError, 0};
+  }
+  ++pace_.frames;
+  clock_.after(pace_.start + elapsed() - clock_.now(), [this, life = std::weak_ptr<const bool>(sampling_)] {
+    if (life.expired()) return;
+    sampleFrame();
+    if (!life.expired()) scheduleFrame();
+  });
+}
+
+void Glove::sampleFrame()
+{
+  const std::size_t packets = std::clamp<std::size_t>(config.packetsPerFrame, 2, 15);
+  SentFrame frame{frames_++, static_cast<std::uint32_t>(std::llround(deviceTicks())), {}};
+  frame.samples.resize(samplesOfFirstPacket + (packets - 1) * samplesOfLaterPacket);
+  for (std::size_t element = 0; element < frame.samples.size(); ++element) {
+    frame.samples[element] =
+        config.movement ? config.movement(element, frame.number) : defaultMovement(element, frame.number);
+  }
+  queueFrame(frame, packets);
+  if (onFrame) onFrame(frame);
+}
+
+// First packet:  frame counter and index 0 | packet count | clock, high byte first | 8 samples
+// Later packets: index | battery code, in two of them | 9 samples
+void Glove::queueFrame(const SentFrame& frame, std::size_t packets)
+{
+  std::vector<std::uint8_t> stream;
+  stream.reserve(2 * frame.samples.size());
+  for (const std::uint16_t sample : frame.samples) {
+    stream.push_back(static_cast<std::uint8_t>(sample >> 8));
+    stream.push_back(static_cast<std::uint8_t>(sample));
+  }
+  auto next = stream.cbegin();
+  for (std::size_t index = 0; index < packets; ++index) {
+    Packet packet{static_cast<std::uint8_t>(index)};
+    auto payload = packet.begin() + 2;
+    if (index == 0) {
+      packet[0] = static_cast<std::uint8_t>(frame.number << 4);
+      packet[1] = static_cast<std::uint8_t>(packets);
+      packet[2] = static_cast<std::uint8_t>(frame.ticks >> 8);
+      packet[3] = static_cast<std::uint8_t>(frame.ticks);
+      payload = packet.begin() + 4;
+    } else if (index == 1) {
+      packet[1] = static_cast<std::uint8_t>(config.batteryCode << 4);
+    } else if (index == 2) {
+      packet[1] = config.batteryCode & 0x10;
+    }
+    const auto end = next + (packet.end() - payload);
+    std::copy(next, end, payload);
+    next = end;
+    queuePacket({frame.number, packet});
+  }
+  while (queue_.size() > queueBound) {
+    dropOldestFrame();
+  }
+  if (peer_) peer_->packetsWait();
+}
+
+void Glove::queuePacket(const QueuedPacket& packet)
+{
+  const PacketFault fault = faults.packetFault ? faults.packetFault(packets_) : PacketFault::none;
+  ++packets_;
+  if (!isNotifying()) return;  // a callback may have ended it
+  if (fault == PacketFault::swapped && !swapped_) {
+    swapped_ = packet;
+    return;
+  }
+  if (fault != PacketFault::lost) queue_.push_back(packet);
+  if (fault == PacketFault::doubled) queue_.push_back(packet);
+  if (swapped_) queue_.push_back(*std::exchange(swapped_, std::nullopt));
+}
+
+// The rest of a frame that is already on its way stays.
+void Glove::dropOldestFrame()
+{
+  const auto oldest = std::ranges::find_if(
+      queue_, [this](const QueuedPacket& packet) { return packet.frame != lastFrameTaken_; });
+  std::erase_if(queue_,
+                [frame = oldest->frame](const QueuedPacket& packet) { return packet.frame == frame; });
+}
+
+}  // namespace simulator

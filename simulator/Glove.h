@@ -1,0 +1,147 @@
+// A simulated glove as the radio sees it: a GATT server that samples frames and queues them as packets.
+// It samples only while notifications are on. Time: the virtual clock, and a device clock of 0.1 ms ticks
+// that starts anew with each start of notifications.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "simulator/Faults.h"
+#include "simulator/VirtualClock.h"
+
+namespace simulator {
+
+using Duration = VirtualClock::Duration;
+using Address = std::array<std::uint8_t, 6>;
+
+namespace handle {
+inline constexpr std::uint16_t command = 14;
+inline constexpr std::uint16_t measurement = 17;
+inline constexpr std::uint16_t configuration = 18;
+inline constexpr std::uint16_t status = 22;
+inline constexpr std::uint16_t version = 24;
+inline constexpr std::uint16_t followUp = 26;
+}  // namespace handle
+
+struct GloveConfig {
+  Address address{0x21, 0x43, 0x65, 0x80, 0x07, 0x00};  // in the order of the wire
+  std::string name = "KVXGL00017";                      // advertised; at most 239 characters go out
+  std::uint16_t partNumber = 4711;
+  std::uint16_t revision = 5;
+  std::uint16_t build = 212;
+  std::uint32_t commit = 0x5EED1234;
+  std::uint32_t buildTime = 1'577'836'800;  // seconds since 1970, UTC
+  std::array<std::uint8_t, 20> sensorStatus{};
+  std::uint8_t batteryCode = 20;      // 0 to 31
+  double framesPerSecond = 40;        // 0.001 to 1000
+  std::uint8_t packetsPerFrame = 14;  // 2 to 15
+  std::uint16_t firstClock = 1;       // device clock when notifications begin, ticks of 0.1 ms
+  double clockError = 0;              // fraction by which the device clock runs fast, e.g. 75e-6
+  // The sample of an element in a frame, frames counted since the glove was made. Empty: a pattern that
+  // differs from element to element and from frame to frame.
+  std::function<std::uint16_t(std::size_t element, std::uint64_t frame)> movement;
+};
+
+struct SentFrame {
+  std::uint64_t number;  // since the glove was made
+  std::uint32_t ticks;   // device clock, not wrapped, 0.1 ms
+  std::vector<std::uint16_t> samples;
+};
+
+using Packet = std::array<std::uint8_t, 20>;
+
+class Glove {
+ public:
+  // The other end of its connection, told of what the glove does by itself.
+  class Peer {
+   public:
+    virtual void packetsWait() = 0;
+    virtual void gloveLeft() = 0;
+
+   protected:
+    ~Peer() = default;
+  };
+
+  // The clock must outlive it.
+  Glove(VirtualClock& clock, GloveConfig config);
+  Glove(const Glove&) = delete;
+  Glove& operator=(const Glove&) = delete;
+
+  GloveFaults faults;
+  GloveConfig config;                             // may be changed while it runs
+  std::function<void(const SentFrame&)> onFrame;  // called when a frame is sampled, sent or not
+
+  // Values written to the command attribute, in order.
+  const std::vector<std::vector<std::uint8_t>>& commands() const { return commands_; }
+  bool isConnected() const { return peer_ != nullptr; }
+  bool isNotifying() const { return sampling_ != nullptr; }
+
+  // Stops sampling and answering for good, but keeps its connection.
+  void fallSilent();
+  // No more radio: its connection ends by the supervision time-out that the host asked for.
+  void leaveRange();
+
+  // What the radio does with it. The peer must stay until disconnect().
+  bool isInRange() const { return inRange_; }
+  bool advertises() const { return answers() && !faults.hidden && !isConnected(); }
+  bool answers() const { return inRange_ && !silent_; }
+  void connect(Peer& peer) { peer_ = &peer; }
+  void disconnect();
+
+  // None: there is nothing to read at this handle.
+  std::optional<std::vector<std::uint8_t>> read(std::uint16_t attribute) const;
+  // Gives the result code of the procedure.
+  std::uint16_t write(std::uint16_t attribute, std::span<const std::uint8_t> value);
+
+  bool hasPackets() const { return !queue_.empty(); }
+  // There must be one.
+  Packet takePacket();
+
+ private:
+  struct QueuedPacket {
+    std::uint64_t frame;
+    Packet bytes;
+  };
+  // Where the counting of frames and ticks began: the start of notifications, or a change of the rates.
+  struct Pace {
+    Duration start;
+    double ticks;
+    double framesPerSecond;
+    double clockError;
+    std::uint64_t frames;
+  };
+
+  std::vector<std::uint8_t> versionRecord() const;
+  void startNotifications();
+  void stopNotifications();
+  Duration elapsed() const;    // from the start of the pace to its latest frame
+  double deviceTicks() const;  // at its latest frame
+  void scheduleFrame();
+  void sampleFrame();
+  void queueFrame(const SentFrame& frame, std::size_t packets);
+  void queuePacket(const QueuedPacket& packet);
+  void dropOldestFrame();
+
+  VirtualClock& clock_;
+  Peer* peer_ = nullptr;
+  bool inRange_ = true;
+  bool silent_ = false;
+  std::vector<std::vector<std::uint8_t>> commands_;
+  std::shared_ptr<const bool> sampling_;  // life of the scheduled sampling
+  Pace pace_{};
+  std::uint64_t frames_ = 0;
+  std::uint64_t packets_ = 0;
+  std::deque<QueuedPacket> queue_;
+  std::optional<QueuedPacket> swapped_;  // waits for the packet that goes before it
+  std::optional<std::uint64_t> lastFrameTaken_;
+};
+
+}  // namespace simulator

@@ -1,0 +1,99 @@
+// The simulator's own reading of BGAPI on the wire: commands in, responses and events out.
+// A message is four header bytes and a payload, all little-endian:
+//   bit 7 event, bits 0-2 length bits 8-10 | length bits 0-7 | class | id | payload
+// No input is an error here: what is not a command of this dongle is for the dongle to refuse.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace simulator {
+
+namespace messageClass {
+inline constexpr std::uint8_t system = 0;
+inline constexpr std::uint8_t connection = 3;
+inline constexpr std::uint8_t attclient = 4;
+inline constexpr std::uint8_t gap = 6;
+}  // namespace messageClass
+
+inline constexpr std::uint8_t publicAddress = 0;
+inline constexpr std::uint8_t noBonding = 0xFF;
+
+namespace result {
+inline constexpr std::uint16_t success = 0;
+inline constexpr std::uint16_t invalidParameter = 0x0180;
+inline constexpr std::uint16_t wrongState = 0x0181;
+inline constexpr std::uint16_t outOfMemory = 0x0182;
+inline constexpr std::uint16_t invalidCommand = 0x0184;
+inline constexpr std::uint16_t timeout = 0x0185;
+inline constexpr std::uint16_t notConnected = 0x0186;
+inline constexpr std::uint16_t connectionTimeout = 0x0208;
+inline constexpr std::uint16_t endedByHost = 0x0216;
+inline constexpr std::uint16_t invalidHandle = 0x0401;
+inline constexpr std::uint16_t invalidValueLength = 0x040D;
+}  // namespace result
+
+struct Command {
+  bool isCommand;      // the bits of the first byte beside the length are those of a command
+  std::uint8_t group;  // message class
+  std::uint8_t id;
+  std::vector<std::uint8_t> payload;
+};
+
+// Cuts the host's bytes into commands, however they arrive.
+class CommandParser {
+ public:
+  void add(std::span<const std::uint8_t> bytes);
+  // The next complete command, if there is one.
+  std::optional<Command> next();
+  void clear() { bytes_.clear(); }
+
+ private:
+  std::vector<std::uint8_t> bytes_;
+};
+
+// Reads the parameters of a payload in their order. Beyond the end everything is zero or empty.
+class PayloadReader {
+ public:
+  // The payload must outlive it.
+  explicit PayloadReader(std::span<const std::uint8_t> payload) : rest_(payload) {}
+
+  std::uint8_t u8();
+  std::uint16_t u16();
+  std::array<std::uint8_t, 6> address();
+  // A uint8array: its length byte, then its bytes. Good as long as the payload is.
+  std::span<const std::uint8_t> array();
+
+ private:
+  std::span<const std::uint8_t> rest_;
+};
+
+void appendU16(std::vector<std::uint8_t>& bytes, std::uint16_t value);
+void appendU32(std::vector<std::uint8_t>& bytes, std::uint32_t value);
+
+// Builds one message, parameter by parameter; the length is filled in at the end.
+class MessageWriter {
+ public:
+  static MessageWriter response(std::uint8_t group, std::uint8_t id);
+  static MessageWriter event(std::uint8_t group, std::uint8_t id);
+
+  MessageWriter& u8(std::uint8_t value);
+  MessageWriter& u16(std::uint16_t value);
+  MessageWriter& bytes(std::span<const std::uint8_t> values);
+  // A uint8array; what does not fit its length byte is cut off.
+  MessageWriter& array(std::span<const std::uint8_t> values);
+
+  // The whole message. The writer is spent then.
+  std::vector<std::uint8_t> message();
+
+ private:
+  MessageWriter(std::uint8_t type, std::uint8_t group, std::uint8_t id);
+
+  std::vector<std::uint8_t> message_;
+};
+
+}  // namespace simulator
