@@ -1,0 +1,111 @@
+// A BleDevice on a simulated platform with one dongle's port, COM7. What lasts for the process is as at its
+// start.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "bgapi/Command.h"
+#include "link/BleDevice.h"
+#include "link/Messages.h"
+#include "link/Modules.h"
+#include "shared/Log.h"
+#include "simulator/Dongle.h"
+#include "tests/support/Hex.h"
+#include "tests/support/SimulatedPlatform.h"
+
+struct FreshStatics {
+  FreshStatics()
+  {
+    dongleVerdict = 0;
+    serialFilter.fill(noSerialFilter);
+    discoveryState = DiscoveryState::discovery_idle;
+    intervalToggle = 0;
+    stores = {};
+  }
+};
+
+class LinkTest : public testing::Test {
+ protected:
+  static constexpr const char* dongleText = "Bluegiga Bluetooth Low Energy (COM7)";
+
+  // Opens the port without a dialogue.
+  void openPort()
+  {
+    ble_output_hook = ble_output;
+    ASSERT_EQ(serialOpen("COM7", device_.port()), serial::done);
+  }
+
+  // Bytes that the dongle has sent.
+  void arrive(const Bytes& bytes) { port_.waiting.insert(port_.waiting.end(), bytes.begin(), bytes.end()); }
+
+  std::int64_t nowMs() const
+  {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(platform_.clock.now()).count();
+  }
+
+  FreshStatics fresh_;
+  SimulatedPlatform platform_;
+  SimulatedPlatform::Port& port_ = platform_.addPort(dongleText);
+  LogManager log_{0};
+  LogManager* const noLog_ = currentLogManager = &log_;
+  BleDevice device_;
+};
+
+// With a simulated dongle at the port.
+class DongleTest : public LinkTest {
+ protected:
+  DongleTest()
+  {
+    dongle_.onPresence = [this](bool isPresent) {
+      port_.present = isPresent;
+      port_.waiting.clear();
+      transcript_.emplace_back(isPresent ? "port back" : "port gone");
+    };
+    dongle_.onSend = [this](std::span<const std::uint8_t> message) {
+      arrive({message.begin(), message.end()});
+      note("< ", message);
+    };
+    port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
+      note("> ", bytes);
+      dongle_.receive(bytes);
+    };
+  }
+
+  // A glove in range; `address` tells it from others.
+  simulator::Glove& addGlove(const std::string& name, std::uint8_t address = 1)
+  {
+    simulator::GloveConfig config;
+    config.name = name;
+    config.address = {address, 2, 3, 4, 5, 6};
+    return dongle_.addGlove(config);
+  }
+
+  // Calls the action once, when the transcript's next line that begins with this is noted.
+  void when(const std::string& beginning, std::function<void()> action)
+  {
+    awaited_ = beginning;
+    action_ = std::move(action);
+  }
+
+  void note(const char* direction, std::span<const std::uint8_t> bytes)
+  {
+    transcript_.push_back(direction + toHex(bytes));
+    if (awaited_.empty() || !transcript_.back().starts_with(awaited_)) return;
+    awaited_.clear();
+    action_();
+  }
+
+  // How many lines of the transcript begin with this.
+  std::ptrdiff_t noted(const std::string& beginning) const
+  {
+    return std::ranges::count_if(transcript_,
+                                 [&](const std::string& line) { return line.starts_with(beginning); });
+  }
+
+  simulator::Dongle dongle_{platform_.clock};
+  std::vector<std::string> transcript_;  // what the host wrote (>) and the dongle sent (<)
+
+ private:
+  std::string awaited_;
+  std::function<void()> action_;
+};

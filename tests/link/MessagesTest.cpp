@@ -1,0 +1,91 @@
+// Sending and receiving over the current device's port.
+
+#include "link/Messages.h"
+
+#include "tests/link/LinkFixture.h"
+
+namespace {
+
+TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
+{
+  openPort();
+  const struct {
+    const char* name;
+    const char* bytes;
+    std::int32_t result;
+    std::int64_t tookMs;
+  } cases[] = {
+      {"handled", "00 02 06 02 00 00", receiving::handled, 0},
+      {"known and of no interest", "00 01 06 00 00", receiving::handled, 0},
+      {"no payload, no second read", "00 00 00 01", receiving::handled, 0},
+      {"high length bits are ignored", "07 02 06 02 00 00", receiving::handled, 0},
+      {"last event of class 0", "80 00 00 06", receiving::handled, 0},
+      {"event 7 of class 0", "80 00 00 07", receiving::unknown, 0},
+      {"event of class 8", "80 00 08 00", receiving::unknown, 0},
+      {"event of class 9", "80 00 09 00", receiving::handled, 0},
+      {"response 18 of class 0", "00 00 00 12", receiving::unknown, 0},
+      {"response of class 10", "00 00 0A 00", receiving::unknown, 0},
+      {"unknown, payload taken", "00 02 FF FF 11 22", receiving::unknown, 0},
+      {"silence", "", receiving::nothing, 100},
+      // The part that came is one read of the system, the rest that does not come another.
+      {"cut in the header", "80 02", receiving::nothing, 200},
+      {"cut in the payload", "00 02 06 02 00", receiving::nothing, 200},
+  };
+  for (const auto& [name, bytes, result, tookMs] : cases) {
+    arrive(hex(bytes));
+    const std::int64_t before = nowMs();
+    EXPECT_EQ(ble_receive_message(100), result) << name;
+    EXPECT_EQ(nowMs() - before, tookMs) << name;
+    EXPECT_TRUE(port_.waiting.empty()) << name;
+  }
+}
+
+TEST_F(LinkTest, AReceiveWithoutALinkGivesUpAtOnce)
+{
+  EXPECT_EQ(ble_receive_message(100), receiving::stopped) << "port closed";
+  openPort();
+  port_.readError = 5;
+  EXPECT_EQ(ble_receive_message(100), receiving::failed) << "the system refuses";
+  port_.readError.reset();
+  arrive(hex("80 00 09 00"));
+  device_.raiseStop();
+  EXPECT_EQ(ble_receive_message(100), receiving::stopped);
+  currentDevice = nullptr;
+  EXPECT_EQ(ble_receive_message(100), receiving::stopped);
+  EXPECT_EQ(nowMs(), 0);
+  EXPECT_EQ(port_.waiting.size(), 4U);
+}
+
+TEST_F(LinkTest, HeaderAndPayloadEachHaveTheWholeTimeout)
+{
+  openPort();
+  platform_.clock.after(std::chrono::milliseconds(90), [this] { arrive(hex("00 02 06 02")); });
+  platform_.clock.after(std::chrono::milliseconds(180), [this] { arrive(hex("00 00")); });
+  EXPECT_EQ(ble_receive_message(100), receiving::handled);
+  EXPECT_EQ(nowMs(), 180);
+}
+
+TEST_F(LinkTest, AStopBetweenHeaderAndPayloadDoesNotInterruptTheMessage)
+{
+  openPort();
+  arrive(hex("00 02 06 02"));
+  platform_.clock.after(std::chrono::milliseconds(10), [this] { device_.raiseStop(); });
+  platform_.clock.after(std::chrono::milliseconds(20), [this] { arrive(hex("00 00")); });
+  EXPECT_EQ(ble_receive_message(100), receiving::handled);
+}
+
+TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
+{
+  openPort();
+  std::vector<std::string> writes;
+  port_.onWrite = [&](std::span<const std::uint8_t> bytes) { writes.push_back(toHex(bytes)); };
+  ble_send_message(ble_cmd_attclient_attribute_write, {1, 18, hex("01 00")});
+  EXPECT_EQ(writes, (std::vector<std::string>{"00 06 04 05 01 12 00 02", "01 00"}));
+  device_.raiseStop();
+  ble_send_message(ble_cmd_gap_discover, {1});
+  currentDevice = nullptr;
+  ble_send_message(ble_cmd_gap_discover, {1});
+  EXPECT_EQ(writes.size(), 2U) << "dropped while stopped, and without a device";
+}
+
+}  // namespace

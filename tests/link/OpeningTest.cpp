@@ -1,0 +1,394 @@
+// Opening the link to simulated gloves: every result, every time-out, the order of traffic.
+
+#include <thread>
+
+#include "link/Connection.h"
+#include "tests/link/LinkFixture.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// Beginnings of transcript lines.
+constexpr const char* reset = "> 00 01 00 00";
+constexpr const char* getInfo = "> 00 00 00 08";
+constexpr const char* discover = "> 00 01 06 02";
+constexpr const char* discoverAccepted = "< 00 02 06 02 00 00";
+constexpr const char* endProcedure = "> 00 00 06 04";
+constexpr const char* procedureEnded = "< 00 02 06 04 00 00";
+constexpr const char* connect = "> 00 0F 06 03";
+constexpr const char* readVersion = "> 00 03 04 04 00 18 00";
+constexpr const char* readStatus = "> 00 03 04 04 00 16 00";
+constexpr const char* writeConfig = "> 00 06 04 05 00 12 00 02";
+constexpr const char* versionValue = "< 80 15 04 05 00 18 00";
+
+class OpeningTest : public DongleTest {
+ public:
+  using DongleTest::device_, DongleTest::dongle_, DongleTest::platform_, DongleTest::port_, DongleTest::when;
+
+  // Right glove first in the air, so that the records have to change places.
+  simulator::Glove& right_ = addGlove("KVXGR00002", 2);
+  simulator::Glove& left_ = addGlove("KVXGL00001", 1);
+
+  void stopAt(const char* line)
+  {
+    when(line, [this] { device_.raiseStop(); });
+  }
+  void occupyAt(const char* line, std::int64_t durationMs)
+  {
+    when(line, [this, durationMs] {
+      port_.busy = true;
+      platform_.clock.after(milliseconds(durationMs), [this] { port_.busy = false; });
+    });
+  }
+
+ protected:
+  // Milliseconds since the host's latest write.
+  std::int64_t sinceWriteMs() const
+  {
+    return nowMs() - std::chrono::duration_cast<milliseconds>(wroteAt_).count();
+  }
+
+  OpeningTest()
+  {
+    port_.onWrite = [this, next = port_.onWrite](std::span<const std::uint8_t> bytes) {
+      waits_.push_back(toHex(bytes).substr(0, 11) + " after " + std::to_string(sinceWriteMs()));
+      wroteAt_ = platform_.clock.now();
+      next(bytes);
+    };
+  }
+
+  VirtualClock::Duration wroteAt_{0};
+  std::vector<std::string> waits_;  // each write with its distance in ms from the one before
+};
+
+// One of several openings in a test.
+class Opening : public OpeningTest {
+ public:
+  using OpeningTest::openPort, OpeningTest::waits_;
+
+ private:
+  void TestBody() override {}
+};
+
+struct Row {
+  const char* name;
+  std::int32_t result;
+  std::int64_t sinceWriteMs;  // from the last write to the end of the opening
+  std::function<void(OpeningTest&)> prepare;
+  std::int32_t wanted = 2;
+  bool skipSensorCheck = false;
+};
+
+void PrintTo(const Row& row, std::ostream* stream)
+{
+  *stream << row.name;
+}
+
+using simulator::Step;
+
+// Silence is heard in quarters of a time-out, and a wait ends when it has lasted longer than the time-out:
+// 1000 ms of full silence end after five quarters.
+const Row rows[] = {
+    {"up", 0, 21, [](auto&) {}},
+    {"noDongle", -1, 0, [](auto& t) { t.port_.present = false; }},
+    {"dongleStaysAway", -1, 3000, [](auto& t) { t.dongle_.faults.staysAway = true; }},
+    {"portBusy", -2, 3000, [](auto& t) { t.port_.busy = true; }},
+    {"portBusyAfterReset", -2, 3500, [](auto& t) { t.occupyAt(reset, 60000); }},
+    {"firmwareTooOld", -3, 1, [](auto& t) { t.dongle_.firmware.build = 129; }},
+    {"verdictOfAnEarlierOpening", -3, 0, [](auto&) { dongleVerdict = -1; }},
+    {"stopBeforeFirmwareAnswer", -4, 0, [](auto& t) { t.stopAt(getInfo); }},
+    {"stopWhileDiscovering", -4, 0, [](auto& t) { t.stopAt(discover); }},
+    {"stopWhileHearingModules", -4, 1, [](auto& t) { t.stopAt(discoverAccepted); }},
+    {"stopWhileEndingTheScan", -4, 0, [](auto& t) { t.stopAt(endProcedure); }},
+    {"stopBehindTheScan", -4, 1, [](auto& t) { t.stopAt(procedureEnded); }},
+    {"stopWhileConnecting", -4, 0, [](auto& t) { t.stopAt(connect); }},
+    {"stopWithTheVersionGives89", 89, 0, [](auto& t) { t.stopAt(versionValue); }},
+    {"stopWithTheVersionGivesMinus5WithoutStatus", -5, 0, [](auto& t) { t.stopAt(versionValue); }, 2, true},
+    // The module then counts as of revision 0, which waits for nothing more.
+    {"stopBeforeTheVersionIsNotNoticed", 0, 0, [](auto& t) { t.stopAt(readVersion); }},
+    {"portFails", 20, 0, [](auto& t) { t.when(connect, [&t] { t.port_.readError = 5; }); }},
+    {"donglePulled", 20, 0, [](auto& t) { t.when(connect, [&t] { t.port_.present = false; }); }},
+    {"noModule", 30, 501, [](auto& t) { t.left_.faults.hidden = t.right_.faults.hidden = true; }},
+    {"dongleMute", 30, 3500, [](auto& t) { t.dongle_.faults.mute = true; }},
+    {"discoveryRefusedThreeTimes", 30, 501, [](auto& t) { t.dongle_.faults.refusedDiscoveries = 3; }},
+    {"discoveryRefusedTwice", 0, 21, [](auto& t) { t.dongle_.faults.refusedDiscoveries = 2; }},
+    {"discoveryNotAccepted", 30, 3500, [](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }},
+    {"aCutAnswerCostsOneScan", 0, 21, [](auto& t) { t.when(endProcedure, [&t] { t.dongle_.cutNext(5); }); }},
+    {"oneOfTwoModules", 31, 501, [](auto& t) { t.left_.faults.hidden = true; }},
+    {"allFoundButNoScanEnds", 32, 1500, [](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }},
+    {"noConnectResponse", 60, 1250, [](auto& t) { t.left_.faults.silentAt = {Step::connectResponse}; }},
+    {"connectRefused", 60, 1001, [](auto& t) { t.dongle_.faults.refusesConnect = true; }},
+    {"writeFails", 60, 1250, [](auto& t) { t.when(procedureEnded, [&t] { t.port_.writeError = 5; }); }},
+    {"notConnected", 60, 2501, [](auto& t) { t.right_.faults.silentAt = {Step::connection}; }},
+    {"sensorFaultLeft", 80, 21, [](auto& t) { t.left_.config.sensorStatus[19] = 248; }},
+    {"sensorFaultRight", 81, 21, [](auto& t) { t.right_.config.sensorStatus[0] = 1; }},
+    {"sensorFaultNotLookedAt", 0, 21, [](auto& t) { t.left_.config.sensorStatus[0] = 1; }, 2, true},
+    {"sensorFaultOfAnOldModuleNotLookedAt", 0, 0,
+     [](auto& t) {
+       for (auto* glove : {&t.left_, &t.right_}) {
+         glove->config.revision = 4;
+         glove->config.sensorStatus[0] = 1;
+       }
+     }},
+    {"noStatusResponse", 89, 1250, [](auto& t) { t.left_.faults.silentAt = {Step::statusResponse}; }},
+    {"noStatusValue", 89, 1001, [](auto& t) { t.right_.faults.silentAt = {Step::statusValue}; }},
+    {"startNotConfirmed", -5, 1001, [](auto& t) { t.left_.faults.silentAt = {Step::startNotifications}; }},
+    {"startRefused", -5, 1021, [](auto& t) { t.right_.faults.notificationResult = 0x0403; }},
+    {"startNotConfirmedByAnOldModule", 0, 21,
+     [](auto& t) {
+       t.left_.config.revision = 4;
+       t.left_.faults.silentAt = {Step::startNotifications};
+     }},
+    {"versionDamagedCountsAsOld", 0, 0,
+     [](auto& t) {
+       t.left_.faults.wrongChecksum = t.right_.faults.wrongChecksum = true;
+       t.left_.faults.silentAt = {Step::statusResponse, Step::startNotifications};
+     }},
+    {"versionSilentCountsAsOld", 0, 21, [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; }},
+    {"moreThanTwoCountAsTwo", 0, 21, [](auto&) {}, 7},
+};
+
+class OpeningResult : public OpeningTest, public testing::WithParamInterface<Row> {};
+
+TEST_P(OpeningResult, ComesAfterItsTime)
+{
+  GetParam().prepare(*this);
+  EXPECT_EQ(device_.open(GetParam().wanted, {}, GetParam().skipSensorCheck), GetParam().result);
+  // Connection events fall where they fall.
+  EXPECT_NEAR(static_cast<double>(sinceWriteMs()), static_cast<double>(GetParam().sinceWriteMs), 25);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, OpeningResult, testing::ValuesIn(rows),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST_F(OpeningTest, AGoodOpeningIsThisDialogue)
+{
+  ASSERT_EQ(device_.open(2, {}, false), opening::done);
+  std::erase_if(transcript_,
+                [](const std::string& line) { return line.starts_with("< 80 19 04 05 00 11 00"); });
+  const std::vector<std::string> dialogue{
+      "> 00 01 00 00 00",  // system_reset
+      "port gone",
+      "port back",
+      "< 80 0C 00 00 01 00 04 00 02 00 82 00 03 00 01 02",  // boot: 1.4.2.130; purged by the opening
+      "> 00 00 00 08",                                      // system_get_info
+      "< 00 0C 00 08 01 00 04 00 02 00 82 00 03 00 01 02",
+      "> 00 01 06 02 01",  // gap_discover, generic
+      "< 00 02 06 02 00 00",
+      // scan responses of 02.. KVXGR00002 and 01.. KVXGL00001
+      "< 80 1A 06 00 CE 00 02 02 03 04 05 06 00 FF 0F 02 01 06 0B 09 4B 56 58 47 52 30 30 30 30 32",
+      "< 80 1A 06 00 CE 00 01 02 03 04 05 06 00 FF 0F 02 01 06 0B 09 4B 56 58 47 4C 30 30 30 30 31",
+      "> 00 00 06 04",  // gap_end_procedure
+      "< 00 02 06 04 00 00",
+      "> 00 0F 06 03 01 02 03 04 05 06 00 08 00 08 00 E8 03 00 00",  // gap_connect_direct, the left glove
+                                                                     // first
+      "< 00 03 06 03 00 00 00",
+      "< 80 10 03 00 00 05 01 02 03 04 05 06 00 08 00 E8 03 00 00 FF",
+      "> 00 0F 06 03 02 02 03 04 05 06 00 08 00 08 00 E8 03 00 00",
+      "< 00 03 06 03 00 00 01",
+      "< 80 10 03 00 01 05 02 02 03 04 05 06 00 08 00 E8 03 00 00 FF",
+      "> 00 03 04 04 00 18 00",  // read_by_handle 24: PN4711 R5, build 212
+      "< 00 03 04 04 00 00 00",
+      "< 80 15 04 05 00 18 00 00 10 85 2D 67 12 05 00 D4 00 34 12 ED 5E 00 E1 0B 5E",
+      "> 00 03 04 04 00 16 00",  // read_by_handle 22: 20 good sensors
+      "< 00 03 04 04 00 00 00",
+      "< 80 19 04 05 00 16 00 00 14 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      "> 00 06 04 05 00 12 00 02",  // attribute_write 18: 01 00
+      "> 01 00",
+      "< 00 03 04 05 00 00 00",
+      "< 80 05 04 01 00 00 00 12 00",  // procedure_completed 18
+      "> 00 03 04 04 01 18 00",        // the same with the right glove
+      "< 00 03 04 04 01 00 00",
+      "< 80 15 04 05 01 18 00 00 10 85 2D 67 12 05 00 D4 00 34 12 ED 5E 00 E1 0B 5E",
+      "> 00 03 04 04 01 16 00",
+      "< 00 03 04 04 01 00 00",
+      "< 80 19 04 05 01 16 00 00 14 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      "> 00 06 04 05 01 12 00 02",
+      "> 01 00",
+      "< 00 03 04 05 01 00 00",
+      "< 80 05 04 01 01 00 00 12 00",
+  };
+  EXPECT_EQ(transcript_, dialogue);
+  for (std::size_t index = 0; index < modules.size(); ++index) {
+    EXPECT_EQ(modules[index].state, ConnectionState::listening_measurements);
+    EXPECT_EQ(connectionHandles[index], static_cast<std::int32_t>(index));
+  }
+  // Notifications of the first module that come while the second is started are kept.
+  EXPECT_EQ(stores[0].frameletCount(), 1U);
+}
+
+TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
+{
+  const struct {
+    const char* name;
+    std::function<void(OpeningTest&)> prepare;
+    const char* wait;  // a write of the opening, and how long after the write before it
+    std::int32_t result = opening::done;
+  } cases[] = {
+      {"the port opens at the sixth try",
+       [](auto& t) {
+         t.port_.busy = true;
+         t.platform_.clock.after(milliseconds(2400), [&t] { t.port_.busy = false; });
+       },
+       "00 01 00 00 after 2500"},
+      {"the dongle is back at the sixth look", [](auto& t) { t.dongle_.restartTime = milliseconds(2900); },
+       "00 00 00 08 after 3000"},
+      {"the port opens at the sixth try after the reset", [](auto& t) { t.occupyAt(reset, 2900); },
+       "00 00 00 08 after 3000"},
+      {"a dongle without a firmware answer passes",
+       [](auto& t) { t.dongle_.faults.silentAt = {Step::getInfo}; }, "00 01 06 02 after 1000"},
+      {"an unknown message ends the wait for the firmware",
+       [](auto& t) {
+         t.dongle_.faults.silentAt = {Step::getInfo};
+         t.when(getInfo, [&t] { t.dongle_.inject(hex("80 00 08 00")); });
+       },
+       "00 01 06 02 after 0"},
+      {"a verdict of an earlier opening needs no answer", [](auto&) { dongleVerdict = 1; },
+       "00 01 06 02 after 0"},
+      {"three seconds without modules end a scan",
+       [](auto& t) { t.left_.faults.hidden = t.right_.faults.hidden = true; }, "00 00 06 04 after 3001", 30},
+      {"three messages end a scan",
+       [](auto& t) {
+         t.left_.faults.hidden = t.right_.faults.hidden = true;
+         t.when(discoverAccepted, [&t] { t.dongle_.inject(hex("80 00 00 06 80 00 00 06 80 00 00 06")); });
+       },
+       "00 00 06 04 after 1", 30},
+      {"a scan that fell short is repeated after half a second",
+       [](auto& t) { t.left_.faults.hidden = true; }, "00 01 06 02 after 501", 31},
+      {"the end of a scan is awaited for 10000 messages",
+       [](auto& t) {
+         t.dongle_.faults.silentAt = {Step::endProcedure};
+         t.when(endProcedure, [&t] {
+           for (int count = 0; count < 10000; ++count) {
+             t.platform_.clock.after(milliseconds(count), [&t] { t.dongle_.inject(hex("80 00 00 06")); });
+           }
+         });
+       },
+       "00 01 06 02 after 10499", 32},
+      {"a version that does not come costs its time",
+       [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; }, "00 06 04 05 after 1250"},
+  };
+  for (const auto& [name, prepare, wait, result] : cases) {
+    Opening run;
+    prepare(run);
+    EXPECT_EQ(run.device_.open(2, {}, false), result) << name;
+    EXPECT_TRUE(std::ranges::find(run.waits_, wait) != run.waits_.end())
+        << name << testing::PrintToString(run.waits_);
+  }
+}
+
+TEST(OpeningRun, TheLeftGloveComesFirst)
+{
+  const struct {
+    std::array<const char*, 2> heard;
+    std::int32_t wanted;
+    std::array<const char*, 2> kept;
+  } cases[] = {{{"KVXGL00001", "KVXGR00002"}, 2, {"KVXGL00001", "KVXGR00002"}},
+               {{"KVXGR00001", "KVXGL00002"}, 2, {"KVXGL00002", "KVXGR00001"}},
+               {{"KVXGL00001", "KVXGL00002"}, 2, {"KVXGL00001", "KVXGL00002"}},
+               {{"KVXGR00001", "KVXGR00002"}, 2, {"KVXGR00002", "KVXGR00001"}},
+               {{"KVXGR00001", "KVXGL00002"}, 1, {"KVXGR00001", ""}}};
+  for (const auto& [heard, wanted, kept] : cases) {
+    Opening run;
+    run.right_.config.name = heard[0];
+    run.left_.config.name = heard[1];
+    EXPECT_EQ(run.device_.open(wanted, {}, false), opening::done);
+    for (std::size_t index = 0; index < modules.size(); ++index) {
+      const BleModule& module = modules[index];
+      EXPECT_EQ(std::string(module.name.data(), static_cast<std::size_t>(module.nameLength)), kept[index]);
+    }
+    EXPECT_EQ(connectedCount, wanted);
+  }
+}
+
+TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
+{
+  {
+    Opening run;
+    EXPECT_EQ(run.device_.open(2, {0x10002, 7, 1}, false), 31) << "only the right glove passes";
+  }
+  const auto kept = serialFilter;
+  EXPECT_EQ(kept, (std::array<std::uint16_t, 2>{2, 7}));
+  Opening run;
+  serialFilter = kept;  // which the fixture had reset
+  EXPECT_EQ(run.device_.open(2, {}, false), 31);
+}
+
+TEST_F(OpeningTest, WithoutAnyModuleWantedTheFirstOneHeardEndsTheScan)
+{
+  EXPECT_EQ(device_.open(0, {}, false), opening::done);
+  EXPECT_EQ(connectedCount, 0);
+  EXPECT_EQ(noted(connect), 0);
+}
+
+TEST_F(OpeningTest, AStopFromAnotherThreadEndsTheOpening)
+{
+  dongle_.faults.mute = true;
+  std::thread stopper([this] { device_.raiseStop(); });
+  const std::int32_t result = device_.open(2, {}, false);
+  stopper.join();
+  EXPECT_TRUE(result == opening::stopped || result == 30) << result;
+}
+
+TEST_F(OpeningTest, AModuleWithoutConfigurationGives70)
+{
+  modules[0].configHandle = 18;
+  modules[0].state = ConnectionState::finish;
+  EXPECT_EQ(countModule(0), opening::notConfigurable);
+  modules[1].state = ConnectionState::connected;
+  EXPECT_EQ(countModule(1), opening::notConfigurable);
+  EXPECT_EQ(connectedCount, 0);
+}
+
+TEST(OpeningRun, AScanNamesItsFailures)
+{
+  const struct {
+    std::function<void(OpeningTest&)> prepare;
+    std::int32_t result;
+  } cases[] = {{[](auto&) {}, scanning::done},
+               {[](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }, scanning::notEnded},
+               {[](auto& t) { t.dongle_.faults.refusesEndProcedure = true; }, scanning::notEnded},
+               {[](auto& t) { t.dongle_.faults.refusedDiscoveries = 1; }, scanning::refused},
+               {[](auto& t) { t.stopAt(discover); }, scanning::linkLost},
+               {[](auto& t) { t.stopAt(discoverAccepted); }, scanning::linkLost},
+               {[](auto& t) { t.stopAt(endProcedure); }, scanning::linkLost},
+               {[](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }, scanning::unanswered}};
+  for (const auto& [prepare, result] : cases) {
+    Opening run;
+    wantedCount = 2;
+    run.openPort();
+    prepare(run);
+    EXPECT_EQ(scanForModules(), result);
+  }
+}
+
+TEST_F(OpeningTest, AScanLeavesNothingInTheReceiveBuffer)
+{
+  openPort();
+  when(procedureEnded, [this] { dongle_.inject(hex("80 00 00 06")); });
+  EXPECT_EQ(scanForModules(), scanning::done);
+  EXPECT_TRUE(port_.waiting.empty());
+}
+
+TEST_F(OpeningTest, AStateThatIsRightFromTheStartIsNoticedWithTheNextMessage)
+{
+  openPort();
+  modules[0].state = ConnectionState::connected;
+  platform_.clock.after(milliseconds(120), [this] { arrive(hex("80 00 08 00")); });  // unknown: not looked at
+  platform_.clock.after(milliseconds(480), [this] { arrive(hex("80 00 00 06")); });
+  EXPECT_EQ(waitForState(device_, 0, ConnectionState::connected, 1000), opening::done);
+  EXPECT_EQ(nowMs(), 480);
+}
+
+TEST_F(OpeningTest, WaitingForAModuleOutsideTheTableIsAnAssertion)
+{
+#ifdef NDEBUG
+  EXPECT_EQ(waitForState(device_, 2, ConnectionState::connected, 1000), opening::portFailed);
+#else
+  EXPECT_DEATH(waitForState(device_, 2, ConnectionState::connected, 1000),
+               "connection < _countof\\(modules\\)");
+#endif
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+// Which advertisements enter a module, and what is kept of them.
+
+#include "link/Messages.h"
+#include "tests/link/LinkFixture.h"
+
+namespace {
+
+using enum DiscoveryState;
+
+// A scan response with this advertising data. `claimed`: data length as the event states it, if not the true
+// one.
+Bytes scanResponse(std::uint8_t address, const Bytes& data, std::optional<std::size_t> claimed = {})
+{
+  Bytes message = hex("80 00 06 00 C8 00 00 02 03 04 05 06 00 FF");
+  message[6] = address;
+  message.push_back(static_cast<std::uint8_t>(claimed.value_or(data.size())));
+  message.insert(message.end(), data.begin(), data.end());
+  message[1] = static_cast<std::uint8_t>(message.size() - 4);
+  return message;
+}
+
+// An advertising element of a name. `length`: as the element states it, if not the true one.
+Bytes nameElement(const std::string& name, std::uint8_t type = 9, std::optional<std::size_t> length = {})
+{
+  Bytes element(2 + name.size());
+  element[0] = static_cast<std::uint8_t>(length.value_or(name.size() + 1));
+  element[1] = type;
+  std::ranges::copy(name, element.begin() + 2);
+  return element;
+}
+
+Bytes operator+(Bytes left, const Bytes& right)
+{
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+class ScanResponseTest : public LinkTest {
+ protected:
+  ScanResponseTest()
+  {
+    openPort();
+    discoveryState = discovery_running;
+    wantedCount = 2;
+  }
+
+  void hear(const Bytes& message)
+  {
+    arrive(message);
+    ble_receive_message(100);
+  }
+
+  static std::string nameOf(const BleModule& module)
+  {
+    return {module.name.data(), static_cast<std::size_t>(module.nameLength)};
+  }
+};
+
+TEST_F(ScanResponseTest, AGloveIsKnownByItsCompleteName)
+{
+  const Bytes flags = hex("02 01 06");
+  const std::string longName = "KVXGL00017" + std::string(200, '.');
+  const struct {
+    const char* what;
+    Bytes message;
+    std::optional<std::string> name;
+    std::uint8_t isLeft = 0;
+  } cases[] = {
+      {"left", scanResponse(1, flags + nameElement("KVXGL00017")), "KVXGL00017", 1},
+      {"right", scanResponse(1, flags + nameElement("KVXGR00017")), "KVXGR00017"},
+      {"single", scanResponse(1, nameElement("KVXSS00017")), "KVXSS00017"},
+      {"letters alone", scanResponse(1, nameElement("KVXGL")), "KVXGL", 1},
+      {"behind a stranger's name", scanResponse(1, nameElement("LAMP") + nameElement("KVXGR1")), "KVXGR1"},
+      {"other prefix", scanResponse(1, nameElement("KVXGX00017")), std::nullopt},
+      {"shortened name", scanResponse(1, nameElement("KVXGL00017", 8)), std::nullopt},
+      {"no name", scanResponse(1, flags), std::nullopt},
+      {"no data", scanResponse(1, {}), std::nullopt},
+      {"an element without a type is skipped", scanResponse(1, hex("00 00") + nameElement("KVXGR1")),
+       "KVXGR1"},
+      {"letters compared beyond the element", scanResponse(1, nameElement("KVXGL00017", 9, 3)), "KV", 1},
+      {"an element of its type alone", scanResponse(1, nameElement("KVXGL00017", 9, 1)), "", 1},
+      {"an element longer than the data", scanResponse(1, nameElement("KVXGL00017", 9, 255)), "KVXGL00017",
+       1},
+      {"a name longer than the record", scanResponse(1, nameElement(longName)), longName.substr(0, 32), 1},
+      {"a name behind the data's end", scanResponse(1, flags + nameElement("KVXGL00017"), 3), std::nullopt},
+      {"data that claim to go on behind the message", scanResponse(1, nameElement("KVXGL00017", 9, 40), 255),
+       "KVXGL00017" + std::string(22, '\0'), 1},
+      {"a name at the buffer's very end", scanResponse(1, Bytes(240, 0) + nameElement("KV"), 255),
+       std::nullopt},
+  };
+  for (const auto& [what, message, name, isLeft] : cases) {
+    modules = {};
+    foundCount = 0;
+    discoveryState = discovery_running;
+    hear(hex("80 FF 00 01") + Bytes(255, 0));  // a message that leaves zeros behind
+    hear(message);
+    ASSERT_EQ(foundCount, name ? 1 : 0) << what;
+    if (!name) continue;
+    EXPECT_EQ(nameOf(modules[0]), *name) << what;
+    EXPECT_EQ(modules[0].isLeft, isLeft) << what;
+    EXPECT_EQ(toHex(modules[0].address), "01 02 03 04 05 06") << what;
+  }
+}
+
+TEST_F(ScanResponseTest, AModuleIsEnteredOnce)
+{
+  hear(scanResponse(1, nameElement("KVXGL00017")));
+  hear(scanResponse(1, nameElement("KVXGR00099")));
+  EXPECT_EQ(foundCount, 1);
+  EXPECT_EQ(nameOf(modules[0]), "KVXGL00017");
+  EXPECT_EQ(discoveryState, discovery_running);
+  hear(scanResponse(2, nameElement("KVXGR00099")));
+  EXPECT_EQ(foundCount, 2);
+  EXPECT_EQ(discoveryState, discovery_enough);
+}
+
+TEST_F(ScanResponseTest, NothingIsEnteredOnceThereIsEnough)
+{
+  wantedCount = 1;
+  hear(scanResponse(1, nameElement("KVXGR00001")));
+  EXPECT_EQ(discoveryState, discovery_enough);
+  for (const auto state : {discovery_enough, discovery_ended}) {
+    discoveryState = state;
+    hear(scanResponse(2, nameElement("KVXGL00002")));
+    EXPECT_EQ(foundCount, 1);
+  }
+}
+
+TEST_F(ScanResponseTest, AThirdModuleFailsTheAssertionOfTheTable)
+{
+  hear(scanResponse(1, nameElement("KVXGL00001")));
+  hear(scanResponse(2, nameElement("KVXGL00002")));
+  discoveryState = discovery_running;
+  std::wstring report;
+  try {
+    hear(scanResponse(3, nameElement("KVXGL00003")));
+  } catch (const wchar_t* text) {
+    report = text;
+  }
+  EXPECT_EQ(
+      report,
+      L"Assertion failed: g < MAX_DEVICES, function: ble_evt_gap_scan_response, file: BleDevice, line 1071");
+  EXPECT_EQ(foundCount, 2);
+}
+
+TEST_F(ScanResponseTest, TheSerialFilterComparesTheFiveCharactersBehindTheLetters)
+{
+  const struct {
+    std::array<std::uint16_t, 2> filter;
+    const char* name;
+    bool passes;
+  } cases[] = {{{noSerialFilter, 17}, "KVXGL00018", true},  // the first place alone turns it on
+               {{17, noSerialFilter}, "KVXGL00017", true},
+               {{17, noSerialFilter}, "KVXGL00018", false},
+               {{4, 17}, "KVXGL00017", true},
+               {{17, 4}, "KVXGL000179", true},
+               {{17, 4}, "KVXGL17x99", true},
+               {{0, 4}, "KVXGLxxxxx", true},
+               {{17, 4}, "KVXGLxxxxx", false},
+               {{17, 4}, "KVXGL   17", true}};
+  for (const auto& [filter, name, passes] : cases) {
+    serialFilter = filter;
+    modules = {};
+    foundCount = 0;
+    hear(scanResponse(1, nameElement(name)));
+    EXPECT_EQ(foundCount, passes ? 1 : 0) << name << " by " << filter[0] << ", " << filter[1];
+  }
+}
+
+}  // namespace
