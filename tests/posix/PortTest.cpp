@@ -25,11 +25,11 @@ TEST(PosixPort, ADeviceThatTakesNothingEndsAWriteInTime)
   platform::setTimeouts(port, {.writeTotalConstant = 50});
   const std::vector<std::uint8_t> bytes(1'000'000);
   const platform::PortResult part = platform::writePort(port, bytes);
-  EXPECT_TRUE(part.ok);
+  EXPECT_TRUE(part.ok());
   EXPECT_GT(part.count, 0U);
   EXPECT_LT(part.count, bytes.size());
   const platform::PortResult nothing = platform::writePort(port, bytes);
-  EXPECT_FALSE(nothing.ok);
+  EXPECT_FALSE(nothing.ok());
   EXPECT_EQ(nothing.error, static_cast<std::uint32_t>(ETIMEDOUT));
   platform::closePort(port);
 }
@@ -45,10 +45,10 @@ TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
   peer.unplug();
   std::vector<std::uint8_t> rest(10);
   const platform::PortResult last = platform::readPort(port, rest);
-  EXPECT_TRUE(last.ok);
+  EXPECT_TRUE(last.ok());
   EXPECT_EQ(last.count, 3U);
   EXPECT_EQ(rest, (std::vector<std::uint8_t>{3, 4, 5, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_FALSE(platform::readPort(port, rest).ok);
+  EXPECT_FALSE(platform::readPort(port, rest).ok());
   serialClose(port);
 }
 
@@ -63,7 +63,7 @@ TEST(PosixPort, PurgingThrowsAwayWhatTheSystemStillHolds)
   peer.send({1, 2, 3});
   pollfd arrived{.fd = watcher, .events = POLLIN, .revents = 0};
   ASSERT_EQ(::poll(&arrived, 1, 5000), 1);
-  EXPECT_TRUE(platform::purgeReceived(port).ok);
+  EXPECT_TRUE(platform::purgeReceived(port).ok());
   EXPECT_EQ(::poll(&arrived, 1, 0), 0);
   ::close(watcher);
   serialClose(port);
@@ -108,7 +108,7 @@ TEST(PosixPort, OperationsOnAClosedHandleFailAsInvalid)
   for (const platform::PortResult& result :
        {platform::readPort(1234, bytes), platform::writePort(1234, bytes), platform::purgeReceived(1234),
         platform::getTimeouts(1234, timeouts), platform::setTimeouts(1234, timeouts)}) {
-    EXPECT_FALSE(result.ok);
+    EXPECT_FALSE(result.ok());
     EXPECT_EQ(result.error, platform::invalidHandle);
   }
   platform::closePort(1234);

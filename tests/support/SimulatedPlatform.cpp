@@ -47,8 +47,8 @@ struct Target {
 Target target(PortHandle handle, std::optional<std::uint32_t> SimulatedPlatform::Port::*error)
 {
   SimulatedPlatform::Port* const port = current->find(handle);
-  if (port == nullptr) return {nullptr, {.ok = false, .error = invalidHandle}};
-  if (const auto& number = port->*error) return {nullptr, {.ok = false, .error = *number}};
+  if (port == nullptr) return {nullptr, {.error = invalidHandle}};
+  if (const auto& number = port->*error) return {nullptr, {.error = *number}};
   return {port, {}};
 }
 
@@ -113,23 +113,23 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
   const auto timeout = milliseconds(port->timeouts.readTotalConstant);
   current->clock.advanceUntil(current->clock.now() + timeout,
                               [&, port = port] { return port->waiting.size() >= wanted || !port->present; });
-  if (!port->present && port->waiting.empty()) return {.ok = false, .error = SimulatedPlatform::deviceGone};
+  if (!port->present && port->waiting.empty()) return {.error = SimulatedPlatform::deviceGone};
   const std::size_t count = std::min(wanted, port->waiting.size());
   const auto end = port->waiting.begin() + static_cast<std::ptrdiff_t>(count);
   std::copy(port->waiting.begin(), end, buffer.begin());
   port->waiting.erase(port->waiting.begin(), end);
-  return {.count = static_cast<std::uint32_t>(count)};
+  return {.count = count};
 }
 
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
   if (port == nullptr) return refusal;
-  if (!port->present) return {.ok = false, .error = SimulatedPlatform::deviceGone};
+  if (!port->present) return {.error = SimulatedPlatform::deviceGone};
   const auto piece = bytes.first(std::min(bytes.size(), port->mostPerWrite));
   port->written.insert(port->written.end(), piece.begin(), piece.end());
   if (port->onWrite) port->onWrite(piece);
-  return {.count = static_cast<std::uint32_t>(piece.size())};
+  return {.count = piece.size()};
 }
 
 std::uint32_t tickCount()

@@ -41,10 +41,14 @@ struct PortTimeouts {
 // A read interval that leaves the total time-out alone to end a read.
 inline constexpr std::uint32_t noInterval = 0xFFFFFFFF;
 
+// Two whole words, so that it comes back in registers: three of these are made for each read of the link.
 struct PortResult {
-  bool ok = true;
-  std::uint32_t count = 0;  // bytes moved
-  std::uint32_t error = 0;  // the system's number if not ok; it may be 0 even then
+  static constexpr std::int64_t none = -1;
+
+  std::uint64_t count = 0;    // bytes moved
+  std::int64_t error = none;  // the system's number if the operation failed; it may be 0 even then
+
+  bool ok() const { return error == none; }
 };
 
 // The friendly texts of the ports that are present, in the system's order; nothing if there is no list to be

@@ -131,12 +131,12 @@ std::int32_t serialOpen(const std::string& portName, PortHandle& handle)
   std::snprintf(path.data(), path.size(), "\\\\.\\%s", portName.c_str());
   handle = platform::openPort(path.data());
   if (handle == closedPort) return serial::failed;
-  if (!platform::purgeReceived(handle).ok) {
+  if (!platform::purgeReceived(handle).ok()) {
     serialClose(handle);
     return serial::purgeFailed;
   }
   const PortTimeouts timeouts{.readInterval = platform::noInterval, .writeTotalConstant = writeTimeoutMs};
-  if (!platform::setTimeouts(handle, timeouts).ok) {
+  if (!platform::setTimeouts(handle, timeouts).ok()) {
     serialClose(handle);
     return serial::timeoutsFailed;
   }
@@ -148,7 +148,7 @@ std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<s
 {
   if (handle == closedPort) return serial::stopped;
   PortTimeouts timeouts;
-  if (!platform::getTimeouts(handle, timeouts).ok) return serial::failed;
+  if (!platform::getTimeouts(handle, timeouts).ok()) return serial::failed;
   timeouts.readInterval = platform::noInterval;
   timeouts.readTotalMultiplier = 0;
   timeouts.readTotalConstant = timeoutMs;
@@ -158,7 +158,7 @@ std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<s
   while (progress.wanted > 0) {
     if (stopFlag != nullptr && isRaised(*stopFlag)) return serial::stopped;
     const PortResult result = readWanted(handle, buffer, progress);
-    if (!result.ok) return result.error == 0 ? serial::nothing : serial::failed;
+    if (!result.ok()) return result.error == 0 ? serial::nothing : serial::failed;
     if (result.count == 0) return serial::nothing;
     progress.advance(result.count);
   }
@@ -172,7 +172,7 @@ std::int32_t serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<
   while (progress.wanted > 0) {
     if (isRaised(stopFlag)) return serial::stopped;
     const PortResult result = writeWanted(handle, bytes, progress);
-    if (!result.ok) return static_cast<std::int32_t>(result.error);
+    if (!result.ok()) return static_cast<std::int32_t>(result.error);
     progress.advance(result.count);
   }
   return serial::done;
@@ -189,5 +189,5 @@ bool serialIsAlive(PortHandle handle)
 {
   PortTimeouts ignored;
   const PortResult result = platform::getTimeouts(handle, ignored);
-  return result.ok || result.error != platform::invalidHandle;
+  return result.ok() || result.error != platform::invalidHandle;
 }

@@ -56,11 +56,11 @@ Port* find(PortHandle handle)
 
 PortResult moved(std::size_t count)
 {
-  return {.count = static_cast<std::uint32_t>(count)};
+  return {.count = count};
 }
 PortResult failed(std::uint32_t error)
 {
-  return {.ok = false, .error = error};
+  return {.error = error};
 }
 PortResult failedSystem()
 {

@@ -16,7 +16,7 @@ HANDLE native(PortHandle handle)
 PortResult outcome(BOOL done, DWORD count = 0)
 {
   if (done != 0) return {.count = count};
-  return {.ok = false, .error = GetLastError()};
+  return {.error = GetLastError()};
 }
 
 }  // namespace
@@ -42,7 +42,7 @@ PortResult getTimeouts(PortHandle handle, PortTimeouts& timeouts)
 {
   COMMTIMEOUTS found{};
   const PortResult result = outcome(GetCommTimeouts(native(handle), &found));
-  if (result.ok) {
+  if (result.ok()) {
     timeouts = {.readInterval = found.ReadIntervalTimeout,
                 .readTotalMultiplier = found.ReadTotalTimeoutMultiplier,
                 .readTotalConstant = found.ReadTotalTimeoutConstant,
@@ -77,7 +77,7 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
       WriteFile(native(handle), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr);
   // The system calls a write that ran out of time a success; a device that takes nothing must not hold the
   // host.
-  if (done != 0 && count == 0 && !bytes.empty()) return {.ok = false, .error = ERROR_TIMEOUT};
+  if (done != 0 && count == 0 && !bytes.empty()) return {.error = ERROR_TIMEOUT};
   return outcome(done, count);
 }
 
