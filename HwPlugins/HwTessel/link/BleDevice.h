@@ -99,7 +99,7 @@ class BleDevice {
   std::int32_t startModule(std::uint32_t index, bool skipSensorCheck);
   std::int32_t stopIfRaised();
   void probeAfterErrors();
-  void sendNextCommand();
+  void sendNextCommand();  // there must be one
   void disconnectModule(std::uint32_t index);
 
   platform::PortHandle port_ = platform::closedPort;

@@ -13,8 +13,8 @@ bool BleDevice::poll()
   constexpr std::uint32_t messageMs = 1000;
   constexpr std::int32_t fatal = 2;  // polls in a row that got nothing
 
-  probeAfterErrors();
-  sendNextCommand();
+  if (!errors_.empty()) probeAfterErrors();
+  if (!commands_.empty()) sendNextCommand();
   if (ble_receive_message(messageMs) == receiving::handled) {
     failedPolls_ = 0;
     return true;
@@ -35,7 +35,6 @@ void BleDevice::probeAfterErrors()
 void BleDevice::sendNextCommand()
 {
   constexpr std::uint32_t pauseMs = 500;
-  if (commands_.empty()) return;
   const RemoteCommand& command = commands_.front();
   const auto index = static_cast<std::uint32_t>(command.module);
   if (index < modules.size()) {

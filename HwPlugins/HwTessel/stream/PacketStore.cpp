@@ -150,7 +150,7 @@ int PacketStore::takeFramelet(std::vector<Framelet>& out, bool trim)
   while (trim && framelets_.size() > trimmedDepth) {
     framelets_.pop_front();
   }
-  out.push_back(framelets_.front());
+  out.push_back(std::move(framelets_.front()));
   framelets_.pop_front();
   return done;
 }
