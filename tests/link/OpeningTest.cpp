@@ -18,8 +18,6 @@ constexpr const char* endProcedure = "> 00 00 06 04";
 constexpr const char* procedureEnded = "< 00 02 06 04 00 00";
 constexpr const char* connect = "> 00 0F 06 03";
 constexpr const char* readVersion = "> 00 03 04 04 00 18 00";
-constexpr const char* readStatus = "> 00 03 04 04 00 16 00";
-constexpr const char* writeConfig = "> 00 06 04 05 00 12 00 02";
 constexpr const char* versionValue = "< 80 15 04 05 00 18 00";
 
 class OpeningTest : public DongleTest {

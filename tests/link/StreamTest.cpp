@@ -76,14 +76,14 @@ TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
   simulator::Glove& glove = addRecordedGlove("KVXGL00001", 1);
   ASSERT_EQ(device_.open(1, {}, false), opening::done);
   streamUntil(nowMs() + 1000, 1);
-  for (const auto& [name, fault, packet, missing] : cases) {
+  for (const auto& row : cases) {
     const auto begin = static_cast<std::int32_t>(sent_[&glove].size());
     // Sampled and not yet sent packets of the frame before count as well.
     std::uint64_t asked = 0;
     bool began = false;
     glove.faults.packetFault = [&](std::uint64_t number) {
       began = began || number % packets == 0;
-      return began && asked++ == hit * packets + packet ? fault : PacketFault::none;
+      return began && asked++ == hit * packets + row.packet ? row.fault : PacketFault::none;
     };
     const auto sets = streamUntil(nowMs() + 500, 1);
     glove.faults.packetFault = nullptr;
@@ -93,7 +93,7 @@ TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
         lost.push_back(number - begin);
       }
     }
-    EXPECT_EQ(lost, missing) << name;
+    EXPECT_EQ(lost, row.missing) << row.name;
   }
 }
 

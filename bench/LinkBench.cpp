@@ -1,0 +1,220 @@
+// The open link: polling notifications of a glove that wait in memory, beside only reading their bytes; and
+// fetching the frames of two gloves, beside only copying their samples.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <vector>
+
+#include "bench/AllocationCounter.h"
+#include "bench/MemoryPlatform.h"
+#include "link/BleDevice.h"
+#include "link/Connection.h"
+#include "link/Gatt.h"
+#include "shared/Log.h"
+
+namespace {
+
+constexpr std::size_t headerSize = 4;
+constexpr std::size_t payloadSize = 25;
+constexpr std::size_t packetsPerFrame = 14;
+constexpr std::size_t framesInRun = 256;
+constexpr std::size_t messages = packetsPerFrame * framesInRun;
+constexpr std::size_t samplesPerFrame = 125;
+
+using PacketBytes = std::array<std::uint8_t, PacketStore::packetSize>;
+
+// A packet of a compact frame; frames come 25 ms apart.
+PacketBytes packetOf(std::size_t frame, std::size_t index)
+{
+  PacketBytes packet{};
+  std::generate(packet.begin(), packet.end(),
+                [value = frame * 31 + index]() mutable { return static_cast<std::uint8_t>(value += 7); });
+  packet[0] = static_cast<std::uint8_t>(index == 0 ? frame << 4 : index);
+  if (index != 0) return packet;
+  const std::size_t clock = 250 * (frame + 1);
+  packet[1] = packetsPerFrame;
+  packet[2] = static_cast<std::uint8_t>(clock >> 8);
+  packet[3] = static_cast<std::uint8_t>(clock);
+  return packet;
+}
+
+// Notifications of a run of frames, as the dongle sends them.
+std::vector<std::uint8_t> makeRun()
+{
+  std::vector<std::uint8_t> bytes;
+  for (std::size_t message = 0; message < messages; ++message) {
+    for (const int byte : {0x80, 0x19, 0x04, 0x05, 0x00, 0x11, 0x00, 0x01, 0x14}) {
+      bytes.push_back(static_cast<std::uint8_t>(byte));
+    }
+    for (const std::uint8_t byte : packetOf(message / packetsPerFrame, message % packetsPerFrame)) {
+      bytes.push_back(byte);
+    }
+  }
+  return bytes;
+}
+
+// A link whose two modules are connected and listen.
+struct OpenLink {
+  OpenLink()
+  {
+    openDongle(device);
+    for (std::uint32_t index = 0; index < modules.size(); ++index) {
+      stores[index] = {};
+      stores[index].setPacketFormat(0);
+      modules[index].configHandle = gatt::configHandle;
+      modules[index].versionHandle = gatt::versionHandle;
+      modules[index].statusHandle = gatt::statusHandle;
+      modules[index].state = ConnectionState::listening_measurements;
+      countModule(index);
+    }
+  }
+
+  LogManager log{0};
+  LogManager* const used = currentLogManager = &log;
+  BleDevice device;
+};
+
+benchmark::Counter secondsPer(std::size_t things)
+{
+  using benchmark::Counter;
+  return {static_cast<double>(things), Counter::kIsIterationInvariantRate | Counter::kInvert};
+}
+
+void readPiecesOnly(benchmark::State& state)
+{
+  const std::vector<std::uint8_t> run = makeRun();
+  OpenLink link;
+  std::array<std::uint8_t, headerSize> header{};
+  std::array<std::uint8_t, payloadSize> payload{};
+  for ([[maybe_unused]] auto _ : state) {
+    serve(run);
+    for (std::size_t message = 0; message < messages; ++message) {
+      platform::readPort(link.device.port(), header);
+      benchmark::DoNotOptimize(header.data());
+      platform::readPort(link.device.port(), payload);
+      benchmark::DoNotOptimize(payload.data());
+      benchmark::ClobberMemory();
+    }
+  }
+  state.counters["per_message"] = secondsPer(messages);
+}
+
+// The same by the serial layer, which sets the time-outs of each read.
+void serialReadPiecesOnly(benchmark::State& state)
+{
+  const std::vector<std::uint8_t> run = makeRun();
+  OpenLink link;
+  std::array<std::uint8_t, headerSize> header{};
+  std::array<std::uint8_t, payloadSize> payload{};
+  for ([[maybe_unused]] auto _ : state) {
+    serve(run);
+    for (std::size_t message = 0; message < messages; ++message) {
+      serialRead(link.device.port(), &link.device.stopFlag(), header, 1000);
+      benchmark::DoNotOptimize(header.data());
+      serialRead(link.device.port(), nullptr, payload, 1000);
+      benchmark::DoNotOptimize(payload.data());
+      benchmark::ClobberMemory();
+    }
+  }
+  state.counters["per_message"] = secondsPer(messages);
+}
+
+// The frames are taken out of the queue between the runs, untimed.
+void poll(benchmark::State& state)
+{
+  const std::vector<std::uint8_t> run = makeRun();
+  OpenLink link;
+  std::vector<Framelet> taken;
+  std::uint64_t mostInside = 0;
+  std::uint64_t mostCompleting = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    serve(run);
+    for (std::size_t frame = 0; frame < framesInRun; ++frame) {
+      const std::uint64_t first = allocationCount();
+      for (std::size_t index = 1; index < packetsPerFrame; ++index) {
+        link.device.poll();
+      }
+      const std::uint64_t last = allocationCount();
+      link.device.poll();
+      mostInside = std::max(mostInside, last - first);
+      mostCompleting = std::max(mostCompleting, allocationCount() - last);
+    }
+    state.PauseTiming();
+    taken.clear();
+    while (stores[0].takeFramelet(taken, false) == PacketStore::done) {
+    }
+    if (taken.size() != framesInRun) return state.SkipWithError("frames were lost");
+    state.ResumeTiming();
+  }
+  state.counters["per_message"] = secondsPer(messages);
+  state.counters["most_allocs_inside"] = static_cast<double>(mostInside);
+  state.counters["most_allocs_completing"] = static_cast<double>(mostCompleting);
+}
+
+using Clock = std::chrono::steady_clock;
+
+// What looking at the clock twice costs.
+Clock::duration clockCost()
+{
+  auto least = Clock::duration::max();
+  for (int count = 0; count < 10000; ++count) {
+    const auto before = Clock::now();
+    least = std::min(least, Clock::now() - before);
+  }
+  return least;
+}
+
+void copySamplesOnly(benchmark::State& state)
+{
+  const std::array<std::vector<std::uint16_t>, 2> from{std::vector<std::uint16_t>(samplesPerFrame, 1),
+                                                       std::vector<std::uint16_t>(samplesPerFrame, 2)};
+  std::array<std::vector<std::uint16_t>, 2> to = from;
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t glove = 0; glove < from.size(); ++glove) {
+      std::memcpy(to[glove].data(), from[glove].data(), samplesPerFrame * sizeof(std::uint16_t));
+      benchmark::DoNotOptimize(to[glove].data());
+    }
+    benchmark::ClobberMemory();
+  }
+}
+
+// Only the fetch counts, not the packets that fill the stores before it.
+void fetchFrame(benchmark::State& state)
+{
+  OpenLink link;
+  const Clock::duration cost = clockCost();
+  std::vector<Framelet> frames;
+  frames.reserve(2);
+  std::uint64_t backlog = 0;
+  std::uint64_t mostAllocations = 0;
+  std::size_t frame = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t index = 0; index < packetsPerFrame; ++index) {
+      for (PacketStore& store : stores) {
+        store.addPacket(packetOf(frame, index));
+      }
+    }
+    frame = (frame + 1) % framesInRun;
+    frames.clear();
+    const std::uint64_t allocated = allocationCount();
+    const auto before = Clock::now();
+    const bool isFetched = link.device.fetchFrame(frames, 2, backlog);
+    const auto took = Clock::now() - before - cost;
+    mostAllocations = std::max(mostAllocations, allocationCount() - allocated);
+    if (!isFetched || frames.size() != 2) return state.SkipWithError("no set of frames");
+    state.SetIterationTime(std::chrono::duration<double>(std::max(took, Clock::duration{})).count());
+  }
+  state.counters["most_allocs"] = static_cast<double>(mostAllocations);
+}
+
+BENCHMARK(readPiecesOnly);
+BENCHMARK(serialReadPiecesOnly);
+BENCHMARK(poll);
+BENCHMARK(copySamplesOnly);
+BENCHMARK(fetchFrame)->UseManualTime();
+
+}  // namespace

@@ -1,0 +1,88 @@
+#include "bench/MemoryPlatform.h"
+
+#include <algorithm>
+
+#include "platform/Platform.h"
+
+namespace {
+
+std::span<const std::uint8_t> waiting;
+std::uint32_t readTimeoutMs = 0;  // all that is kept of the time-outs; nothing ever waits
+
+}  // namespace
+
+void serve(std::span<const std::uint8_t> bytes)
+{
+  waiting = bytes;
+}
+
+namespace platform {
+
+namespace {
+
+constexpr PortHandle thePort = 7;
+
+PortResult resultFor(PortHandle port)
+{
+  return port == thePort ? PortResult{} : PortResult{.error = invalidHandle};
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> presentPorts()
+{
+  return std::vector<std::string>{"Bluegiga Bluetooth Low Energy (COM7)"};
+}
+
+PortHandle openPort(const char*)
+{
+  return thePort;
+}
+
+void closePort(PortHandle) {}
+
+PortResult purgeReceived(PortHandle port)
+{
+  return resultFor(port);
+}
+
+PortResult getTimeouts(PortHandle port, PortTimeouts& timeouts)
+{
+  timeouts = {.readTotalConstant = readTimeoutMs};
+  return resultFor(port);
+}
+
+PortResult setTimeouts(PortHandle port, const PortTimeouts& timeouts)
+{
+  readTimeoutMs = timeouts.readTotalConstant;
+  return resultFor(port);
+}
+
+PortResult readPort(PortHandle port, std::span<std::uint8_t> buffer)
+{
+  PortResult result = resultFor(port);
+  if (!result.ok()) return result;
+  const std::size_t count = std::min(buffer.size(), waiting.size());
+  std::copy_n(waiting.begin(), count, buffer.begin());
+  waiting = waiting.subspan(count);
+  result.count = count;
+  return result;
+}
+
+PortResult writePort(PortHandle port, std::span<const std::uint8_t> bytes)
+{
+  PortResult result = resultFor(port);
+  result.count = bytes.size();
+  return result;
+}
+
+std::uint32_t tickCount()
+{
+  return 0;
+}
+
+void sleep(std::uint32_t) {}
+
+void debugOutput(const char*) {}
+
+}  // namespace platform
