@@ -59,7 +59,9 @@ class DongleTest : public LinkTest {
     dongle_.onPresence = [this](bool isPresent) {
       port_.present = isPresent;
       port_.waiting.clear();
-      transcript_.emplace_back(isPresent ? "port back" : "port gone");
+      transcript_.emplace_back(!isPresent               ? "port gone"
+                               : platform_.open.empty() ? "port back"
+                                                        : "still held");
     };
     dongle_.onSend = [this](std::span<const std::uint8_t> message) {
       arrive({message.begin(), message.end()});

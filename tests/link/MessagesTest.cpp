@@ -74,6 +74,30 @@ TEST_F(LinkTest, AStopBetweenHeaderAndPayloadDoesNotInterruptTheMessage)
   EXPECT_EQ(ble_receive_message(100), receiving::handled);
 }
 
+TEST_F(LinkTest, AFailedWriteIsProbedByTheNextPollAlone)
+{
+  openPort();
+  const auto probes = [this] {
+    arrive(hex("80 00 00 06"));
+    const int before = port_.timeoutReads;
+    device_.poll();
+    return port_.timeoutReads - before - 1;  // the receive reads once
+  };
+  EXPECT_EQ(probes(), 0);
+  port_.writeError = 5;
+  const int before = port_.writes;
+  ble_send_message(ble_cmd_attclient_attribute_write, {1, 18, hex("01 00")});
+  EXPECT_EQ(port_.writes - before, 1) << "no array behind a header that failed";
+  EXPECT_EQ(probes(), 1);
+  EXPECT_EQ(probes(), 0);
+  arrive(hex("80 00 08 00"));
+  ble_receive_message(100);
+  EXPECT_EQ(probes(), 0) << "an unknown message needs no probe";
+  device_.raiseStop();
+  ble_send_message(ble_cmd_gap_discover, {1});
+  EXPECT_EQ(probes(), 0) << "what was dropped did not fail";
+}
+
 TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
 {
   openPort();

@@ -106,6 +106,7 @@ const Row rows[] = {
     // The module then counts as of revision 0, which waits for nothing more.
     {"stopBeforeTheVersionIsNotNoticed", 0, 0, [](auto& t) { t.stopAt(readVersion); }},
     {"portFails", 20, 0, [](auto& t) { t.when(connect, [&t] { t.port_.readError = 5; }); }},
+    {"portClosed", 20, 0, [](auto& t) { t.when(connect, [&t] { serialClose(t.device_.port()); }); }},
     {"donglePulled", 20, 0, [](auto& t) { t.when(connect, [&t] { t.port_.present = false; }); }},
     {"noModule", 30, 501, [](auto& t) { t.left_.faults.hidden = t.right_.faults.hidden = true; }},
     {"dongleMute", 30, 3500, [](auto& t) { t.dongle_.faults.mute = true; }},
@@ -318,6 +319,13 @@ TEST_F(OpeningTest, WithoutAnyModuleWantedTheFirstOneHeardEndsTheScan)
   EXPECT_EQ(device_.open(0, {}, false), opening::done);
   EXPECT_EQ(connectedCount, 0);
   EXPECT_EQ(noted(connect), 0);
+}
+
+TEST_F(OpeningTest, AStopBeforeTheScanLeavesItUnbegun)
+{
+  stopAt(getInfo);
+  EXPECT_EQ(device_.open(2, {}, false), opening::stopped);
+  EXPECT_EQ(discoveryState, DiscoveryState::discovery_idle);
 }
 
 TEST_F(OpeningTest, AStopFromAnotherThreadEndsTheOpening)

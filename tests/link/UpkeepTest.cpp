@@ -343,7 +343,11 @@ TEST_F(LinkLog, TellsOfSuccessStopAndEnd)
 {
   addGlove("KVXGL00001");
   EXPECT_EQ(logOf("never"), "Successfully connected to device.\nDestroying BLE Device.\n");
-  EXPECT_EQ(logOf("> 00 01 06 02"), "Terminating.\nDestroying BLE Device.\n");
+  for (const char* stopLine : {"> 00 00 00 08", "> 00 01 06 02", "< 00 02 06 04 00 00"}) {
+    EXPECT_EQ(logOf(stopLine), "Terminating.\nDestroying BLE Device.\n") << stopLine;
+    dongle_.receive(hex("00 00 06 04"));  // ends a scan that was left running
+    platform_.clock.advance(milliseconds(10));
+  }
 }
 
 }  // namespace

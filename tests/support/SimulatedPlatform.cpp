@@ -92,6 +92,7 @@ PortResult purgeReceived(PortHandle handle)
 
 PortResult getTimeouts(PortHandle handle, PortTimeouts& timeouts)
 {
+  if (auto* const asked = current->find(handle)) ++asked->timeoutReads;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::getTimeoutsError);
   if (port != nullptr) timeouts = port->timeouts;
   return refusal;
@@ -123,6 +124,7 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
 
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
+  if (auto* const asked = current->find(handle)) ++asked->writes;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
   if (port == nullptr) return refusal;
   if (!port->present) return {.error = SimulatedPlatform::deviceGone};

@@ -36,7 +36,7 @@ class SimulatedPlatform {
     // An operation with a number here fails with it.
     std::optional<std::uint32_t> readError, writeError, purgeError, getTimeoutsError, setTimeoutsError;
 
-    int closes = 0, reads = 0;
+    int closes = 0, reads = 0, writes = 0, timeoutReads = 0;  // tries, failed ones too
   };
 
   SimulatedPlatform();
