@@ -105,11 +105,14 @@ TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
   port_.onWrite = [&](std::span<const std::uint8_t> bytes) { writes.push_back(toHex(bytes)); };
   ble_send_message(ble_cmd_attclient_attribute_write, {1, 18, hex("01 00")});
   EXPECT_EQ(writes, (std::vector<std::string>{"00 06 04 05 01 12 00 02", "01 00"}));
-  device_.raiseStop();
+  port_.onWrite = [&](std::span<const std::uint8_t>) { device_.raiseStop(); };
+  port_.written.clear();
+  ble_send_message(ble_cmd_attclient_attribute_write, {1, 18, hex("01 00")});
+  EXPECT_EQ(toHex(port_.written), "00 06 04 05 01 12 00 02") << "a stop comes between the two";
   ble_send_message(ble_cmd_gap_discover, {1});
   currentDevice = nullptr;
   ble_send_message(ble_cmd_gap_discover, {1});
-  EXPECT_EQ(writes.size(), 2U) << "dropped while stopped, and without a device";
+  EXPECT_EQ(port_.written.size(), 8U) << "dropped while stopped, and without a device";
 }
 
 }  // namespace

@@ -305,7 +305,12 @@ TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
 {
   {
     Opening run;
-    EXPECT_EQ(run.device_.open(2, {0x10002, 7, 1}, false), 31) << "only the right glove passes";
+    EXPECT_EQ(run.device_.open(2, {2}, false), 31) << "only the right glove passes";
+    EXPECT_EQ(serialFilter, (std::array<std::uint16_t, 2>{2, noSerialFilter}));
+  }
+  {
+    Opening run;
+    EXPECT_EQ(run.device_.open(2, {0x10002, 7, 1}, false), 31);
   }
   const auto kept = serialFilter;
   EXPECT_EQ(kept, (std::array<std::uint16_t, 2>{2, 7}));

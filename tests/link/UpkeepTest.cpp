@@ -262,6 +262,16 @@ TEST_F(UpkeepTest, ClosingStopsNotificationsOnlyWhereTheyRunAndDisconnectsInEach
   }
 }
 
+TEST_F(UpkeepTest, ClosingLeavesModulesAloneThatWereNotConnected)
+{
+  left_.faults.hidden = true;
+  ASSERT_EQ(device_.open(2, {}, false), 31);
+  transcript_.clear();
+  device_.close();
+  EXPECT_TRUE(transcript_.empty());
+  EXPECT_EQ(device_.port(), platform::closedPort);
+}
+
 TEST_F(UpkeepTest, AModuleThatDoesNotAnswerDelaysTheCloseByASecondAndAQuarterAtMost)
 {
   open();
