@@ -49,7 +49,7 @@ void Connection::update(ConnectionParameters parameters)
       sendStatus(connected | parametersChanged);
     });
   }
-  respond(messageClass::connection, 2, isValid ? result::success : result::invalidParameter);
+  respond(message_class::connection, 2, isValid ? result::success : result::invalidParameter);
 }
 
 void Connection::readByHandle(std::uint16_t attribute)
@@ -75,7 +75,7 @@ void Connection::begin(Procedure procedure, std::uint8_t command)
     procedure_ = std::move(procedure);
     scheduleEvent();
   }
-  respond(messageClass::attclient, command, outcome);
+  respond(message_class::attclient, command, outcome);
 }
 
 std::optional<Step> Connection::Procedure::responseStep() const
@@ -104,7 +104,7 @@ void Connection::disconnect()
 {
   if (leavesOut(Step::disconnectResponse)) return;
   after(untilNextEvent(), [this] { end(result::endedByHost); });
-  respond(messageClass::connection, 0, result::success);
+  respond(message_class::connection, 0, result::success);
 }
 
 void Connection::end(std::uint16_t reason)
@@ -113,7 +113,7 @@ void Connection::end(std::uint16_t reason)
   const auto self = shared_from_this();
   close();
   radio_.forget(number_);
-  radio_.send(MessageWriter::event(messageClass::connection, 4).u8(number_).u16(reason).message());
+  radio_.send(MessageWriter::event(message_class::connection, 4).u8(number_).u16(reason).message());
 }
 
 void Connection::close()
@@ -205,7 +205,7 @@ void Connection::respond(std::uint8_t group, std::uint8_t id, std::uint16_t outc
 
 void Connection::sendStatus(std::uint8_t flags)
 {
-  radio_.send(MessageWriter::event(messageClass::connection, 0)
+  radio_.send(MessageWriter::event(message_class::connection, 0)
                   .u8(number_)
                   .u8(flags)
                   .bytes(glove_.config.address)
@@ -219,7 +219,7 @@ void Connection::sendStatus(std::uint8_t flags)
 
 void Connection::sendValue(std::uint16_t attribute, std::uint8_t type, std::span<const std::uint8_t> value)
 {
-  radio_.send(MessageWriter::event(messageClass::attclient, 5)
+  radio_.send(MessageWriter::event(message_class::attclient, 5)
                   .u8(number_)
                   .u16(attribute)
                   .u8(type)
@@ -230,7 +230,7 @@ void Connection::sendValue(std::uint16_t attribute, std::uint8_t type, std::span
 void Connection::sendCompleted(std::uint16_t outcome, std::uint16_t attribute)
 {
   radio_.send(
-      MessageWriter::event(messageClass::attclient, 1).u8(number_).u16(outcome).u16(attribute).message());
+      MessageWriter::event(message_class::attclient, 1).u8(number_).u16(outcome).u16(attribute).message());
 }
 
 }  // namespace simulator

@@ -38,9 +38,7 @@ class Radio {
   virtual std::size_t connectionCount() const = 0;
   // The connection has ended and may be let go.
   virtual void forget(std::uint8_t connection) = 0;
-
- protected:
-  ~Radio() = default;
+  virtual ~Radio() = default;
 };
 
 // Lives in a shared_ptr, so that what it has scheduled does nothing once it is gone.

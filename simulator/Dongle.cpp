@@ -98,15 +98,15 @@ void Dongle::send(std::vector<std::uint8_t> message)
 const Dongle::CommandRow* Dongle::findCommand(const Command& command)
 {
   static constexpr std::array<CommandRow, 9> rows{{
-      {messageClass::system, 0, 1, false, &Dongle::reset},
-      {messageClass::system, 8, 0, false, &Dongle::getInfo},
-      {messageClass::connection, 0, 1, false, &Dongle::disconnect},
-      {messageClass::connection, 2, 9, false, &Dongle::updateConnection},
-      {messageClass::attclient, 4, 3, false, &Dongle::readByHandle},
-      {messageClass::attclient, 5, 4, true, &Dongle::writeAttribute},
-      {messageClass::gap, 2, 1, false, &Dongle::discover},
-      {messageClass::gap, 3, 15, false, &Dongle::connectDirect},
-      {messageClass::gap, 4, 0, false, &Dongle::endProcedure},
+      {message_class::system, 0, 1, false, &Dongle::reset},
+      {message_class::system, 8, 0, false, &Dongle::getInfo},
+      {message_class::connection, 0, 1, false, &Dongle::disconnect},
+      {message_class::connection, 2, 9, false, &Dongle::updateConnection},
+      {message_class::attclient, 4, 3, false, &Dongle::readByHandle},
+      {message_class::attclient, 5, 4, true, &Dongle::writeAttribute},
+      {message_class::gap, 2, 1, false, &Dongle::discover},
+      {message_class::gap, 3, 15, false, &Dongle::connectDirect},
+      {message_class::gap, 4, 0, false, &Dongle::endProcedure},
   }};
   const auto row = std::ranges::find_if(rows, [&](const CommandRow& candidate) {
     return command.isCommand && candidate.group == command.group && candidate.id == command.id;
@@ -136,7 +136,7 @@ void Dongle::accept(const Command& command)
                    (this->*row->execute)(PayloadReader(payload));
                  } else {
                    const auto reason = row ? result::invalidParameter : result::invalidCommand;
-                   send(MessageWriter::event(messageClass::system, 6).u16(reason).message());
+                   send(MessageWriter::event(message_class::system, 6).u16(reason).message());
                  }
                });
 }
@@ -163,7 +163,7 @@ void Dongle::comeBack()
   const std::weak_ptr<const bool> life = life_;
   isPresent_ = true;
   if (onPresence) onPresence(true);
-  if (!life.expired()) send(withVersions(MessageWriter::event(messageClass::system, 0)));
+  if (!life.expired()) send(withVersions(MessageWriter::event(message_class::system, 0)));
 }
 
 std::vector<std::uint8_t> Dongle::withVersions(MessageWriter message) const
@@ -184,7 +184,7 @@ std::vector<std::uint8_t> Dongle::withVersions(MessageWriter message) const
 void Dongle::getInfo(PayloadReader)
 {
   if (faults.silentAt.contains(Step::getInfo)) return;
-  send(withVersions(MessageWriter::response(messageClass::system, 8)));
+  send(withVersions(MessageWriter::response(message_class::system, 8)));
 }
 
 void Dongle::discover(PayloadReader payload)
@@ -204,7 +204,7 @@ void Dongle::discover(PayloadReader payload)
       listenTo(glove, firstAdvertisement(glove));
     }
   }
-  send(MessageWriter::response(messageClass::gap, 2).u16(outcome).message());
+  send(MessageWriter::response(message_class::gap, 2).u16(outcome).message());
 }
 
 void Dongle::connectDirect(PayloadReader payload)
@@ -232,7 +232,7 @@ void Dongle::connectDirect(PayloadReader payload)
     pendingConnect_ = {address, number, parameters};
     lookForGlove(connectTime);
   }
-  send(MessageWriter::response(messageClass::gap, 3)
+  send(MessageWriter::response(message_class::gap, 3)
            .u16(outcome)
            .u8(outcome == result::success ? number : std::uint8_t{0})
            .message());
@@ -243,20 +243,20 @@ void Dongle::endProcedure(PayloadReader)
   const bool isRefused = faults.refusesEndProcedure || !gapProcedure_;
   if (!isRefused) endGapProcedure();
   if (faults.silentAt.contains(Step::endProcedure)) return;
-  send(MessageWriter::response(messageClass::gap, 4)
+  send(MessageWriter::response(message_class::gap, 4)
            .u16(isRefused ? result::wrongState : result::success)
            .message());
 }
 
 void Dongle::disconnect(PayloadReader payload)
 {
-  if (const auto connection = connectionOf(payload.u8(), messageClass::connection, 0))
+  if (const auto connection = connectionOf(payload.u8(), message_class::connection, 0))
     connection->disconnect();
 }
 
 void Dongle::updateConnection(PayloadReader payload)
 {
-  const auto connection = connectionOf(payload.u8(), messageClass::connection, 2);
+  const auto connection = connectionOf(payload.u8(), message_class::connection, 2);
   if (!connection) return;
   const std::uint16_t intervalMin = payload.u16();
   const std::uint16_t intervalMax = payload.u16();
@@ -266,13 +266,13 @@ void Dongle::updateConnection(PayloadReader payload)
 
 void Dongle::readByHandle(PayloadReader payload)
 {
-  const auto connection = connectionOf(payload.u8(), messageClass::attclient, 4);
+  const auto connection = connectionOf(payload.u8(), message_class::attclient, 4);
   if (connection) connection->readByHandle(payload.u16());
 }
 
 void Dongle::writeAttribute(PayloadReader payload)
 {
-  const auto connection = connectionOf(payload.u8(), messageClass::attclient, 5);
+  const auto connection = connectionOf(payload.u8(), message_class::attclient, 5);
   if (!connection) return;
   const std::uint16_t attribute = payload.u16();
   connection->writeAttribute(attribute, payload.array());
@@ -306,7 +306,7 @@ void Dongle::sendScanResponse(const Glove& glove)
 {
   constexpr std::uint8_t rssi = 0xCE;  // -50 dBm
   constexpr std::uint8_t connectableAdvertisement = 0;
-  send(MessageWriter::event(messageClass::gap, 0)
+  send(MessageWriter::event(message_class::gap, 0)
            .u8(rssi)
            .u8(connectableAdvertisement)
            .bytes(glove.config.address)

@@ -65,9 +65,7 @@ class Glove {
    public:
     virtual void packetsWait() = 0;
     virtual void gloveLeft() = 0;
-
-   protected:
-    ~Peer() = default;
+    virtual ~Peer() = default;
   };
 
   // The clock must outlive it.

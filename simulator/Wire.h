@@ -13,12 +13,12 @@
 
 namespace simulator {
 
-namespace messageClass {
+namespace message_class {
 inline constexpr std::uint8_t system = 0;
 inline constexpr std::uint8_t connection = 3;
 inline constexpr std::uint8_t attclient = 4;
 inline constexpr std::uint8_t gap = 6;
-}  // namespace messageClass
+}  // namespace message_class
 
 inline constexpr std::uint8_t publicAddress = 0;
 inline constexpr std::uint8_t noBonding = 0xFF;

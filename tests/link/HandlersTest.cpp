@@ -212,7 +212,7 @@ TEST_F(LinkTest, ANotificationReachesTheStoreOnlyWhileListeningAndWhole)
     const char* name;
     ConnectionState state;
     const char* handle;
-    int length;
+    std::uint8_t length;
     std::size_t framelets;
   } cases[] = {{"taken", listening_measurements, "11 00", 20, 1},
                {"not listening yet", starting_notifications, "11 00", 20, 0},
@@ -230,9 +230,9 @@ TEST_F(LinkTest, ANotificationReachesTheStoreOnlyWhileListeningAndWhole)
     modules[1].state = state;
     for (const std::string packet : {"00 02 00 01", "01 00 00 00"}) {  // a frame of two packets
       Bytes message = hex("80 00 04 05 01 " + std::string(handle) + " 01 00 " + packet);
-      message.resize(static_cast<std::size_t>(9 + length));
+      message.resize(9 + std::size_t{length});
       message[1] = static_cast<std::uint8_t>(5 + length);
-      message[8] = static_cast<std::uint8_t>(length);
+      message[8] = length;
       arrive(message);
       ble_receive_message(100);
     }

@@ -164,6 +164,7 @@ TEST_F(UpkeepTest, AFetchTakesOneFrameOfEachGloveAndCutsTheFullerQueue)
     EXPECT_EQ(device_.fetchFrame(frames, row.sensorCount, backlog), row.fetched) << name;
     EXPECT_EQ(backlog, row.backlog) << name;
     std::vector<int> taken;
+    taken.reserve(frames.size());
     for (const Framelet& frame : frames) {
       taken.push_back(frame.samples[0]);
     }
@@ -328,7 +329,7 @@ class LinkLog : public DongleTest {
     folders_[L"log"] = folder::Folder(temporary_.wide());
     folder::folders_ = &folders_;
   }
-  ~LinkLog() override { folder::folders_ = nullptr; }
+  void TearDown() override { folder::folders_ = nullptr; }
 
   // What a device logs that is stopped at this line of the transcript.
   std::string logOf(const std::string& stopLine)

@@ -1,5 +1,5 @@
 // The fields that are read from received payloads, at their published offsets. A field is called with the
-// payload: `scanResponse::dataLength(payload)`.
+// payload: `scan_response::dataLength(payload)`.
 #pragma once
 
 #include "bgapi/Frame.h"
@@ -32,22 +32,22 @@ inline constexpr U16Field majorNumber{0}, minorNumber{2}, patch{4}, build{6};
 }
 
 // Responses to commands of the classes connection and attclient.
-namespace connectionResponse {
+namespace connection_response {
 inline constexpr U8Field connection{0};
 inline constexpr U16Field result{1};
-}  // namespace connectionResponse
+}  // namespace connection_response
 
 // Responses to commands of the class gap; the connection is that of ble_rsp_gap_connect_direct.
-namespace gapResponse {
+namespace gap_response {
 inline constexpr U16Field result{0};
 inline constexpr U8Field connection{2};
-}  // namespace gapResponse
+}  // namespace gap_response
 
 // ble_evt_connection_status
-namespace connectionStatus {
+namespace connection_status {
 inline constexpr U8Field connection{0}, flags{1};
 inline constexpr std::uint8_t isConnected = 0x01;
-}  // namespace connectionStatus
+}  // namespace connection_status
 
 // ble_evt_connection_disconnected
 namespace disconnected {
@@ -55,37 +55,37 @@ inline constexpr U8Field connection{0};
 }
 
 // ble_evt_attclient_procedure_completed
-namespace procedureCompleted {
+namespace procedure_completed {
 inline constexpr U8Field connection{0};
 inline constexpr U16Field result{1}, handle{3};
-}  // namespace procedureCompleted
+}  // namespace procedure_completed
 
 // ble_evt_attclient_group_found
-namespace groupFound {
+namespace group_found {
 inline constexpr U8Field connection{0}, uuidLength{5};
 inline constexpr U16Field start{1}, end{3};
 inline constexpr auto uuid = rest<6>;
-}  // namespace groupFound
+}  // namespace group_found
 
 // ble_evt_attclient_find_information_found
-namespace informationFound {
+namespace information_found {
 inline constexpr U8Field connection{0};
 inline constexpr U16Field handle{1};
 inline constexpr auto uuid = rest<4>;
-}  // namespace informationFound
+}  // namespace information_found
 
 // ble_evt_attclient_attribute_value
-namespace attributeValue {
+namespace attribute_value {
 inline constexpr U8Field connection{0}, length{4};
 inline constexpr U16Field handle{1};
 inline constexpr auto value = rest<5>;
-}  // namespace attributeValue
+}  // namespace attribute_value
 
 // ble_evt_gap_scan_response
-namespace scanResponse {
+namespace scan_response {
 inline constexpr U8Field dataLength{10};
 inline constexpr auto sender = rest<2>;
 inline constexpr auto data = rest<11>;
-}  // namespace scanResponse
+}  // namespace scan_response
 
 }  // namespace bgapi

@@ -11,6 +11,7 @@ void ble_trace(const char* format, ...)
   std::array<char, 128> text{};
   std::va_list arguments;
   va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is not seen by this check
   std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
 

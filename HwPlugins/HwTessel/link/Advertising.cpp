@@ -36,8 +36,8 @@ int readSerialNumber(std::span<const std::uint8_t> bytes)
 std::optional<GloveName> findGloveName(bgapi::Payload payload)
 {
   // An element: a length, then so many bytes, the first of which is its type.
-  const auto data = bgapi::scanResponse::data(payload);
-  const std::size_t end = std::min<std::size_t>(bgapi::scanResponse::dataLength(payload), data.size());
+  const auto data = bgapi::scan_response::data(payload);
+  const std::size_t end = std::min<std::size_t>(bgapi::scan_response::dataLength(payload), data.size());
   std::size_t length = 0;
   for (std::size_t element = 0; element + 1 < end; element += length + 1) {
     length = data[element];

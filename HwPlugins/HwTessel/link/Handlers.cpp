@@ -48,11 +48,11 @@ void move(BleModule* module, ConnectionState from, ConnectionState to)
 void moveOnSuccess(Payload payload, BleModule* (*find)(std::uint8_t), ConnectionState from,
                    ConnectionState to)
 {
-  namespace field = bgapi::connectionResponse;
+  namespace field = bgapi::connection_response;
   if (field::result(payload) == success) move(find(field::connection(payload)), from, to);
 }
 
-using AttributeValue = decltype(bgapi::attributeValue::value(std::declval<Payload>()));
+using AttributeValue = decltype(bgapi::attribute_value::value(std::declval<Payload>()));
 
 void takeVersion(BleModule& module, AttributeValue value)
 {
@@ -97,17 +97,17 @@ void ble_rsp_system_get_info(Payload payload)
 
 void ble_rsp_gap_discover(Payload payload)
 {
-  discoveryState = bgapi::gapResponse::result(payload) == success ? discovery_running : discovery_refused;
+  discoveryState = bgapi::gap_response::result(payload) == success ? discovery_running : discovery_refused;
 }
 
 void ble_rsp_gap_end_procedure(Payload payload)
 {
-  if (bgapi::gapResponse::result(payload) == success) discoveryState = discovery_ended;
+  if (bgapi::gap_response::result(payload) == success) discoveryState = discovery_ended;
 }
 
 void ble_rsp_gap_connect_direct(Payload payload)
 {
-  namespace field = bgapi::gapResponse;
+  namespace field = bgapi::gap_response;
   if (field::result(payload) == success) {
     move(moduleOf(field::connection(payload)), connecting, connect_responded);
   }
@@ -115,7 +115,7 @@ void ble_rsp_gap_connect_direct(Payload payload)
 
 void ble_evt_connection_status(Payload payload)
 {
-  namespace field = bgapi::connectionStatus;
+  namespace field = bgapi::connection_status;
   if ((field::flags(payload) & field::isConnected) == 0) return;
   move(moduleOf(field::connection(payload)), connect_responded, finding_services);
 }
@@ -133,7 +133,7 @@ void ble_rsp_attclient_find_information(Payload payload)
 void ble_rsp_attclient_read_by_handle(Payload payload)
 {
   // Meant so: the result is not looked at. A refused read shows by the value that never comes.
-  BleModule* const module = moduleOf(bgapi::connectionResponse::connection(payload));
+  BleModule* const module = moduleOf(bgapi::connection_response::connection(payload));
   move(module, state_version_request, state_version_response);
   move(module, state_status_request, state_status_response);
 }
@@ -151,7 +151,7 @@ void ble_evt_connection_disconnected(Payload payload)
 
 void ble_evt_attclient_group_found(Payload payload)
 {
-  namespace field = bgapi::groupFound;
+  namespace field = bgapi::group_found;
   BleModule* const module = countedModuleOf(field::connection(payload));
   if (module == nullptr || module->state != primary_responded) return;
   if (field::uuidLength(payload) != gatt::service.size()) return;
@@ -163,7 +163,7 @@ void ble_evt_attclient_group_found(Payload payload)
 
 void ble_evt_attclient_find_information_found(Payload payload)
 {
-  namespace field = bgapi::informationFound;
+  namespace field = bgapi::information_found;
   BleModule* const module = moduleOf(field::connection(payload));
   if (module == nullptr || module->state != info_responded) return;
   // Meant so: the length of the identifier is not looked at.
@@ -182,7 +182,7 @@ void ble_evt_attclient_find_information_found(Payload payload)
 
 void ble_evt_attclient_procedure_completed(Payload payload)
 {
-  namespace field = bgapi::procedureCompleted;
+  namespace field = bgapi::procedure_completed;
   const std::uint8_t connection = field::connection(payload);
   BleModule* const module = moduleOf(connection);
   if (module == nullptr || field::result(payload) != success) return;
@@ -206,7 +206,7 @@ void ble_evt_attclient_procedure_completed(Payload payload)
 
 void ble_evt_attclient_attribute_value(Payload payload)
 {
-  namespace field = bgapi::attributeValue;
+  namespace field = bgapi::attribute_value;
   const std::uint8_t connection = field::connection(payload);
   BleModule* const module = countedModuleOf(connection);
   if (module == nullptr) return;
@@ -231,7 +231,7 @@ void ble_evt_gap_scan_response(Payload payload)
   if (!name) return;
 
   bgapi::Address address{};
-  std::copy_n(bgapi::scanResponse::sender(payload).begin(), address.size(), address.begin());
+  std::copy_n(bgapi::scan_response::sender(payload).begin(), address.size(), address.begin());
   if (isEntered(address) || !passesSerialFilter(name->serialNumber)) return;
 
   const auto next = static_cast<std::size_t>(foundCount);
