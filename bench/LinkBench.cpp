@@ -84,18 +84,18 @@ benchmark::Counter secondsPer(std::size_t things)
   return {static_cast<double>(things), Counter::kIsIterationInvariantRate | Counter::kInvert};
 }
 
-void readPiecesOnly(benchmark::State& state)
+// Reads a run in pieces of header and payload. `read` fills a span.
+void readPieces(benchmark::State& state, const auto& read)
 {
   const std::vector<std::uint8_t> run = makeRun();
-  OpenLink link;
   std::array<std::uint8_t, headerSize> header{};
   std::array<std::uint8_t, payloadSize> payload{};
   for ([[maybe_unused]] auto _ : state) {
     serve(run);
     for (std::size_t message = 0; message < messages; ++message) {
-      platform::readPort(link.device.port(), header);
+      read(header);
       benchmark::DoNotOptimize(header.data());
-      platform::readPort(link.device.port(), payload);
+      read(payload);
       benchmark::DoNotOptimize(payload.data());
       benchmark::ClobberMemory();
     }
@@ -103,24 +103,19 @@ void readPiecesOnly(benchmark::State& state)
   state.counters["per_message"] = secondsPer(messages);
 }
 
+void readPiecesOnly(benchmark::State& state)
+{
+  OpenLink link;
+  readPieces(state, [&](std::span<std::uint8_t> piece) { platform::readPort(link.device.port(), piece); });
+}
+
 // The same by the serial layer, which sets the time-outs of each read.
 void serialReadPiecesOnly(benchmark::State& state)
 {
-  const std::vector<std::uint8_t> run = makeRun();
   OpenLink link;
-  std::array<std::uint8_t, headerSize> header{};
-  std::array<std::uint8_t, payloadSize> payload{};
-  for ([[maybe_unused]] auto _ : state) {
-    serve(run);
-    for (std::size_t message = 0; message < messages; ++message) {
-      serialRead(link.device.port(), &link.device.stopFlag(), header, 1000);
-      benchmark::DoNotOptimize(header.data());
-      serialRead(link.device.port(), nullptr, payload, 1000);
-      benchmark::DoNotOptimize(payload.data());
-      benchmark::ClobberMemory();
-    }
-  }
-  state.counters["per_message"] = secondsPer(messages);
+  readPieces(state, [&](std::span<std::uint8_t> piece) {
+    serialRead(link.device.port(), &link.device.stopFlag(), piece, 1000);
+  });
 }
 
 // The frames are taken out of the queue between the runs, untimed.

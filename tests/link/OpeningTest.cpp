@@ -146,6 +146,7 @@ const Row rows[] = {
      }},
     {"versionSilentCountsAsOld", 0, 21, [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; }},
     {"moreThanTwoCountAsTwo", 0, 21, [](auto&) {}, 7},
+    {"noneWantedConnectsNone", 0, 1, [](auto&) {}, 0},
 };
 
 class OpeningResult : public OpeningTest, public testing::WithParamInterface<Row> {};
@@ -317,13 +318,6 @@ TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
   Opening run;
   serialFilter = kept;  // which the fixture had reset
   EXPECT_EQ(run.device_.open(2, {}, false), 31);
-}
-
-TEST_F(OpeningTest, WithoutAnyModuleWantedTheFirstOneHeardEndsTheScan)
-{
-  EXPECT_EQ(device_.open(0, {}, false), opening::done);
-  EXPECT_EQ(connectedCount, 0);
-  EXPECT_EQ(noted(connect), 0);
 }
 
 TEST_F(OpeningTest, AStopBeforeTheScanLeavesItUnbegun)

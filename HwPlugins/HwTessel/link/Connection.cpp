@@ -52,7 +52,7 @@ std::int32_t awaitDiscovery()
     if (discoveryState == discovery_refused) return scanning::refused;
     if (discoveryState == discovery_running) return scanning::done;
   }
-  return discoveryState == discovery_running ? scanning::done : scanning::unanswered;
+  return scanning::unanswered;
 }
 
 // Takes scan responses until enough modules are found. Meant so: messages count and not seconds, whatever
