@@ -11,12 +11,6 @@ thread_local std::array<wchar_t, 512> reportText;
 
 }  // namespace
 
-void checkAssertion(bool condition, const wchar_t* expression, const wchar_t* file, std::uint32_t line,
-                    const wchar_t* function)
-{
-  if (!condition) reportAssertion(expression, file, line, function);
-}
-
 void reportAssertion(const wchar_t* expression, const wchar_t* file, std::uint32_t line,
                      const wchar_t* function)
 {

@@ -5,9 +5,12 @@
 
 #include <cstdint>
 
-// Does nothing if `condition` holds; otherwise reports.
-void checkAssertion(bool condition, const wchar_t* expression, const wchar_t* file, std::uint32_t line,
-                    const wchar_t* function);
-
 [[noreturn]] void reportAssertion(const wchar_t* expression, const wchar_t* file, std::uint32_t line,
                                   const wchar_t* function);
+
+// Does nothing if `condition` holds; otherwise reports. Inline: it is asked for each element of a record.
+inline void checkAssertion(bool condition, const wchar_t* expression, const wchar_t* file, std::uint32_t line,
+                           const wchar_t* function)
+{
+  if (!condition) reportAssertion(expression, file, line, function);
+}

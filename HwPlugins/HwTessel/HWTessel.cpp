@@ -1,0 +1,185 @@
+// The life of the object: settings, link, end.
+
+#include "HWTessel.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <sstream>
+#include <utility>
+
+#include "Settings.h"
+#include "platform/Platform.h"
+#include "shared/Log.h"
+#include "shared/Parameter.h"
+
+HWTessel::HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText)
+    : HwInterface(configFile, clock, hostText)
+{
+  currentLogManager->add(this, name);
+  currentLogManager->node(this, 1) << L"Creating Tessel: " << configFile_ << L"\n";
+  loadSettings();
+}
+
+void HWTessel::loadSettings()
+{
+  settings::fileVersion.clear();
+  // Meant so: without the file the variables stay as an earlier object left them.
+  parameter::readFile(configFile_);
+
+  readTimeout_ = settings::readTimeout;
+  writeTimeout_ = settings::writeTimeout;
+  metaData_ = settings::metaData;
+  execDelay_ = settings::execDelay;
+  timeDivisor_ = settings::timeDivisor;
+  const auto isSerialNumber = [](std::int32_t number) { return number >= 1 && number <= 65534; };
+  std::ranges::copy_if(settings::serialNumber, std::back_inserter(serialFilter_), isSerialNumber);
+  auxCount_ = settings::auxCount;
+  numSensors_ = settings::numSensors;
+  numBleModules_ = settings::numBleModules;
+  skipSensorStartupCheck_ = settings::skipSensorStartupCheck;
+
+  // Divided in 64 bits, where nothing overflows; a record of no modules has no elements of one.
+  if (numBleModules_ != 0) {
+    const std::int64_t quotient = std::int64_t{settings::elementCount} / numBleModules_;
+    moduleElemCount_ = std::in_range<std::int32_t>(quotient) ? static_cast<std::int32_t>(quotient) : 0;
+  }
+  const std::int64_t channels = std::int64_t{settings::elementCount} + auxCount_;
+  channels_.resize(static_cast<std::size_t>(std::max<std::int64_t>(channels, 0)));
+  std::iota(channels_.begin(), channels_.end(), 0);
+  elemCount_ = static_cast<std::int32_t>(static_cast<std::int64_t>(channels_.size()) - auxCount_);
+  currentLogManager->node(this, 1) << L"After all that, elemCount_ = " << elemCount_ << L" and auxCount_ = "
+                                   << auxCount_ << L"\n";
+}
+
+HWTessel::~HWTessel()
+{
+  close();
+  // Meant so: the last line, which the base says, finds no log any more.
+  currentLogManager->remove(this);
+  delete bleDevice_.load();
+}
+
+std::int32_t HWTessel::getMaxValue()
+{
+  return 65535;
+}
+
+void HWTessel::makeDevice()
+{
+  // Meant so: the new link is made before the old one goes, which leaves neither current. A host gets a
+  // working link again from a new object.
+  auto device = std::make_unique<BleDevice>();
+  delete bleDevice_.exchange(device.release());
+}
+
+std::int32_t HWTessel::configure()
+{
+  constexpr std::uint32_t settleMs = 100;
+
+  currentLogManager->node(this, 1) << L"In HWTessel::configure()\n";
+  try {
+    makeDevice();
+  } catch (const std::wstring& reason) {
+    return reportError(reason);
+  }
+  try {
+    currentLogManager->node(this, 2) << L"Trying to open BLE sensor\n";
+    const std::int32_t code = bleDevice_.load()->open(numBleModules_, serialFilter_, skipSensorStartupCheck_);
+    if (code == opening::done) {
+      platform::sleep(settleMs);
+      currentLogManager->node(this, 1) << L"Done setting up Tessel sensor\n";
+      return 0;
+    }
+    currentLogManager->node(this, 1) << L"Error " << code << L" opening BLE Device.\n";
+    return reportError(openingError(code));
+  } catch (...) {
+    currentLogManager->node(this, 1) << L"Caught exception trying to open device\n";
+    return reportError(L"Unhandled exception trying to connect over BLE");
+  }
+}
+
+std::wstring HWTessel::openingError(std::int32_t code) const
+{
+  switch (code) {
+    case opening::noDongle:
+      return L"No BLE USB dongle detected.\nPlease insert the BLE USB dongle and retry.";
+    case opening::portRefused:
+      return L"The BLE USB dongle is currently being used by another program.";
+    case opening::firmwareTooOld:
+      return L"The BLE USB dongle firmware is out of date.\n"
+             L"Please update the BLE USB dongle firmware to version 1.4.2.130 or later.";
+    case opening::stopped:
+      return L"Abandoned connection during program shutdown.\n";
+    case opening::startFailed:
+      return L"Failed to enable notifications from remote module.\n";
+    case opening::portFailed:
+      return L"Communication error.\n";
+    case 40:
+      return L"A remote BLE module responded incorrectly.\n";
+    case 50:
+      return L"The BLE library was signalled to shut down.\n";
+    case opening::moduleTimedOut:
+      return L"A remote BLE module timed out.\n";
+    case opening::notConfigurable:
+      return L"A remote BLE module's service is unavailable.\n";
+    case opening::statusMissing:
+      return L"Failed to read status for a remote module's sensors.\n";
+    default:
+      break;
+  }
+  if (code >= opening::sensorFault && code < opening::statusMissing) {
+    return sensorFaultReport(static_cast<std::uint32_t>(code - opening::sensorFault));
+  }
+  std::wostringstream message;
+  if (code >= opening::modulesMissing && code < opening::modulesMissing + 10) {
+    message << L"Not enough remote BLE modules detected.\nExpected: " << numBleModules_ << L"; detected: "
+            << code - opening::modulesMissing;
+  } else {
+    message << L"Unknown error (code " << code << L") occurred.\n";
+  }
+  return message.str();
+}
+
+std::wstring HWTessel::sensorFaultReport(std::uint32_t module) const
+{
+  constexpr std::array sensors{L"Palm",          L"Thumb",       L"Index Finger",
+                               L"Middle Finger", L"Ring Finger", L"Pinky"};
+
+  const BleDevice& device = *bleDevice_.load();
+  std::wstring report = L"Faulty sensor(s) on ";
+  if (numBleModules_ > 1) report += device.sideText(module) + L" ";
+  report += L"Glove:\n\n";
+  for (std::uint32_t position = 0; position < sensors.size(); ++position) {
+    const std::wstring status = device.sensorStatusText(module, position);
+    if (status != L"OK") report += std::wstring(sensors[position]) + L": " + status + L"\n";
+  }
+  return report;
+}
+
+void HWTessel::signalShutdown()
+{
+  shutdownSignalled_ = true;
+  if (BleDevice* const device = bleDevice_.load()) device->raiseStop();
+}
+
+std::int32_t HWTessel::close()
+{
+  if (BleDevice* const device = bleDevice_.load()) device->close();
+  return 0;
+}
+
+void HWTessel::syncParameters(std::wstring, std::wstring)
+{
+  settings::timeDivisor = timeDivisor_;
+  settings::elementCount = static_cast<std::int32_t>(static_cast<std::int64_t>(channels_.size()) - auxCount_);
+  settings::auxCount = auxCount_;
+  settings::numSensors = numSensors_;
+  settings::numBleModules = numBleModules_;
+  settings::readTimeout = readTimeout_;
+  settings::writeTimeout = writeTimeout_;
+  settings::execDelay = execDelay_;
+  settings::metaData = metaData_;
+  settings::serialNumber = serialFilter_;
+  settings::skipSensorStartupCheck = skipSensorStartupCheck_;
+}

@@ -1,0 +1,70 @@
+// The hardware object of the gloves: one or two of them behind one dongle.
+//
+// Settings are copied from the process-wide variables of Settings.h once, when the object is made, and go
+// back to them before they are saved.
+// Threads and errors: as shared/HwInterface.h tells. Time: records are stamped in ms of the host's clock.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "link/BleDevice.h"
+#include "shared/HwInterface.h"
+
+class HWTessel : public HwInterface {
+ public:
+  // The name under which the plug-in and each of its objects is known.
+  static constexpr const wchar_t* name = L"Tessel";
+
+  // Reads the settings file, if it is there; touches no hardware. A log manager must be set.
+  HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText);
+  // Closes the link.
+  ~HWTessel() override;
+
+  std::uint64_t getNativeSize() override { return channels_.size(); }
+  std::int32_t sendCommand(const wchar_t* text, std::wstring& reply) override;
+  std::int32_t getMaxValue() override;
+  std::int32_t getExecDelay() override { return execDelay_; }
+  void signalShutdown() override;
+  std::int32_t configure() override;
+  std::int32_t readRecord() override;
+  std::int32_t close() override;
+  void syncParameters(std::wstring oldFile, std::wstring newFile) override;
+
+ protected:
+  // Owned. Null until `configure`; read by `signalShutdown` on its own thread.
+  std::atomic<BleDevice*> bleDevice_{nullptr};
+  std::int32_t elemCount_ = 0;        // glove elements in a record
+  std::int32_t auxCount_ = 0;         // the host's elements behind them
+  std::int32_t moduleElemCount_ = 0;  // elements of one module, as the settings divide them
+  std::int32_t numSensors_ = 0;
+  std::int32_t numBleModules_ = 0;
+  double timeDivisor_ = 0.0;  // device clock ticks per ms
+  std::int32_t readTimeout_ = 0;
+  std::int32_t writeTimeout_ = 0;
+  std::int32_t execDelay_ = 0;
+  std::vector<std::int32_t> channels_;  // 0, 1, 2 ..., one for each element of a record
+  std::uint32_t recordStamp_ = 0;       // of the newest record
+  std::uint32_t deviceBase_ = 0;        // device time of the first frame, in ms
+  std::uint32_t hostBase_ = 0;          // host clock at the first frame
+  bool firstFrame_ = true;              // until the first frame is stamped
+  double driftFilter_ = 0.0;            // smoothed host clock minus stamp, in ms
+  std::uint32_t lastDelivery_ = 0;      // host clock at the latest frame; 0 for none yet
+  std::int64_t lastFrameNumber_ = 0;
+  std::int64_t lostFrames_ = 0;  // sum of the gaps between frame numbers
+  std::atomic<bool> shutdownSignalled_{false};
+  std::vector<std::int32_t>
+      serialFilter_;  // serial numbers of the gloves that may be connected; empty for any
+  bool skipSensorStartupCheck_ = false;
+
+ private:
+  void loadSettings();
+  void makeDevice();
+  std::wstring openingError(std::int32_t code) const;
+  std::wstring sensorFaultReport(std::uint32_t module) const;
+  std::int32_t decideOnSilence() const;
+  void stampRecord(const Framelet& frame, std::uint64_t backlog);
+  std::int32_t fillRecord(const std::vector<Framelet>& frames);
+  bool queueCommand(std::uint8_t opcode, std::span<const std::uint8_t> payload, std::int32_t module);
+};

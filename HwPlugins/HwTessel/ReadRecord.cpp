@@ -1,0 +1,95 @@
+// HWTessel::readRecord: from a turn of the link to a stamped record.
+
+#include <algorithm>
+
+#include "HWTessel.h"
+
+namespace {
+
+// The low 32 bits of a number truncated towards zero; 0 for one that no 64-bit integer holds.
+std::uint32_t lowBits(double number)
+{
+  constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
+  if (!(number > -limit && number < limit)) return 0;
+  return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
+}
+
+// Device time in ms. Without a divisor it is the host's.
+std::uint32_t deviceTime(std::uint32_t ticks, double ticksPerMs, std::uint32_t now)
+{
+  constexpr std::uint32_t sevenDaysMs = 604'800'000;
+  if (!(ticksPerMs > 0.0)) return now;
+  const std::uint32_t rounded = lowBits(ticks / ticksPerMs + 0.5);
+  // Meant so: from seven days on the stamps fall back to the first frame's.
+  return rounded > sevenDaysMs ? 0 : rounded;
+}
+
+}  // namespace
+
+std::int32_t HWTessel::readRecord()
+{
+  BleDevice& device = *bleDevice_.load();
+  if (!device.poll()) return -1;
+  std::vector<Framelet> frames;
+  std::uint64_t backlog = 0;
+  if (!device.fetchFrame(frames, numSensors_, backlog)) return decideOnSilence();
+  stampRecord(frames.front(), backlog);
+  return fillRecord(frames);
+}
+
+std::int32_t HWTessel::decideOnSilence() const
+{
+  // Meant so: before the first frame, and after one that came when the host's clock read 0, no silence is too
+  // long.
+  if (lastDelivery_ == 0) return 0;
+  // Meant so: a negative time-out is a very large one.
+  return clock_() - lastDelivery_ > static_cast<std::uint32_t>(readTimeout_) ? -1 : 0;
+}
+
+void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
+{
+  constexpr double kept = 0.95;
+  constexpr double taken = 1 - kept;  // 0.050000000000000044, not 0.05: stamps are the same to the bit
+  constexpr std::uint64_t lateBacklog = 6;
+
+  lastDelivery_ = clock_();
+  const std::uint32_t time = deviceTime(frame.timeStamp, timeDivisor_, lastDelivery_);
+  if (firstFrame_) {
+    deviceBase_ = time;
+    hostBase_ = clock_();
+    firstFrame_ = false;
+    driftFilter_ = 0.0;
+  }
+  recordStamp_ = hostBase_ - deviceBase_ + time;
+  // A frame that waited in a queue says nothing about the clocks. Meant so: it gets no correction at all.
+  if (backlog < lateBacklog) {
+    const double difference = static_cast<double>(clock_()) - static_cast<double>(recordStamp_);
+    driftFilter_ = difference * taken + driftFilter_ * kept;
+    recordStamp_ += lowBits(driftFilter_);
+  }
+
+  const std::int64_t number = frame.frameNumber;
+  lostFrames_ += number - lastFrameNumber_ - 1;
+  lastFrameNumber_ = number;
+}
+
+std::int32_t HWTessel::fillRecord(const std::vector<Framelet>& frames)
+{
+  ReorderingMap<unsigned short>& record = getRecord();
+  const std::uint64_t elements = getNativeSize() - static_cast<std::uint64_t>(std::int64_t{auxCount_});
+  const std::uint64_t perFrame = elements / frames.size();
+  const auto isShort = [perFrame](const Framelet& frame) { return frame.samples.size() < perFrame; };
+  if (std::ranges::any_of(frames, isShort)) return -1;
+
+  std::uint32_t position = 0;
+  for (const Framelet& frame : frames) {
+    for (std::uint64_t index = 0; index < perFrame; ++index) {
+      record[position++] = frame.samples[index];
+    }
+  }
+  RecordBuffer& buffer = *record.buffer_;
+  *buffer.stampCell() = recordStamp_;
+  buffer.advance();
+  record.data_ = buffer.writePointer();
+  return 0;
+}
