@@ -7,6 +7,7 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "bench/AllocationCounter.h"
@@ -14,6 +15,7 @@
 #include "link/BleDevice.h"
 #include "link/Connection.h"
 #include "link/Gatt.h"
+#include "shared/Folder.h"
 #include "shared/Log.h"
 
 namespace {
@@ -73,6 +75,14 @@ struct OpenLink {
     }
   }
 
+  // A log manager deletes what lies in its folder: not the user's.
+  struct NoLogs {
+    NoLogs()
+    {
+      folder::folders()[L"log"] =
+          folder::Folder(std::filesystem::temp_directory_path().wstring() + L"/tessel-bench/");
+    }
+  } noLogs;
   LogManager log{0};
   LogManager* const used = currentLogManager = &log;
   BleDevice device;

@@ -36,6 +36,7 @@ class ClassTable {
       first += counts[index];
     }
     for (const MessageRecord& record : handled) {
+      if (!has(record.header[2], record.header[3])) throw "no such message";
       records_[position(record.header[2], record.header[3])] = record;
     }
   }
@@ -43,11 +44,15 @@ class ClassTable {
   // Null for a class or an id that is not there.
   constexpr const MessageRecord* find(std::uint8_t messageClass, std::uint8_t id) const
   {
-    if (messageClass >= classCount || id >= counts[messageClass]) return nullptr;
-    return &records_[position(messageClass, id)];
+    return has(messageClass, id) ? &records_[position(messageClass, id)] : nullptr;
   }
 
  private:
+  static constexpr bool has(std::uint8_t messageClass, std::uint8_t id)
+  {
+    return messageClass < classCount && id < counts[messageClass];
+  }
+
   constexpr std::size_t position(std::uint8_t messageClass, std::uint8_t id) const
   {
     return std::size_t{firsts_[messageClass]} + id;

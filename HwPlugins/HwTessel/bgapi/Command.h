@@ -1,6 +1,6 @@
 // Commands to the dongle: the rows that the library sends, their encoding, and the way out.
 //
-// Threads: the thread that runs the link. Nothing is allocated and no array is copied.
+// Threads: the thread that runs the link. Encoding allocates nothing and copies no array.
 #pragma once
 
 #include <concepts>

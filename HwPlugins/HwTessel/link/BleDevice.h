@@ -2,10 +2,12 @@
 // current device, which the message handlers work with; the module table and the other statics of Modules.h
 // belong to it.
 //
-// Threads: one thread runs the link. `raiseStop` alone may be called from another one at any moment; every
-// operation that runs then gives up at its next look, and the flag stays up for good.
-// Time: milliseconds; the operations that wait block their caller. Errors: integer results, told below.
-// Memory: owns its queues; the port stays open until `close`, also behind a failed `open`.
+// Threads: one thread runs the link. `raiseStop` alone may be called from another one at any moment; opening
+// and polling give up at their next look at the flag, which stays up but for the moments that `close` needs.
+// Time: milliseconds; the operations that wait block their caller.
+// Errors: integer results, told below. What receives may also throw the `const wchar_t*` of a failed
+// assertion: a module more than the table holds is to be entered. Memory: owns its queues; the port stays
+// open until `close`, also behind a failed `open`.
 #pragma once
 
 #include <cstdint>
@@ -54,17 +56,20 @@ class BleDevice {
                     bool skipSensorCheck);
 
   // Sends at most one queued command, at half a second each, and takes at most one message, waiting up to a
-  // second for its header and for its payload. False from the second poll in a row that got none.
+  // second for its header and for its payload. False from the second poll in a row that handled none; an
+  // unknown message counts as none.
   bool poll();
 
   // Stops the notifications, disconnects the modules and closes the port, whatever they answer; takes up to a
-  // second for each module. Does nothing if the port is closed.
+  // second and a quarter for each module that is silent. A raised stop flag is lowered for each module
+  // meanwhile. Does nothing if the port is closed.
   void close();
 
   // Appends to `frames`, expected empty, the next frame of one glove (`sensorCount` 1) or of both gloves, the
   // left one first; false if there is none, or not one of each. With two gloves a fuller queue is cut, so
-  // that the newest frames meet, and queues four or more apart change the connection interval. `backlog`:
-  // frames that waited in the longer queue; 0 if one of two queues was empty.
+  // that the newest frames meet, and queues four or more apart change the connection interval, which blocks
+  // 50 ms for each connection. `backlog`: frames that waited in the longer queue; 0 if one of two queues was
+  // empty.
   bool fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCount, std::uint64_t& backlog);
 
   // Asks for 25 ms and 20 ms in turn on every connection, at 50 ms each.

@@ -1,7 +1,7 @@
 // The steps of opening the link. BleDevice::open puts them together.
 //
 // Threads: the thread that runs the link. They wait by receiving messages, whose handlers move the states.
-// A failed step leaves port and modules as they are.
+// A failed step leaves port and modules as they are. What a handler throws passes through.
 #pragma once
 
 #include "link/BleDevice.h"
@@ -17,7 +17,8 @@ inline constexpr std::int32_t unanswered = 200;  // the dongle did not accept in
 }  // namespace scanning
 
 // Finds the dongle, resets it, and opens its port when it is back. Gives `opening::done`, `noDongle` or
-// `portRefused`. Looks for the port and tries to open it up to six times, 500 ms apart.
+// `portRefused`. Looks for the port once, and after the reset up to six times; tries to open it up to six
+// times each; 500 ms apart. Does not look at the stop flag.
 std::int32_t openDongle(BleDevice& device);
 
 // Has the dongle discover, and enters the gloves it hears of in `modules`. Works on the current device.

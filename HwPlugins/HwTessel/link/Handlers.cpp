@@ -24,7 +24,7 @@ constexpr std::uint16_t success = 0;
 // Oldest good firmware of the dongle: major, minor, patch, build.
 constexpr std::tuple goodFirmware{1, 4, 2, 130};
 
-// How long a module needs after a follow-up read before it takes the next command.
+// The pause after a follow-up read.
 constexpr std::uint32_t followUpPauseMs = 50;
 
 // The record of a connection, or null if the table has none.

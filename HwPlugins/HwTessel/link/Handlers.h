@@ -1,5 +1,6 @@
 // What the received messages do to the module table. A handler looks at the table, moves a state and returns;
-// it reports nothing. Those who wait look at the states after each message.
+// it reports nothing. Those who wait look at the states after each message. Only the handler of a completed
+// procedure sends, and blocks 50 ms then.
 //
 // Opening, as a module sees it; `>` to the dongle, `<` from it, the state behind:
 //   > connect_direct                                   connecting

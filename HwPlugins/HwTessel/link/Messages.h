@@ -1,7 +1,8 @@
 // Messages to and from the current device's dongle.
 //
 // Threads: the thread that runs the link; a handler runs within the receive that read its message, and may
-// send. Nothing is allocated but for the device's error list.
+// send. Allocates nothing of its own but for the device's error list; a frame that a packet completes and a
+// transfer that the system splits do.
 #pragma once
 
 #include "bgapi/MessageRecord.h"
@@ -16,7 +17,8 @@ inline constexpr std::int32_t failed = 4;   // the system reported a failure
 }  // namespace receiving
 
 // Reads one message and calls its handler. Header and payload each have the whole time-out. There is no
-// resynchronisation: after a time-out within a frame the next bytes are taken as a header.
+// resynchronisation: after a time-out within a frame the next bytes are taken as a header. Throws what a
+// handler throws.
 std::int32_t ble_receive_message(std::uint32_t timeoutMs);
 
 // Writes one message to the current device's port; what the output hook points to while a link is in use.

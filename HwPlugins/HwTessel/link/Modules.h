@@ -1,8 +1,8 @@
 // The remote modules, one in each glove, and the few words that describe the link as a whole. They are
 // statics, because a message handler is given nothing but a payload.
 //
-// Threads: the thread that runs the link. They last as long as the library; a new BleDevice clears those that
-// Modules.h says it clears.
+// Threads: the thread that runs the link. A new BleDevice clears `modules`, `connectionHandles` and the three
+// counts; the rest lasts as long as the library.
 #pragma once
 
 #include <array>

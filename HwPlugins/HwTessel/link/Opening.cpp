@@ -42,7 +42,7 @@ std::int32_t BleDevice::open(std::int32_t wantedModules, const std::vector<std::
   if (result == opening::done) result = stopIfRaised();
   if (result == opening::done) result = connectModules();
   if (result == opening::done) result = stopIfRaised();
-  for (std::uint32_t index = 0; result == opening::done && index < connectionHandles.size(); ++index) {
+  for (std::uint32_t index = 0; result == opening::done && std::cmp_less(index, wantedCount); ++index) {
     if (connectionHandles[index] >= 0) result = startModule(index, skipSensorCheck);
   }
   if (result != opening::done) return result;
