@@ -58,10 +58,12 @@ class HWTessel : public HwInterface {
       serialFilter_;  // serial numbers of the gloves that may be connected; empty for any
   bool skipSensorStartupCheck_ = false;
 
+  // The words for a code of BleDevice::open; of sensor faults they need the link.
+  std::wstring openingError(std::int32_t code) const;
+
  private:
   void loadSettings();
   void makeDevice();
-  std::wstring openingError(std::int32_t code) const;
   std::wstring sensorFaultReport(std::uint32_t module) const;
   std::int32_t decideOnSilence() const;
   void stampRecord(const Framelet& frame, std::uint64_t backlog);

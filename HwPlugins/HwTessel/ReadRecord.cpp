@@ -63,6 +63,8 @@ void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
   recordStamp_ = hostBase_ - deviceBase_ + time;
   // A frame that waited in a queue says nothing about the clocks. Meant so: it gets no correction at all.
   if (backlog < lateBacklog) {
+    // Meant so: as plain numbers. Where the host's clock has wrapped and the stamp not, or the other way
+    // round, the stamps swerve, and come back within some hundred frames.
     const double difference = static_cast<double>(clock_()) - static_cast<double>(recordStamp_);
     driftFilter_ = difference * taken + driftFilter_ * kept;
     recordStamp_ += lowBits(driftFilter_);

@@ -8,9 +8,9 @@
 #include "link/BleDevice.h"
 #include "link/Messages.h"
 #include "link/Modules.h"
-#include "shared/Log.h"
 #include "simulator/Dongle.h"
 #include "tests/support/Hex.h"
+#include "tests/support/HostLog.h"
 #include "tests/support/SimulatedPlatform.h"
 
 struct FreshStatics {
@@ -25,7 +25,7 @@ struct FreshStatics {
 };
 
 class LinkTest : public testing::Test {
- protected:
+ public:
   static constexpr const char* dongleText = "Bluegiga Bluetooth Low Energy (COM7)";
 
   // Opens the port without a dialogue.
@@ -46,14 +46,13 @@ class LinkTest : public testing::Test {
   FreshStatics fresh_;
   SimulatedPlatform platform_;
   SimulatedPlatform::Port& port_ = platform_.addPort(dongleText);
-  LogManager log_{0};
-  LogManager* const noLog_ = currentLogManager = &log_;
+  HostLog log_{0};
   BleDevice device_;
 };
 
 // With a simulated dongle at the port.
 class DongleTest : public LinkTest {
- protected:
+ public:
   DongleTest()
   {
     dongle_.onPresence = [this](bool isPresent) {

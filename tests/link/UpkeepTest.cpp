@@ -1,9 +1,7 @@
 // The open link: poll, commands, connection interval, fetch, texts, and its end.
 
 #include "link/Connection.h"
-#include "shared/Folder.h"
 #include "tests/link/LinkFixture.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -322,37 +320,19 @@ TEST_F(LinkTest, ANewDeviceTakesOverAndTheEndOfAnyLeavesNone)
   EXPECT_EQ(currentDevice, nullptr) << "though the third one lives";
 }
 
-class LinkLog : public DongleTest {
- protected:
-  LinkLog()
-  {
-    folders_[L"log"] = folder::Folder(temporary_.wide());
-    folder::folders_ = &folders_;
-  }
-  void TearDown() override { folder::folders_ = nullptr; }
-
+TEST_F(DongleTest, TheLogTellsOfSuccessStopAndEnd)
+{
+  addGlove("KVXGL00001");
   // What a device logs that is stopped at this line of the transcript.
-  std::string logOf(const std::string& stopLine)
-  {
-    LogManager log(2);
-    currentLogManager = &log;
+  const auto logOf = [this](const std::string& stopLine) {
+    log_.setLevel(2);
     {
       BleDevice device;
       when(stopLine, [&] { device.raiseStop(); });
       device.open(1, {}, false);
     }
-    const std::string text = temporary_.read(temporary_.list());
-    currentLogManager = &log_;
-    return text.substr(text.find("= 2\n") + 4);
-  }
-
-  TemporaryFolder temporary_;
-  folder::FolderMap folders_;
-};
-
-TEST_F(LinkLog, TellsOfSuccessStopAndEnd)
-{
-  addGlove("KVXGL00001");
+    return log_.entries("BleDevice");
+  };
   EXPECT_EQ(logOf("never"), "Successfully connected to device.\nDestroying BLE Device.\n");
   for (const char* stopLine : {"> 00 00 00 08", "> 00 01 06 02", "< 00 02 06 04 00 00"}) {
     EXPECT_EQ(logOf(stopLine), "Terminating.\nDestroying BLE Device.\n") << stopLine;

@@ -1,0 +1,208 @@
+// A host records simulated gloves under virtual time: every element and stamp against what was sent.
+
+#include <map>
+
+#include "tests/frame/FrameFixture.h"
+
+namespace {
+
+using simulator::Glove;
+using simulator::SentFrame;
+
+class EndToEnd : public FrameTest {
+ public:
+  static constexpr std::size_t perGlove = 125;
+  // By then the filter has taken in how late the first frame was read.
+  static constexpr std::size_t settled = 200;
+
+  // The object closes its link, and the gloves still send, while what they are recorded in lives.
+  ~EndToEnd() override { tessel_.reset(); }
+
+  Glove& addRecorded(const std::string& name, std::uint8_t address)
+  {
+    Glove& glove = addGlove(name, address);
+    glove.onFrame = [this, &glove](const SentFrame& frame) {
+      sent_[&glove][frame.samples] = {frame.number, platform_.clock.now()};
+    };
+    return glove;
+  }
+
+  void configure(const std::string& lines, std::vector<std::int32_t> indices = {})
+  {
+    make(lines);
+    ASSERT_EQ(tessel_->configure(), 0) << testing::PrintToString(tessel_->lastError_);
+    install(std::move(indices));
+  }
+
+  // Reads up to this moment; the result of the last read.
+  std::int32_t readUntil(std::int64_t endMs)
+  {
+    std::int32_t result = 0;
+    while (nowMs() < endMs && result == 0) {
+      result = tessel_->readRecord();
+    }
+    return result;
+  }
+
+  struct Sent {
+    std::uint64_t number;
+    VirtualClock::Duration at;
+  };
+
+  // Which frame of the glove this part of a record is; nothing if it is none that it sent.
+  std::optional<Sent> frameOf(const Glove& glove, const HostRecord::Record& record, std::size_t first) const
+  {
+    const auto begin = record.elements.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto entry = sent_.at(&glove).find(std::vector<std::uint16_t>(begin, begin + perGlove));
+    return entry == sent_.at(&glove).end() ? std::nullopt : std::optional(entry->second);
+  }
+
+  std::map<const Glove*, std::map<std::vector<std::uint16_t>, Sent>> sent_;
+};
+
+// One of several in a test.
+class EndToEndRun : public EndToEnd {
+  void TestBody() override {}
+};
+
+const std::string one = "TesselElementCount\t125\nTesselNumSensors\t1\n";
+const std::string two = "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n";
+
+TEST_F(EndToEnd, TwoGlovesLeftFirstWhateverWasHeardFirst)
+{
+  const auto& right = addRecorded("KVXGR00002", 2);
+  const auto& left = addRecorded("KVXGL00001", 1);
+  configure(two);
+  ASSERT_EQ(readUntil(30'000), 0);
+  ASSERT_GT(record_->records.size(), 1150U);
+  std::optional<Sent> last;
+  std::uint32_t lastStamp = 0;
+  std::size_t frames = 0;
+  for (const auto& record : record_->records) {
+    const auto leftFrame = frameOf(left, record, 0);
+    const auto rightFrame = frameOf(right, record, perGlove);
+    ASSERT_TRUE(leftFrame && rightFrame);
+    if (last) {
+      EXPECT_EQ(leftFrame->number, last->number + 1);
+      EXPECT_NEAR(record.stamp - lastStamp, 25, frames++ < settled ? 5 : 2);
+    }
+    last = leftFrame;
+    lastStamp = record.stamp;
+  }
+}
+
+TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
+{
+  const auto& glove = addRecorded("KVXGL00001", 1);
+  // The elements backwards, without the first and the last of the glove, behind two of the host's.
+  std::vector<std::int32_t> indices;
+  for (std::int32_t element = 0; element < 125; ++element) {
+    indices.push_back(element == 0 || element == 124 ? -1 : 126 - element);
+  }
+  configure(one + "TesselAuxCount\t2\n", indices);
+  ASSERT_EQ(readUntil(3000), 0);
+  ASSERT_GT(record_->records.size(), 50U);
+  for (const auto& record : record_->records) {
+    for (const std::size_t free : {0, 1, 126}) {
+      EXPECT_EQ(record.elements[free], HostRecord::untouched);
+    }
+    const auto& all = sent_.at(&glove);
+    EXPECT_TRUE(std::ranges::any_of(all, [&](const auto& frame) {
+      return std::equal(frame.first.begin() + 1, frame.first.end() - 1, record.elements.rend() - 126);
+    }));
+  }
+}
+
+TEST_F(EndToEnd, LostAndDoubledPacketsCostTheFramesThatTheLossRulesTell)
+{
+  auto& glove = addRecorded("KVXGL00001", 1);
+  // Packets of 14 to a frame: frame 10 loses one in the middle, 20 its last, and 30 has one twice.
+  glove.faults.packetFault = [](std::uint64_t packet) {
+    if (packet == 10 * 14 + 5 || packet == 20 * 14 + 13) return simulator::PacketFault::lost;
+    return packet == 30 * 14 + 3 ? simulator::PacketFault::doubled : simulator::PacketFault::none;
+  };
+  configure(one);
+  ASSERT_EQ(readUntil(3000), 0);
+  std::vector<std::uint64_t> missing;
+  std::uint64_t next = 0;
+  for (const auto& record : record_->records) {
+    const auto frame = frameOf(glove, record, 0);
+    ASSERT_TRUE(frame);
+    for (; next < frame->number; ++next) {
+      missing.push_back(next);
+    }
+    ++next;
+  }
+  EXPECT_EQ(missing, (std::vector<std::uint64_t>{10, 20, 21, 30}));
+  EXPECT_EQ(tessel_->lostFrames_, 4 - 1) << "the first frame has the number 0 and counts as -1";
+}
+
+TEST(EndToEndRuns, SilenceEndsTheReading)
+{
+  const struct {
+    const char* name;
+    std::function<void(EndToEnd&, Glove& left, Glove& right)> happen;
+    std::int64_t afterMs;
+  } cases[] = {
+      {"one glove falls silent", [](auto&, auto& left, auto&) { left.fallSilent(); }, 4000},
+      {"both do",
+       [](auto&, auto& left, auto& right) {
+         left.fallSilent();
+         right.fallSilent();
+       },
+       2000},
+      {"a glove leaves", [](auto& test, auto& left, auto&) { test.dongle_.drop(left, 0x0213); }, 4000},
+      {"the dongle is pulled", [](auto& test, auto&, auto&) { test.port_.present = false; }, 0},
+  };
+  for (const auto& row : cases) {
+    EndToEndRun run;
+    auto& left = run.addRecorded("KVXGL00001", 1);
+    auto& right = run.addRecorded("KVXGR00002", 2);
+    run.configure(two + "TesselReadTimeout\t4000\n");
+    ASSERT_EQ(run.readUntil(2000), 0);
+    row.happen(run, left, right);
+    const std::int64_t before = run.nowMs();
+    EXPECT_EQ(run.readUntil(60'000), -1) << row.name;
+    EXPECT_NEAR(static_cast<double>(run.nowMs() - before), static_cast<double>(row.afterMs), 60) << row.name;
+    EXPECT_GT(run.record_->records.size(), 30U) << row.name;
+  }
+}
+
+// The device clock wraps every 6.5 s, which must not show.
+TEST(EndToEndRuns, AnHourOfAClockThatRunsFastOrSlowStaysWithTheHosts)
+{
+  for (const double error : {75e-6, -75e-6}) {
+    EndToEndRun run;
+    auto& glove = run.addGlove("KVXGL00001");
+    glove.config.clockError = error;
+    glove.config.packetsPerFrame = 2;
+    run.configure("TesselElementCount\t17\nTesselNumSensors\t1\n");
+    // An hour is too long for a transcript.
+    run.dongle_.onSend = [&run](std::span<const std::uint8_t> message) {
+      run.arrive({message.begin(), message.end()});
+    };
+    ASSERT_EQ(run.readUntil(3'600'000), 0);
+    const auto& records = run.record_->records;
+    ASSERT_GT(records.size(), 143'900U);
+    for (std::size_t index = EndToEnd::settled; index < records.size(); ++index) {
+      const auto step = static_cast<std::int32_t>(records[index].stamp - records[index - 1].stamp);
+      ASSERT_NEAR(step, 25, 2) << "record " << index << " at " << error;
+    }
+    const auto late = static_cast<std::int32_t>(FrameTest::clock() - records.back().stamp);
+    EXPECT_NEAR(late, 0, 25) << error;
+  }
+}
+
+TEST(EndToEndRuns, TheReadingGoesOnWhenTheHostsClockWraps)
+{
+  EndToEndRun run;
+  auto& left = run.addRecorded("KVXGL00001", 1);
+  run.clockOffset_ = 0U - 3000;
+  run.configure(one + "TesselReadTimeout\t500\n");
+  ASSERT_EQ(run.readUntil(6000), 0);
+  EXPECT_GT(run.record_->records.size(), 200U);
+  left.config.framesPerSecond = 1;
+  EXPECT_EQ(run.readUntil(8000), -1) << "and so does the read time-out";
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+// The glove object's life: settings, configure with all its messages, end.
+
+#include <thread>
+
+#include "shared/Parameter.h"
+#include "tests/frame/FrameFixture.h"
+
+namespace {
+
+using simulator::Step;
+
+TEST_F(FrameTest, TheSettingsAreCopiedAndCleaned)
+{
+  make(
+      "TesselElementCount\t40\nTesselAuxCount\t2\nTesselNumBleModules\t2\nTesselExecDelay\t7\n"
+      "TesselSerialNumber\t5 0 1 65534 65535 -3\n");
+  EXPECT_EQ(tessel_->getNativeSize(), 42U);
+  EXPECT_EQ(tessel_->getSize(), 42U);
+  EXPECT_EQ(tessel_->elemCount_, 40);
+  EXPECT_EQ(tessel_->moduleElemCount_, 20);
+  EXPECT_EQ(tessel_->getExecDelay(), 7);
+  EXPECT_EQ(tessel_->getMaxValue(), 65535);
+  EXPECT_EQ(tessel_->getFixedValue(), 1);
+  EXPECT_EQ(tessel_->serialFilter_, (std::vector<std::int32_t>{1, 65534}));
+}
+
+TEST_F(FrameTest, OddElementCountsMakeNoRecordOrNoObject)
+{
+  const struct {
+    const char* lines;
+    std::uint64_t size;
+    std::int32_t elemCount, moduleElemCount;
+  } cases[] = {{"", 0, 0, -1},
+               {"TesselElementCount\t-5\nTesselAuxCount\t2\n", 0, -2, -5},
+               {"TesselElementCount\t10\nTesselAuxCount\t-3\n", 7, 10, 10},
+               {"TesselElementCount\t10\nTesselAuxCount\t0\nTesselNumBleModules\t0\n", 10, 10, 0},
+               {"TesselElementCount\t-2147483648\nTesselNumBleModules\t-1\n", 0, 0, 0}};
+  for (const auto& [lines, size, elemCount, moduleElemCount] : cases) {
+    resetSettings();
+    make(lines);
+    EXPECT_EQ(tessel_->getNativeSize(), size) << lines;
+    EXPECT_EQ(tessel_->elemCount_, elemCount) << lines;
+    EXPECT_EQ(tessel_->moduleElemCount_, moduleElemCount) << lines;
+  }
+}
+
+TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
+{
+  make(
+      "TesselElementCount\t-1\nTesselSerialNumber\t2 17 70000\nTesselMetaData\t\"left "
+      "hand\"\nTesselTimeDivisor\t2.5\n");
+  settings::timeDivisor = 99;
+  settings::metaData = L"of another object";
+  const std::wstring saved = folder_.wide() + L"saved";
+  EXPECT_TRUE(tessel_->saveParameters(saved.c_str()));
+  resetSettings();
+  EXPECT_EQ(parameter::readFile(saved), 12);
+  EXPECT_EQ(settings::elementCount, 0) << "as computed, not as read";
+  EXPECT_EQ(settings::serialNumber, (std::vector<std::int32_t>{17}));
+  EXPECT_EQ(settings::metaData, L"left hand");
+  EXPECT_EQ(settings::timeDivisor, 2.5);
+}
+
+TEST_F(FrameTest, EachCodeHasItsMessage)
+{
+  make("TesselNumBleModules\t2\n");
+  tessel_->configure();  // fails for want of gloves; the texts need a link
+  modules[1].sensorStatus[5] = 248;
+  const struct {
+    std::int32_t code;
+    const wchar_t* message;
+  } cases[] = {
+      {-1, L"No BLE USB dongle detected.\nPlease insert the BLE USB dongle and retry."},
+      {-2, L"The BLE USB dongle is currently being used by another program."},
+      {-3,
+       L"The BLE USB dongle firmware is out of date.\n"
+       L"Please update the BLE USB dongle firmware to version 1.4.2.130 or later."},
+      {-4, L"Abandoned connection during program shutdown.\n"},
+      {-5, L"Failed to enable notifications from remote module.\n"},
+      {20, L"Communication error.\n"},
+      {30, L"Not enough remote BLE modules detected.\nExpected: 2; detected: 0"},
+      {39, L"Not enough remote BLE modules detected.\nExpected: 2; detected: 9"},
+      {40, L"A remote BLE module responded incorrectly.\n"},
+      {50, L"The BLE library was signalled to shut down.\n"},
+      {60, L"A remote BLE module timed out.\n"},
+      {70, L"A remote BLE module's service is unavailable.\n"},
+      {80, L"Faulty sensor(s) on Right Glove:\n\n"},
+      {81, L"Faulty sensor(s) on Right Glove:\n\nPinky: Busy\n"},
+      {82,
+       L"Faulty sensor(s) on Invalid Glove:\n\nPalm: Invalid\nThumb: Invalid\nIndex Finger: Invalid\n"
+       L"Middle Finger: Invalid\nRing Finger: Invalid\nPinky: Invalid\n"},
+      {89, L"Failed to read status for a remote module's sensors.\n"},
+      {7, L"Unknown error (code 7) occurred.\n"},
+      {-100, L"Unknown error (code -100) occurred.\n"},
+      {41, L"Unknown error (code 41) occurred.\n"},
+      {90, L"Unknown error (code 90) occurred.\n"},
+  };
+  for (const auto& [code, message] : cases) {
+    EXPECT_EQ(tessel_->openingError(code), message) << code;
+  }
+}
+
+TEST_F(FrameTest, ConfigureReportsWhatWentWrong)
+{
+  const std::string settings = "TesselElementCount\t125\nTesselNumSensors\t1\n";
+  const auto errorOf = [this](const std::string& lines) {
+    make(lines);
+    EXPECT_EQ(tessel_->configure(), -1);
+    return tessel_->lastError_;
+  };
+  port_.present = false;
+  EXPECT_EQ(errorOf(settings), L"No BLE USB dongle detected.\nPlease insert the BLE USB dongle and retry.");
+  port_.present = true;
+
+  auto& glove = addGlove("KVXGL00017");
+  glove.config.sensorStatus[1] = 249;
+  EXPECT_EQ(errorOf(settings), L"Faulty sensor(s) on Glove:\n\nThumb: Absent or not ready\n");
+  EXPECT_EQ(errorOf(settings + "TesselNumBleModules\t2\n"),
+            L"Not enough remote BLE modules detected.\nExpected: 2; detected: 1");
+
+  addGlove("KVXGR00018", 2);
+  addGlove("KVXGR00019", 3);
+  dongle_.faults.silentAt = {Step::endProcedure};
+  EXPECT_EQ(errorOf(settings + "TesselNumBleModules\t2\n"), L"Unhandled exception trying to connect over BLE")
+      << "a third glove fails the table's assertion";
+}
+
+TEST_F(FrameTest, ALogThatCannotBeMadeFailsConfigure)
+{
+  log_.setLevel(1);
+  make("TesselElementCount\t125\n");
+  log_.folders[L"log"] = folder::Folder(folder_.wide() + L"settings/none/");  // settings is a file
+  EXPECT_EQ(tessel_->configure(), -1);
+  EXPECT_TRUE(tessel_->lastError_.starts_with(L"Could not create log file "));
+  EXPECT_EQ(tessel_->bleDevice_.load(), nullptr);
+}
+
+TEST_F(FrameTest, TheObjectsLogTellsItsStory)
+{
+  log_.setLevel(2);
+  addGlove("KVXGL00017");
+  make("TesselElementCount\t125\nTesselAuxCount\t3\n");
+  tessel_->configure();
+  tessel_.reset();
+  EXPECT_EQ(log_.entries("Tessel"),
+            "Creating Tessel: " + (folder_ / "settings").string() +
+                "\nAfter all that, elemCount_ = 125 and auxCount_ = 3\nIn HWTessel::configure()\n"
+                "Trying to open BLE sensor\nDone setting up Tessel sensor\n");
+}
+
+TEST_F(FrameTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
+{
+  auto& glove = addGlove("KVXGL00017");
+  make("TesselElementCount\t125\nTesselNumSensors\t1\n");
+  EXPECT_EQ(tessel_->close(), 0) << "nothing to close yet";
+  EXPECT_EQ(tessel_->configure(), 0);
+  EXPECT_TRUE(glove.isNotifying());
+  EXPECT_EQ(tessel_->close(), 0);
+  platform_.clock.advance(std::chrono::milliseconds(20));
+  EXPECT_FALSE(glove.isConnected());
+  transcript_.clear();
+  EXPECT_EQ(tessel_->close(), 0);
+  tessel_.reset();
+  EXPECT_TRUE(transcript_.empty());
+}
+
+TEST_F(FrameTest, TheDestructorClosesTheLink)
+{
+  auto& glove = addGlove("KVXGL00017");
+  make("TesselElementCount\t125\n");
+  ASSERT_EQ(tessel_->configure(), 0);
+  tessel_.reset();
+  platform_.clock.advance(std::chrono::milliseconds(20));
+  EXPECT_FALSE(glove.isConnected());
+  EXPECT_TRUE(platform_.open.empty());
+}
+
+TEST_F(FrameTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
+{
+  addGlove("KVXGL00017");
+  make("TesselElementCount\t125\n");
+  ASSERT_EQ(tessel_->configure(), 0);
+  EXPECT_EQ(tessel_->configure(), -1);
+  EXPECT_EQ(currentDevice, nullptr);
+  dongle_.receive(hex("00 01 00 00 00"));  // the dongle is reset by its next user
+  platform_.clock.advance(std::chrono::seconds(1));
+  make("TesselElementCount\t125\n");
+  EXPECT_EQ(tessel_->configure(), 0) << "a new object has a link again";
+}
+
+TEST_F(FrameTest, AShutdownSignalledFromAnotherThreadEndsConfigure)
+{
+  dongle_.faults.mute = true;
+  make("TesselElementCount\t125\n");
+  std::thread signaller([this] { tessel_->signalShutdown(); });
+  EXPECT_EQ(tessel_->configure(), -1);
+  signaller.join();
+  const std::wstring& error = tessel_->lastError_;
+  EXPECT_TRUE(error.starts_with(L"Abandoned connection") || error.starts_with(L"Not enough"))
+      << "by chance, who is first";
+}
+
+TEST_F(FrameTest, AShutdownSignalledDuringConfigureAbandonsIt)
+{
+  addGlove("KVXGL00017");
+  make("TesselElementCount\t125\n");
+  when("> 00 01 06 02", [this] { tessel_->signalShutdown(); });
+  EXPECT_EQ(tessel_->configure(), -1);
+  EXPECT_EQ(tessel_->lastError_, L"Abandoned connection during program shutdown.\n");
+}
+
+}  // namespace
