@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <optional>
 
 class VirtualClock {
  public:
@@ -14,6 +15,12 @@ class VirtualClock {
 
   // Since the simulation began.
   Duration now() const { return now_; }
+
+  // When something is due next.
+  std::optional<Duration> next() const
+  {
+    return due_.empty() ? std::nullopt : std::optional(due_.begin()->first);
+  }
 
   void after(Duration delay, std::function<void()> action) { due_.emplace(now_ + delay, std::move(action)); }
 

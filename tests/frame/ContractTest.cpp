@@ -6,6 +6,28 @@
 #include "tests/support/HostLog.h"
 #include "tests/support/HostRecord.h"
 
+// The operations in the order that a host relies on, listed anew. Known to other sources, so that the
+// compiler can't conclude that no object of it exists.
+class AsTheHostSeesIt {
+ public:
+  virtual ~AsTheHostSeesIt() = default;
+  virtual std::uint64_t operation1() = 0;
+  virtual std::uint64_t operation2() = 0;
+  virtual std::int32_t operation3(const wchar_t* text, std::wstring& reply) = 0;
+  virtual std::int32_t operation4() = 0;
+  virtual std::int32_t operation5() = 0;
+  virtual std::int32_t operation6() = 0;
+  virtual std::int32_t operation7() = 0;
+  virtual void operation8() = 0;
+  virtual std::int32_t operation9() = 0;
+  virtual std::int32_t operation10() = 0;
+  virtual std::int32_t operation11() = 0;
+  virtual std::int32_t operation12() = 0;
+  virtual bool operation13(const wchar_t* fileName) = 0;
+  virtual std::int32_t operation14(std::wstring message) = 0;
+  virtual void operation15(std::wstring oldFile, std::wstring newFile) = 0;
+};
+
 namespace {
 
 // Notes which operation was called.
@@ -40,27 +62,6 @@ class Noting : public HwInterface {
 };
 std::string Noting::called;
 
-// The operations in the order that a host relies on, listed anew.
-class AsTheHostSeesIt {
- public:
-  virtual ~AsTheHostSeesIt() = default;
-  virtual std::uint64_t operation1() = 0;
-  virtual std::uint64_t operation2() = 0;
-  virtual std::int32_t operation3(const wchar_t* text, std::wstring& reply) = 0;
-  virtual std::int32_t operation4() = 0;
-  virtual std::int32_t operation5() = 0;
-  virtual std::int32_t operation6() = 0;
-  virtual std::int32_t operation7() = 0;
-  virtual void operation8() = 0;
-  virtual std::int32_t operation9() = 0;
-  virtual std::int32_t operation10() = 0;
-  virtual std::int32_t operation11() = 0;
-  virtual std::int32_t operation12() = 0;
-  virtual bool operation13(const wchar_t* fileName) = 0;
-  virtual std::int32_t operation14(std::wstring message) = 0;
-  virtual void operation15(std::wstring oldFile, std::wstring newFile) = 0;
-};
-
 class Contract : public testing::Test {
  protected:
   HostLog log_{1};
@@ -71,7 +72,7 @@ class Contract : public testing::Test {
 {
   std::vector<std::string> calls;
   std::wstring reply;
-  const auto note = [&](auto&&...) { calls.push_back(Noting::called); };
+  const auto note = [&](auto...) { calls.push_back(Noting::called); };
   note(object->operation1());
   note(object->operation2());
   note(object->operation3(L"", reply));

@@ -1,0 +1,124 @@
+#include "simulator/PtyPort.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <system_error>
+
+namespace simulator {
+
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::steady_clock;
+
+// Beyond this a host that does not read loses messages, as with a real dongle.
+constexpr std::size_t mostWaiting = 1'000'000;
+
+// The host's writes and the stop flag are looked at this often at least.
+constexpr std::chrono::milliseconds longestWait{5};
+
+[[noreturn]] void fail(const char* what)
+{
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+}  // namespace
+
+PtyPort::PtyPort(VirtualClock& clock, Dongle& dongle, std::filesystem::path path)
+    : clock_(clock), dongle_(dongle), path_(std::move(path))
+{
+  dongle_.onSend = [this](std::span<const std::uint8_t> message) { send(message); };
+  dongle_.onPresence = [this](bool isPresent) { isPresent ? plugIn() : unplug(); };
+  plugIn();
+}
+
+PtyPort::~PtyPort()
+{
+  dongle_.onSend = nullptr;
+  dongle_.onPresence = nullptr;
+  unplug();
+}
+
+void PtyPort::plugIn()
+{
+  master_ = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) fail("no pseudo terminal");
+  const std::filesystem::path terminal = ::ptsname(master_);
+  slave_ = ::open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  termios settings{};
+  if (slave_ < 0 || ::tcgetattr(slave_, &settings) != 0) fail("no pseudo terminal");
+  ::cfmakeraw(&settings);
+  ::tcsetattr(slave_, TCSANOW, &settings);
+  std::error_code ignored;
+  std::filesystem::remove(path_, ignored);
+  std::filesystem::create_symlink(terminal, path_);
+}
+
+void PtyPort::unplug()
+{
+  std::error_code ignored;
+  std::filesystem::remove(path_, ignored);
+  waiting_.clear();
+  ::close(slave_);
+  ::close(master_);
+  slave_ = master_ = -1;
+}
+
+void PtyPort::send(std::span<const std::uint8_t> message)
+{
+  if (waiting_.size() + message.size() > mostWaiting) return;
+  waiting_.insert(waiting_.end(), message.begin(), message.end());
+  flush();
+}
+
+void PtyPort::flush()
+{
+  if (master_ < 0 || waiting_.empty()) return;
+  const ssize_t taken = ::write(master_, waiting_.data(), waiting_.size());
+  if (taken > 0) waiting_.erase(waiting_.begin(), waiting_.begin() + taken);
+}
+
+void PtyPort::receive()
+{
+  std::array<std::uint8_t, 4096> bytes{};
+  while (master_ >= 0) {
+    const ssize_t got = ::read(master_, bytes.data(), bytes.size());
+    if (got <= 0) return;
+    dongle_.receive(std::span(bytes).first(static_cast<std::size_t>(got)));
+  }
+}
+
+void PtyPort::wait(std::chrono::nanoseconds longest) const
+{
+  const auto duration = std::clamp<std::chrono::nanoseconds>(longest, {}, longestWait);
+  const timespec timeout{.tv_sec = 0, .tv_nsec = duration.count()};
+  pollfd terminal{.fd = master_, .events = POLLIN, .revents = 0};
+  ::ppoll(&terminal, 1, &timeout, nullptr);
+}
+
+void PtyPort::run(const std::atomic<bool>& stop, double speed)
+{
+  using Seconds = std::chrono::duration<double>;
+  const auto realStart = steady_clock::now();
+  const auto start = clock_.now();
+  while (!stop) {
+    const Seconds real = steady_clock::now() - realStart;
+    const auto target = start + duration_cast<Duration>(real * speed);
+    clock_.advance(std::max(target - clock_.now(), Duration{0}));
+    flush();
+    receive();
+    const auto next = clock_.next();
+    wait(next ? duration_cast<std::chrono::nanoseconds>(Seconds(*next - target) / speed) : longestWait);
+  }
+}
+
+}  // namespace simulator

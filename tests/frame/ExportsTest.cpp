@@ -1,0 +1,46 @@
+// The five exports, linked in.
+
+#include "shared/HwInterface.h"
+#include "tests/frame/FrameFixture.h"
+
+extern "C" {
+HwInterface* create(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText);
+const wchar_t* getName();
+bool release(HwInterface* object);
+void setFolders(folder::FolderMap* folders);
+void setLog(LogManager* log);
+}
+
+namespace {
+
+TEST_F(FrameTest, ObjectsAreReleasedOnceAndByIdentity)
+{
+  int other = 0;
+  EXPECT_STREQ(getName(), L"Tessel");
+  EXPECT_FALSE(release(nullptr));
+  const std::wstring file = folder_.write("settings", "TesselElementCount\t5\n");
+  HwInterface* const first = create(file.c_str(), &FrameTest::clock, L"host");
+  HwInterface* const second = create(L"no such file", &FrameTest::clock, L"");
+  EXPECT_EQ(first->hostText_, L"host");
+  EXPECT_EQ(first->getNativeSize(), 5U);
+  EXPECT_FALSE(release(reinterpret_cast<HwInterface*>(&other)));
+  EXPECT_TRUE(release(first));
+  EXPECT_FALSE(release(first));
+  EXPECT_EQ(second->getMaxValue(), 65535);
+  EXPECT_TRUE(release(second));
+  EXPECT_FALSE(release(second));
+}
+
+TEST_F(FrameTest, FoldersAndLogAreTheHosts)
+{
+  folder::FolderMap folders;
+  setFolders(&folders);
+  EXPECT_EQ(&folder::folders(), &folders);
+  setFolders(&log_.folders);
+  setLog(nullptr);
+  EXPECT_EQ(currentLogManager, nullptr);
+  setLog(log_.manager.get());
+  EXPECT_EQ(currentLogManager, log_.manager.get());
+}
+
+}  // namespace

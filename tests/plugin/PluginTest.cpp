@@ -1,0 +1,218 @@
+// The built shared object, loaded as a host loads it: real process, real pseudo terminal. The simulated
+// gloves run ten times as fast as real ones.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "shared/HwInterface.h"
+#include "simulator/PtyPort.h"
+#include "tests/support/HostLog.h"
+#include "tests/support/HostRecord.h"
+
+namespace {
+
+constexpr double speed = 10;
+constexpr std::uint32_t hostClock = 5000;  // the host's clock stands still, so that stamps can be foretold
+constexpr std::uint32_t perGlove = 125;
+
+std::uint32_t standingClock()
+{
+  return hostClock;
+}
+
+// The first element tells the frame; the others tell element, frame and glove.
+std::uint16_t movement(unsigned glove, std::size_t element, std::uint64_t frame)
+{
+  if (element == 0) return static_cast<std::uint16_t>(frame);
+  return static_cast<std::uint16_t>(element * 251 + frame * 7 + glove * 30011);
+}
+
+// A dongle with a left and a right glove, on a thread of its own.
+class Gloves {
+ public:
+  explicit Gloves(const std::filesystem::path& path) : port_(clock_, dongle_, path)
+  {
+    for (unsigned glove = 0; glove < 2; ++glove) {
+      simulator::GloveConfig config;
+      config.name = glove == 0 ? "KVXGL00017" : "KVXGR00018";
+      config.batteryCode = 17;
+      config.movement = [glove](std::size_t element, std::uint64_t frame) {
+        return movement(glove, element, frame);
+      };
+      gloves_[glove] = &dongle_.addGlove(config);
+    }
+    thread_ = std::thread([this] { port_.run(stop_, speed); });
+  }
+  ~Gloves() { halt(); }
+
+  // From here on the gloves can be looked at.
+  const simulator::Glove& halt(std::size_t glove = 0)
+  {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+    return *gloves_.at(glove);
+  }
+
+ private:
+  VirtualClock clock_;
+  simulator::Dongle dongle_{clock_};
+  simulator::PtyPort port_;
+  std::array<simulator::Glove*, 2> gloves_{};
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+class Plugin : public testing::Test {
+ public:
+  Plugin()
+  {
+    const std::string port = "Bluegiga Bluetooth Low Energy (COM7)=" + (folder_ / "dongle").string();
+    ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
+    library_ = ::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+    EXPECT_NE(library_, nullptr) << ::dlerror();
+    function<void(folder::FolderMap*)>("setFolders")(&log_.folders);
+    function<void(LogManager*)>("setLog")(log_.manager.get());
+  }
+  ~Plugin() override { unload(); }
+
+  template <class Type>
+  Type* function(const char* name) const
+  {
+    return reinterpret_cast<Type*>(::dlsym(library_, name));
+  }
+
+  HwInterface* create()
+  {
+    const std::wstring file = folder_.write(
+        "settings",
+        "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\nTesselAuxCount\t1\n");
+    return function<HwInterface*(const wchar_t*, ClockFunction, const wchar_t*)>("create")(
+        file.c_str(), standingClock, L"test");
+  }
+
+  void unload()
+  {
+    if (library_ != nullptr) ::dlclose(library_);
+    library_ = nullptr;
+  }
+
+  TemporaryFolder folder_;
+  HostLog log_{2};
+  void* library_ = nullptr;
+};
+
+// Follows the stamps, which depend on the frames' clock alone, but for one thing: a frame that waited in a
+// queue is not corrected, and how long frames wait is the machine's affair. So either is right.
+class StampCheck {
+ public:
+  bool accepts(std::uint32_t frame, std::uint32_t stamp)
+  {
+    const std::uint32_t deviceMs = (1 + 250 * (frame + 1) + 5) / 10;  // ticks, rounded
+    if (filters_.empty()) {
+      deviceBase_ = deviceMs;
+      filters_ = {0.0};
+    }
+    const std::uint32_t plain = hostClock - deviceBase_ + deviceMs;
+    std::vector<double> next;
+    for (const double filter : filters_) {
+      if (stamp == plain) next.push_back(filter);
+      const double corrected =
+          (static_cast<double>(hostClock) - static_cast<double>(plain)) * (1 - 0.95) + filter * 0.95;
+      if (stamp == plain + static_cast<std::uint32_t>(static_cast<std::int64_t>(corrected)))
+        next.push_back(corrected);
+    }
+    filters_ = next;
+    return !filters_.empty();
+  }
+
+ private:
+  std::uint32_t deviceBase_ = 0;
+  std::vector<double> filters_;
+};
+
+TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
+{
+  Gloves gloves(folder_ / "dongle");
+  EXPECT_STREQ(function<const wchar_t*()>("getName")(), L"Tessel");
+  HwInterface* const hardware = create();
+  ASSERT_EQ(hardware->getNativeSize(), 251U);
+  ASSERT_EQ(hardware->configure(), 0) << testing::PrintToString(hardware->lastError_);
+  HostRecord record(hardware->getNativeSize());
+  hardware->mapping_ = &record.map;
+
+  std::wstring reply;
+  EXPECT_EQ(hardware->sendCommand(L"GetModuleMap", reply), 0);
+  EXPECT_EQ(reply, L"2:KVXGL00017:KVXGR00018");
+  EXPECT_EQ(hardware->sendCommand(L"SensorSelect 2", reply), 0);
+  EXPECT_EQ(hardware->sendCommand(L"SetSerialNumber,1,4660", reply), 0);
+  while (record.records.size() < 1000) {
+    ASSERT_EQ(hardware->readRecord(), 0);
+  }
+  EXPECT_EQ(hardware->sendCommand(L"BatteryLevel", reply), 0);
+  EXPECT_EQ(reply, L"0.75");
+
+  StampCheck stamps;
+  for (const auto& [elements, stamp] : record.records) {
+    for (std::uint32_t glove = 0; glove < 2; ++glove) {
+      const unsigned short frame = elements[glove * perGlove];
+      for (std::uint32_t element = 0; element < perGlove; ++element) {
+        ASSERT_EQ(elements[glove * perGlove + element], movement(glove, element, frame));
+      }
+    }
+    ASSERT_EQ(elements.back(), HostRecord::untouched);
+    ASSERT_TRUE(stamps.accepts(elements[0], stamp)) << "frame " << elements[0];
+  }
+
+  EXPECT_TRUE(hardware->saveParameters((folder_.wide() + L"saved").c_str()));
+  EXPECT_NE(folder_.read("saved").find("TesselElementCount\t250\n"), std::string::npos);
+  EXPECT_EQ(hardware->close(), 0);
+  EXPECT_TRUE(function<bool(HwInterface*)>("release")(hardware));
+  EXPECT_FALSE(function<bool(HwInterface*)>("release")(hardware));
+  EXPECT_TRUE(log_.entries("Tessel").ends_with("Done setting up Tessel sensor\n"));
+  EXPECT_EQ(log_.entries("BleDevice"), "Successfully connected to device.\nDestroying BLE Device.\n");
+  EXPECT_EQ(gloves.halt(0).commands(), (std::vector<std::vector<std::uint8_t>>{{178, 254}}));
+  EXPECT_EQ(gloves.halt(1).commands(), (std::vector<std::vector<std::uint8_t>>{{114, 254, 0x34, 0x12}}));
+}
+
+TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
+{
+  Gloves gloves(folder_ / "dongle");
+  ASSERT_EQ(create()->configure(), 0);
+  unload();
+  EXPECT_EQ(::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is really gone";
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(gloves.halt(0).isConnected());
+  EXPECT_FALSE(gloves.halt(1).isConnected());
+}
+
+TEST_F(Plugin, AnObjectThatMemoryCantHoldLeavesNothingBehind)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizers end a process that asks for this much";
+#endif
+  const std::wstring file =
+      folder_.write("settings", "TesselElementCount\t2147483647\nTesselAuxCount\t2147483647\n");
+  const std::wstring small = folder_.write("small", "TesselElementCount\t5\nTesselAuxCount\t0\n");
+  const auto create = function<HwInterface*(const wchar_t*, ClockFunction, const wchar_t*)>("create");
+  const auto release = function<bool(HwInterface*)>("release");
+  // Some systems promise any memory, so the room is taken away from the process.
+  const auto tryIt = [&] {
+    const rlimit limit{2'000'000'000, 2'000'000'000};
+    ::setrlimit(RLIMIT_DATA, &limit);
+    try {
+      create(file.c_str(), standingClock, L"");
+    } catch (const std::bad_alloc&) {
+      std::_Exit(release(create(small.c_str(), standingClock, L"")) ? 7 : 8);
+    }
+    std::_Exit(9);
+  };
+  EXPECT_EXIT(tryIt(), testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
