@@ -5,44 +5,20 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
 #include "bench/AllocationCounter.h"
+#include "bench/ListeningLink.h"
 #include "bench/MemoryPlatform.h"
 #include "link/BleDevice.h"
-#include "link/Connection.h"
-#include "link/Gatt.h"
-#include "shared/Folder.h"
-#include "shared/Log.h"
 
 namespace {
 
 constexpr std::size_t headerSize = 4;
 constexpr std::size_t payloadSize = 25;
-constexpr std::size_t packetsPerFrame = 14;
 constexpr std::size_t framesInRun = 256;
 constexpr std::size_t messages = packetsPerFrame * framesInRun;
-constexpr std::size_t samplesPerFrame = 125;
-
-using PacketBytes = std::array<std::uint8_t, PacketStore::packetSize>;
-
-// A packet of a compact frame; frames come 25 ms apart.
-PacketBytes packetOf(std::size_t frame, std::size_t index)
-{
-  PacketBytes packet{};
-  std::generate(packet.begin(), packet.end(),
-                [value = frame * 31 + index]() mutable { return static_cast<std::uint8_t>(value += 7); });
-  packet[0] = static_cast<std::uint8_t>(index == 0 ? frame << 4 : index);
-  if (index != 0) return packet;
-  const std::size_t clock = 250 * (frame + 1);
-  packet[1] = packetsPerFrame;
-  packet[2] = static_cast<std::uint8_t>(clock >> 8);
-  packet[3] = static_cast<std::uint8_t>(clock);
-  return packet;
-}
 
 // Notifications of a run of frames, as the dongle sends them.
 std::vector<std::uint8_t> makeRun()
@@ -59,32 +35,10 @@ std::vector<std::uint8_t> makeRun()
   return bytes;
 }
 
-// A link whose two modules are connected and listen.
 struct OpenLink {
-  OpenLink()
-  {
-    openDongle(device);
-    for (std::uint32_t index = 0; index < modules.size(); ++index) {
-      stores[index] = {};
-      stores[index].setPacketFormat(0);
-      modules[index].configHandle = gatt::configHandle;
-      modules[index].versionHandle = gatt::versionHandle;
-      modules[index].statusHandle = gatt::statusHandle;
-      modules[index].state = ConnectionState::listening_measurements;
-      countModule(index);
-    }
-  }
+  OpenLink() { listen(device); }
 
-  // A log manager deletes what lies in its folder: not the user's.
-  struct NoLogs {
-    NoLogs()
-    {
-      folder::folders()[L"log"] =
-          folder::Folder(std::filesystem::temp_directory_path().wstring() + L"/tessel-bench/");
-    }
-  } noLogs;
-  LogManager log{0};
-  LogManager* const used = currentLogManager = &log;
+  NoLogs noLogs;
   BleDevice device;
 };
 
@@ -160,19 +114,6 @@ void poll(benchmark::State& state)
   state.counters["most_allocs_completing"] = static_cast<double>(mostCompleting);
 }
 
-using Clock = std::chrono::steady_clock;
-
-// What looking at the clock twice costs.
-Clock::duration clockCost()
-{
-  auto least = Clock::duration::max();
-  for (int count = 0; count < 10000; ++count) {
-    const auto before = Clock::now();
-    least = std::min(least, Clock::now() - before);
-  }
-  return least;
-}
-
 void copySamplesOnly(benchmark::State& state)
 {
   const std::array<std::vector<std::uint16_t>, 2> from{std::vector<std::uint16_t>(samplesPerFrame, 1),
@@ -191,27 +132,20 @@ void copySamplesOnly(benchmark::State& state)
 void fetchFrame(benchmark::State& state)
 {
   OpenLink link;
-  const Clock::duration cost = clockCost();
+  const Stopwatch stopwatch;
   std::vector<Framelet> frames;
   frames.reserve(2);
   std::uint64_t backlog = 0;
   std::uint64_t mostAllocations = 0;
-  std::size_t frame = 0;
   for ([[maybe_unused]] auto _ : state) {
-    for (std::size_t index = 0; index < packetsPerFrame; ++index) {
-      for (PacketStore& store : stores) {
-        store.addPacket(packetOf(frame, index));
-      }
-    }
-    frame = (frame + 1) % framesInRun;
+    fillStores();
     frames.clear();
-    const std::uint64_t allocated = allocationCount();
-    const auto before = Clock::now();
-    const bool isFetched = link.device.fetchFrame(frames, 2, backlog);
-    const auto took = Clock::now() - before - cost;
-    mostAllocations = std::max(mostAllocations, allocationCount() - allocated);
+    const std::uint64_t before = allocationCount();
+    bool isFetched = false;
+    state.SetIterationTime(
+        stopwatch.seconds([&] { isFetched = link.device.fetchFrame(frames, 2, backlog); }));
+    mostAllocations = std::max(mostAllocations, allocationCount() - before);
     if (!isFetched || frames.size() != 2) return state.SkipWithError("no set of frames");
-    state.SetIterationTime(std::chrono::duration<double>(std::max(took, Clock::duration{})).count());
   }
   state.counters["most_allocs"] = static_cast<double>(mostAllocations);
 }

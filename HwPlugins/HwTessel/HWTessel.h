@@ -67,6 +67,8 @@ class HWTessel : public HwInterface {
   std::wstring sensorFaultReport(std::uint32_t module) const;
   std::int32_t decideOnSilence() const;
   void stampRecord(const Framelet& frame, std::uint64_t backlog);
-  std::int32_t fillRecord(const std::vector<Framelet>& frames);
+  std::int32_t fillRecord();
   bool queueCommand(std::uint8_t opcode, std::span<const std::uint8_t> payload, std::int32_t module);
+
+  std::vector<Framelet> frames_;  // of the read that runs; kept for its memory
 };

@@ -28,13 +28,18 @@ std::uint32_t deviceTime(std::uint32_t ticks, double ticksPerMs, std::uint32_t n
 
 std::int32_t HWTessel::readRecord()
 {
+  // On every way out, an exception too.
+  struct Emptied {
+    std::vector<Framelet>& frames;
+    ~Emptied() { frames.clear(); }
+  } const emptied{frames_};
+
   BleDevice& device = *bleDevice_.load();
   if (!device.poll()) return -1;
-  std::vector<Framelet> frames;
   std::uint64_t backlog = 0;
-  if (!device.fetchFrame(frames, numSensors_, backlog)) return decideOnSilence();
-  stampRecord(frames.front(), backlog);
-  return fillRecord(frames);
+  if (!device.fetchFrame(frames_, numSensors_, backlog)) return decideOnSilence();
+  stampRecord(frames_.front(), backlog);
+  return fillRecord();
 }
 
 std::int32_t HWTessel::decideOnSilence() const
@@ -75,19 +80,25 @@ void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
   lastFrameNumber_ = number;
 }
 
-std::int32_t HWTessel::fillRecord(const std::vector<Framelet>& frames)
+std::int32_t HWTessel::fillRecord()
 {
   ReorderingMap<unsigned short>& record = getRecord();
   const std::uint64_t elements = getNativeSize() - static_cast<std::uint64_t>(std::int64_t{auxCount_});
-  const std::uint64_t perFrame = elements / frames.size();
+  const std::uint64_t perFrame = elements / frames_.size();
   const auto isShort = [perFrame](const Framelet& frame) { return frame.samples.size() < perFrame; };
-  if (std::ranges::any_of(frames, isShort)) return -1;
+  if (std::ranges::any_of(frames_, isShort)) return -1;
 
   std::uint32_t position = 0;
-  for (const Framelet& frame : frames) {
-    for (std::uint64_t index = 0; index < perFrame; ++index) {
-      record[position++] = frame.samples[index];
+  const auto count = static_cast<std::uint32_t>(perFrame);  // no frame holds more
+  for (const Framelet& frame : frames_) {
+    if (record.indices_.empty() && count > 0) {
+      std::copy_n(frame.samples.begin(), count, &record[position]);
+    } else {
+      for (std::uint32_t index = 0; index < count; ++index) {
+        record[position + index] = frame.samples[index];
+      }
     }
+    position += count;
   }
   RecordBuffer& buffer = *record.buffer_;
   *buffer.stampCell() = recordStamp_;

@@ -1,0 +1,101 @@
+// Reads that deliver a record of two gloves, beside a loop that only stores as many elements through the same
+// map.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <vector>
+
+#include "HWTessel.h"
+#include "Settings.h"
+#include "bench/AllocationCounter.h"
+#include "bench/ListeningLink.h"
+#include "bench/MemoryPlatform.h"
+
+namespace {
+
+constexpr std::size_t elements = 2 * samplesPerFrame;
+
+// A record store of one row.
+class OneRecord final : public RecordBuffer {
+ public:
+  explicit OneRecord(bool isMapped)
+  {
+    map.data_ = row_.data();
+    map.size_ = elements;
+    map.buffer_ = this;
+    if (!isMapped) return;
+    map.indices_.resize(elements);
+    std::iota(map.indices_.rbegin(), map.indices_.rend(), 0);  // backwards
+  }
+
+  void advance() override { ++records; }
+  unsigned short* writePointer() override { return row_.data(); }
+  std::uint32_t* stampCell() override { return &stamp_; }
+
+  ReorderingMap<unsigned short> map;
+  std::int64_t records = 0;
+
+ private:
+  std::array<unsigned short, elements> row_{};
+  std::uint32_t stamp_ = 0;
+};
+
+std::uint32_t hostClock()
+{
+  static std::uint32_t now = 0;
+  return now += 8;
+}
+
+// An object whose link is open.
+class Listening : public HWTessel {
+ public:
+  Listening() : HWTessel(L"", hostClock, L"")
+  {
+    bleDevice_ = new BleDevice;
+    listen(*bleDevice_.load());
+  }
+};
+
+void storeElementsOnly(benchmark::State& state)
+{
+  OneRecord record(state.range(0) != 0);
+  std::vector<std::uint16_t> samples(elements, 7);
+  for ([[maybe_unused]] auto _ : state) {
+    benchmark::DoNotOptimize(samples.data());
+    for (std::uint32_t index = 0; index < elements; ++index) {
+      record.map[index] = samples[index];
+    }
+    benchmark::ClobberMemory();
+  }
+}
+
+// Only the read counts, not the packets that fill the stores before it.
+void readRecord(benchmark::State& state)
+{
+  const NoLogs noLogs;
+  settings::elementCount = elements;
+  settings::numSensors = 2;
+  Listening tessel;
+  OneRecord record(state.range(0) != 0);
+  tessel.mapping_ = &record.map;
+  const Stopwatch stopwatch;
+  constexpr std::array<std::uint8_t, 4> message{0x80, 0x00, 0x00, 0x06};  // one of no interest
+  std::uint64_t mostAllocations = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    fillStores();
+    serve(message);
+    const std::uint64_t before = allocationCount();
+    state.SetIterationTime(stopwatch.seconds([&] { tessel.readRecord(); }));
+    if (record.records > 1) mostAllocations = std::max(mostAllocations, allocationCount() - before);
+  }
+  if (record.records != state.iterations()) state.SkipWithError("records were lost");
+  state.counters["most_allocs"] = static_cast<double>(mostAllocations);
+}
+
+BENCHMARK(storeElementsOnly)->ArgName("map")->Arg(0)->Arg(1);
+BENCHMARK(readRecord)->ArgName("map")->Arg(0)->Arg(1)->UseManualTime();
+
+}  // namespace
