@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <sstream>
 #include <thread>
 
 #include "shared/HwInterface.h"
@@ -178,6 +179,27 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
   EXPECT_EQ(log_.entries("BleDevice"), "Successfully connected to device.\nDestroying BLE Device.\n");
   EXPECT_EQ(gloves.halt(0).commands(), (std::vector<std::vector<std::uint8_t>>{{178, 254}}));
   EXPECT_EQ(gloves.halt(1).commands(), (std::vector<std::vector<std::uint8_t>>{{114, 254, 0x34, 0x12}}));
+}
+
+TEST_F(Plugin, TheGuidesHostRecords)
+{
+  Gloves gloves(folder_ / "dongle");
+  folder_.write("settings", "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
+  std::filesystem::create_directory(folder_ / "log");
+  const std::string command = std::string(TESSEL_HOST_EXAMPLE) + " " + TESSEL_PLUGIN + " " +
+                              (folder_ / "settings").string() + " " + (folder_ / "log").string() + "/ 40 > " +
+                              (folder_ / "output").string();
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  std::istringstream lines(folder_.read("output"));
+  std::string line;
+  for (int record = 0; record < 40; ++record) {
+    std::getline(lines, line);
+    unsigned stamp = 0, frame = 0, second = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%u ms: %u %u ...", &stamp, &frame, &second), 3) << line;
+    EXPECT_EQ(second, movement(0, 1, frame));
+  }
+  std::getline(lines, line);
+  EXPECT_EQ(line, "battery 0.75");
 }
 
 TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
