@@ -73,4 +73,6 @@ std::int32_t HwInterface::reportError(std::wstring message)
   return -1;
 }
 
-void HwInterface::syncParameters(std::wstring, std::wstring) {}
+// By value, as the binary interface has it.
+void HwInterface::syncParameters(std::wstring, std::wstring) {
+}  // NOLINT(performance-unnecessary-value-param)

@@ -54,7 +54,7 @@ void HWTessel::loadSettings()
 
 HWTessel::~HWTessel()
 {
-  close();
+  HWTessel::close();
   // Meant so: the last line, which the base says, finds no log any more.
   currentLogManager->remove(this);
   delete bleDevice_.load();

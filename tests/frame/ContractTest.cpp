@@ -68,7 +68,7 @@ class Contract : public testing::Test {
 };
 
 // The object is of another class on purpose.
-[[gnu::no_sanitize("undefined")]] std::vector<std::string> callInOrder(AsTheHostSeesIt* object)
+__attribute__((no_sanitize("undefined"))) std::vector<std::string> callInOrder(AsTheHostSeesIt* object)
 {
   std::vector<std::string> calls;
   std::wstring reply;

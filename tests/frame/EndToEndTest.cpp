@@ -96,6 +96,7 @@ TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
   const auto& glove = addRecorded("KVXGL00001", 1);
   // The elements backwards, without the first and the last of the glove, behind two of the host's.
   std::vector<std::int32_t> indices;
+  indices.reserve(125);
   for (std::int32_t element = 0; element < 125; ++element) {
     indices.push_back(element == 0 || element == 124 ? -1 : 126 - element);
   }
@@ -103,7 +104,7 @@ TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
   ASSERT_EQ(readUntil(3000), 0);
   ASSERT_GT(record_->records.size(), 50U);
   for (const auto& record : record_->records) {
-    for (const std::size_t free : {0, 1, 126}) {
+    for (const std::size_t free : {0U, 1U, 126U}) {
       EXPECT_EQ(record.elements[free], HostRecord::untouched);
     }
     const auto& all = sent_.at(&glove);

@@ -18,7 +18,7 @@ class FrameTest : public DongleTest {
  public:
   FrameTest()
   {
-    current_ = this;
+    currentTest = this;
     resetSettings();
   }
   ~FrameTest() override { resetSettings(); }
@@ -55,7 +55,7 @@ class FrameTest : public DongleTest {
 
   static std::uint32_t clock()
   {
-    return current_->clockOffset_ + static_cast<std::uint32_t>(current_->nowMs());
+    return currentTest->clockOffset_ + static_cast<std::uint32_t>(currentTest->nowMs());
   }
 
   TemporaryFolder folder_;
@@ -64,5 +64,5 @@ class FrameTest : public DongleTest {
   std::uint32_t clockOffset_ = 0;  // what the host's clock shows when the test begins
 
  private:
-  static inline FrameTest* current_ = nullptr;
+  static inline FrameTest* currentTest = nullptr;
 };

@@ -104,11 +104,11 @@ TEST_F(ReadRecordTest, FromSevenDaysOnTheStampFallsBackToTheFirst)
   deliver(0, 1000);  // 10,000,000 ms
   EXPECT_EQ(read(), 0);
   deliver(0, 60480);  // 604,800,000 ms: just seven days
-  setClock(1000 + 594'800'000);
+  setClock(1000U + 594'800'000);
   EXPECT_EQ(read(), 0);
   EXPECT_EQ(stamp(), 1000U + 594'800'000);
   deliver(0, 60481);
-  setClock(1000 - 10'000'000);
+  setClock(1000U - 10'000'000);
   EXPECT_EQ(read(), 0);
   EXPECT_EQ(stamp(), 1000U - 10'000'000);
 }

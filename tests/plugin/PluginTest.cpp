@@ -31,7 +31,7 @@ std::uint32_t standingClock()
 std::uint16_t movement(unsigned glove, std::size_t element, std::uint64_t frame)
 {
   if (element == 0) return static_cast<std::uint16_t>(frame);
-  return static_cast<std::uint16_t>(element * 251 + frame * 7 + glove * 30011);
+  return static_cast<std::uint16_t>(element * 251 + frame * 7 + std::size_t{glove} * 30011);
 }
 
 // A dongle with a left and a right glove, on a thread of its own.
@@ -161,9 +161,10 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
   StampCheck stamps;
   for (const auto& [elements, stamp] : record.records) {
     for (std::uint32_t glove = 0; glove < 2; ++glove) {
-      const unsigned short frame = elements[glove * perGlove];
+      const std::size_t first = std::size_t{glove} * perGlove;
+      const unsigned short frame = elements[first];
       for (std::uint32_t element = 0; element < perGlove; ++element) {
-        ASSERT_EQ(elements[glove * perGlove + element], movement(glove, element, frame));
+        ASSERT_EQ(elements[first + element], movement(glove, element, frame));
       }
     }
     ASSERT_EQ(elements.back(), HostRecord::untouched);
