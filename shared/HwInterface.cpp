@@ -73,6 +73,5 @@ std::int32_t HwInterface::reportError(std::wstring message)
   return -1;
 }
 
-// By value, as the binary interface has it.
-void HwInterface::syncParameters(std::wstring, std::wstring) {
-}  // NOLINT(performance-unnecessary-value-param)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the binary interface has it
+void HwInterface::syncParameters(std::wstring, std::wstring) {}

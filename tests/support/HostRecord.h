@@ -1,6 +1,8 @@
 // A host's record store for tests: keeps every committed record.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -17,9 +19,10 @@ class HostRecord final : public RecordBuffer {
   };
 
   // A store of records of so many elements, and the map that the hardware object gets.
-  explicit HostRecord(std::size_t size, std::vector<std::int32_t> indices = {}) : row_(size, untouched)
+  explicit HostRecord(std::size_t size, std::vector<std::int32_t> indices = {})
   {
-    map.data_ = row_.data();
+    rows_.fill(std::vector<unsigned short>(size, untouched));
+    map.data_ = writePointer();
     map.size_ = size;
     map.indices_ = std::move(indices);
     map.buffer_ = this;
@@ -27,16 +30,17 @@ class HostRecord final : public RecordBuffer {
 
   void advance() override
   {
-    records.push_back({row_, stamp_});
-    row_.assign(row_.size(), untouched);
+    records.push_back({rows_[0], stamp_});
+    std::fill(rows_[0].begin(), rows_[0].end(), untouched);
+    rows_[0].swap(rows_[1]);
   }
-  unsigned short* writePointer() override { return row_.data(); }
+  unsigned short* writePointer() override { return rows_[0].data(); }
   std::uint32_t* stampCell() override { return &stamp_; }
 
   ReorderingMap<unsigned short> map;
   std::vector<Record> records;
 
  private:
-  std::vector<unsigned short> row_;
+  std::array<std::vector<unsigned short>, 2> rows_;  // in turn, so that the next record lies elsewhere
   std::uint32_t stamp_ = 0;
 };
