@@ -11,9 +11,11 @@ using simulator::Step;
 
 TEST_F(FrameTest, TheSettingsAreCopiedAndCleaned)
 {
+  settings::fileVersion = L"of another file";
   make(
       "TesselElementCount\t40\nTesselAuxCount\t2\nTesselNumBleModules\t2\nTesselExecDelay\t7\n"
       "TesselSerialNumber\t5 0 1 65534 65535 -3\n");
+  EXPECT_EQ(settings::fileVersion, L"") << "the file has none";
   EXPECT_EQ(tessel_->getNativeSize(), 42U);
   EXPECT_EQ(tessel_->getSize(), 42U);
   EXPECT_EQ(tessel_->elemCount_, 40);

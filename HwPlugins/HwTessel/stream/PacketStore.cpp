@@ -1,7 +1,6 @@
 #include "stream/PacketStore.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "stream/PacketLayout.h"
 
@@ -13,24 +12,11 @@ constexpr std::size_t usualBytestream = 512;
 // A fuller queue is cut to this depth when two gloves have to be brought together.
 constexpr std::size_t trimmedDepth = 2;
 
-// A length that the compiler knows makes this a few moves.
-template <std::size_t length>
-void append(std::vector<std::uint8_t>& stream, std::span<const std::uint8_t, length> bytes)
-{
-  if (bytes.empty()) return;
-  const std::size_t end = stream.size();
-  stream.resize(end + bytes.size());
-  std::memcpy(stream.data() + end, bytes.data(), bytes.size());
-}
-
 }  // namespace
 
 std::array<PacketStore, MAX_DEVICES> stores;
 
-PacketStore::PacketStore()
-{
-  bytestream_.reserve(usualBytestream);
-}
+PacketStore::PacketStore() : bytestream_(usualBytestream) {}
 
 void PacketStore::setPacketFormat(std::uint32_t format)
 {
@@ -65,7 +51,7 @@ void PacketStore::startFrame(std::uint16_t clock, std::uint8_t counter, std::uin
 int PacketStore::startCompactFrame(Packet packet)
 {
   startFrame(compact::clock(packet), compact::counter(packet), compact::packetCount(packet));
-  append(bytestream_, packet.subspan<compact::firstHeader>());
+  bytestream_.append(packet.subspan<compact::firstHeader>());
   frameFault_ = 0;
   if (batteryLow_ >= 0 && batteryHigh_ >= 0) batteryCode_ = batteryLow_ + batteryHigh_;
   batteryLow_ = -1;
@@ -76,7 +62,7 @@ int PacketStore::startCompactFrame(Packet packet)
 int PacketStore::startExtendedFrame(Packet packet)
 {
   startFrame(extended::clock(packet), extended::counter(packet), extended::packetCount(packet));
-  append(bytestream_, packet.subspan<extended::firstHeader>());
+  bytestream_.append(packet.subspan<extended::firstHeader>());
   frameFault_ = extended::fault(packet);
   return done;
 }
@@ -85,7 +71,7 @@ int PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
 {
   if (index == 1) batteryLow_ = compact::batteryLow(packet);
   if (index == 2) batteryHigh_ = compact::batteryHigh(packet);
-  append(bytestream_, packet.subspan<compact::laterHeader>());
+  bytestream_.append(packet.subspan<compact::laterHeader>());
   return index == lastPacket_ ? completeFrame() : done;
 }
 
@@ -97,10 +83,9 @@ int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
   const auto inPacket = packet.subspan<extended::laterHeader>();
   const std::size_t taken = std::min(length, inPacket.size());
   const std::size_t takenBehind = std::min(length - taken, behind.size());
-  const std::size_t complete = bytestream_.size() + length;
-  append(bytestream_, inPacket.first(taken));
-  append(bytestream_, behind.first(takenBehind));
-  bytestream_.resize(complete);
+  bytestream_.append(inPacket.first(taken));
+  bytestream_.append(behind.first(takenBehind));
+  bytestream_.appendZeros(length - taken - takenBehind);
   return index == lastPacket_ ? completeFrame() : done;
 }
 

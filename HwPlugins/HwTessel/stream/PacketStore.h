@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "stream/Bytestream.h"
 #include "stream/Framelet.h"
 
 class PacketStore {
@@ -84,7 +85,7 @@ class PacketStore {
   void widenClock(std::uint16_t clock);
   void widenCounter(std::uint8_t counter, unsigned shift);
 
-  std::vector<std::uint8_t> bytestream_;  // payload of the frame in assembly
+  Bytestream bytestream_;  // payload of the frame in assembly
   std::int32_t module_ = 42;
   std::uint32_t packetFormat_ = 0;
   std::uint32_t timeStamp_ = 0;  // widened clock of the current frame
