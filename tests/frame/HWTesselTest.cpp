@@ -155,7 +155,10 @@ TEST_F(FrameTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
   auto& glove = addGlove("KVXGL00017");
   make("TesselElementCount\t125\nTesselNumSensors\t1\n");
   EXPECT_EQ(tessel_->close(), 0) << "nothing to close yet";
+  std::int64_t listeningMs = 0;
+  when("< 80 05 04 01 00 00 00 12 00", [&] { listeningMs = nowMs(); });
   EXPECT_EQ(tessel_->configure(), 0);
+  EXPECT_EQ(nowMs() - listeningMs, 100);
   EXPECT_TRUE(glove.isNotifying());
   EXPECT_EQ(tessel_->close(), 0);
   platform_.clock.advance(std::chrono::milliseconds(20));
