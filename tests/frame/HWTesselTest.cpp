@@ -50,9 +50,11 @@ TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
 {
   make(
       "TesselElementCount\t-1\nTesselSerialNumber\t2 17 70000\nTesselMetaData\t\"left "
-      "hand\"\nTesselTimeDivisor\t2.5\n");
-  settings::timeDivisor = 99;
-  settings::metaData = L"of another object";
+      "hand\"\nTesselTimeDivisor\t2.5\n"
+      "TesselNumSensors\t1\nTesselNumBleModules\t2\nTesselReadTimeout\t3\nTesselWriteTimeout\t4\nTesselExecDe"
+      "lay\t5\n"
+      "TesselSkipSensorStartupCheck\t1\n");
+  resetSettings();  // another object may have come with settings of its own
   const std::wstring saved = folder_.wide() + L"saved";
   EXPECT_TRUE(tessel_->saveParameters(saved.c_str()));
   resetSettings();
@@ -61,6 +63,20 @@ TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
   EXPECT_EQ(settings::serialNumber, (std::vector<std::int32_t>{17}));
   EXPECT_EQ(settings::metaData, L"left hand");
   EXPECT_EQ(settings::timeDivisor, 2.5);
+  EXPECT_EQ((std::array{settings::numSensors, settings::numBleModules, settings::readTimeout,
+                        settings::writeTimeout, settings::execDelay}),
+            (std::array{1, 2, 3, 4, 5}));
+  EXPECT_TRUE(settings::skipSensorStartupCheck);
+}
+
+TEST_F(FrameTest, FilterAndSensorCheckReachTheLink)
+{
+  addGlove("KVXGL00017").config.sensorStatus[0] = 1;
+  make("TesselElementCount\t125\nTesselSkipSensorStartupCheck\t1\n");
+  EXPECT_EQ(tessel_->configure(), 0);
+  make("TesselElementCount\t125\nTesselSerialNumber\t1 99\n");
+  EXPECT_EQ(tessel_->configure(), -1);
+  EXPECT_EQ(tessel_->lastError_, L"Not enough remote BLE modules detected.\nExpected: 1; detected: 0");
 }
 
 TEST_F(FrameTest, EachCodeHasItsMessage)
