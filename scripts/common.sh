@@ -30,7 +30,7 @@ install() {
 
 # For every build on this machine.
 install_build_tools() {
-  install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev
+  install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev libstb-dev
 }
 
 # build PRESET [TARGET...]
