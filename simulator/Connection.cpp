@@ -129,7 +129,9 @@ void Connection::packetsWait()
 
 void Connection::gloveLeft()
 {
-  after(parameters_.timeout * milliseconds{10}, [this] { end(result::connectionTimeout); });
+  after(parameters_.timeout * milliseconds{10}, [this] {
+    if (!glove_.isInRange()) end(result::connectionTimeout);
+  });
 }
 
 Duration Connection::interval() const

@@ -141,8 +141,28 @@ void Dongle::accept(const Command& command)
                });
 }
 
+void Dongle::unplug()
+{
+  if (std::exchange(isUnplugged_, true)) return;
+  const bool wasPresent = isPresent_;
+  goAway();
+  if (wasPresent && onPresence) onPresence(false);
+}
+
+void Dongle::plugIn()
+{
+  if (std::exchange(isUnplugged_, false)) start();
+}
+
 // The port is gone before the rest of the host's bytes is looked at.
 void Dongle::reset(PayloadReader)
+{
+  goAway();
+  if (!faults.staysAway) start();
+  if (onPresence) onPresence(false);
+}
+
+void Dongle::goAway()
 {
   isPresent_ = false;
   life_ = std::make_shared<const bool>(true);
@@ -152,10 +172,13 @@ void Dongle::reset(PayloadReader)
     connection->close();
   }
   connections_.clear();
+}
+
+void Dongle::start()
+{
   clock_.after(restartTime, [this, life = std::weak_ptr<const bool>(life_)] {
-    if (!life.expired() && !faults.staysAway) comeBack();
+    if (!life.expired()) comeBack();
   });
-  if (onPresence) onPresence(false);
 }
 
 void Dongle::comeBack()

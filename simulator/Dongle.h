@@ -46,9 +46,16 @@ class Dongle final : private Radio {
   void receive(std::span<const std::uint8_t> bytes);
   // Takes each message to the host, one call each; the bytes are good during the call.
   std::function<void(std::span<const std::uint8_t>)> onSend;
-  // Told when the port goes away and comes back with a restart.
+  // Told when the port goes away and comes back, with a restart or by hand.
   std::function<void(bool present)> onPresence;
   bool isPresent() const { return isPresent_; }
+
+  // Pulled out of its socket: port and connections are gone without a report, and a restart under way comes
+  // to nothing.
+  void unplug();
+  // Put back: starts as after a reset, whatever its faults. Nothing, if it is not unplugged.
+  void plugIn();
+  bool isUnplugged() const { return isUnplugged_; }
 
   DongleFaults faults;
   Firmware firmware;
@@ -84,6 +91,8 @@ class Dongle final : private Radio {
 
   static const CommandRow* findCommand(const Command& command);
   void accept(const Command& command);
+  void goAway();
+  void start();
   void comeBack();
   std::vector<std::uint8_t> withVersions(MessageWriter message) const;
 
@@ -114,6 +123,7 @@ class Dongle final : private Radio {
   std::map<std::uint8_t, std::shared_ptr<Connection>> connections_;
   CommandParser parser_;
   bool isPresent_ = true;
+  bool isUnplugged_ = false;
   Duration lastAnswer_{0};
   std::optional<std::size_t> cut_;
   std::shared_ptr<const bool> gapProcedure_;  // life of a scan or a pending connect

@@ -21,7 +21,17 @@ std::uint16_t defaultMovement(std::size_t element, std::uint64_t frame)
   return static_cast<std::uint16_t>(element * 487 + frame * 13 + 1);
 }
 
+std::size_t packetsOf(const GloveConfig& config)
+{
+  return std::clamp<std::size_t>(config.packetsPerFrame, 2, 15);
+}
+
 }  // namespace
+
+std::size_t GloveConfig::elements() const
+{
+  return samplesOfFirstPacket + (packetsOf(*this) - 1) * samplesOfLaterPacket;
+}
 
 Glove::Glove(VirtualClock& clock, GloveConfig gloveConfig) : config(std::move(gloveConfig)), clock_(clock) {}
 
@@ -35,6 +45,12 @@ void Glove::leaveRange()
 {
   if (!std::exchange(inRange_, false)) return;
   if (peer_) peer_->gloveLeft();
+}
+
+void Glove::comeBack()
+{
+  silent_ = false;
+  if (!std::exchange(inRange_, true) && peer_) peer_->packetsWait();
 }
 
 void Glove::disconnect()
@@ -143,14 +159,13 @@ void Glove::scheduleFrame()
 
 void Glove::sampleFrame()
 {
-  const std::size_t packets = std::clamp<std::size_t>(config.packetsPerFrame, 2, 15);
   SentFrame frame{frames_++, static_cast<std::uint32_t>(std::llround(deviceTicks())), {}};
-  frame.samples.resize(samplesOfFirstPacket + (packets - 1) * samplesOfLaterPacket);
+  frame.samples.resize(config.elements());
   for (std::size_t element = 0; element < frame.samples.size(); ++element) {
     frame.samples[element] =
         config.movement ? config.movement(element, frame.number) : defaultMovement(element, frame.number);
   }
-  queueFrame(frame, packets);
+  queueFrame(frame, packetsOf(config));
   if (onFrame) onFrame(frame);
 }
 
@@ -211,6 +226,7 @@ void Glove::dropOldestFrame()
       queue_, [this](const QueuedPacket& packet) { return packet.frame != lastFrameTaken_; });
   std::erase_if(queue_,
                 [frame = oldest->frame](const QueuedPacket& packet) { return packet.frame == frame; });
+  ++droppedFrames_;
 }
 
 }  // namespace simulator

@@ -48,6 +48,9 @@ struct GloveConfig {
   // The sample of an element in a frame, frames counted since the glove was made. Empty: a pattern that
   // differs from element to element and from frame to frame.
   std::function<std::uint16_t(std::size_t element, std::uint64_t frame)> movement;
+
+  // Samples in a frame of so many packets.
+  std::size_t elements() const;
 };
 
 struct SentFrame {
@@ -81,11 +84,18 @@ class Glove {
   const std::vector<std::vector<std::uint8_t>>& commands() const { return commands_; }
   bool isConnected() const { return peer_ != nullptr; }
   bool isNotifying() const { return sampling_ != nullptr; }
+  bool isSilent() const { return silent_; }
+  std::uint64_t frames() const { return frames_; }                // sampled since it was made
+  std::uint64_t droppedFrames() const { return droppedFrames_; }  // of them, for want of radio time
+  std::size_t waitingPackets() const { return queue_.size(); }
 
-  // Stops sampling and answering for good, but keeps its connection.
+  // Stops sampling and answering, but keeps its connection.
   void fallSilent();
-  // No more radio: its connection ends by the supervision time-out that the host asked for.
+  // No more radio: its connection ends by the supervision time-out that the host asked for, unless it is
+  // back by then.
   void leaveRange();
+  // Ends both. Sampling begins with the next start of notifications.
+  void comeBack();
 
   // What the radio does with it. The peer must stay until disconnect().
   bool isInRange() const { return inRange_; }
@@ -136,6 +146,7 @@ class Glove {
   std::shared_ptr<const bool> sampling_;  // life of the scheduled sampling
   Pace pace_{};
   std::uint64_t frames_ = 0;
+  std::uint64_t droppedFrames_ = 0;
   std::uint64_t packets_ = 0;
   std::deque<QueuedPacket> queue_;
   std::optional<QueuedPacket> swapped_;  // waits for the packet that goes before it

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <ctime>
 #include <system_error>
+#include <utility>
 
 namespace simulator {
 
@@ -52,25 +54,41 @@ void PtyPort::plugIn()
 {
   master_ = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) fail("no pseudo terminal");
-  const std::filesystem::path terminal = ::ptsname(master_);
-  slave_ = ::open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  terminal_ = ::ptsname(master_);
+  slave_ = ::open(terminal_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
   termios settings{};
   if (slave_ < 0 || ::tcgetattr(slave_, &settings) != 0) fail("no pseudo terminal");
   ::cfmakeraw(&settings);
   ::tcsetattr(slave_, TCSANOW, &settings);
+  claim();
   std::error_code ignored;
   std::filesystem::remove(path_, ignored);
-  std::filesystem::create_symlink(terminal, path_);
+  std::filesystem::create_symlink(terminal_, path_);
 }
 
 void PtyPort::unplug()
 {
+  if (master_ < 0) return;
+  // Another simulation may have taken the path over.
   std::error_code ignored;
-  std::filesystem::remove(path_, ignored);
+  if (std::filesystem::read_symlink(path_, ignored) == terminal_) std::filesystem::remove(path_, ignored);
   waiting_.clear();
   ::close(slave_);
   ::close(master_);
   slave_ = master_ = -1;
+  isClaimed_ = false;
+}
+
+void PtyPort::holdPort(bool hold)
+{
+  isHeld_ = hold;
+  if (!hold && std::exchange(isClaimed_, false)) ::flock(slave_, LOCK_UN);
+  claim();
+}
+
+void PtyPort::claim()
+{
+  if (isHeld_ && !isClaimed_ && slave_ >= 0) isClaimed_ = ::flock(slave_, LOCK_EX | LOCK_NB) == 0;
 }
 
 void PtyPort::send(std::span<const std::uint8_t> message)
@@ -114,6 +132,7 @@ void PtyPort::run(const std::atomic<bool>& stop, double speed)
     const Seconds real = steady_clock::now() - realStart;
     const auto target = start + duration_cast<Duration>(real * speed);
     clock_.advance(std::max(target - clock_.now(), Duration{0}));
+    claim();
     flush();
     receive();
     const auto next = clock_.next();

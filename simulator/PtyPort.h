@@ -26,9 +26,14 @@ class PtyPort {
   // Runs until the flag is set. `speed`: simulated seconds in a real one.
   void run(const std::atomic<bool>& stop, double speed = 1);
 
+  // Holds the lock by which programs keep each other off a port, through restarts of the dongle too, so that
+  // nobody else can open it. While another program has it, waits for it to let go.
+  void holdPort(bool hold);
+
  private:
   void plugIn();
   void unplug();
+  void claim();
   void send(std::span<const std::uint8_t> message);
   void flush();
   void receive();
@@ -39,6 +44,9 @@ class PtyPort {
   std::filesystem::path path_;
   int master_ = -1;
   int slave_ = -1;  // held open, so that the terminal lives between the programs that use it
+  std::filesystem::path terminal_;
+  bool isHeld_ = false;
+  bool isClaimed_ = false;
   std::vector<std::uint8_t> waiting_;  // what the terminal has not taken yet
 };
 

@@ -1,0 +1,44 @@
+// A hand that closes and opens around something, again and again, as the samples of its glove show it: the
+// fingers one after the other, thumb and palm with their share. The same seed gives the same samples.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "simulator/Glove.h"
+
+namespace simulator {
+
+enum class Hand { left, right };
+
+// For GloveConfig::movement.
+class Grasp {
+ public:
+  // Follows the rate and the packets of the glove, which must outlive it.
+  Grasp(const GloveConfig& glove, Hand hand, std::uint64_t seed);
+
+  // In counts, a few hundred at rest and about 50,000 in the grip. Frames come in their order.
+  std::uint16_t operator()(std::size_t element, std::uint64_t frame);
+
+ private:
+  struct Element {
+    std::size_t region;
+    double weight;  // of the region's pressure, 0 to 1
+  };
+
+  void layOut(std::size_t elements);
+  void moveTo(std::uint64_t frame);
+
+  const GloveConfig* glove_;
+  Hand hand_;
+  std::uint64_t seed_;
+  std::vector<Element> elements_;
+  std::array<double, 6> pressures_{};  // counts, of each region in this frame
+  std::optional<std::uint64_t> frame_;
+  double time_ = 0;  // of this frame, in seconds
+};
+
+}  // namespace simulator

@@ -1,0 +1,36 @@
+// Packets that go wrong by chance on a glove's way to the dongle. The same seed gives the same faults.
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+#include "simulator/Faults.h"
+
+namespace simulator {
+
+// For GloveFaults::packetFault, which gets its own random numbers.
+struct RandomFaults {
+  explicit RandomFaults(std::uint64_t seed) : random(static_cast<std::mt19937::result_type>(seed)) {}
+
+  // Of all packets, of those that are not lost, and of those that are neither lost nor doubled.
+  double lossPercent = 0;
+  double doublePercent = 0;
+  double swapPercent = 0;
+
+  PacketFault operator()(std::uint64_t)
+  {
+    if (happens(lossPercent)) return PacketFault::lost;
+    if (happens(doublePercent)) return PacketFault::doubled;
+    return happens(swapPercent) ? PacketFault::swapped : PacketFault::none;
+  }
+
+ private:
+  bool happens(double percent)
+  {
+    return static_cast<double>(random()) < percent / 100 * (static_cast<double>(std::mt19937::max()) + 1);
+  }
+
+  std::mt19937 random;
+};
+
+}  // namespace simulator
