@@ -1,0 +1,120 @@
+// `tessel sim`: gloves for people who have none at hand, or want some that go wrong when told to.
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <fmt/core.h>
+
+#include "host/Commands.h"
+#include "host/SimulationOptions.h"
+
+namespace {
+
+// Set by signals; a lock-free atomic is all that a handler may touch.
+std::atomic<bool> isToStop{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  tessel sim                                  two gloves; end with Ctrl-C\n"
+    "  tessel sim --gloves left --loss 2           one glove, of whose packets 2 % get lost\n"
+    "  tessel sim --battery 'left 12' --sensor 'left thumb 255'\n"
+    "  tessel sim --at '10 drop left' --at '20 unplug' --at '25 plug'\n"
+    "  tessel sim --port /tmp/dongle --control     commands at the terminal; `help` lists them\n"
+    "A value with [GLOVE] may begin with left or right, and then stands in quotes; without, it is for both.\n"
+    "The radio carries about 1,400 packets a second in all, as a real one does: with --rate above 50 two "
+    "gloves\n"
+    "fall behind and frames are dropped, one glove with --rate above 100. docs/simulator.md tells more.";
+
+// Whoever read the output may be gone. That ends no simulation.
+void print(const std::string& line)
+{
+  std::fputs((line + "\n").c_str(), stdout);
+  std::fflush(stdout);
+}
+
+// Commands that come on standard input, one a line. Looks for them without waiting.
+class Console {
+ public:
+  explicit Console(simulator::Control& control) : control_(control) {}
+
+  void poll()
+  {
+    pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+    if (::poll(&input, 1, 0) <= 0) return;
+    std::array<char, 4096> bytes{};
+    const ssize_t got = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (got > 0) {
+      text_.append(bytes.data(), static_cast<std::size_t>(got));
+    } else if (!text_.empty()) {
+      text_ += '\n';
+    }
+    // At its end a named pipe may get another writer, so it is looked at again.
+    for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
+      obey(text_.substr(0, end));
+      text_.erase(0, end + 1);
+    }
+  }
+
+ private:
+  void obey(const std::string& line)
+  {
+    if (simulator::Words(line).atEnd()) return;
+    try {
+      print(control_.execute(line));
+    } catch (const std::invalid_argument& error) {
+      print(fmt::format("error: {}", error.what()));
+    }
+  }
+
+  simulator::Control& control_;
+  std::string text_;
+};
+
+void simulate(const SimulationOptions& options, bool isControlled)
+{
+  SimulatedGloves gloves(options);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    std::signal(signal, [](int) { isToStop = true; });
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+
+  print(fmt::format("export TESSEL_SERIAL_PORTS='{}'", gloves.portsVariable()));
+  print("Enter that line in another terminal, then for example: tessel record");
+  print(gloves.control().execute("status"));
+  print(isControlled ? "Commands: `help` lists them. End with `quit` or Ctrl-C." : "End with Ctrl-C.");
+
+  gloves.onReport = print;
+  Console console(gloves.control());
+  if (isControlled) gloves.repeat(std::chrono::milliseconds(20), [&console] { console.poll(); });
+  gloves.run(isToStop);
+}
+
+}  // namespace
+
+void addSim(CLI::App& tessel, ExitCode&)
+{
+  struct Options {
+    SimulationOptions simulation;
+    bool isControlled = false;
+  };
+  const auto options = std::make_shared<Options>();
+  CLI::App* const sim =
+      tessel.add_subcommand("sim", "Simulates a dongle with gloves that move, and go wrong as you wish");
+  sim->footer(examples);
+  sim->add_option("--port", options->simulation.port,
+                  "Path of the simulated port, the same each time; otherwise in a new folder")
+      ->type_name("PATH");
+  sim->add_flag("--control", options->isControlled, "Takes commands on standard input while it runs");
+  addSimulationOptions(*sim, options->simulation);
+  sim->callback([options] { simulate(options->simulation, options->isControlled); });
+}
