@@ -89,8 +89,9 @@ std::int32_t HWTessel::fillRecord()
   if (std::ranges::any_of(frames_, isShort)) return -1;
 
   std::uint32_t position = 0;
-  const auto count = static_cast<std::uint32_t>(perFrame);  // no frame holds more
   for (const Framelet& frame : frames_) {
+    // A negative number of auxiliary elements makes the record shorter than its gloves.
+    const auto count = static_cast<std::uint32_t>(std::min(perFrame, getNativeSize() - position));
     if (record.indices_.empty() && count > 0) {
       std::copy_n(frame.samples.begin(), count, &record[position]);
     } else {

@@ -180,14 +180,23 @@ TEST_F(ReadRecordTest, GlovesFillTheRecordOneAfterTheOtherAndNothingElse)
             (std::vector<unsigned short>{none, none, none, none, none, 3, none, 1}));
 }
 
-TEST_F(ReadRecordTest, AnElementThatDivisionDropsStaysUnwritten)
+TEST_F(ReadRecordTest, UnevenCountsStayInsideTheRecord)
 {
-  open("TesselElementCount\t5\nTesselNumSensors\t2\n");
-  deliver(0, 1000);
-  deliver(1, 1000);
-  EXPECT_EQ(read(), 0);
-  EXPECT_EQ(record_->records.at(0).elements,
-            (std::vector<unsigned short>{1, 2, 1, 2, HostRecord::untouched}));
+  constexpr unsigned short none = HostRecord::untouched;
+  const std::pair<std::string, std::vector<unsigned short>> cases[] = {
+      {"TesselElementCount\t5\n", {1, 2, 1, 2, none}},
+      {"TesselElementCount\t10\nTesselAuxCount\t-3\n", {1, 2, 3, 4, 5, 1, 2}},
+      {"TesselElementCount\t10\nTesselAuxCount\t-7\n", {1, 2, 3}},
+  };
+  for (const auto& [settings, elements] : cases) {
+    resetSettings();
+    stores = {};
+    open(settings + "TesselNumSensors\t2\n");
+    deliver(0, 1000);
+    deliver(1, 1000);
+    EXPECT_EQ(read(), 0);
+    EXPECT_EQ(record_->records.at(0).elements, elements);
+  }
 }
 
 TEST_F(ReadRecordTest, AFrameTooShortFailsTheReadAndStoresNothing)
