@@ -1,0 +1,18 @@
+// The gloves' firmware as numbers, out of the plug-in's answer to GetFirmwareVersion.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct GloveFirmware {
+  std::uint32_t partNumber = 0;
+  std::uint32_t revision = 0;
+  std::string date;  // year-month-day; empty if the glove does not tell
+  std::uint32_t build = 0;
+  std::uint32_t commit = 0;
+};
+
+// "PN4711R5  ( 2020-01-01 )  :Build 212 from commit 5eed1234", for two gloves with a comma between. Reads on
+// as far as the text has this form.
+std::vector<GloveFirmware> parseFirmware(const std::string& answer);

@@ -1,0 +1,220 @@
+#include "host/Hardware.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <sstream>
+
+#include "HwPlugins/HwTessel/Settings.h"
+#include "host/OpeningFailure.h"
+#include "host/OutputFile.h"
+#include "host/Ports.h"
+#include "host/SettingsFile.h"
+#include "host/Text.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::uint32_t clockMs()
+{
+  using namespace std::chrono;
+  return static_cast<std::uint32_t>(
+      duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+// A folder of its own in the one wanted: a log manager deletes the logs that lie in its folder.
+fs::path newLogFolder(const fs::path& wanted)
+{
+  const std::string name = fmt::format("tessel-{:%Y%m%d-%H%M%S}", fmt::localtime(std::time(nullptr)));
+  fs::path folder = wanted / name;
+  try {
+    fs::create_directories(wanted);
+    for (int next = 2; !fs::create_directory(folder); ++next) {
+      folder = wanted / fmt::format("{}-{}", name, next);
+    }
+  } catch (const fs::filesystem_error& error) {
+    throw Failure(ExitCode::output,
+                  fmt::format("the folder {} can't be made: {}.", folder.string(), error.code().message()),
+                  "Choose another folder with --log.");
+  }
+  fmt::print(stderr, "Log: {}\n", folder.string());
+  return folder;
+}
+
+std::vector<std::string> split(const std::string& text, char delimiter)
+{
+  std::vector<std::string> pieces;
+  std::istringstream stream(text);
+  for (std::string piece; std::getline(stream, piece, delimiter);) {
+    pieces.push_back(piece);
+  }
+  return pieces;
+}
+
+void warnOf(const SettingsReport& report, const fs::path& file)
+{
+  if (report.faults.empty() && report.doubts.empty()) return;
+  fmt::print(stderr, "The settings file {} is doubtful:\n", file.string());
+  constexpr std::size_t mostShown = 5;
+  for (std::size_t index = 0; index < std::min(report.faults.size(), mostShown); ++index) {
+    const SettingsFault& fault = report.faults[index];
+    fmt::print(stderr, "  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+  }
+  for (const std::string& doubt : report.doubts) {
+    fmt::print(stderr, "  {}\n", doubt);
+  }
+  fmt::print(stderr, "All of it: tessel settings {}\n", file.string());
+}
+
+}  // namespace
+
+void addHardwareOptions(CLI::App& command, HardwareOptions& options)
+{
+  command.add_flag("--sim", options.isSimulated, "Use simulated gloves");
+  command
+      .add_option("--scenario", options.scenario, "With --sim: what happens when (see `tessel sim --help`)")
+      ->needs("--sim");
+  CLI::Option* const settings =
+      command.add_option("--settings", options.settings, "Settings file of the plug-in");
+  command.add_option("--gloves", options.gloves, "Without a settings file: one or two gloves")
+      ->check(CLI::Range(1, 2))
+      ->capture_default_str()
+      ->excludes(settings);
+  command.add_option("--plugin", options.plugin, "The plug-in, if not the one beside this program");
+  command.add_option("--log", options.logFolder, "Keep a log of the plug-in in a new folder in this one");
+}
+
+Hardware::Hardware(const HardwareOptions& options)
+    : plugin_(options.plugin.empty() ? Plugin::defaultFile() : options.plugin)
+{
+  const fs::path settings = settingsFile(options);
+  const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
+  folders_[L"log"] = folder::Folder((logs / "").wstring());
+  folder::folders_ = &folders_;
+  log_ = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
+  currentLogManager = log_.get();
+  plugin_.setFolders(&folders_);
+  plugin_.setLog(log_.get());
+
+  if (options.isSimulated) {
+    SimulationOptions simulation;
+    simulation.hasRight = settings::numBleModules > 1;
+    simulation.scenario = options.scenario;
+    simulated_ = std::make_unique<SimulatedGloves>(simulation);
+    host::setEnvironment("TESSEL_SERIAL_PORTS", simulated_->portsVariable());
+    simulated_->start();
+  }
+  makeObject(settings);
+}
+
+Hardware::~Hardware()
+{
+  hardware_.reset();
+  currentLogManager = nullptr;
+  folder::folders_ = nullptr;
+}
+
+fs::path Hardware::settingsFile(const HardwareOptions& options) const
+{
+  if (!options.settings.empty()) {
+    warnOf(readSettings(options.settings), options.settings);
+    if (settings::elementCount < 1 || settings::auxCount < 0) {
+      throw Failure(
+          ExitCode::settings,
+          fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
+                      "TesselAuxCount {}.",
+                      options.settings.string(), settings::elementCount, settings::auxCount),
+          "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
+    }
+    return options.settings;
+  }
+  fs::path file = scratch_.path() / "settings.txt";
+  OutputFile text(file);
+  text.append(settingsText(options.gloves));
+  text.close();
+  return file;
+}
+
+void Hardware::makeObject(const fs::path& settings)
+{
+  try {
+    hardware_ = {plugin_.create(settings.wstring().c_str(), clockMs, L"tessel"), Released{&plugin_}};
+  } catch (const std::wstring& words) {
+    throw openingFailure(oneLine(words));
+  } catch (const std::bad_alloc&) {
+    throw Failure(ExitCode::settings, "the settings ask for a record that the memory can't hold.",
+                  "Give the elements of two gloves in TesselElementCount: 250 as a rule.");
+  }
+  store_ = std::make_unique<RecordStore>(hardware_->getNativeSize());
+  hardware_->mapping_ = &store_->map;
+}
+
+void Hardware::open(Interruption& interruption)
+{
+  std::int32_t result = 0;
+  if (!interruption.flag()) {
+    interruption.during([&] { result = hardware_->configure(); }, [this] { hardware_->signalShutdown(); });
+  }
+  if (interruption.flag())
+    throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
+  if (result != 0) throw openingFailure(oneLine(hardware_->lastError_));
+  opened_ = std::chrono::steady_clock::now();
+
+  modules_ = split(ask("GetModuleMap"), ':');
+  if (!modules_.empty()) modules_.erase(modules_.begin());  // their number
+  const auto gloveElements = static_cast<std::size_t>(settings::elementCount);
+  layout_ = makeLayout(gloveElements, store_->elements().size() - gloveElements, settings::numSensors == 1,
+                       modules_);
+}
+
+bool Hardware::read()
+{
+  if (hardware_->readRecord() != 0) throw readingFailure();
+  const bool isNew = store_->takeNew();
+  hasRecord_ = hasRecord_ || isNew;
+  return isNew;
+}
+
+// The plug-in gives no reason.
+Failure Hardware::readingFailure() const
+{
+  // Two reads without a message take longer.
+  constexpr auto quick = std::chrono::milliseconds(900);
+  if (std::ranges::none_of(listPorts(), &Port::isUsed)) {
+    return {ExitCode::silence, "the dongle is gone.",
+            "Plug it in again. If nobody unplugged it, try another socket."};
+  }
+  if (!hasRecord_ && std::chrono::steady_clock::now() - opened_ < quick) {
+    return {ExitCode::settings,
+            fmt::format("the gloves send fewer elements than the settings want, which are {}.",
+                        settings::elementCount),
+            "Give the elements of all gloves together in TesselElementCount: 125 a glove as a rule."};
+  }
+  return {ExitCode::silence, "the gloves fell silent: no message, or no complete frame, came any more.",
+          "Check that they are switched on, charged and near."};
+}
+
+std::string Hardware::ask(const std::string& text)
+{
+  std::wstring reply;
+  if (hardware_->sendCommand(widen(text).c_str(), reply) != 0) {
+    throw Failure(ExitCode::refused,
+                  fmt::format("the plug-in has no answer to \"{}\"{}", text,
+                              reply.empty() ? "." : fmt::format(": {}.", narrow(reply))),
+                  "See the commands with: tessel send --help");
+  }
+  return narrow(reply);
+}
+
+std::optional<double> Hardware::battery()
+{
+  const std::string text = ask("BatteryLevel");
+  double level = 0;
+  std::from_chars(text.data(), text.data() + text.size(), level);
+  return level > 0 ? std::optional(level) : std::nullopt;
+}

@@ -1,0 +1,81 @@
+// The gloves as the program has them: the plug-in, its settings, log and hardware object, from loading to
+// release; with simulated gloves if they are wanted.
+// Threads: one. Errors: a Failure with the plug-in's words and what to do.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/Commands.h"
+#include "host/Interruption.h"
+#include "host/Layout.h"
+#include "host/Plugin.h"
+#include "host/RecordStore.h"
+#include "host/ScratchFolder.h"
+#include "host/SimulatedGloves.h"
+
+struct HardwareOptions {
+  std::filesystem::path plugin;    // empty: the one beside the program
+  std::filesystem::path settings;  // empty: made for so many gloves
+  int gloves = 2;
+  std::filesystem::path logFolder;  // empty: no log
+  bool isSimulated = false;
+  std::filesystem::path scenario;  // of the simulation; empty: none
+};
+
+// The options that all commands have which need gloves.
+void addHardwareOptions(CLI::App& command, HardwareOptions& options);
+
+class Hardware {
+ public:
+  // Loads the plug-in and makes the hardware object; touches no port. Says on standard error what is doubtful
+  // about the settings.
+  explicit Hardware(const HardwareOptions& options);
+  // Closes the link.
+  ~Hardware();
+  Hardware(const Hardware&) = delete;
+  Hardware& operator=(const Hardware&) = delete;
+
+  // Opens the link to the gloves; takes from one to some fifteen seconds. An interruption makes it fail soon.
+  void open(Interruption& interruption);
+
+  // One turn of the plug-in, up to a second or two long. True if there is a new record in the store; a
+  // Failure if the link is gone.
+  bool read();
+  const RecordStore& store() const { return *store_; }
+  // Known once the link is open.
+  const Layout& layout() const { return layout_; }
+  // Names of the gloves found, in the order of the records.
+  const std::vector<std::string>& modules() const { return modules_; }
+
+  // The answer to a text command; a Failure if the plug-in has none.
+  std::string ask(const std::string& text);
+  // From 0 to 1, the lower one of two gloves; nothing while it is not known.
+  std::optional<double> battery();
+
+ private:
+  struct Released {
+    Plugin* plugin;
+    void operator()(HwInterface* hardware) const { plugin->release(hardware); }
+  };
+
+  std::filesystem::path settingsFile(const HardwareOptions& options) const;
+  void makeObject(const std::filesystem::path& settings);
+  Failure readingFailure() const;
+
+  ScratchFolder scratch_;
+  folder::FolderMap folders_;
+  std::unique_ptr<LogManager> log_;
+  std::unique_ptr<SimulatedGloves> simulated_;
+  Plugin plugin_;
+  std::unique_ptr<RecordStore> store_;
+  std::unique_ptr<HwInterface, Released> hardware_;
+  Layout layout_;
+  std::vector<std::string> modules_;
+  std::chrono::steady_clock::time_point opened_;
+  bool hasRecord_ = false;
+};

@@ -1,0 +1,143 @@
+// `tessel info`: the way from port to glove, as far as it is there.
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "HwPlugins/HwTessel/Settings.h"
+#include "host/Commands.h"
+#include "host/GloveFirmware.h"
+#include "host/Hardware.h"
+#include "host/Ports.h"
+
+namespace {
+
+struct Options {
+  HardwareOptions hardware;
+  bool isJson = false;
+};
+
+struct Findings {
+  std::vector<Port> ports;
+  std::vector<std::string> modules;
+  std::vector<GloveFirmware> firmware;  // in the order of the modules
+  Layout layout;
+  std::optional<double> battery;
+  bool wereSensorsChecked = false;
+};
+
+// The battery level comes with the frames.
+void waitForFrame(Hardware& hardware)
+{
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+  while (!hardware.read() && std::chrono::steady_clock::now() < deadline) {
+  }
+}
+
+Findings lookAt(Hardware& hardware, Interruption& interruption)
+{
+  hardware.open(interruption);
+  Findings findings{.ports = listPorts(),
+                    .modules = hardware.modules(),
+                    .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
+                    .layout = hardware.layout(),
+                    .battery = {},
+                    .wereSensorsChecked = !settings::skipSensorStartupCheck};
+  waitForFrame(hardware);
+  findings.battery = hardware.battery();
+  return findings;
+}
+
+// Without settings of the person's own, one glove is as welcome as two.
+Findings look(HardwareOptions options)
+{
+  Interruption interruption;
+  try {
+    Hardware hardware(options);
+    return lookAt(hardware, interruption);
+  } catch (const Failure& failure) {
+    const bool isOneThere = std::string(failure.what()).ends_with("detected: 1");
+    if (failure.code() != ExitCode::noGloves || !isOneThere || !options.settings.empty()) throw;
+  }
+  options.gloves = 1;
+  Hardware hardware(options);
+  return lookAt(hardware, interruption);
+}
+
+int serialNumberOf(const std::string& module)
+{
+  constexpr std::size_t letters = 5;
+  return module.size() > letters ? std::atoi(module.c_str() + letters) : 0;
+}
+
+void printText(const Findings& findings)
+{
+  for (const Port& port : findings.ports) {
+    if (port.isUsed) fmt::print("Port     {}, {}\n", port.friendlyText, port.path);
+  }
+  fmt::print("Dongle   answers; its firmware is new enough\n");
+  for (std::size_t index = 0; index < findings.modules.size(); ++index) {
+    const std::string& module = findings.modules[index];
+    fmt::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module), serialNumberOf(module));
+    if (index >= findings.firmware.size()) continue;
+    const GloveFirmware& firmware = findings.firmware[index];
+    fmt::print("         part {} revision {}, firmware build {} from commit {:x}{}\n", firmware.partNumber,
+               firmware.revision, firmware.build, firmware.commit,
+               firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
+  }
+  fmt::print("Battery  {}{}\n",
+             findings.battery ? fmt::format("{:.0f}%", *findings.battery * 100) : "empty, or not known",
+             findings.modules.size() > 1 ? ", of the glove with the lower one" : "");
+  fmt::print("Sensors  {}\n", findings.wereSensorsChecked ? "all report that they work"
+                                                          : "not asked: TesselSkipSensorStartupCheck is 1");
+}
+
+void printJson(const Findings& findings)
+{
+  nlohmann::ordered_json json;
+  for (const Port& port : findings.ports) {
+    if (port.isUsed) json["port"] = {{"text", port.friendlyText}, {"path", port.path}};
+  }
+  json["gloves"] = nlohmann::ordered_json::array();
+  for (std::size_t index = 0; index < findings.modules.size(); ++index) {
+    const std::string& module = findings.modules[index];
+    nlohmann::ordered_json glove{
+        {"module", module}, {"side", sideOfModule(module)}, {"serialNumber", serialNumberOf(module)}};
+    if (index < findings.firmware.size()) {
+      const GloveFirmware& firmware = findings.firmware[index];
+      glove["firmware"] = {{"partNumber", firmware.partNumber},
+                           {"revision", firmware.revision},
+                           {"build", firmware.build},
+                           {"commit", fmt::format("{:x}", firmware.commit)},
+                           {"date", firmware.date}};
+    }
+    json["gloves"].push_back(std::move(glove));
+  }
+  json["battery"] = findings.battery ? nlohmann::ordered_json(*findings.battery) : nullptr;
+  json["sensors"] = findings.wereSensorsChecked ? "working" : "not asked";
+  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+void run(const Options& options)
+{
+  if (!options.isJson) fmt::print(stderr, "Looking for the dongle and the gloves...\n");
+  const Findings findings = look(options.hardware);
+  options.isJson ? printJson(findings) : printText(findings);
+}
+
+}  // namespace
+
+void addInfo(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = tessel.add_subcommand(
+      "info", "Tells what is there: dongle, gloves, serial numbers, firmware, battery, sensors.");
+  addHardwareOptions(*command, options->hardware);
+  command->add_flag("--json", options->isJson, "Print JSON");
+  command->footer("Examples:  tessel info\n           tessel info --sim");
+  command->callback([options, &exitCode] {
+    run(*options);
+    exitCode = ExitCode::done;
+  });
+}

@@ -1,0 +1,22 @@
+#include "host/Interruption.h"
+
+void Interruption::raise()
+{
+  isWanted_ = true;
+  const std::lock_guard lock(mutex_);
+  if (onWish_) onWish_();
+}
+
+void Interruption::during(const std::function<void()>& action, std::function<void()> onWish)
+{
+  const auto hear = [this](std::function<void()> function) {
+    const std::lock_guard lock(mutex_);
+    onWish_ = std::move(function);
+  };
+  struct Deaf {
+    decltype(hear)& setHearing;
+    ~Deaf() { setHearing(nullptr); }
+  } const deafAfterwards{hear};
+  hear(std::move(onWish));
+  action();
+}

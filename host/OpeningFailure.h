@@ -1,0 +1,9 @@
+// What a failure of the plug-in to open the gloves means for the person: an exit code, and what to do.
+#pragma once
+
+#include <string>
+
+#include "host/Failure.h"
+
+// For the words that the plug-in left.
+Failure openingFailure(const std::string& words);

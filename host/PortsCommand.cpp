@@ -1,0 +1,64 @@
+// `tessel ports`: what is there, and which port the plug-in would use.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "host/Commands.h"
+#include "host/Ports.h"
+
+namespace {
+
+void printJson(const std::vector<Port>& ports)
+{
+  auto json = nlohmann::ordered_json::array();
+  for (const Port& port : ports) {
+    json.push_back({{"text", port.friendlyText},
+                    {"path", port.path},
+                    {"isDongle", port.isDongle},
+                    {"isUsed", port.isUsed},
+                    {"state", describe(port)}});
+  }
+  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+ExitCode run(bool isJson)
+{
+  const std::vector<Port> ports = listPorts();
+  if (isJson) {
+    printJson(ports);
+  } else {
+    for (const Port& port : ports) {
+      fmt::print("{} {}  {}{}\n", port.isUsed ? '*' : ' ', port.friendlyText, port.path,
+                 port.isDongle ? ", " + describe(port) : "");
+    }
+  }
+  const auto used = std::ranges::find_if(ports, &Port::isUsed);
+  if (used == ports.end()) {
+    throw Failure(ExitCode::noDongle,
+                  ports.empty() ? "there is no USB serial port." : "none of these ports is a dongle's.",
+                  "Plug the dongle in. To try without one: tessel record --sim");
+  }
+  if (used->state != PortState::free) {
+    throw Failure(ExitCode::port, fmt::format("{} can't be used: {}", used->path, describe(*used)),
+                  adviceFor(*used));
+  }
+  if (!isJson) fmt::print("* is the one that would be used.\n");
+  return ExitCode::done;
+}
+
+}  // namespace
+
+void addPorts(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto isJson = std::make_shared<bool>(false);
+  CLI::App* const command =
+      tessel.add_subcommand("ports", "Lists the serial ports, and tells whether the dongle's can be used.");
+  command->add_flag("--json", *isJson, "Print JSON");
+  command->footer(
+      "Example:   tessel ports\nThe variable TESSEL_SERIAL_PORTS replaces the system's list, as for the "
+      "plug-in.");
+  command->callback([isJson, &exitCode] { exitCode = run(*isJson); });
+}

@@ -1,0 +1,73 @@
+#include "host/Progress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr auto plainInterval = std::chrono::seconds(2);
+
+// A value of 0 to 65535 as so many cells.
+std::string bar(std::uint16_t value)
+{
+  constexpr unsigned cells = 8;
+  const unsigned filled = (value * cells + 32768U) / 65536U;
+  return std::string(filled, '#') + std::string(cells - filled, '.');
+}
+
+std::string clockText(double seconds)
+{
+  const auto tenths = static_cast<std::uint64_t>(std::max(seconds, 0.0) * 10);
+  return fmt::format("{}:{:02}.{}", tenths / 600, tenths / 10 % 60, tenths % 10);
+}
+
+std::string leftText(const RecordingFigures& figures, const RecordingLimits& limits)
+{
+  if (limits.seconds) return fmt::format(", {} left", clockText(*limits.seconds - figures.seconds));
+  if (limits.records) return fmt::format(", {} frames left", *limits.records - figures.records);
+  return "";
+}
+
+}  // namespace
+
+Progress::Progress(const Layout& layout, const RecordingLimits& limits)
+    : layout_(layout), limits_(limits), isTerminal_(host::isTerminal(stderr)), next_(Recorder::Clock::now())
+{
+}
+
+Progress::~Progress()
+{
+  if (hasLine_) fmt::print(stderr, "\n");
+}
+
+std::string Progress::text(const RecordingFigures& figures) const
+{
+  if (figures.records == 0) return "waiting for the first frame";
+  std::string line =
+      fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  battery {}", clockText(figures.seconds),
+                  leftText(figures, limits_), figures.records, figures.recordsPerSecond, figures.gaps.count(),
+                  figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?");
+  for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
+    if (!layout_.groups[index].isGlove()) continue;
+    line += fmt::format("  {} {} {:>5}", layout_.groups[index].label, bar(figures.latest[index]),
+                        figures.latest[index]);
+  }
+  return line;
+}
+
+void Progress::show(const RecordingFigures& figures)
+{
+  const auto now = Recorder::Clock::now();
+  if (!isTerminal_) {
+    if (now < next_) return;
+    next_ = now + plainInterval;
+    fmt::print(stderr, "{}\n", text(figures));
+    return;
+  }
+  std::string line = text(figures);
+  line.resize(std::min<std::size_t>(line.size(), host::terminalWidth(stderr) - 1));
+  fmt::print(stderr, "\r{}\x1B[K", line);
+  std::fflush(stderr);
+  hasLine_ = true;
+}

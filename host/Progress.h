@@ -1,0 +1,27 @@
+// Shows a running recording on standard error: one line that is drawn anew at a terminal, a line every few
+// seconds elsewhere.
+#pragma once
+
+#include <chrono>
+
+#include "host/Recorder.h"
+
+class Progress {
+ public:
+  Progress(const Layout& layout, const RecordingLimits& limits);
+  // Ends the line.
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(const RecordingFigures& figures);
+
+ private:
+  std::string text(const RecordingFigures& figures) const;
+
+  const Layout& layout_;
+  const RecordingLimits limits_;
+  const bool isTerminal_;
+  bool hasLine_ = false;
+  Recorder::Clock::time_point next_;
+};

@@ -1,0 +1,131 @@
+// `tessel settings`: what a settings file says, and what the plug-in makes of it.
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "host/Commands.h"
+#include "host/OutputFile.h"
+#include "host/OutputName.h"
+#include "host/SettingsFile.h"
+#include "host/Text.h"
+#include "shared/Parameter.h"
+
+namespace {
+
+struct Options {
+  std::filesystem::path file;
+  bool writes = false;
+  bool replaces = false;
+  int gloves = 2;
+  bool isJson = false;
+};
+
+void writeFile(const Options& options)
+{
+  const OutputName name(options.file, false, options.replaces);
+  OutputFile file(name.growing());
+  file.append(settingsText(options.gloves));
+  file.close();
+  name.settle();
+  fmt::print("Wrote {} for {}. Change it with any editor, then look at it with: tessel settings {}\n",
+             options.file.string(), options.gloves == 1 ? "one glove" : "two gloves", options.file.string());
+}
+
+using Values = std::map<std::wstring, std::string>;
+
+Values valuesNow()
+{
+  Values values;
+  for (const auto& [name, satelite] : parameter::satelites()) {
+    values[name] = narrow(satelite->toString());
+  }
+  return values;
+}
+
+void printTable(const SettingsReport& report, const Values& defaults, const Values& values)
+{
+  fmt::print("{:<30} {:<20} {:<12} {}\n", "setting", "value", "default", "from");
+  for (const auto& [name, value] : values) {
+    const auto line = report.lines.find(name);
+    fmt::print("{:<30} {:<20} {:<12} {}\n", narrow(name), value, defaults.at(name),
+               line == report.lines.end() ? "default" : fmt::format("line {}", line->second));
+  }
+}
+
+void printFaults(const SettingsReport& report)
+{
+  constexpr std::size_t mostShown = 20;
+  if (report.faults.empty() && report.doubts.empty()) {
+    fmt::print("\nNo faults.\n");
+    return;
+  }
+  fmt::print("\nThe plug-in says nothing of these, and goes on:\n");
+  for (std::size_t index = 0; index < report.faults.size() && index < mostShown; ++index) {
+    const SettingsFault& fault = report.faults[index];
+    fmt::print("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+  }
+  if (report.faults.size() > mostShown) fmt::print("  and {} more\n", report.faults.size() - mostShown);
+  for (const std::string& doubt : report.doubts) {
+    fmt::print("  {}\n", doubt);
+  }
+}
+
+void printJson(const SettingsReport& report, const Values& defaults, const Values& values)
+{
+  nlohmann::ordered_json json;
+  for (const auto& [name, value] : values) {
+    const auto line = report.lines.find(name);
+    json["settings"].push_back({{"key", narrow(name)},
+                                {"value", value},
+                                {"default", defaults.at(name)},
+                                {"line", line == report.lines.end() ? 0 : line->second}});
+  }
+  json["faults"] = nlohmann::ordered_json::array();
+  for (const SettingsFault& fault : report.faults) {
+    json["faults"].push_back({{"line", fault.line}, {"what", fault.what}});
+  }
+  json["doubts"] = report.doubts;
+  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+ExitCode run(const Options& options)
+{
+  if (options.writes) {
+    writeFile(options);
+    return ExitCode::done;
+  }
+  const Values defaults = valuesNow();
+  const SettingsReport report = readSettings(options.file);
+  const Values values = valuesNow();
+  if (options.isJson) {
+    printJson(report, defaults, values);
+  } else {
+    printTable(report, defaults, values);
+    printFaults(report);
+  }
+  return report.faults.empty() && report.doubts.empty() ? ExitCode::done : ExitCode::settings;
+}
+
+}  // namespace
+
+void addSettings(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = tessel.add_subcommand(
+      "settings",
+      "Shows what the plug-in makes of a settings file, and every fault of it; or writes one to start with.");
+  command->add_option("FILE", options->file, "The settings file")->required();
+  command->add_flag("--write", options->writes, "Write a commented file with that name");
+  command->add_option("--gloves", options->gloves, "With --write: for one or two gloves")
+      ->check(CLI::Range(1, 2))
+      ->capture_default_str();
+  command->add_flag("--force", options->replaces, "With --write: replace a file that is there");
+  command->add_flag("--json", options->isJson, "Print JSON");
+  command->footer(
+      "Examples:  tessel settings gloves.txt --write\n"
+      "           tessel settings gloves.txt\n"
+      "Exit code 3 if the file has any fault.");
+  command->callback([options, &exitCode] { exitCode = run(*options); });
+}

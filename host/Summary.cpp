@@ -1,0 +1,75 @@
+#include "host/Summary.h"
+
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::uint64_t bytesAt(const fs::path& place)
+{
+  std::error_code error;
+  if (fs::is_regular_file(place, error)) return fs::file_size(place, error);
+  std::uint64_t bytes = 0;
+  for (const auto& entry : fs::directory_iterator(place, error)) {
+    bytes += entry.file_size(error);
+  }
+  return bytes;
+}
+
+std::string gapsText(const Gaps& gaps)
+{
+  if (gaps.count() == 0) return "no gaps";
+  return fmt::format("{} gap{} of about {} frames, the longest {} ms", gaps.count(),
+                     gaps.count() == 1 ? "" : "s", gaps.missing(), gaps.longestMs());
+}
+
+}  // namespace
+
+std::string summaryText(const RecordingSummary& summary)
+{
+  const RecordingFigures& figures = summary.figures;
+  std::string text =
+      fmt::format("Recorded {} frames in {:.1f} s ({:.1f}/s), {}. Ended: {}\n", figures.records,
+                  figures.seconds, figures.recordsPerSecond, gapsText(figures.gaps), summary.ending);
+  for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
+    const ElementGroup& group = summary.layout.groups[index];
+    if (!group.isGlove()) continue;
+    text += fmt::format("  {:<7} {}  {} elements, highest value {}\n", group.label, group.module, group.count,
+                        figures.highest[index]);
+  }
+  text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
+                          : "  battery empty, or not known yet\n";
+  if (summary.place.empty()) return text + "Nothing was kept.\n";
+  const std::uint64_t bytes = bytesAt(summary.place);
+  return text + fmt::format("Written to {}{}\n", summary.place.string(),
+                            bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
+}
+
+std::string summaryJson(const RecordingSummary& summary)
+{
+  const RecordingFigures& figures = summary.figures;
+  nlohmann::ordered_json json{{"exitCode", static_cast<int>(summary.exitCode)},
+                              {"ended", summary.ending},
+                              {"output", summary.place.string()},
+                              {"frames", figures.records},
+                              {"seconds", figures.seconds},
+                              {"framesPerSecond", figures.recordsPerSecond},
+                              {"gaps", figures.gaps.count()},
+                              {"missingFrames", figures.gaps.missing()},
+                              {"longestGapMs", figures.gaps.longestMs()}};
+  json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
+  json["gloves"] = nlohmann::ordered_json::array();
+  for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
+    const ElementGroup& group = summary.layout.groups[index];
+    if (!group.isGlove()) continue;
+    json["gloves"].push_back({{"label", group.label},
+                              {"module", group.module},
+                              {"elements", group.count},
+                              {"highest", figures.highest[index]}});
+  }
+  json["peakMemoryKiB"] = host::peakMemoryKiB();
+  return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}

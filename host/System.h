@@ -1,0 +1,61 @@
+// What the program needs of the operating system: posix/ is built in.
+// Errors: as told at each; nothing else throws but for memory.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace host {
+
+// A shared object in this process. The plug-in's file name ends in this.
+extern const char* const librarySuffix;
+
+class Library {
+ public:
+  // Throws std::runtime_error with the system's reason.
+  explicit Library(const std::filesystem::path& file);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  // Null if the library does not export the name.
+  void* find(const char* name) const;
+
+ private:
+  void* handle_;
+};
+
+// Where the running program lies.
+std::filesystem::path programFolder();
+
+bool isTerminal(std::FILE* stream);
+// Columns of the terminal; 80 if it does not tell.
+unsigned terminalWidth(std::FILE* stream);
+
+// The most memory that the process has had resident, in KiB.
+std::uint64_t peakMemoryKiB();
+
+void setEnvironment(const char* name, const std::string& value);
+
+// From its making on, a wish of the person or the system to end (Ctrl-C, SIGTERM, a closed terminal) calls
+// the function on a thread of its own instead of ending the process. A second wish ends it at once. Make it
+// before any other thread, and only one at a time. A reader that goes away, or a file that may not grow,
+// shows as a failed write and not as a signal.
+class Interrupt {
+ public:
+  explicit Interrupt(std::function<void()> onInterrupt);
+  // No call is under way any more once it is gone.
+  ~Interrupt();
+  Interrupt(const Interrupt&) = delete;
+  Interrupt& operator=(const Interrupt&) = delete;
+
+ private:
+  struct Watch;
+  std::unique_ptr<Watch> watch_;
+};
+
+}  // namespace host

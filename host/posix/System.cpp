@@ -1,0 +1,61 @@
+#include "host/System.h"
+
+#include <dlfcn.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace host {
+
+const char* const librarySuffix = ".so";
+
+Library::Library(const std::filesystem::path& file)
+    : handle_(::dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL))
+{
+  if (handle_ == nullptr) throw std::runtime_error(::dlerror());
+}
+
+Library::~Library()
+{
+  ::dlclose(handle_);
+}
+
+void* Library::find(const char* name) const
+{
+  return ::dlsym(handle_, name);
+}
+
+std::filesystem::path programFolder()
+{
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+bool isTerminal(std::FILE* stream)
+{
+  return ::isatty(::fileno(stream)) != 0;
+}
+
+unsigned terminalWidth(std::FILE* stream)
+{
+  winsize size{};
+  const bool isKnown = ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isKnown ? size.ws_col : 80;
+}
+
+std::uint64_t peakMemoryKiB()
+{
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::uint64_t>(usage.ru_maxrss);
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+  ::setenv(name, value.c_str(), 1);
+}
+
+}  // namespace host
