@@ -120,6 +120,16 @@ std::int32_t readFile(const std::wstring& path)
 
 std::int32_t readStream(std::wistream& stream)
 {
+  struct : ReadingObserver {
+    void name(const std::wstring&) override {}
+    void unknownName(const std::wstring&) override {}
+    void value(bool) override {}
+  } nobody;
+  return readStream(stream, nobody);
+}
+
+std::int32_t readStream(std::wistream& stream, ReadingObserver& observer)
+{
   // With no base set, 0x10 reads as hexadecimal and 010 as octal.
   stream.unsetf(std::ios_base::basefield);
   std::int32_t read = 0;
@@ -133,10 +143,14 @@ std::int32_t readStream(std::wistream& stream)
     }
     SateliteInterface* const satelite = find(word);
     if (satelite == nullptr) {
+      observer.unknownName(word);
       ++faulty;
       continue;
     }
-    if (satelite->fromStream(stream)) {
+    observer.name(word);
+    const bool isGood = static_cast<bool>(satelite->fromStream(stream));
+    observer.value(isGood);
+    if (isGood) {
       ++read;
     } else {
       stream.clear();

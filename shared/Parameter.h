@@ -64,9 +64,24 @@ SateliteInterface* find(const std::wstring& name);
 // Reads a settings file: -1 if it does not open, otherwise as `readStream`.
 std::int32_t readFile(const std::wstring& path);
 
+// Told what the reader makes of a text, word by word: for programs that explain a settings file to people.
+class ReadingObserver {
+ public:
+  // A parameter's name was read; its value comes next.
+  virtual void name(const std::wstring& name) = 0;
+  // A word where a name was looked for.
+  virtual void unknownName(const std::wstring& word) = 0;
+  // The value of the latest name was read, or was none.
+  virtual void value(bool isGood) = 0;
+
+ protected:
+  ~ReadingObserver() = default;
+};
+
 // Reads all records: the number of those read, or, if there was any fault, the number of faults as a
 // negative. A fault does not stop the reading. A parameter that the text does not name keeps its value.
 std::int32_t readStream(std::wistream& stream);
+std::int32_t readStream(std::wistream& stream, ReadingObserver& observer);
 
 // Writes one record and flushes.
 std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stream);
