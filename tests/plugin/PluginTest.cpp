@@ -1,5 +1,4 @@
-// The built shared object, loaded as a host loads it: real process, real pseudo terminal. The simulated
-// gloves run ten times as fast as real ones.
+// The built shared object, loaded as a host loads it: real process, real pseudo terminal.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -12,13 +11,12 @@
 #include <thread>
 
 #include "shared/HwInterface.h"
-#include "simulator/PtyPort.h"
 #include "tests/support/HostLog.h"
 #include "tests/support/HostRecord.h"
+#include "tests/support/PtyGloves.h"
 
 namespace {
 
-constexpr double speed = 10;
 constexpr std::uint32_t hostClock = 5000;  // the host's clock stands still, so that stamps can be foretold
 constexpr std::uint32_t perGlove = 125;
 
@@ -27,54 +25,10 @@ std::uint32_t standingClock()
   return hostClock;
 }
 
-// The first element tells the frame; the others tell element, frame and glove.
-std::uint16_t movement(unsigned glove, std::size_t element, std::uint64_t frame)
-{
-  if (element == 0) return static_cast<std::uint16_t>(frame);
-  return static_cast<std::uint16_t>(element * 251 + frame * 7 + std::size_t{glove} * 30011);
-}
-
-// A dongle with a left and a right glove, on a thread of its own.
-class Gloves {
- public:
-  explicit Gloves(const std::filesystem::path& path) : port_(clock_, dongle_, path)
-  {
-    for (unsigned glove = 0; glove < 2; ++glove) {
-      simulator::GloveConfig config;
-      config.name = glove == 0 ? "KVXGL00017" : "KVXGR00018";
-      config.batteryCode = 17;
-      config.movement = [glove](std::size_t element, std::uint64_t frame) {
-        return movement(glove, element, frame);
-      };
-      gloves_[glove] = &dongle_.addGlove(config);
-    }
-    thread_ = std::thread([this] { port_.run(stop_, speed); });
-  }
-  ~Gloves() { halt(); }
-
-  // From here on the gloves can be looked at.
-  const simulator::Glove& halt(std::size_t glove = 0)
-  {
-    stop_ = true;
-    if (thread_.joinable()) thread_.join();
-    return *gloves_.at(glove);
-  }
-
- private:
-  VirtualClock clock_;
-  simulator::Dongle dongle_{clock_};
-  simulator::PtyPort port_;
-  std::array<simulator::Glove*, 2> gloves_{};
-  std::atomic<bool> stop_{false};
-  std::thread thread_;
-};
-
 class Plugin : public testing::Test {
  public:
   Plugin()
   {
-    const std::string port = "Bluegiga Bluetooth Low Energy (COM7)=" + (folder_ / "dongle").string();
-    ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
     library_ = ::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_LOCAL);
     EXPECT_NE(library_, nullptr) << ::dlerror();
     function<void(folder::FolderMap*)>("setFolders")(&log_.folders);
@@ -139,7 +93,7 @@ class StampCheck {
 
 TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
 {
-  Gloves gloves(folder_ / "dongle");
+  PtyGloves gloves(folder_ / "dongle");
   EXPECT_STREQ(function<const wchar_t*()>("getName")(), L"Tessel");
   HwInterface* const hardware = create();
   ASSERT_EQ(hardware->getNativeSize(), 251U);
@@ -164,7 +118,7 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
       const std::size_t first = std::size_t{glove} * perGlove;
       const unsigned short frame = elements[first];
       for (std::uint32_t element = 0; element < perGlove; ++element) {
-        ASSERT_EQ(elements[first + element], movement(glove, element, frame));
+        ASSERT_EQ(elements[first + element], PtyGloves::movement(glove, element, frame));
       }
     }
     ASSERT_EQ(elements.back(), HostRecord::untouched);
@@ -184,7 +138,7 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
 
 TEST_F(Plugin, TheGuidesHostRecords)
 {
-  Gloves gloves(folder_ / "dongle");
+  PtyGloves gloves(folder_ / "dongle");
   folder_.write("settings", "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
   std::filesystem::create_directory(folder_ / "log");
   const std::string command = std::string(TESSEL_HOST_EXAMPLE) + " " + TESSEL_PLUGIN + " " +
@@ -197,7 +151,7 @@ TEST_F(Plugin, TheGuidesHostRecords)
     std::getline(lines, line);
     unsigned stamp = 0, frame = 0, second = 0;
     ASSERT_EQ(std::sscanf(line.c_str(), "%u ms: %u %u ...", &stamp, &frame, &second), 3) << line;
-    EXPECT_EQ(second, movement(0, 1, frame));
+    EXPECT_EQ(second, PtyGloves::movement(0, 1, frame));
   }
   std::getline(lines, line);
   EXPECT_EQ(line, "battery 0.75");
@@ -205,7 +159,7 @@ TEST_F(Plugin, TheGuidesHostRecords)
 
 TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
 {
-  Gloves gloves(folder_ / "dongle");
+  PtyGloves gloves(folder_ / "dongle");
   ASSERT_EQ(create()->configure(), 0);
   unload();
   EXPECT_EQ(::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is really gone";

@@ -1,0 +1,185 @@
+// `tessel record` as a person runs it: real processes, real pseudo terminals.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "tests/e2e/Tessel.h"
+#include "tests/support/PtyGloves.h"
+
+namespace {
+
+class Record : public testing::Test {
+ public:
+  Record() { ::unsetenv("TESSEL_SERIAL_PORTS"); }
+
+  // The rows of a recording; each has the stamp and all elements, or the test fails.
+  std::vector<std::vector<unsigned>> rows(const std::string& name, std::size_t elements = 250) const
+  {
+    std::istringstream lines(folder_.read(name));
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_TRUE(line.starts_with("time_ms,left_0,left_1,")) << line;
+    std::vector<std::vector<unsigned>> rows;
+    while (std::getline(lines, line)) {
+      std::istringstream cells(line);
+      auto& row = rows.emplace_back();
+      for (std::string cell; std::getline(cells, cell, ',');) {
+        row.push_back(static_cast<unsigned>(std::stoul(cell)));
+      }
+      EXPECT_EQ(row.size(), elements + 1) << line;
+    }
+    return rows;
+  }
+
+  std::size_t lineCount(const std::string& name) const
+  {
+    const std::string text = folder_.read(name);
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(Record, EveryElementOfEveryFrameIsWhatTheGlovesSent)
+{
+  PtyGloves gloves(folder_ / "dongle");
+  const auto result = runTessel(folder_, {"record", "--frames", "400", "--output", "two.csv", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.messages;
+  EXPECT_NE(result.output.find("\"frames\": 400"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("\"battery\": 0.75"), std::string::npos) << result.output;
+  const auto records = rows("two.csv");
+  ASSERT_EQ(records.size(), 400U);
+  for (const auto& record : records) {
+    for (unsigned glove = 0; glove < 2; ++glove) {
+      const unsigned* const elements = &record[1 + 125 * std::size_t{glove}];
+      for (std::size_t element = 0; element < 125; ++element) {
+        ASSERT_EQ(elements[element], PtyGloves::movement(glove, element, elements[0]));
+      }
+    }
+  }
+}
+
+TEST_F(Record, NumPyReadsTheArrays)
+{
+  const auto result =
+      runTessel(folder_, {"record", "--sim", "--frames", "30", "--output", "run", "--format", "npy"});
+  ASSERT_EQ(result.exitCode, 0) << result.messages;
+  const std::string check =
+      "cd " + folder_.path().string() +
+      "/run && /usr/bin/python3 -c \"import numpy, json; s = numpy.load('samples.npy'); t = numpy.load('stamps.npy');"
+      "m = json.load(open('meta.json')); assert s.shape == (30, 250) and s.dtype == numpy.uint16, s.shape;"
+      "assert t.shape == (30,) and t.dtype == numpy.uint32 and 600 < t[-1] - t[0] < 900, t;"
+      "assert m['frames'] == 30 and m['groups'][1]['first'] == 125, m\"";
+  EXPECT_EQ(std::system(check.c_str()), 0);
+}
+
+TEST_F(Record, SignalsEndItInOrder)
+{
+  const struct {
+    int signal;
+    std::vector<std::string> limit;
+    int exitCode;
+    std::string name;
+  } cases[] = {{SIGINT, {}, 0, "run.csv"},
+               {SIGTERM, {"--seconds", "60"}, 130, "run.csv"},
+               {SIGKILL, {}, 128 + SIGKILL, "run.csv.part"}};
+  for (const auto& [signal, limit, exitCode, name] : cases) {
+    std::filesystem::remove(folder_ / "run.csv");
+    std::vector<std::string> arguments{"record", "--sim", "--output", "run.csv"};
+    arguments.insert(arguments.end(), limit.begin(), limit.end());
+    Tessel tessel(folder_, arguments);
+    tessel.waitUntil([&] { return lineCount("run.csv.part") > 20; });
+    const std::size_t before = lineCount("run.csv.part");
+    tessel.signal(signal);
+    EXPECT_EQ(tessel.result().exitCode, exitCode);
+    EXPECT_GE(rows(name).size() + 1, before);
+    EXPECT_EQ(std::filesystem::exists(folder_ / "run.csv.part"), name == "run.csv.part");
+  }
+}
+
+TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
+{
+  const struct {
+    std::string scenario;
+    int exitCode;
+    std::string words;
+  } cases[] = {{"2.2 silent both", 15, "fell silent"},
+               {"2.2 unplug", 15, "dongle is gone"},
+               {"2.2 noise 3000\n2.3 silent both", 15, "fell silent"}};
+  for (const auto& [scenario, exitCode, words] : cases) {
+    folder_.write("scenario", scenario);
+    const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "scenario", "--seconds", "20", "--force",
+                                            "--output", "run.csv"});
+    EXPECT_EQ(result.exitCode, exitCode) << scenario << result.messages;
+    EXPECT_NE(result.messages.find(words), std::string::npos) << scenario << result.messages;
+    EXPECT_GT(rows("run.csv").size(), 10U) << scenario;
+  }
+}
+
+TEST_F(Record, BadInputIsToldAndHasItsExitCode)
+{
+  folder_.write("file", "no dongle");
+  folder_.write("empty", "");
+  folder_.write("binary", std::string("\x7F\x45\x4C\x46\0\xFF\xFE\0 7 \n\x80", 14));
+  folder_.write("mean", "TesselElementCount\t2000000000\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
+  folder_.write("oldFirmware", "0 firmware 1.3.0.1");
+  folder_.write("noGloves", "0 hide both");
+  folder_.write("brokenSensor", "0 sensor left thumb 249");
+  folder_.write("busy", "0 busy on");
+  std::filesystem::create_directory(folder_ / "folder");
+  const std::string ports = "Bluegiga Bluetooth Low Energy (COM7)=";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string port;  // in place of a simulated one
+    int exitCode;
+    std::string words;
+  } cases[] = {
+      {{}, "/nowhere", 10, "No BLE USB dongle"},
+      {{}, (folder_ / "file").string(), 11, "no serial port"},
+      {{"--sim", "--scenario", "busy"}, "", 11, "has it open"},
+      {{"--sim", "--scenario", "oldFirmware"}, "", 12, "1.4.2.130"},
+      {{"--sim", "--scenario", "noGloves"}, "", 13, "Not enough"},
+      {{"--sim", "--scenario", "brokenSensor"}, "", 14, "Thumb"},
+      {{"--plugin", "nowhere.so"}, "", 4, "can't be read"},
+      {{"--plugin", "file"}, "", 4, "can't be loaded"},
+      {{"--plugin", TESSEL_NO_PLUGIN}, "", 4, "does not export `create`"},
+      {{"--settings", "nowhere"}, "", 3, "no settings file"},
+      {{"--settings", "empty"}, "", 3, "sets nothing"},
+      {{"--settings", "binary"}, "", 3, "no setting"},
+      {{"--settings", "mean", "--sim"}, "", 3, "fewer elements"},
+      {{"--output", "file"}, "", 5, "already"},
+      {{"--output", "folder", "--force"}, "", 5, "as a folder"},
+      {{"--output", "file", "--format", "npy", "--force"}, "", 5, "as a file"},
+      {{"--output", "nofolder/run.csv", "--sim"}, "", 5, "make it"},
+      {{"--output", "/dev/full", "--sim"}, "", 5, "disk is full"},
+      {{"--seconds", "-1"}, "", 2, "--seconds"},
+  };
+  for (const auto& [arguments, port, exitCode, words] : cases) {
+    if (!port.empty()) ::setenv("TESSEL_SERIAL_PORTS", (ports + port).c_str(), 1);
+    std::vector<std::string> all{"record", "--seconds", "1"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    const auto result = runTessel(folder_, all);
+    EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(arguments) << result.messages;
+    EXPECT_NE(result.messages.find(words), std::string::npos)
+        << testing::PrintToString(arguments) << result.messages;
+    EXPECT_EQ(folder_.list().find(".csv"), std::string::npos) << "nothing was recorded: " << folder_.list();
+  }
+  EXPECT_EQ(folder_.read("file"), "no dongle");
+}
+
+TEST_F(Record, AFullDiskKeepsWholeRows)
+{
+  // A limit on the size of files stands for the disk.
+  const std::string command = "cd " + folder_.path().string() + " && ulimit -f 40 && " TESSEL_PROGRAM
+                              " record --sim --seconds 20 --output run.csv 2> messages";
+  const int status = std::system(command.c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 5) << folder_.read("messages");
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "run.csv"));
+  EXPECT_GT(rows("run.csv.part").size(), 10U);
+}
+
+}  // namespace

@@ -1,0 +1,68 @@
+#include "tests/e2e/Tessel.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments) : folder_(folder)
+{
+  arguments.insert(arguments.begin(), TESSEL_PROGRAM);
+  std::vector<char*> words;
+  for (std::string& argument : arguments) {
+    words.push_back(argument.data());
+  }
+  words.push_back(nullptr);
+  folder.write("stdout", "");
+  folder.write("stderr", "");
+  process_ = ::fork();
+  if (process_ != 0) return;
+  if (::chdir(folder.path().c_str()) != 0) ::_exit(126);
+  ::dup2(::open("stdout", O_WRONLY | O_APPEND), STDOUT_FILENO);
+  ::dup2(::open("stderr", O_WRONLY | O_APPEND), STDERR_FILENO);
+  ::execv(words[0], words.data());
+  ::_exit(127);
+}
+
+Tessel::~Tessel()
+{
+  if (hasEnded()) return;
+  signal(SIGKILL);
+  ::waitpid(process_, &status_, 0);
+}
+
+void Tessel::signal(int number) const
+{
+  ::kill(process_, number);
+}
+
+bool Tessel::hasEnded()
+{
+  if (!ended_) ended_ = ::waitpid(process_, &status_, WNOHANG) == process_;
+  return ended_;
+}
+
+void Tessel::waitUntil(const std::function<bool()>& condition)
+{
+  const auto deadline = std::chrono::steady_clock::now() + 60s;
+  while (!hasEnded() && !condition()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      ADD_FAILURE() << "a minute of waiting for tessel: " << folder_.read("stderr");
+      return;
+    }
+    std::this_thread::sleep_for(10ms);
+  }
+}
+
+Tessel::Result Tessel::result()
+{
+  waitUntil([] { return false; });
+  const int code = WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
+  return {code, output(), folder_.read("stderr")};
+}

@@ -1,0 +1,44 @@
+// A run of the built program, in a folder of its own.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/TemporaryFolder.h"
+
+class Tessel {
+ public:
+  struct Result {
+    int exitCode;  // 128 and the signal for a run that was killed
+    std::string output, messages;
+  };
+
+  // Starts it, with the folder as its working folder.
+  Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments);
+  // Kills it if it still runs.
+  ~Tessel();
+  Tessel(const Tessel&) = delete;
+  Tessel& operator=(const Tessel&) = delete;
+
+  void signal(int number) const;
+  // Waits until the condition holds or the run has ended.
+  void waitUntil(const std::function<bool()>& condition);
+  Result result();
+  std::string output() const { return folder_.read("stdout"); }
+
+ private:
+  bool hasEnded();
+
+  const TemporaryFolder& folder_;
+  pid_t process_;
+  int status_ = 0;
+  bool ended_ = false;
+};
+
+inline Tessel::Result runTessel(const TemporaryFolder& folder, std::vector<std::string> arguments)
+{
+  return Tessel(folder, std::move(arguments)).result();
+}
