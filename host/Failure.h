@@ -9,12 +9,12 @@
 // The README lists them. Never renumber one: scripts rely on them.
 enum class ExitCode {
   done = 0,
-  internal = 1,       // a fault of the program itself
-  usage = 2,          // the command line, a scenario or a path given in it
-  settings = 3,       // a settings file that can't be read, or can't be used
-  plugin = 4,         // the plug-in can't be loaded
-  output = 5,         // the output can't be made, or can't be written to its end
-  recording = 6,      // a recording that can't be read
+  internal = 1,   // a fault of the program itself
+  usage = 2,      // the command line, a scenario or a path given in it
+  settings = 3,   // a settings file that can't be read, or can't be used
+  plugin = 4,     // the plug-in can't be loaded
+  output = 5,     // the output can't be made, or can't be written to its end
+  recording = 6,  // a recording that can't be read
   noDongle = 10,
   port = 11,          // the dongle's port can't be opened
   firmware = 12,      // of the dongle, too old

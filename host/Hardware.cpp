@@ -83,7 +83,7 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
       command.add_option("--settings", options.settings, "Settings file of the plug-in");
   command.add_option("--gloves", options.gloves, "Without a settings file: one or two gloves")
       ->check(CLI::Range(1, 2))
-      ->capture_default_str()
+      ->option_text("1|2 [2]")
       ->excludes(settings);
   command.add_option("--plugin", options.plugin, "The plug-in, if not the one beside this program");
   command.add_option("--log", options.logFolder, "Keep a log of the plug-in in a new folder in this one");
@@ -164,12 +164,20 @@ void Hardware::open(Interruption& interruption)
     throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
   if (result != 0) throw openingFailure(oneLine(hardware_->lastError_));
   opened_ = std::chrono::steady_clock::now();
+}
 
-  modules_ = split(ask("GetModuleMap"), ':');
-  if (!modules_.empty()) modules_.erase(modules_.begin());  // their number
+std::vector<std::string> Hardware::askModules()
+{
+  auto modules = split(ask("GetModuleMap"), ':');
+  if (!modules.empty()) modules.erase(modules.begin());  // their number
+  return modules;
+}
+
+Layout Hardware::askLayout()
+{
   const auto gloveElements = static_cast<std::size_t>(settings::elementCount);
-  layout_ = makeLayout(gloveElements, store_->elements().size() - gloveElements, settings::numSensors == 1,
-                       modules_);
+  return makeLayout(gloveElements, store_->elements().size() - gloveElements, settings::numSensors == 1,
+                    askModules());
 }
 
 bool Hardware::read()

@@ -47,12 +47,13 @@ class Hardware {
   // Failure if the link is gone.
   bool read();
   const RecordStore& store() const { return *store_; }
-  // Known once the link is open.
-  const Layout& layout() const { return layout_; }
-  // Names of the gloves found, in the order of the records.
-  const std::vector<std::string>& modules() const { return modules_; }
 
-  // The answer to a text command; a Failure if the plug-in has none.
+  // Names of the gloves found, in the order of the records.
+  std::vector<std::string> askModules();
+  // What the elements of the records are.
+  Layout askLayout();
+  // The answer to a text command; a Failure if the plug-in has none. A text that it does not know has the
+  // answer of the command before, if there was any.
   std::string ask(const std::string& text);
   // From 0 to 1, the lower one of two gloves; nothing while it is not known.
   std::optional<double> battery();
@@ -74,8 +75,6 @@ class Hardware {
   Plugin plugin_;
   std::unique_ptr<RecordStore> store_;
   std::unique_ptr<HwInterface, Released> hardware_;
-  Layout layout_;
-  std::vector<std::string> modules_;
   std::chrono::steady_clock::time_point opened_;
   bool hasRecord_ = false;
 };

@@ -22,31 +22,29 @@ struct Findings {
   std::vector<Port> ports;
   std::vector<std::string> modules;
   std::vector<GloveFirmware> firmware;  // in the order of the modules
-  Layout layout;
   std::optional<double> battery;
   bool wereSensorsChecked = false;
 };
 
 // The battery level comes with the frames.
-void waitForFrame(Hardware& hardware)
+std::optional<double> waitForBattery(Hardware& hardware)
 {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-  while (!hardware.read() && std::chrono::steady_clock::now() < deadline) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  while (std::chrono::steady_clock::now() < deadline) {
+    const bool isNew = hardware.read();
+    if (const auto level = hardware.battery(); isNew && level) return level;
   }
+  return std::nullopt;
 }
 
 Findings lookAt(Hardware& hardware, Interruption& interruption)
 {
   hardware.open(interruption);
-  Findings findings{.ports = listPorts(),
-                    .modules = hardware.modules(),
-                    .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
-                    .layout = hardware.layout(),
-                    .battery = {},
-                    .wereSensorsChecked = !settings::skipSensorStartupCheck};
-  waitForFrame(hardware);
-  findings.battery = hardware.battery();
-  return findings;
+  return {.ports = listPorts(),
+          .modules = hardware.askModules(),
+          .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
+          .battery = waitForBattery(hardware),
+          .wereSensorsChecked = !settings::skipSensorStartupCheck};
 }
 
 // Without settings of the person's own, one glove is as welcome as two.
@@ -86,9 +84,9 @@ void printText(const Findings& findings)
                firmware.revision, firmware.build, firmware.commit,
                firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
   }
-  fmt::print("Battery  {}{}\n",
-             findings.battery ? fmt::format("{:.0f}%", *findings.battery * 100) : "empty, or not known",
-             findings.modules.size() > 1 ? ", of the glove with the lower one" : "");
+  const char* const whose = findings.modules.size() > 1 ? ", the lower one of the gloves" : "";
+  fmt::print("Battery  {}\n", findings.battery ? fmt::format("{:.0f}%{}", *findings.battery * 100, whose)
+                                               : "empty, or the gloves do not tell");
   fmt::print("Sensors  {}\n", findings.wereSensorsChecked ? "all report that they work"
                                                           : "not asked: TesselSkipSensorStartupCheck is 1");
 }

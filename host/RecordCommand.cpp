@@ -81,17 +81,18 @@ void record(const Options& options)
   fmt::print(stderr, "Looking for the dongle and the gloves...\n");
   hardware.open(interruption);
 
-  const auto writer = makeRecordWriter(options.format, name, hardware.layout());
-  fmt::print(stderr, "Recording {} to {}; Ctrl-C ends it.\n", fmt::join(hardware.modules(), " and "),
+  const Layout layout = hardware.askLayout();
+  const auto writer = makeRecordWriter(options.format, name, layout);
+  fmt::print(stderr, "Recording {} to {}; Ctrl-C ends it.\n", fmt::join(hardware.askModules(), " and "),
              name.growing().string());
-  Recorder recorder(hardware, *writer, options.limits);
+  Recorder recorder(hardware, layout, *writer, options.limits);
   Ending ending;
   {
-    Progress progress(hardware.layout(), options.limits);
+    Progress progress(layout, options.limits);
     ending = runRecorder(recorder, progress, options.limits, interruption.flag());
   }
   const auto place = keep(*writer, name, recorder.figures(), ending);
-  const RecordingSummary summary{hardware.layout(), recorder.figures(), place, ending.words,
+  const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
   fmt::print(stderr, "{}", summaryText(summary));
   if (options.isJson) fmt::print("{}\n", summaryJson(summary));

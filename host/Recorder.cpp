@@ -22,11 +22,12 @@ double secondsBetween(Recorder::Clock::time_point begin, Recorder::Clock::time_p
 
 }  // namespace
 
-Recorder::Recorder(Hardware& hardware, RecordWriter& writer, const RecordingLimits& limits)
-    : hardware_(hardware), writer_(writer), limits_(limits), start_(Clock::now())
+Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer,
+                   const RecordingLimits& limits)
+    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), start_(Clock::now())
 {
-  figures_.latest.resize(hardware_.layout().groups.size());
-  figures_.highest.resize(hardware_.layout().groups.size());
+  figures_.latest.resize(layout_.groups.size());
+  figures_.highest.resize(layout_.groups.size());
 }
 
 bool Recorder::run(const std::atomic<bool>& stop,
@@ -62,7 +63,7 @@ void Recorder::keepRecord()
   if (!first_) first_ = Clock::now();
   ++figures_.records;
   figures_.gaps.add(hardware_.store().stampMs());
-  const auto& groups = hardware_.layout().groups;
+  const auto& groups = layout_.groups;
   for (std::size_t index = 0; index < groups.size(); ++index) {
     const auto own = elements.subspan(groups[index].first, groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);

@@ -35,7 +35,7 @@ class Recorder {
   using Clock = std::chrono::steady_clock;
 
   // All must outlive it.
-  Recorder(Hardware& hardware, RecordWriter& writer, const RecordingLimits& limits);
+  Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits);
 
   // Records until a limit is reached, the flag is raised, or something fails; `onProgress` is called several
   // times a second. True if a limit was reached.
@@ -49,6 +49,7 @@ class Recorder {
   bool isAtLimit() const;
 
   Hardware& hardware_;
+  const Layout& layout_;
   RecordWriter& writer_;
   const RecordingLimits limits_;
   RecordingFigures figures_;

@@ -120,7 +120,7 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
   command->add_flag("--write", options->writes, "Write a commented file with that name");
   command->add_option("--gloves", options->gloves, "With --write: for one or two gloves")
       ->check(CLI::Range(1, 2))
-      ->capture_default_str();
+      ->option_text("1|2 [2]");
   command->add_flag("--force", options->replaces, "With --write: replace a file that is there");
   command->add_flag("--json", options->isJson, "Print JSON");
   command->footer(

@@ -53,7 +53,7 @@ class FaultFinder final : public parameter::ReadingObserver {
     if (!isGood) {
       const std::wstring kept = parameter::find(name_)->toString();
       add(line_,
-          fmt::format("`{}` has no value that it can take. It stays {}, and what stands there is read as the "
+          fmt::format("`{}` has no value that it can take. It is {} then, and what stands there is read as the "
                       "next name.",
                       narrow(name_), narrow(kept)));
       return;

@@ -125,7 +125,8 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
   folder_.write("file", "no dongle");
   folder_.write("empty", "");
   folder_.write("binary", std::string("\x7F\x45\x4C\x46\0\xFF\xFE\0 7 \n\x80", 14));
-  folder_.write("mean", "TesselElementCount\t2000000000\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
+  folder_.write("tooMany", "TesselElementCount\t1000\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
+  folder_.write("huge", "TesselElementCount\t2000000000\n");
   folder_.write("oldFirmware", "0 firmware 1.3.0.1");
   folder_.write("noGloves", "0 hide both");
   folder_.write("brokenSensor", "0 sensor left thumb 249");
@@ -150,7 +151,8 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
       {{"--settings", "nowhere"}, "", 3, "no settings file"},
       {{"--settings", "empty"}, "", 3, "sets nothing"},
       {{"--settings", "binary"}, "", 3, "no setting"},
-      {{"--settings", "mean", "--sim"}, "", 3, "fewer elements"},
+      {{"--settings", "tooMany", "--sim"}, "", 3, "fewer elements"},
+      {{"--settings", "huge"}, "", 3, "nothing can be recorded"},
       {{"--output", "file"}, "", 5, "already"},
       {{"--output", "folder", "--force"}, "", 5, "as a folder"},
       {{"--output", "file", "--format", "npy", "--force"}, "", 5, "as a file"},

@@ -1,0 +1,73 @@
+// What `tessel` tells without recording, and the simulated port that it gives to others.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <cstdlib>
+
+#include "tests/e2e/Tessel.h"
+
+namespace {
+
+TEST(Look, EachCommandTellsWhatItFinds)
+{
+  ::unsetenv("TESSEL_SERIAL_PORTS");
+  TemporaryFolder folder;
+  folder.write("faulty", "TesselElementCount\t250\n\ntesselauxcount 2\nTesselReadTimeout soon\n");
+  folder.write("battery", "0 battery 15");
+  const struct {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::vector<std::string> words;  // of output and messages
+  } cases[] = {
+      {{"info", "--sim"}, 0, {"COM7", "KVXGR00018 (right), serial number 18", "build 212", "75%", "they work"}},
+      {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
+      {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
+      {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
+      {{"send", "Nonsense", "--sim"}, 16, {"no answer to \"Nonsense\""}},
+      {{"settings", "new", "--write"}, 0, {"Wrote new"}},
+      {{"settings", "new"}, 0, {"TesselElementCount             250", "line 10", "No faults"}},
+      {{"settings", "new", "--write"}, 5, {"already"}},
+      {{"settings", "faulty"},
+       3,
+       {"line 3: \"tesselauxcount\" is no setting; it is passed over. `TesselAuxCount` is one",
+        "line 4: `TesselReadTimeout`", "no record will come"}},
+      {{"nonsense"}, 2, {"no command `nonsense`"}},
+  };
+  for (const auto& [arguments, exitCode, words] : cases) {
+    const auto result = runTessel(folder, arguments);
+    EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(arguments) << result.messages;
+    for (const std::string& word : words) {
+      EXPECT_NE((result.output + result.messages).find(word), std::string::npos)
+          << testing::PrintToString(arguments) << word << result.output << result.messages;
+    }
+  }
+}
+
+TEST(Look, ASimulatedPortServesOthersAndGoesAtTheEnd)
+{
+  TemporaryFolder folder;
+  TemporaryFolder other;
+  Tessel sim(folder, {"sim", "--port", "dongle"});
+  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
+  ::setenv("TESSEL_SERIAL_PORTS",
+           ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder / "dongle").string()).c_str(), 1);
+  const auto free = runTessel(other, {"ports"});
+  EXPECT_EQ(free.exitCode, 0) << free.messages;
+  {
+    Tessel holder(other, {"record", "--output", "run.csv"});
+    holder.waitUntil([&] { return std::filesystem::exists(other / "run.csv.part"); });
+    TemporaryFolder third;
+    const auto busy = runTessel(third, {"ports"});
+    EXPECT_EQ(busy.exitCode, 11) << busy.output;
+    EXPECT_NE(busy.messages.find("tessel (process"), std::string::npos) << busy.messages;
+    holder.signal(SIGINT);
+    EXPECT_EQ(holder.result().exitCode, 0);
+  }
+  EXPECT_EQ(runTessel(other, {"record", "--frames", "10"}).exitCode, 0) << "a second host, after the first";
+  sim.signal(SIGINT);
+  EXPECT_EQ(sim.result().exitCode, 0);
+  EXPECT_FALSE(std::filesystem::exists(folder / "dongle"));
+}
+
+}  // namespace

@@ -1,0 +1,5 @@
+// A shared object that lacks what a plug-in exports.
+extern "C" [[gnu::visibility("default")]] const wchar_t* getName()
+{
+  return L"none";
+}
