@@ -10,7 +10,7 @@ namespace simulator {
 
 // For GloveFaults::packetFault, which gets its own random numbers.
 struct RandomFaults {
-  explicit RandomFaults(std::uint64_t seed) : random(static_cast<std::mt19937::result_type>(seed)) {}
+  explicit RandomFaults(std::uint64_t seed) : random_(static_cast<std::mt19937::result_type>(seed)) {}
 
   // Of all packets, of those that are not lost, and of those that are neither lost nor doubled.
   double lossPercent = 0;
@@ -27,10 +27,10 @@ struct RandomFaults {
  private:
   bool happens(double percent)
   {
-    return static_cast<double>(random()) < percent / 100 * (static_cast<double>(std::mt19937::max()) + 1);
+    return static_cast<double>(random_()) < percent / 100 * (static_cast<double>(std::mt19937::max()) + 1);
   }
 
-  std::mt19937 random;
+  std::mt19937 random_;
 };
 
 }  // namespace simulator
