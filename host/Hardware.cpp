@@ -46,6 +46,9 @@ fs::path newLogFolder(const fs::path& wanted)
   return folder;
 }
 
+// Far more than gloves have, and little enough for any memory.
+constexpr std::int32_t mostElements = 100'000;
+
 std::vector<std::string> split(const std::string& text, char delimiter)
 {
   std::vector<std::string> pieces;
@@ -123,7 +126,10 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
 {
   if (!options.settings.empty()) {
     warnOf(readSettings(options.settings), options.settings);
-    if (settings::elementCount < 1 || settings::auxCount < 0) {
+    const auto isCount = [](std::int32_t count, std::int32_t least) {
+      return count >= least && count <= mostElements;
+    };
+    if (!isCount(settings::elementCount, 1) || !isCount(settings::auxCount, 0)) {
       throw Failure(
           ExitCode::settings,
           fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
@@ -146,9 +152,6 @@ void Hardware::makeObject(const fs::path& settings)
     hardware_ = {plugin_.create(settings.wstring().c_str(), clockMs, L"tessel"), Released{&plugin_}};
   } catch (const std::wstring& words) {
     throw openingFailure(oneLine(words));
-  } catch (const std::bad_alloc&) {
-    throw Failure(ExitCode::settings, "the settings ask for a record that the memory can't hold.",
-                  "Give the elements of two gloves in TesselElementCount: 250 as a rule.");
   }
   store_ = std::make_unique<RecordStore>(hardware_->getNativeSize());
   hardware_->mapping_ = &store_->map;

@@ -53,9 +53,10 @@ class FaultFinder final : public parameter::ReadingObserver {
     if (!isGood) {
       const std::wstring kept = parameter::find(name_)->toString();
       add(line_,
-          fmt::format("`{}` has no value that it can take. It is {} then, and what stands there is read as the "
-                      "next name.",
-                      narrow(name_), narrow(kept)));
+          fmt::format(
+              "`{}` has no value that it can take. It is {} then, and what stands there is read as the "
+              "next name.",
+              narrow(name_), narrow(kept)));
       return;
     }
     int& known = report_.lines[name_];

@@ -1,7 +1,5 @@
 #include "host/SimulatedGloves.h"
 
-#include <stdlib.h>
-
 #include <cerrno>
 #include <chrono>
 #include <fstream>
@@ -35,21 +33,6 @@ void checkPort(const fs::path& path)
 }
 
 }  // namespace
-
-SimulatedGloves::PrivateFolder::PrivateFolder()
-{
-  std::string name = (fs::temp_directory_path() / "tessel-sim-XXXXXX").native();
-  if (::mkdtemp(name.data()) == nullptr) {
-    throw std::system_error(errno, std::generic_category(), "no folder " + name);
-  }
-  path = name;
-}
-
-SimulatedGloves::PrivateFolder::~PrivateFolder()
-{
-  std::error_code ignored;
-  fs::remove_all(path, ignored);
-}
 
 SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(dongle_, options.seed)
 {
@@ -119,7 +102,7 @@ void SimulatedGloves::obey(const SimulationOptions& options)
 void SimulatedGloves::makePort(const fs::path& wanted)
 {
   if (wanted.empty()) {
-    path_ = folder_.emplace().path / "dongle";
+    path_ = folder_.emplace().path() / "dongle";
   } else {
     path_ = fs::absolute(wanted).lexically_normal();
     checkPort(path_);

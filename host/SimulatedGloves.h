@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/ScratchFolder.h"
 #include "simulator/Control.h"
 #include "simulator/Dongle.h"
 #include "simulator/Grasp.h"
@@ -60,15 +61,6 @@ class SimulatedGloves {
   void repeat(simulator::Duration period, const std::function<void()>& action);
 
  private:
-  class PrivateFolder {
-   public:
-    PrivateFolder();
-    ~PrivateFolder();
-    PrivateFolder(const PrivateFolder&) = delete;
-    PrivateFolder& operator=(const PrivateFolder&) = delete;
-
-    std::filesystem::path path;
-  };
   struct SimulatedGlove {
     std::string_view side;
     simulator::Glove& glove;
@@ -87,7 +79,7 @@ class SimulatedGloves {
   std::vector<SimulatedGlove> gloves_;
   simulator::Scenario scenario_;
   bool isHeld_ = false;
-  std::optional<PrivateFolder> folder_;
+  std::optional<ScratchFolder> folder_;
   std::filesystem::path path_;
   std::optional<simulator::PtyPort> port_;
   std::atomic<bool>* running_ = nullptr;  // the flag that stops it

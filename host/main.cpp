@@ -53,6 +53,11 @@ int main(int count, char** arguments)
   try {
     tessel.parse(count, arguments);
   } catch (const CLI::ParseError& error) {
+    // The library itself only says that a subcommand is missing.
+    if (count > 1 && arguments[1][0] != '-' && tessel.get_subcommands().empty()) {
+      return fail(ExitCode::usage, fmt::format("there is no command `{}`.", arguments[1]),
+                  "See: tessel --help");
+    }
     const int code = tessel.exit(error);
     return code == 0 ? 0 : static_cast<int>(ExitCode::usage);
   } catch (const Failure& failure) {

@@ -20,7 +20,9 @@ TEST(Look, EachCommandTellsWhatItFinds)
     int exitCode;
     std::vector<std::string> words;  // of output and messages
   } cases[] = {
-      {{"info", "--sim"}, 0, {"COM7", "KVXGR00018 (right), serial number 18", "build 212", "75%", "they work"}},
+      {{"info", "--sim"},
+       0,
+       {"COM7", "KVXGR00018 (right), serial number 18", "build 212", "75%", "they work"}},
       {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
       {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
       {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},

@@ -70,7 +70,8 @@ TEST_F(Record, NumPyReadsTheArrays)
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   const std::string check =
       "cd " + folder_.path().string() +
-      "/run && /usr/bin/python3 -c \"import numpy, json; s = numpy.load('samples.npy'); t = numpy.load('stamps.npy');"
+      "/run && /usr/bin/python3 -c \"import numpy, json; s = numpy.load('samples.npy'); t = "
+      "numpy.load('stamps.npy');"
       "m = json.load(open('meta.json')); assert s.shape == (30, 250) and s.dtype == numpy.uint16, s.shape;"
       "assert t.shape == (30,) and t.dtype == numpy.uint32 and 600 < t[-1] - t[0] < 900, t;"
       "assert m['frames'] == 30 and m['groups'][1]['first'] == 125, m\"";
@@ -112,8 +113,8 @@ TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
                {"2.2 noise 3000\n2.3 silent both", 15, "fell silent"}};
   for (const auto& [scenario, exitCode, words] : cases) {
     folder_.write("scenario", scenario);
-    const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "scenario", "--seconds", "20", "--force",
-                                            "--output", "run.csv"});
+    const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "scenario", "--seconds", "20",
+                                            "--force", "--output", "run.csv"});
     EXPECT_EQ(result.exitCode, exitCode) << scenario << result.messages;
     EXPECT_NE(result.messages.find(words), std::string::npos) << scenario << result.messages;
     EXPECT_GT(rows("run.csv").size(), 10U) << scenario;
@@ -176,7 +177,8 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
 TEST_F(Record, AFullDiskKeepsWholeRows)
 {
   // A limit on the size of files stands for the disk.
-  const std::string command = "cd " + folder_.path().string() + " && ulimit -f 40 && " TESSEL_PROGRAM
+  const std::string command = "cd " + folder_.path().string() +
+                              " && ulimit -f 40 && " TESSEL_PROGRAM
                               " record --sim --seconds 20 --output run.csv 2> messages";
   const int status = std::system(command.c_str());
   EXPECT_EQ(WEXITSTATUS(status), 5) << folder_.read("messages");

@@ -1,5 +1,5 @@
-// A dongle with a left and a right glove on a pseudo terminal, on a thread of its own, ten times as fast as real
-// ones.
+// A dongle with a left and a right glove on a pseudo terminal, on a thread of its own, ten times as fast as
+// real ones.
 #pragma once
 
 #include <array>
