@@ -75,18 +75,12 @@ class FaultFinder final : public parameter::ReadingObserver {
       return std::ranges::equal(entry.first, word, {}, towlower, towlower);
     });
     add(position_.line(), sameLetters == parameter::satelites().end()
-                              ? fmt::format("\"{}\" is no setting; it is passed over.", shortened(name))
+                              ? fmt::format("\"{}\" is no setting; it is passed over.", excerpt(name))
                               : fmt::format("\"{}\" is no setting; it is passed over. `{}` is one.", name,
                                             narrow(sameLetters->first)));
   }
 
  private:
-  static std::string shortened(const std::string& text)
-  {
-    constexpr std::size_t longest = 40;
-    return text.size() <= longest ? text : text.substr(0, longest) + "...";
-  }
-
   void add(int line, std::string what) { report_.faults.push_back({line, std::move(what)}); }
 
   const LineCounter& position_;

@@ -1,5 +1,10 @@
 #include "host/Text.h"
 
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+
 #include "shared/Parameter.h"
 
 std::string narrow(const std::wstring& text)
@@ -26,4 +31,31 @@ std::string oneLine(const std::wstring& text)
     }
   }
   return line;
+}
+
+std::string utf8(const std::filesystem::path& path)
+{
+  const auto text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+std::string excerpt(std::string_view text)
+{
+  constexpr std::size_t longest = 24;
+  std::string shown(text.substr(0, longest));
+  std::ranges::replace_if(
+      shown, [](char character) { return character < ' ' || character > '~'; }, '?');
+  return text.size() > longest ? shown + "..." : shown;
+}
+
+std::string durationText(double seconds)
+{
+  if (seconds < 59.95) return fmt::format("{:.3g} s", seconds);
+  const auto whole = static_cast<long long>(std::llround(seconds));
+  const auto both = [](long long large, const char* unit, long long small, const char* smallUnit) {
+    return small == 0 ? fmt::format("{} {}", large, unit)
+                      : fmt::format("{} {} {} {}", large, unit, small, smallUnit);
+  };
+  if (whole < 3600) return both(whole / 60, "min", whole % 60, "s");
+  return both(whole / 3600, "h", whole % 3600 / 60, "min");
 }

@@ -1,0 +1,192 @@
+// `tessel plot`: draws a recording as an SVG file.
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include <fmt/core.h>
+
+#include "host/Commands.h"
+#include "host/Failure.h"
+#include "host/Picture.h"
+#include "host/Recording.h"
+#include "host/Text.h"
+#include "host/TimeAxis.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct PlotOptions {
+  std::string recording;
+  std::string output;  // empty: named after the recording
+  double from = 0;
+  double to = std::numeric_limits<double>::infinity();
+  std::size_t width = 1000;
+  bool overwrites = false;
+};
+
+bool endsIn(const fs::path& path, std::string_view extension)
+{
+  std::string end = utf8(path.extension());
+  std::ranges::transform(end, end.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return end == extension;
+}
+
+// Without a separator at its end, and with a name even if it is `.`.
+fs::path plainPath(const std::string& text)
+{
+  fs::path path = text;
+  if (!path.has_filename()) path = path.parent_path();
+  if (path.filename() != "." && path.filename() != "..") return path;
+  std::error_code error;
+  const fs::path named = fs::canonical(path, error);
+  return error ? path : named;
+}
+
+fs::path defaultOutput(fs::path recording)
+{
+  if (endsIn(recording, ".part")) recording.replace_extension();
+  if (endsIn(recording, ".csv") || endsIn(recording, ".npy")) recording.replace_extension();
+  return recording += ".svg";
+}
+
+fs::path chosenOutput(const std::string& text)
+{
+  fs::path output = text;
+  if (endsIn(output, ".svg")) return output;
+  const auto named = [&](const char* extension) {
+    return utf8(fs::path(output).replace_extension(extension));
+  };
+  throw Failure(ExitCode::usage, fmt::format("{} can't be made: tessel plot writes SVG files", utf8(output)),
+                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` makes a PNG of it.",
+                            named(".svg"), named(".png")));
+}
+
+bool isOwnPicture(const fs::path& path)
+{
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return false;
+  std::ifstream file(path, std::ios::binary);
+  std::string start(200, '\0');
+  file.read(start.data(), static_cast<std::streamsize>(start.size()));
+  return start.find(pictureMark) != std::string::npos;
+}
+
+// While it is being written; the wanted name stands for a whole picture only.
+fs::path unfinished(fs::path output)
+{
+  return output += ".part";
+}
+
+void checkOutput(const fs::path& output, const PlotOptions& options)
+{
+  std::error_code error;
+  const bool mayOverwrite = options.overwrites || (options.output.empty() && isOwnPicture(output));
+  if (fs::exists(output, error)) {
+    if (!fs::is_regular_file(output, error) || fs::equivalent(output, options.recording, error)) {
+      throw Failure(ExitCode::output, fmt::format("{} is no file for a picture", utf8(output)),
+                    "Choose another name with --output.");
+    }
+    if (!mayOverwrite) {
+      throw Failure(ExitCode::output, fmt::format("{} is there already", utf8(output)),
+                    "Use --force to overwrite it, or choose another name with --output.");
+    }
+  }
+  const fs::path part = unfinished(output);
+  if (fs::exists(part, error) && !isOwnPicture(part)) {
+    throw Failure(ExitCode::output, fmt::format("{} is in the way", utf8(part)),
+                  "Move it, or choose another name with --output.");
+  }
+}
+
+void write(const fs::path& output, const std::string& picture)
+{
+  const fs::path part = unfinished(output);
+  errno = 0;
+  std::ofstream file(part, std::ios::binary);
+  if (file) file.write(picture.data(), static_cast<std::streamsize>(picture.size()));
+  file.close();
+  std::error_code error;
+  if (!file) error.assign(errno, std::generic_category());
+  if (file) fs::rename(part, output, error);
+  if (file && !error) return;
+  std::error_code ignored;
+  fs::remove(part, ignored);
+  throw Failure(ExitCode::output, fmt::format("{} can't be written: {}", utf8(output), error.message()),
+                "Make room or check the rights there, or choose another place with --output.");
+}
+
+std::string namesOfGloves(const Recording& recording)
+{
+  std::string names;
+  for (const auto& group : recording.groups) {
+    if (group.isGlove()) names += (names.empty() ? "" : ", ") + excerpt(group.label);
+  }
+  return names;
+}
+
+void plot(const PlotOptions& options)
+{
+  const fs::path path = plainPath(options.recording);
+  const fs::path output = options.output.empty() ? defaultOutput(path) : chosenOutput(options.output);
+  const Recording recording = readRecording(path);
+  for (const std::string& note : recording.notes) {
+    fmt::print(stderr, "tessel: {}: {}\n", utf8(path), note);
+  }
+  const std::string gloves = namesOfGloves(recording);
+  if (gloves.empty()) {
+    throw Failure(ExitCode::recording, utf8(path) + " holds no glove",
+                  "Give a recording with elements beside 'aux'.");
+  }
+  const double end = duration(recording);
+  if (!(options.from < std::min(options.to, end))) {
+    throw Failure(ExitCode::usage, "there is nothing to draw between --from and --to",
+                  fmt::format("The recording lasts from 0 to {:.3f} seconds.", end));
+  }
+  checkOutput(output, options);
+  const double to = std::min(options.to, end);
+  write(output, drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}));
+  const bool isWhole = options.from <= 0 && to >= end;
+  const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
+                                   : fmt::format("{:g} s to {:g} s", options.from, to);
+  fmt::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part, utf8(output));
+}
+
+}  // namespace
+
+void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
+{
+  const auto options = std::make_shared<PlotOptions>();
+  CLI::App* command = tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
+  command
+      ->add_option("RECORDING", options->recording,
+                   "A .csv file, or a folder of NumPy arrays; it may still grow")
+      ->required();
+  command->add_option("--output", options->output,
+                      "The picture, an .svg file; else it is named after the recording");
+  command->add_option("--from", options->from, "Begin so many seconds after the recording began")
+      ->check(CLI::NonNegativeNumber);
+  command->add_option("--to", options->to, "End so many seconds after it began")
+      ->check(CLI::NonNegativeNumber);
+  command->add_option("--width", options->width, "Of the picture, in pixels")
+      ->check(CLI::Range(narrowestPicture, widestPicture))
+      ->capture_default_str();
+  command->add_flag("--force", options->overwrites, "Overwrite the output if it is there");
+  command->footer(
+      "Examples:  tessel plot grip.csv                       draws grip.svg\n"
+      "           tessel plot grip.csv --from 2.5 --to 4     draws a part of it\n"
+      "           tessel plot grip.csv --output p.svg        draws p.svg\n"
+      "Each glove gets a heat map, the highest count of each element over time, and the curves of mean and\n"
+      "maximum over its elements. Grey: nothing was recorded. A picture of an earlier `tessel plot` is "
+      "drawn\n"
+      "anew; any other file is overwritten with --force only.");
+  command->callback([options] { plot(*options); });
+}

@@ -1,0 +1,37 @@
+// A recording of gloves in memory, whichever format it lies in. One thread. What can't be read, or would not
+// fit, is a Failure with ExitCode::recording that says where; what can be left out is left out with a note.
+// Samples are the gloves' counts, times are seconds.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <vector>
+
+struct Recording {
+  struct Group {
+    std::string label;
+    std::size_t first = 0;  // of its elements in a record
+    std::size_t count = 0;
+
+    bool isGlove() const { return label != "aux" && count > 0; }
+  };
+
+  std::vector<Group> groups;
+  std::size_t elements = 0;            // of a record, all groups together
+  std::vector<double> seconds;         // of each record, from the first one on; never falls
+  std::vector<std::uint16_t> samples;  // record after record
+  std::string started;                 // date and time, as the recording tells it, or empty
+  std::vector<std::string> notes;      // for the user: what was left out
+
+  std::size_t records() const { return seconds.size(); }
+  std::span<const std::uint16_t> samplesOf(std::size_t record, const Group& group) const
+  {
+    return std::span(samples).subspan(record * elements + group.first, group.count);
+  }
+};
+
+// A file is read as CSV, a folder as NumPy arrays; both may still grow. At least one record is there.
+Recording readRecording(const std::filesystem::path& path);

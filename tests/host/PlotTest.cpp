@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include "host/Failure.h"
+#include "host/HeatMap.h"
+#include "host/Picture.h"
+#include "host/Recording.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+const std::string metaText = R"({"format":"tessel-recording","version":1,"frames":2,"groups":[
+    {"label":"left","first":0,"count":1},{"label":"right","first":1,"count":1}]})";
+
+std::string npy(const std::string& type, const std::string& shape, const std::string& numbers)
+{
+  const std::string head = "{'descr': '" + type + "', 'fortran_order': False, 'shape': " + shape + ", }\n";
+  return "\x93NUMPY\x01\x00"s + static_cast<char>(head.size()) + '\0' + head + numbers;
+}
+
+TEST(Recordings, AreTheSameFromTextAndFromArraysAndTheirStampsMayWrap)
+{
+  const TemporaryFolder folder;
+  folder.write("a.csv", "time_ms,left_0,right_0\r\n4294967295,1,65535\r\n24,2,258\r\n49,3");
+  std::filesystem::create_directory(folder / "a");
+  folder.write("a/meta.json", metaText);
+  folder.write("a/samples.npy", npy("<u2", "(2, 2)", "\x01\x00\xFF\xFF\x02\x00\x02\x01"s));
+  folder.write("a/stamps.npy", npy("<u4", "(2,)", "\xFF\xFF\xFF\xFF\x18\x00\x00\x00"s));
+  const Recording text = readRecording(folder / "a.csv");
+  const Recording arrays = readRecording(folder / "a");
+  EXPECT_EQ(text.seconds, (std::vector{0.0, 0.025}));
+  EXPECT_EQ(text.samples, (std::vector<std::uint16_t>{1, 65535, 2, 258}));
+  EXPECT_EQ(text.notes, std::vector{"line 4 is incomplete and was passed over"s});
+  EXPECT_EQ(arrays.seconds, text.seconds);
+  EXPECT_EQ(arrays.samples, text.samples);
+  ASSERT_EQ(arrays.groups.size(), 2);
+  EXPECT_EQ(arrays.groups[1].label, text.groups[1].label);
+}
+
+TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
+{
+  const std::string heading = "time_ms,left_0,right_0\n";
+  const std::string samples = npy("<u2", "(2, 2)", "12345678");
+  const std::string stamps = npy("<u4", "(2,)", "12345678");
+  const struct {
+    std::string text, meta, samples, stamps, reason;  // no text: a folder of arrays
+  } damaged[] = {
+      {"\n", "", "", "", "line 1 begins with ''"},
+      {"\x89PNG\n\x1A", "", "", "", "line 1 begins with '?PNG'"},
+      {"time_ms\n1\n", "", "", "", "no elements"},
+      {"time_ms,left_1\n", "", "", "", "'left_1' stands where 'left_0' belongs"},
+      {"time_ms,a_0,b_0,a_0\n", "", "", "", "'a' twice"},
+      {"time_ms" + std::string(600'000, ','), "", "", "", "no end of line 1"},
+      {heading + "1,2", "", "", "", "no record"},
+      {heading + "1,2\n", "", "", "", "line 2: 2 columns instead of 3"},
+      {heading + "1,2,3\n2,2,3,4\n", "", "", "", "line 3: more than 3 columns"},
+      {heading + "4294967296,2,3\n", "", "", "", "line 2, column 1: '4294967296' is no number"},
+      {heading + "1,2,65536\n", "", "", "", "line 2, column 3: '65536' is no number from 0 to 65535"},
+      {"", "", samples, stamps, "does not describe a recording"},
+      {"", R"({"format":"tessel-recording","version":2})", samples, stamps, "another version"},
+      {"", metaText, "text", stamps, "no NumPy array"},
+      {"", metaText, samples, npy("<f8", "(2,)", "12345678"), "other numbers than '<u4'"},
+      {"", metaText, npy("<u2", "(99999999999999999999, 2)", ""), stamps, "unusable shape"},
+      {"", metaText, npy("<u2", "(9223372036854775808, 2)", "12345678"), stamps,
+       "9223372036854775808 records"},
+      {"", metaText, npy("<u2", "(2, 3)", "123456789012"), stamps,
+       "3 elements in a record, meta.json tells of 2"},
+      {"", metaText, npy("<u2", "(2, 2)", "1234567"), stamps, "1 are there"},
+  };
+  for (const auto& [text, meta, sampleFile, stampFile, reason] : damaged) {
+    const TemporaryFolder folder;
+    folder.write("a.csv", text);
+    folder.write("meta.json", meta);
+    folder.write("samples.npy", sampleFile);
+    folder.write("stamps.npy", stampFile);
+    try {
+      readRecording(text.empty() ? folder.path() : folder / "a.csv");
+      ADD_FAILURE() << "not refused: " << reason;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.code(), ExitCode::recording);
+      EXPECT_NE(std::string(failure.what()).find(reason), std::string::npos)
+          << failure.what() << " / " << reason;
+    }
+  }
+}
+
+TEST(Picture, KeepsAShortPeakAndLeavesAPauseEmptyButNotTheTimeBetweenRecords)
+{
+  Recording recording;
+  recording.groups = {{"le<ft", 0, 1}, {"right", 1, 1}};
+  recording.elements = 2;
+  for (int record = 0; record < 1000; ++record) {
+    recording.seconds.push_back(record * 0.025 + (record < 500 ? 0 : 25));
+    recording.samples.insert(recording.samples.end(),
+                             {static_cast<std::uint16_t>(record == 333 ? 900 : 5), 7});
+  }
+  const HeatMap whole = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 0, 50, 8));
+  EXPECT_EQ(whole.counts, (std::vector{5, 900, -1, -1, -1, -1, 5, 5}));
+  const HeatMap part = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 8.3, 8.4, 8));
+  EXPECT_EQ(part.counts, (std::vector{5, 5, 900, 900, 5, 5, 5, 5}));
+
+  const std::string svg = drawPicture(recording, {.title = "a&b\x01.csv", .from = 0, .to = 50});
+  for (const char* text :
+       {">a&amp;b\xEF\xBF\xBD.csv<", ">le&lt;ft<", ">right<", "1000 records", "no records"}) {
+    EXPECT_NE(svg.find(text), std::string::npos) << text;
+  }
+}
+
+}  // namespace
