@@ -11,10 +11,10 @@
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/OpeningFailure.h"
-#include "host/OutputFile.h"
 #include "host/Ports.h"
 #include "host/SettingsFile.h"
 #include "host/Text.h"
+#include "host/recording/OutputFile.h"
 
 namespace fs = std::filesystem;
 

@@ -12,11 +12,11 @@
 
 #include "host/Commands.h"
 #include "host/Interruption.h"
-#include "host/Layout.h"
 #include "host/Plugin.h"
 #include "host/RecordStore.h"
 #include "host/ScratchFolder.h"
 #include "host/SimulatedGloves.h"
+#include "host/recording/Layout.h"
 
 struct HardwareOptions {
   std::filesystem::path plugin;    // empty: the one beside the program

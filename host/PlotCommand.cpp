@@ -13,10 +13,10 @@
 
 #include "host/Commands.h"
 #include "host/Failure.h"
-#include "host/Picture.h"
-#include "host/Recording.h"
 #include "host/Text.h"
-#include "host/TimeAxis.h"
+#include "host/plot/Picture.h"
+#include "host/plot/TimeAxis.h"
+#include "host/recording/Recording.h"
 
 namespace fs = std::filesystem;
 

@@ -10,9 +10,9 @@
 #include <optional>
 #include <vector>
 
-#include "host/Gaps.h"
 #include "host/Hardware.h"
-#include "host/RecordWriter.h"
+#include "host/recording/Gaps.h"
+#include "host/recording/RecordWriter.h"
 
 struct RecordingLimits {
   std::optional<double> seconds;  // from the first record on

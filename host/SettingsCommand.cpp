@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "host/Commands.h"
-#include "host/OutputFile.h"
-#include "host/OutputName.h"
 #include "host/SettingsFile.h"
 #include "host/Text.h"
+#include "host/recording/OutputFile.h"
+#include "host/recording/OutputName.h"
 #include "shared/Parameter.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "host/Failure.h"
-#include "host/HeatMap.h"
-#include "host/Picture.h"
-#include "host/Recording.h"
+#include "host/plot/HeatMap.h"
+#include "host/plot/Picture.h"
+#include "host/recording/Recording.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

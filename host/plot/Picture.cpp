@@ -1,0 +1,290 @@
+#include "host/plot/Picture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include <fmt/core.h>
+
+#include "host/Failure.h"
+#include "host/Text.h"
+#include "host/plot/Curve.h"
+#include "host/plot/HeatMap.h"
+#include "host/plot/Png.h"
+#include "host/plot/Svg.h"
+#include "host/plot/Ticks.h"
+#include "host/plot/TimeAxis.h"
+
+namespace {
+
+constexpr double leftMargin = 66;
+constexpr double rightMargin = 100;
+constexpr double headHeight = 92;  // down to the first heat map
+constexpr double curvesHeight = 110;
+constexpr double panelDistance = 12;
+constexpr double gloveDistance = 60;  // with the labels of one and the name of the next
+constexpr double footHeight = 48;
+constexpr double tickLength = 4;
+constexpr double sideDistance = 16;  // of colour bar and legend from the panels
+
+constexpr const char* axisStyle = "stroke=\"#999\" stroke-width=\"1\"";
+constexpr const char* gridStyle = "stroke=\"#000\" stroke-opacity=\"0.1\" stroke-width=\"1\"";
+constexpr const char* frameStyle = "fill=\"none\" stroke=\"#999\" stroke-width=\"1\"";
+constexpr const char* meanStyle =
+    "fill=\"none\" stroke=\"#0072b2\" stroke-width=\"1.5\" stroke-linejoin=\"round\" "
+    "stroke-linecap=\"round\"";
+constexpr const char* highestStyle =
+    "fill=\"none\" stroke=\"#d55e00\" stroke-width=\"1.5\" stroke-linejoin=\"round\" "
+    "stroke-linecap=\"round\"";
+
+// As much of the text as fits, measured roughly.
+std::string shortened(std::string_view text, double width, double fontSize)
+{
+  double used = fontSize;
+  std::size_t size = 0;
+  while (size < text.size()) {
+    const auto byte = static_cast<unsigned char>(text[size]);
+    const bool isAscii = byte < 0x80;
+    const bool continues = byte >= 0x80 && byte < 0xC0;
+    if (!continues) used += fontSize * (isAscii ? 0.65 : 1.0);
+    if (used > width) return std::string(text.substr(0, size)) + "\xE2\x80\xA6";
+    ++size;
+  }
+  return std::string(text);
+}
+
+std::string styleOf(const Colour& colour)
+{
+  return fmt::format("fill=\"#{:02x}{:02x}{:02x}\"", colour.red, colour.green, colour.blue);
+}
+
+// Of an element in pixels; whole ones, as a picture that is stretched loses its peaks in some viewers.
+std::size_t rowHeight(std::size_t elements)
+{
+  constexpr std::size_t leastHeight = 120;  // of a heat map
+  if (elements > 260) return 1;
+  return std::max<std::size_t>(2, (leastHeight + elements - 1) / elements);
+}
+
+// All gloves share it, so that they can be compared.
+CountRange rangeOf(const std::vector<HeatMap>& maps)
+{
+  std::int32_t low = 0xFFFF;
+  std::int32_t high = 0;
+  for (const HeatMap& map : maps) {
+    for (const std::int32_t count : map.counts) {
+      if (count == HeatMap::nothing) continue;
+      low = std::min(low, count);
+      high = std::max(high, count);
+    }
+  }
+  if (low == high) (high < 0xFFFF ? high : low) += high < 0xFFFF ? 1 : -1;
+  return {static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high)};
+}
+
+// The counts that the curves' axis has: from one round number to another.
+Ticks curveTicks(const std::vector<Levels>& levels)
+{
+  double low = 0xFFFF;
+  double high = 0;
+  for (const Levels& glove : levels) {
+    low = std::min(low, *std::ranges::min_element(glove.mean));
+    high = std::max(high, *std::ranges::max_element(glove.highest));
+  }
+  const double step = Ticks(low, std::max(high, low + 1), 4, 1).step();
+  low = std::floor(low / step) * step;
+  high = (std::floor(high / step) + 1) * step;
+  return Ticks(low, high, static_cast<std::size_t>(std::lround((high - low) / step)));
+}
+
+class Picture {
+ public:
+  Picture(const Recording& recording, const PictureOptions& options)
+      : recording_(recording),
+        options_(options),
+        width_(static_cast<double>(options.width)),
+        axis_(recording, options.from, options.to,
+              options.width - static_cast<std::size_t>(leftMargin + rightMargin)),
+        timeTicks_(options.from, options.to, axis_.columns() / 80)
+  {
+    for (const auto& group : recording.groups) {
+      if (!group.isGlove()) continue;
+      gloves_.push_back(group);
+      maps_.push_back(makeHeatMap(recording, group, axis_));
+      levels_.push_back(levelsOf(recording, group, axis_));
+    }
+  }
+
+  std::string draw()
+  {
+    const auto& gaps = axis_.gaps();
+    if (!gaps.empty() && gaps.front().first == 0 && gaps.front().end == axis_.columns()) {
+      throw Failure(ExitCode::usage,
+                    fmt::format("there is no record from {:g} s to {:g} s", options_.from, options_.to),
+                    "Choose other times with --from and --to, or leave them out.");
+    }
+    double height = headHeight + footHeight - gloveDistance;
+    for (const auto& glove : gloves_) {
+      height += heatHeight(glove) + panelDistance + curvesHeight + gloveDistance;
+    }
+    Svg svg(width_, height, pictureMark);
+    drawHead(svg);
+    const CountRange range = rangeOf(maps_);
+    const Ticks ticks = curveTicks(levels_);
+    double top = headHeight;
+    for (std::size_t glove = 0; glove < gloves_.size(); ++glove) {
+      const Box heat = panel(top, heatHeight(gloves_[glove]));
+      const Box curves = panel(heat.bottom() + panelDistance, curvesHeight);
+      drawHeatMap(svg, heat, glove, range);
+      drawColourBar(svg, heat, range);
+      drawCurves(svg, curves, glove, ticks);
+      drawLegend(svg, curves);
+      drawTimeTicks(svg, heat, curves);
+      top = curves.bottom() + gloveDistance;
+    }
+    svg.text(leftMargin + plotWidth() / 2, height - 12, "time (s)", "text-anchor=\"middle\"");
+    return svg.finish();
+  }
+
+ private:
+  double plotWidth() const { return static_cast<double>(axis_.columns()); }
+  Box panel(double top, double height) const { return {leftMargin, top, plotWidth(), height}; }
+
+  static double heatHeight(const Recording::Group& glove)
+  {
+    return static_cast<double>(glove.count * rowHeight(glove.count));
+  }
+
+  void drawHead(Svg& svg) const
+  {
+    constexpr double fontSize = 18;
+    constexpr const char* separator = "  \xC2\xB7  ";
+    svg.text(leftMargin, 32, shortened(options_.title, width_ - leftMargin, fontSize),
+             "font-size=\"18\" font-weight=\"bold\" fill=\"#111\"");
+    std::string facts = recording_.started.empty() ? "" : recording_.started + separator;
+    facts += fmt::format("{}{}{} record{}", durationText(duration(recording_)), separator,
+                         recording_.records(), recording_.records() == 1 ? "" : "s");
+    if (recording_.records() > 1) {
+      facts += fmt::format("{}{:.3g} records/s", separator, 1 / usualPeriod(recording_));
+    }
+    if (options_.from > 0 || options_.to < duration(recording_)) {
+      facts += fmt::format("{}shown from {:g} s to {:g} s", separator, options_.from, options_.to);
+    }
+    svg.text(leftMargin, 52, facts, "font-size=\"12\" fill=\"#666\" xml:space=\"preserve\"");
+  }
+
+  void drawHeatMap(Svg& svg, const Box& box, std::size_t glove, CountRange range) const
+  {
+    constexpr double fontSize = 13;
+    const HeatMap& map = maps_[glove];
+    svg.text(box.left, box.top - 8, shortened(gloves_[glove].label, box.width, fontSize),
+             "font-size=\"13\" font-weight=\"bold\" fill=\"#111\"");
+    const std::size_t height = rowHeight(map.rows);
+    svg.image(box, encodePng(paint(map, range, height), map.columns, map.rows * height));
+    const Ticks ticks(0, static_cast<double>(map.rows - 1), 7, 1);
+    for (const double element : ticks.values()) {
+      drawTick(svg, box, box.top + (element + 0.5) * static_cast<double>(height), ticks.label(element));
+    }
+    drawAxisName(svg, box, "element");
+  }
+
+  void drawCurves(Svg& svg, const Box& box, std::size_t glove, const Ticks& ticks) const
+  {
+    for (const ColumnSpan& gap : axis_.gaps()) {
+      svg.rectangle({box.left + static_cast<double>(gap.first), box.top,
+                     static_cast<double>(gap.end - gap.first), box.height},
+                    styleOf(colourOfNothing));
+    }
+    const double low = ticks.values().front();
+    const double unit = box.height / (ticks.values().back() - low);
+    for (const double count : ticks.values()) {
+      const double y = box.bottom() - unit * (count - low);
+      drawTick(svg, box, y, ticks.label(count));
+      svg.line(box.left, y, box.right(), y, gridStyle);
+    }
+    for (const double time : timeTicks_.values()) {
+      svg.line(xOf(time), box.top, xOf(time), box.bottom(), gridStyle);
+    }
+    const Scale scale{box.left, box.bottom() + unit * low, unit};
+    svg.path(box, curveOf(levels_[glove].highest, axis_, scale), highestStyle);
+    svg.path(box, curveOf(levels_[glove].mean, axis_, scale), meanStyle);
+    svg.rectangle(box, frameStyle);
+    drawAxisName(svg, box, "counts");
+  }
+
+  static void drawTick(Svg& svg, const Box& box, double y, const std::string& label)
+  {
+    svg.line(box.left - tickLength, y, box.left, y, axisStyle);
+    svg.text(box.left - tickLength - 3, y + 4, label, "text-anchor=\"end\"");
+  }
+
+  static void drawAxisName(Svg& svg, const Box& box, std::string_view name)
+  {
+    const double x = 18;
+    const double y = box.top + box.height / 2;
+    svg.text(x, y, name, fmt::format("text-anchor=\"middle\" transform=\"rotate(-90 {:.1f} {:.1f})\"", x, y));
+  }
+
+  static void drawColourBar(Svg& svg, const Box& heat, CountRange range)
+  {
+    const Box bar{heat.right() + sideDistance, heat.top, 12, heat.height};
+    svg.text(bar.left, bar.top - 8, "counts", "");
+    svg.colourBar(bar);
+    const Ticks ticks(range.low, range.high, 8, 1);
+    for (const double count : ticks.values()) {
+      const double y = bar.bottom() - bar.height * (count - range.low) / (range.high - range.low);
+      svg.line(bar.right(), y, bar.right() + tickLength, y, axisStyle);
+      svg.text(bar.right() + tickLength + 3, y + 4, ticks.label(count), "");
+    }
+  }
+
+  void drawLegend(Svg& svg, const Box& curves) const
+  {
+    constexpr double swatch = 16;
+    const double left = curves.right() + sideDistance;
+    double y = curves.top + 8;
+    const auto name = [&](const char* text) {
+      svg.text(left + swatch + 6, y + 4, text, "");
+      y += 18;
+    };
+    svg.line(left, y, left + swatch, y, highestStyle);
+    name("maximum");
+    svg.line(left, y, left + swatch, y, meanStyle);
+    name("mean");
+    if (axis_.gaps().empty()) return;
+    svg.rectangle({left, y - 5, swatch, 10}, styleOf(colourOfNothing));
+    name("no records");
+  }
+
+  double xOf(double time) const
+  {
+    return leftMargin + plotWidth() * (time - axis_.from()) / (axis_.to() - axis_.from());
+  }
+
+  void drawTimeTicks(Svg& svg, const Box& heat, const Box& curves) const
+  {
+    for (const double time : timeTicks_.values()) {
+      const double x = xOf(time);
+      for (const Box& box : {heat, curves}) {
+        svg.line(x, box.bottom(), x, box.bottom() + tickLength, axisStyle);
+      }
+      svg.text(x, curves.bottom() + tickLength + 13, timeTicks_.label(time), "text-anchor=\"middle\"");
+    }
+  }
+
+  const Recording& recording_;
+  const PictureOptions& options_;
+  double width_;
+  TimeAxis axis_;
+  Ticks timeTicks_;
+  std::vector<Recording::Group> gloves_;
+  std::vector<HeatMap> maps_;
+  std::vector<Levels> levels_;
+};
+
+}  // namespace
+
+std::string drawPicture(const Recording& recording, const PictureOptions& options)
+{
+  return Picture(recording, options).draw();
+}

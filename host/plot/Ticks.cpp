@@ -1,0 +1,31 @@
+#include "host/plot/Ticks.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/core.h>
+
+Ticks::Ticks(double low, double high, std::size_t most, double least)
+{
+  const double rough = std::max((high - low) / static_cast<double>(most), least);
+  const double exponent = std::floor(std::log10(rough));
+  const double power = std::pow(10, exponent);
+  step_ = 10 * power;
+  for (const double factor : {1.0, 2.0, 5.0}) {
+    if (factor * power < rough * (1 - 1e-9)) continue;
+    step_ = factor * power;
+    break;
+  }
+  decimals_ = std::max(0, static_cast<int>(-std::floor(std::log10(step_) + 1e-9)));
+  // An end that rounding has moved by a hair is still at a tick.
+  const double first = std::ceil(low / step_ - 1e-6);
+  const double last = std::floor(high / step_ + 1e-6);
+  for (double tick = first; tick <= last && values_.size() <= most; ++tick) {
+    values_.push_back(tick * step_ + 0.0);  // zero without a sign
+  }
+}
+
+std::string Ticks::label(double value) const
+{
+  return fmt::format("{:.{}f}", value, decimals_);
+}

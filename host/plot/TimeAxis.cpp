@@ -1,0 +1,93 @@
+#include "host/plot/TimeAxis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace {
+
+constexpr double periodOfALoneRecord = 0.025;
+// One missing frame doubles the time to the next record.
+constexpr double latestNext = 1.5;
+constexpr double stampResolution = 0.001;
+// What sums of decimal fractions are off by, in columns.
+constexpr double roundingError = 1e-6;
+
+}  // namespace
+
+double usualPeriod(const Recording& recording)
+{
+  std::vector<double> steps;
+  for (std::size_t record = 1; record < recording.records(); ++record) {
+    const double step = recording.seconds[record] - recording.seconds[record - 1];
+    if (step > 0) steps.push_back(step);
+  }
+  if (steps.empty()) return periodOfALoneRecord;
+  const auto middle = std::next(steps.begin(), static_cast<std::ptrdiff_t>(steps.size() / 2));
+  std::ranges::nth_element(steps, middle);
+  return *middle;
+}
+
+double duration(const Recording& recording)
+{
+  return recording.seconds.back() + usualPeriod(recording);
+}
+
+TimeAxis::TimeAxis(const Recording& recording, double from, double to, std::size_t columns)
+    : recording_(recording), period_(usualPeriod(recording)), from_(from), to_(to), columns_(columns)
+{
+  const auto& seconds = recording.seconds;
+  const auto after = std::ranges::upper_bound(seconds, from);
+  const auto end = std::ranges::lower_bound(seconds, to);
+  firstRecord_ = static_cast<std::size_t>(after - seconds.begin());
+  if (firstRecord_ > 0) --firstRecord_;
+  endRecord_ = std::min(static_cast<std::size_t>(end - seconds.begin()) + 1, seconds.size());
+  findGaps();
+}
+
+double TimeAxis::endOf(std::size_t record) const
+{
+  const double usual = recording_.seconds[record] + period_;
+  if (record + 1 == recording_.records()) return usual;
+  const double next = recording_.seconds[record + 1];
+  const double latest = recording_.seconds[record] + period_ * latestNext + stampResolution;
+  return next > latest ? usual : next;
+}
+
+double TimeAxis::positionOf(double time) const
+{
+  return (time - from_) / (to_ - from_) * static_cast<double>(columns_);
+}
+
+double TimeAxis::position(std::size_t record) const
+{
+  return positionOf(recording_.seconds[record]);
+}
+
+double TimeAxis::endPosition(std::size_t record) const
+{
+  return positionOf(endOf(record));
+}
+
+ColumnSpan TimeAxis::columnsOf(std::size_t record) const
+{
+  const auto width = static_cast<double>(columns_);
+  const double begin = position(record) + roundingError;
+  const double end = endPosition(record) - roundingError;
+  if (end <= 0) return {0, 0};
+  if (begin >= width) return {columns_, columns_};
+  const auto first = static_cast<std::size_t>(std::max(begin, 0.0));
+  const auto last = static_cast<std::size_t>(std::ceil(std::min(end, width)));
+  return {first, std::max(first + 1, last)};
+}
+
+void TimeAxis::findGaps()
+{
+  std::size_t filled = 0;
+  for (std::size_t record = firstRecord_; record < endRecord_; ++record) {
+    const ColumnSpan span = columnsOf(record);
+    if (span.first > filled) gaps_.push_back({filled, span.first});
+    filled = std::max(filled, span.end);
+  }
+  if (filled < columns_) gaps_.push_back({filled, columns_});
+}

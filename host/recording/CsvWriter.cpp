@@ -1,0 +1,39 @@
+#include "host/recording/CsvWriter.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+
+CsvWriter::CsvWriter(OutputName name, const Layout& layout) : name_(std::move(name)), file_(name_.growing())
+{
+  line_ = "time_ms";
+  for (const ElementGroup& group : layout.groups) {
+    for (std::size_t element = 0; element < group.count; ++element) {
+      fmt::format_to(std::back_inserter(line_), ",{}_{}", group.label, element);
+    }
+  }
+  line_ += '\n';
+  file_.append(line_);
+}
+
+void CsvWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elements)
+{
+  line_ = fmt::to_string(stampMs);
+  for (const std::uint16_t element : elements) {
+    fmt::format_to(std::back_inserter(line_), ",{}", element);
+  }
+  line_ += '\n';
+  file_.append(line_);
+}
+
+void CsvWriter::finish(const std::string&)
+{
+  file_.close();
+  name_.settle();
+}
+
+void CsvWriter::discard()
+{
+  file_.close();
+  name_.discard();
+}

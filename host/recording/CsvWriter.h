@@ -1,0 +1,19 @@
+// A recording as comma-separated values: a line of column names, then a line for each record.
+#pragma once
+
+#include "host/recording/OutputFile.h"
+#include "host/recording/RecordWriter.h"
+
+class CsvWriter final : public RecordWriter {
+ public:
+  CsvWriter(OutputName name, const Layout& layout);
+
+  void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
+  void finish(const std::string& ending) override;
+  void discard() override;
+
+ private:
+  OutputName name_;
+  OutputFile file_;
+  std::string line_;  // kept for its memory
+};

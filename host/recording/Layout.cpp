@@ -1,0 +1,30 @@
+#include "host/recording/Layout.h"
+
+#include <fmt/format.h>
+
+std::string sideOfModule(const std::string& module)
+{
+  if (module.starts_with("KVXGL")) return "left";
+  if (module.starts_with("KVXGR")) return "right";
+  return "glove";
+}
+
+Layout makeLayout(std::size_t gloveElements, std::size_t auxElements, bool isForOneGlove,
+                  const std::vector<std::string>& modules)
+{
+  const std::size_t gloves = isForOneGlove ? 1 : 2;
+  const std::size_t perGlove = gloveElements / gloves;
+  Layout layout{.elements = gloveElements + auxElements, .groups = {}};
+  for (std::size_t glove = 0; glove < gloves; ++glove) {
+    const std::string module = glove < modules.size() ? modules[glove] : "";
+    layout.groups.push_back({sideOfModule(module), module, glove * perGlove, perGlove});
+  }
+  if (gloves == 2 && layout.groups[0].label == layout.groups[1].label) {
+    for (std::size_t glove = 0; glove < gloves; ++glove) {
+      layout.groups[glove].label = fmt::format("glove{}", glove + 1);
+    }
+  }
+  const std::size_t filled = gloves * perGlove;
+  if (layout.elements > filled) layout.groups.push_back({"aux", "", filled, layout.elements - filled});
+  return layout;
+}

@@ -1,0 +1,122 @@
+#include "host/recording/NpyWriter.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <bit>
+#include <ctime>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "host/Failure.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The arrays are little-endian, and so are the systems that this is built for.
+static_assert(std::endian::native == std::endian::little);
+
+// NumPy's format 1.0: magic, version, length of the text, and the text padded with blanks, so that the data
+// begin at a multiple of 64. The size stays the same however many records there are.
+std::string npyHeader(const char* type, std::uint64_t records, std::optional<std::size_t> columns)
+{
+  constexpr std::size_t size = 128;
+  constexpr std::size_t textAt = 10;
+  const std::string shape =
+      columns ? fmt::format("({}, {})", records, *columns) : fmt::format("({},)", records);
+  const std::string text =
+      fmt::format("{{'descr': '{}', 'fortran_order': False, 'shape': {}, }}", type, shape);
+  std::string header("\x93NUMPY\x01\x00", 8);
+  header += static_cast<char>(size - textAt);
+  header += '\0';
+  return header + fmt::format("{:<{}}\n", text, size - textAt - 1);
+}
+
+std::string samplesHeader(std::uint64_t records, const Layout& layout)
+{
+  return npyHeader("<u2", records, layout.elements);
+}
+
+std::string stampsHeader(std::uint64_t records)
+{
+  return npyHeader("<u4", records, std::nullopt);
+}
+
+fs::path madeFolder(const fs::path& folder)
+{
+  std::error_code error;
+  fs::create_directory(folder, error);
+  if (error) {
+    throw Failure(ExitCode::output,
+                  fmt::format("the folder {} can't be made: {}.", folder.string(), error.message()),
+                  "Choose another place with --output.");
+  }
+  return folder;
+}
+
+template <class Value>
+std::string_view bytesOf(const Value* values, std::size_t count)
+{
+  return {reinterpret_cast<const char*>(values), count * sizeof(Value)};
+}
+
+}  // namespace
+
+NpyWriter::NpyWriter(OutputName name, const Layout& layout)
+    : name_(std::move(name)),
+      layout_(layout),
+      started_(fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)))),
+      samples_(madeFolder(name_.growing()) / "samples.npy"),
+      stamps_(name_.growing() / "stamps.npy")
+{
+  samples_.append(samplesHeader(0, layout_));
+  stamps_.append(stampsHeader(0));
+  writeMeta("");
+}
+
+void NpyWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elements)
+{
+  samples_.append(bytesOf(elements.data(), elements.size()));
+  stamps_.append(bytesOf(&stampMs, 1));
+  ++records_;
+}
+
+void NpyWriter::refresh()
+{
+  samples_.replaceBeginning(samplesHeader(records_, layout_));
+  stamps_.replaceBeginning(stampsHeader(records_));
+}
+
+void NpyWriter::finish(const std::string& ending)
+{
+  refresh();
+  samples_.close();
+  stamps_.close();
+  writeMeta(ending);
+  name_.settle();
+}
+
+void NpyWriter::discard()
+{
+  samples_.close();
+  stamps_.close();
+  name_.discard();
+}
+
+void NpyWriter::writeMeta(const std::string& ending) const
+{
+  nlohmann::ordered_json meta{{"format", "tessel-recording"}, {"version", 1}, {"started", started_}};
+  meta["elements"] = layout_.elements;
+  for (const ElementGroup& group : layout_.groups) {
+    meta["groups"].push_back(
+        {{"label", group.label}, {"module", group.module}, {"first", group.first}, {"count", group.count}});
+  }
+  if (!ending.empty()) {
+    meta["frames"] = records_;
+    meta["ended"] = ending;
+  }
+  OutputFile file(name_.growing() / "meta.json");
+  file.append(meta.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
+  file.close();
+}

@@ -1,0 +1,26 @@
+// A recording as a folder of NumPy arrays: samples.npy [records x elements, uint16], stamps.npy [records,
+// uint32, ms], and meta.json, which tells whose the elements are.
+#pragma once
+
+#include "host/recording/OutputFile.h"
+#include "host/recording/RecordWriter.h"
+
+class NpyWriter final : public RecordWriter {
+ public:
+  NpyWriter(OutputName name, const Layout& layout);
+
+  void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
+  void refresh() override;
+  void finish(const std::string& ending) override;
+  void discard() override;
+
+ private:
+  void writeMeta(const std::string& ending) const;
+
+  OutputName name_;
+  Layout layout_;
+  std::string started_;
+  OutputFile samples_;
+  OutputFile stamps_;
+  std::uint64_t records_ = 0;
+};

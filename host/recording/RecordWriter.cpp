@@ -1,0 +1,11 @@
+#include "host/recording/RecordWriter.h"
+
+#include "host/recording/CsvWriter.h"
+#include "host/recording/NpyWriter.h"
+
+std::unique_ptr<RecordWriter> makeRecordWriter(RecordFormat format, const OutputName& name,
+                                               const Layout& layout)
+{
+  if (format == RecordFormat::csv) return std::make_unique<CsvWriter>(name, layout);
+  return std::make_unique<NpyWriter>(name, layout);
+}

@@ -1,0 +1,34 @@
+#include "host/recording/Recording.h"
+
+#include <system_error>
+
+#include <fmt/core.h>
+
+#include "host/Text.h"
+#include "host/recording/CsvReader.h"
+#include "host/recording/NpyReader.h"
+#include "host/recording/RecordingParts.h"
+
+namespace fs = std::filesystem;
+
+Recording readRecording(const fs::path& path)
+{
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (fs::is_directory(status)) return readNpy(path);
+  if (fs::is_regular_file(status)) {
+    if (path.extension() == ".npy") damagedRecording(path, "is a part of a recording", "Give its folder.");
+    return readCsv(path);
+  }
+  if (fs::exists(status)) damagedRecording(path, "is neither a file nor a folder");
+  if (status.type() != fs::file_type::not_found) {
+    damagedRecording(path, fmt::format("can't be opened: {}", error.message()), "Check the rights.");
+  }
+  fs::path growing = path;
+  growing += ".part";
+  const bool grows = fs::exists(growing, error);
+  damagedRecording(
+      path, "is not there",
+      grows ? fmt::format("{} is: still growing, or left by a recording that was cut short.", utf8(growing))
+            : "Look for the name, or make a recording with `tessel record`.");
+}

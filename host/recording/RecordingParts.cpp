@@ -1,0 +1,72 @@
+#include "host/recording/RecordingParts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include <fmt/core.h>
+
+#include "host/Failure.h"
+#include "host/Text.h"
+
+namespace {
+
+constexpr std::size_t longestLabel = 64;
+
+}  // namespace
+
+void damagedRecording(const std::filesystem::path& path, const std::string& what, const std::string& advice)
+{
+  throw Failure(ExitCode::recording, fmt::format("{} {}", utf8(path), what), advice);
+}
+
+std::ifstream openRecording(const std::filesystem::path& path)
+{
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (!std::filesystem::exists(status)) damagedRecording(path, "is not there");
+  if (!std::filesystem::is_regular_file(status)) damagedRecording(path, "is not a file");
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    damagedRecording(path, fmt::format("can't be opened: {}", std::generic_category().message(errno)),
+                     "Check the rights.");
+  }
+  return file;
+}
+
+void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label)
+{
+  auto& groups = recording.groups;
+  if (label.empty() || label.size() > longestLabel) {
+    damagedRecording(path, fmt::format("has a group without a usable name: '{}'", excerpt(label)));
+  }
+  if (std::ranges::any_of(groups, [&](const auto& group) { return group.label == label; })) {
+    damagedRecording(path, fmt::format("has the group '{}' twice", excerpt(label)));
+  }
+  if (groups.size() == mostGroups) {
+    damagedRecording(path, fmt::format("has more than {} groups of elements", mostGroups));
+  }
+  groups.push_back({label, recording.elements, 0});
+}
+
+void setStamps(Recording& recording, const std::vector<std::uint32_t>& stamps)
+{
+  constexpr std::uint32_t halfRange = 0x8000'0000;
+  std::size_t backSteps = 0;
+  std::uint64_t sum = 0;
+  recording.seconds.reserve(stamps.size());
+  for (std::size_t record = 0; record < stamps.size(); ++record) {
+    const std::uint32_t step = record == 0 ? 0 : stamps[record] - stamps[record - 1];
+    if (step < halfRange) {
+      sum += step;
+    } else {
+      ++backSteps;
+    }
+    recording.seconds.push_back(static_cast<double>(sum) / 1000);
+  }
+  if (backSteps > 0) {
+    recording.notes.push_back(
+        fmt::format("the time steps back {} time(s); it was taken to stand still there", backSteps));
+  }
+}
