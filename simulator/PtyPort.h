@@ -26,6 +26,9 @@ class PtyPort {
   // Runs until the flag is set. `speed`: simulated seconds in a real one.
   void run(const std::atomic<bool>& stop, double speed = 1);
 
+  // The dongle's end of the terminal, for who writes past the dongle between two runs; -1 while it is away.
+  int descriptor() const { return master_; }
+
  private:
   void plugIn();
   void unplug();
