@@ -29,6 +29,8 @@ class PtyPort {
   // Holds the lock by which programs keep each other off a port, through restarts of the dongle too, so that
   // nobody else can open it. While another program has it, waits for it to let go.
   void holdPort(bool hold);
+  // The dongle's end of the terminal, for who writes past the dongle between two runs; -1 while it is away.
+  int descriptor() const { return master_; }
 
  private:
   void plugIn();
