@@ -44,7 +44,7 @@ int main(int count, char** arguments)
 
   ExitCode exitCode = ExitCode::done;
   addRecord(tessel, exitCode);
-  // addPlot(tessel, exitCode);
+  addPlot(tessel, exitCode);
   addSim(tessel, exitCode);
   addInfo(tessel, exitCode);
   addPorts(tessel, exitCode);
