@@ -7,7 +7,7 @@ void Interruption::raise()
   if (onWish_) onWish_();
 }
 
-void Interruption::during(const std::function<void()>& action, std::function<void()> onWish)
+void Interruption::during(const std::function<void()>& action, const std::function<void()>& onWish)
 {
   const auto hear = [this](std::function<void()> function) {
     const std::lock_guard lock(mutex_);
@@ -17,6 +17,7 @@ void Interruption::during(const std::function<void()>& action, std::function<voi
     decltype(hear)& setHearing;
     ~Deaf() { setHearing(nullptr); }
   } const deafAfterwards{hear};
-  hear(std::move(onWish));
+  hear(onWish);
+  if (isWanted_) onWish();
   action();
 }

@@ -15,8 +15,9 @@ class Interruption {
 
   const std::atomic<bool>& flag() const { return isWanted_; }
 
-  // Runs the action; a wish that comes meanwhile calls `onWish`, on its own thread.
-  void during(const std::function<void()>& action, std::function<void()> onWish);
+  // Runs the action. A wish that comes meanwhile calls `onWish`, on its own thread; one that came before
+  // calls it at once.
+  void during(const std::function<void()>& action, const std::function<void()>& onWish);
 
  private:
   void raise();

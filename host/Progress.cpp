@@ -7,11 +7,11 @@
 namespace {
 
 constexpr auto plainInterval = std::chrono::seconds(2);
+constexpr unsigned anyWidth = ~0U;
 
 // A value of 0 to 65535 as so many cells.
-std::string bar(std::uint16_t value)
+std::string bar(std::uint16_t value, unsigned cells)
 {
-  constexpr unsigned cells = 8;
   const unsigned filled = (value * cells + 32768U) / 65536U;
   return std::string(filled, '#') + std::string(cells - filled, '.');
 }
@@ -22,10 +22,11 @@ std::string clockText(double seconds)
   return fmt::format("{}:{:02}.{}", tenths / 600, tenths / 10 % 60, tenths % 10);
 }
 
+// What is left, as players of music show it.
 std::string leftText(const RecordingFigures& figures, const RecordingLimits& limits)
 {
-  if (limits.seconds) return fmt::format(", {} left", clockText(*limits.seconds - figures.seconds));
-  if (limits.records) return fmt::format(", {} frames left", *limits.records - figures.records);
+  if (limits.seconds) return fmt::format("  -{}", clockText(*limits.seconds - figures.seconds));
+  if (limits.records) return fmt::format("  -{}", *limits.records - figures.records);
   return "";
 }
 
@@ -41,17 +42,20 @@ Progress::~Progress()
   if (hasLine_) fmt::print(stderr, "\n");
 }
 
-std::string Progress::text(const RecordingFigures& figures) const
+std::string Progress::text(const RecordingFigures& figures, unsigned width) const
 {
+  constexpr unsigned roomForValues = 100;
   if (figures.records == 0) return "waiting for the first frame";
-  std::string line =
-      fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  battery {}", clockText(figures.seconds),
-                  leftText(figures, limits_), figures.records, figures.recordsPerSecond, figures.gaps.count(),
-                  figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?");
+  const std::string battery = figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?";
+  std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  bat {}", clockText(figures.seconds),
+                                 leftText(figures, limits_), figures.records, figures.recordsPerSecond,
+                                 figures.gaps.count(), battery);
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
-    if (!layout_.groups[index].isGlove()) continue;
-    line += fmt::format("  {} {} {:>5}", layout_.groups[index].label, bar(figures.latest[index]),
-                        figures.latest[index]);
+    const ElementGroup& group = layout_.groups[index];
+    const std::uint16_t highest = figures.latest[index];
+    if (!group.isGlove()) continue;
+    line += width < roomForValues ? fmt::format("  {} {}", group.label, bar(highest, 4))
+                                  : fmt::format("  {} {} {:>5}", group.label, bar(highest, 8), highest);
   }
   return line;
 }
@@ -62,11 +66,12 @@ void Progress::show(const RecordingFigures& figures)
   if (!isTerminal_) {
     if (now < next_) return;
     next_ = now + plainInterval;
-    fmt::print(stderr, "{}\n", text(figures));
+    fmt::print(stderr, "{}\n", text(figures, anyWidth));
     return;
   }
-  std::string line = text(figures);
-  line.resize(std::min<std::size_t>(line.size(), host::terminalWidth(stderr) - 1));
+  const unsigned width = host::terminalWidth(stderr);
+  std::string line = text(figures, width);
+  line.resize(std::min<std::size_t>(line.size(), width - 1));
   fmt::print(stderr, "\r{}\x1B[K", line);
   std::fflush(stderr);
   hasLine_ = true;

@@ -17,7 +17,8 @@ class Progress {
   void show(const RecordingFigures& figures);
 
  private:
-  std::string text(const RecordingFigures& figures) const;
+  // As much as fits well into a line of so many columns.
+  std::string text(const RecordingFigures& figures, unsigned width) const;
 
   const Layout& layout_;
   const RecordingLimits limits_;

@@ -6,7 +6,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -15,13 +14,10 @@
 #include <fmt/core.h>
 
 #include "host/Commands.h"
+#include "host/Interruption.h"
 #include "host/SimulationOptions.h"
 
 namespace {
-
-// Set by signals; a lock-free atomic is all that a handler may touch.
-std::atomic<bool> isToStop{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
 
 constexpr const char* examples =
     "Examples:\n"
@@ -82,11 +78,8 @@ class Console {
 
 void simulate(const SimulationOptions& options, bool isControlled)
 {
+  Interruption interruption;
   SimulatedGloves gloves(options);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    std::signal(signal, [](int) { isToStop = true; });
-  }
-  std::signal(SIGPIPE, SIG_IGN);
 
   print(fmt::format("export TESSEL_SERIAL_PORTS='{}'", gloves.portsVariable()));
   print("Enter that line in another terminal, then for example: tessel record");
@@ -96,7 +89,8 @@ void simulate(const SimulationOptions& options, bool isControlled)
   gloves.onReport = print;
   Console console(gloves.control());
   if (isControlled) gloves.repeat(std::chrono::milliseconds(20), [&console] { console.poll(); });
-  gloves.run(isToStop);
+  std::atomic<bool> stop{false};
+  interruption.during([&] { gloves.run(stop); }, [&] { stop = true; });
 }
 
 }  // namespace
