@@ -1,9 +1,5 @@
 // `tessel sim`: gloves for people who have none at hand, or want some that go wrong when told to.
 
-#include <poll.h>
-#include <unistd.h>
-
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -16,6 +12,7 @@
 #include "host/Commands.h"
 #include "host/Interruption.h"
 #include "host/SimulationOptions.h"
+#include "host/System.h"
 
 namespace {
 
@@ -28,8 +25,9 @@ constexpr const char* examples =
     "  tessel sim --port /tmp/dongle --control     commands at the terminal; `help` lists them\n"
     "A value with [GLOVE] may begin with left or right, and then stands in quotes; without, it is for both.\n"
     "The radio carries about 1,400 packets a second in all, as a real one does: with --rate above 50 two "
-    "gloves\n"
-    "fall behind and frames are dropped, one glove with --rate above 100. docs/simulator.md tells more.";
+    ""
+    "gloves fall behind and frames are dropped, one glove with --rate above 100.\n"
+    "docs/simulator.md tells more.";
 
 // Whoever read the output may be gone. That ends no simulation.
 void print(const std::string& line)
@@ -45,16 +43,8 @@ class Console {
 
   void poll()
   {
-    pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
-    if (::poll(&input, 1, 0) <= 0) return;
-    std::array<char, 4096> bytes{};
-    const ssize_t got = ::read(STDIN_FILENO, bytes.data(), bytes.size());
-    if (got > 0) {
-      text_.append(bytes.data(), static_cast<std::size_t>(got));
-    } else if (!text_.empty()) {
-      text_ += '\n';
-    }
-    // At its end a named pipe may get another writer, so it is looked at again.
+    // A named pipe may get another writer after its end, so its end is nothing special.
+    text_ += host::waitingInput();
     for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
       obey(text_.substr(0, end));
       text_.erase(0, end + 1);

@@ -9,6 +9,7 @@
 #include <fmt/core.h>
 
 #include "host/Failure.h"
+#include "host/Text.h"
 
 namespace {
 
@@ -19,16 +20,15 @@ constexpr const char* seeCommands = "`tessel sim --help` lists the options, docs
 // Only what an earlier simulation has left may be replaced.
 void checkPort(const fs::path& path)
 {
-  if (path.native().find_first_of(";'") != std::string::npos) {
-    throw Failure(ExitCode::output, fmt::format("{} can't name a port: it has a ; or '.", path.native()),
+  if (utf8(path).find_first_of(";'") != std::string::npos) {
+    throw Failure(ExitCode::output, fmt::format("{} can't name a port: it has a ; or '.", utf8(path)),
                   "Give another path with --port.");
   }
   std::error_code ignored;
   const fs::file_status status = fs::symlink_status(path, ignored);
   if (!fs::exists(status)) return;
   if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") return;
-  throw Failure(ExitCode::output,
-                fmt::format("{} is there already, and is no simulated port.", path.native()),
+  throw Failure(ExitCode::output, fmt::format("{} is there already, and is no simulated port.", utf8(path)),
                 "Give a path with --port that is not taken; nothing is overwritten.");
 }
 
@@ -53,6 +53,10 @@ SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(do
   try {
     makePort(options.port);
   } catch (const std::system_error& error) {
+    if (error.code() == std::errc::not_supported) {
+      throw Failure(ExitCode::usage, "gloves are simulated on Linux only: it takes a pseudo terminal.",
+                    "Run it there, or use real gloves.");
+    }
     throw Failure(ExitCode::output, fmt::format("The simulated port can't be made: {}", error.what()),
                   "Give a path with --port in a folder that you can write to.");
   }
@@ -85,13 +89,13 @@ void SimulatedGloves::obey(const SimulationOptions& options)
   }
   if (!options.scenario.empty()) {
     std::ifstream file(options.scenario);
-    if (!file) throw std::invalid_argument(fmt::format("{} can't be read", options.scenario.native()));
+    if (!file) throw std::invalid_argument(fmt::format("{} can't be read", utf8(options.scenario)));
     try {
       for (simulator::ScenarioStep& step : simulator::readScenario(file, control_)) {
         scenario_.push_back(std::move(step));
       }
     } catch (const std::invalid_argument& error) {
-      throw std::invalid_argument(fmt::format("{}, {}", options.scenario.native(), error.what()));
+      throw std::invalid_argument(fmt::format("{}, {}", utf8(options.scenario), error.what()));
     }
   }
   for (const std::string& command : options.setup) {
@@ -113,7 +117,7 @@ void SimulatedGloves::makePort(const fs::path& wanted)
 
 std::string SimulatedGloves::portsVariable() const
 {
-  return fmt::format("Bluegiga Bluetooth Low Energy (COM7)={}", path_.native());
+  return fmt::format("Bluegiga Bluetooth Low Energy (COM7)={}", utf8(path_));
 }
 
 void SimulatedGloves::run(std::atomic<bool>& stop)

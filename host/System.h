@@ -1,4 +1,4 @@
-// What the program needs of the operating system: posix/ is built in.
+// What the program needs of the operating system: posix/ or windows/ is built in.
 // Errors: as told at each; nothing else throws but for memory.
 #pragma once
 
@@ -31,6 +31,10 @@ class Library {
 
 // Where the running program lies.
 std::filesystem::path programFolder();
+
+// What waits on standard input, up to some thousand characters. Nothing both while there is none and at its
+// end.
+std::string waitingInput();
 
 bool isTerminal(std::FILE* stream);
 // Columns of the terminal; 80 if it does not tell.

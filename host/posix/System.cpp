@@ -1,10 +1,12 @@
 #include "host/System.h"
 
 #include <dlfcn.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -32,6 +34,15 @@ std::filesystem::path programFolder()
 {
   std::error_code error;
   return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+std::string waitingInput()
+{
+  pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+  if (::poll(&input, 1, 0) <= 0) return {};
+  std::array<char, 4096> characters{};
+  const ssize_t count = ::read(STDIN_FILENO, characters.data(), characters.size());
+  return {characters.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
 bool isTerminal(std::FILE* stream)

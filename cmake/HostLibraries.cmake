@@ -1,0 +1,17 @@
+# The libraries that the program stands on, as the target tessel-libraries.
+add_library(tessel-libraries INTERFACE)
+if(WIN32)
+  # No cross-built packages: the headers of this machine's packages, of which these libraries consist.
+  set(headers ${CMAKE_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${headers})
+  foreach(library CLI fmt nlohmann stb)
+    file(CREATE_LINK /usr/include/${library} ${headers}/${library} SYMBOLIC)
+  endforeach()
+  target_include_directories(tessel-libraries SYSTEM INTERFACE ${headers})
+  target_compile_definitions(tessel-libraries INTERFACE FMT_HEADER_ONLY)
+else()
+  find_package(CLI11 REQUIRED)
+  find_package(fmt REQUIRED)
+  find_package(nlohmann_json REQUIRED)
+  target_link_libraries(tessel-libraries INTERFACE CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
+endif()

@@ -1,0 +1,57 @@
+#include "host/Ports.h"
+
+#include <windows.h>
+
+#include <system_error>
+
+#include "HwPlugins/HwTessel/platform/Platform.h"
+#include "HwPlugins/HwTessel/serial/SerialPort.h"
+
+namespace {
+
+PortState stateFor(DWORD error)
+{
+  switch (error) {
+    case ERROR_SUCCESS:
+      return PortState::free;
+    case ERROR_ACCESS_DENIED:  // what the system says of a port that is open already
+    case ERROR_SHARING_VIOLATION:
+      return PortState::inUse;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return PortState::gone;
+    default:
+      return PortState::failing;
+  }
+}
+
+void tryToOpen(Port& port)
+{
+  const HANDLE handle =
+      CreateFileA(port.path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  const DWORD error = handle == INVALID_HANDLE_VALUE ? GetLastError() : ERROR_SUCCESS;
+  if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  port.state = stateFor(error);
+  if (port.state == PortState::failing) port.detail = std::system_category().message(static_cast<int>(error));
+}
+
+}  // namespace
+
+std::vector<Port> listPorts()
+{
+  const std::string used = std::to_string(serialFindPort(platform::dongleName));
+  std::vector<Port> ports;
+  for (const std::string& text : platform::presentPorts().value_or(std::vector<std::string>())) {
+    Port& port = ports.emplace_back();
+    port.friendlyText = text;
+    const std::string beginning = std::string(platform::dongleName) + " (COM";
+    port.isDongle = text.starts_with(beginning);
+    if (!port.isDongle) continue;
+    const std::string number =
+        text.substr(beginning.size(), text.find(')', beginning.size()) - beginning.size());
+    port.path = "\\\\.\\COM" + number;
+    port.isUsed = number == used;
+    tryToOpen(port);
+  }
+  return ports;
+}

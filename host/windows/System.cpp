@@ -1,0 +1,71 @@
+#include "host/System.h"
+
+#include <io.h>
+#include <windows.h>
+// The calls for memory need the types above.
+#include <psapi.h>
+
+#include <array>
+#include <cstdlib>
+#include <system_error>
+
+namespace host {
+
+const char* const librarySuffix = ".dll";
+
+Library::Library(const std::filesystem::path& file)
+    : handle_(LoadLibraryW(std::filesystem::absolute(file).c_str()))
+{
+  if (handle_ == nullptr) {
+    throw std::runtime_error(std::system_category().message(static_cast<int>(GetLastError())));
+  }
+}
+
+Library::~Library()
+{
+  FreeLibrary(static_cast<HMODULE>(handle_));
+}
+
+void* Library::find(const char* name) const
+{
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
+}
+
+std::filesystem::path programFolder()
+{
+  std::wstring path(32768, L'\0');  // the longest there are
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return std::filesystem::path(path).parent_path();
+}
+
+std::string waitingInput()
+{
+  return {};
+}
+
+bool isTerminal(std::FILE* stream)
+{
+  return _isatty(_fileno(stream)) != 0;
+}
+
+unsigned terminalWidth(std::FILE* stream)
+{
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  const auto console = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+  const bool isKnown = GetConsoleScreenBufferInfo(console, &info) != 0;
+  return isKnown ? static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1) : 80;
+}
+
+std::uint64_t peakMemoryKiB()
+{
+  PROCESS_MEMORY_COUNTERS counters{};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PeakWorkingSetSize / 1024;
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+  _putenv_s(name, value.c_str());
+}
+
+}  // namespace host

@@ -1,0 +1,20 @@
+// There are no pseudo terminals here, so there is no simulated port to be had.
+
+#include <system_error>
+
+#include "simulator/PtyPort.h"
+
+namespace simulator {
+
+PtyPort::PtyPort(VirtualClock& clock, Dongle& dongle, std::filesystem::path) : clock_(clock), dongle_(dongle)
+{
+  throw std::system_error(std::make_error_code(std::errc::not_supported), "no pseudo terminals");
+}
+
+PtyPort::~PtyPort() = default;
+
+void PtyPort::run(const std::atomic<bool>&, double) {}
+
+void PtyPort::holdPort(bool) {}
+
+}  // namespace simulator
