@@ -5,35 +5,15 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <sstream>
 
+#include "tests/e2e/Rows.h"
 #include "tests/e2e/Tessel.h"
-#include "tests/support/PtyGloves.h"
 
 namespace {
 
 class Record : public testing::Test {
  public:
   Record() { ::unsetenv("TESSEL_SERIAL_PORTS"); }
-
-  // The rows of a recording; each has the stamp and all elements, or the test fails.
-  std::vector<std::vector<unsigned>> rows(const std::string& name, std::size_t elements = 250) const
-  {
-    std::istringstream lines(folder_.read(name));
-    std::string line;
-    std::getline(lines, line);
-    EXPECT_TRUE(line.starts_with("time_ms,left_0,left_1,")) << line;
-    std::vector<std::vector<unsigned>> rows;
-    while (std::getline(lines, line)) {
-      std::istringstream cells(line);
-      auto& row = rows.emplace_back();
-      for (std::string cell; std::getline(cells, cell, ',');) {
-        row.push_back(static_cast<unsigned>(std::stoul(cell)));
-      }
-      EXPECT_EQ(row.size(), elements + 1) << line;
-    }
-    return rows;
-  }
 
   std::size_t lineCount(const std::string& name) const
   {
@@ -51,16 +31,7 @@ TEST_F(Record, EveryElementOfEveryFrameIsWhatTheGlovesSent)
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   EXPECT_NE(result.output.find("\"frames\": 400"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("\"battery\": 0.75"), std::string::npos) << result.output;
-  const auto records = rows("two.csv");
-  ASSERT_EQ(records.size(), 400U);
-  for (const auto& record : records) {
-    for (unsigned glove = 0; glove < 2; ++glove) {
-      const unsigned* const elements = &record[1 + 125 * std::size_t{glove}];
-      for (std::size_t element = 0; element < 125; ++element) {
-        ASSERT_EQ(elements[element], PtyGloves::movement(glove, element, elements[0]));
-      }
-    }
-  }
+  expectSent(recordedRows(folder_, "two.csv"), 400);
 }
 
 TEST_F(Record, NumPyReadsTheArrays)
@@ -97,7 +68,7 @@ TEST_F(Record, SignalsEndItInOrder)
     const std::size_t before = lineCount("run.csv.part");
     tessel.signal(signal);
     EXPECT_EQ(tessel.result().exitCode, exitCode);
-    EXPECT_GE(rows(name).size() + 1, before);
+    EXPECT_GE(recordedRows(folder_, name).size() + 1, before);
     EXPECT_EQ(std::filesystem::exists(folder_ / "run.csv.part"), name == "run.csv.part");
   }
 }
@@ -117,7 +88,7 @@ TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
                                             "--force", "--output", "run.csv"});
     EXPECT_EQ(result.exitCode, exitCode) << scenario << result.messages;
     EXPECT_NE(result.messages.find(words), std::string::npos) << scenario << result.messages;
-    EXPECT_GT(rows("run.csv").size(), 10U) << scenario;
+    EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U) << scenario;
   }
 }
 
@@ -183,7 +154,7 @@ TEST_F(Record, AFullDiskKeepsWholeRows)
   const int status = std::system(command.c_str());
   EXPECT_EQ(WEXITSTATUS(status), 5) << folder_.read("messages");
   EXPECT_FALSE(std::filesystem::exists(folder_ / "run.csv"));
-  EXPECT_GT(rows("run.csv.part").size(), 10U);
+  EXPECT_GT(recordedRows(folder_, "run.csv.part").size(), 10U);
 }
 
 }  // namespace

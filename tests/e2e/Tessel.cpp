@@ -11,12 +11,14 @@
 
 using namespace std::chrono_literals;
 
-Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments) : folder_(folder)
+Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments,
+               std::vector<std::string> command)
+    : folder_(folder)
 {
-  arguments.insert(arguments.begin(), TESSEL_PROGRAM);
+  command.insert(command.end(), arguments.begin(), arguments.end());
   std::vector<char*> words;
-  for (std::string& argument : arguments) {
-    words.push_back(argument.data());
+  for (std::string& word : command) {
+    words.push_back(word.data());
   }
   words.push_back(nullptr);
   folder.write("stdout", "");
@@ -26,7 +28,7 @@ Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments
   if (::chdir(folder.path().c_str()) != 0) ::_exit(126);
   ::dup2(::open("stdout", O_WRONLY | O_APPEND), STDOUT_FILENO);
   ::dup2(::open("stderr", O_WRONLY | O_APPEND), STDERR_FILENO);
-  ::execv(words[0], words.data());
+  ::execvp(words[0], words.data());
   ::_exit(127);
 }
 

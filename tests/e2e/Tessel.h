@@ -16,8 +16,10 @@ class Tessel {
     std::string output, messages;
   };
 
-  // Starts it, with the folder as its working folder.
-  Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments);
+  // Starts it, with the folder as its working folder. What runs may be another program that gets the same
+  // arguments.
+  Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments,
+         std::vector<std::string> command = {TESSEL_PROGRAM});
   // Kills it if it still runs.
   ~Tessel();
   Tessel(const Tessel&) = delete;

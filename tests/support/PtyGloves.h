@@ -18,7 +18,7 @@ class PtyGloves {
     return static_cast<std::uint16_t>(element * 251 + frame * 7 + std::size_t{glove} * 30011);
   }
 
-  explicit PtyGloves(const std::filesystem::path& path) : port_(clock_, dongle_, path)
+  explicit PtyGloves(const std::filesystem::path& path, double speed = 10) : port_(clock_, dongle_, path)
   {
     const std::string port = "Bluegiga Bluetooth Low Energy (COM7)=" + path.string();
     ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
@@ -31,7 +31,7 @@ class PtyGloves {
       };
       gloves_[glove] = &dongle_.addGlove(config);
     }
-    thread_ = std::thread([this] { port_.run(stop_, 10); });
+    thread_ = std::thread([this, speed] { port_.run(stop_, speed); });
   }
   ~PtyGloves() { halt(); }
   PtyGloves(const PtyGloves&) = delete;
