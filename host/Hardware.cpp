@@ -97,7 +97,7 @@ Hardware::Hardware(const HardwareOptions& options)
 {
   const fs::path settings = settingsFile(options);
   const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
-  folders_[L"log"] = folder::Folder((logs / "").wstring());
+  folders_[L"log"] = folder::Folder(widen(logs / ""));
   folder::folders_ = &folders_;
   log_ = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
   currentLogManager = log_.get();
@@ -149,7 +149,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
 void Hardware::makeObject(const fs::path& settings)
 {
   try {
-    hardware_ = {plugin_.create(settings.wstring().c_str(), clockMs, L"tessel"), Released{&plugin_}};
+    hardware_ = {plugin_.create(widen(settings).c_str(), clockMs, L"tessel"), Released{&plugin_}};
   } catch (const std::wstring& words) {
     throw openingFailure(oneLine(words));
   }

@@ -164,7 +164,7 @@ SettingsReport readSettings(const fs::path& file)
                   fmt::format("Make one with: tessel settings {} --write", file.string()));
   }
   std::wifstream stream;
-  if (!os::openStream(stream, file.wstring(), std::ios_base::in)) {
+  if (!os::openStream(stream, widen(file), std::ios_base::in)) {
     throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", file.string()),
                   "It must be a file, and you need the right to read it.");
   }

@@ -5,17 +5,26 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/Failure.h"
 #include "shared/Parameter.h"
+#include "shared/System.h"
+
+std::wstring widen(const std::filesystem::path& text)
+{
+  auto wide = os::wideText(text);
+  if (!wide) {
+    throw Failure(ExitCode::usage, fmt::format("{} is no text in UTF-8.", excerpt(text.string())),
+                  "Give the file another name.");
+  }
+  return *wide;
+}
 
 std::string narrow(const std::wstring& text)
 {
   std::string result;
   for (const wchar_t character : text) {
-    try {
-      result += std::filesystem::path(std::wstring(1, character)).string();
-    } catch (const std::exception&) {
-      result += '?';
-    }
+    const auto piece = os::nativePath(std::wstring(1, character));
+    result += piece ? utf8(*piece) : "?";
   }
   return result;
 }

@@ -5,13 +5,10 @@
 #include <string>
 #include <string_view>
 
-// For text that came from the command line; std::system_error or the like for bytes that are no text.
-inline std::wstring widen(const std::string& text)
-{
-  return std::filesystem::path(text).wstring();
-}
+// A Failure for bytes that are no text.
+std::wstring widen(const std::filesystem::path& text);
 
-// What can't be said in narrow characters comes out as a question mark.
+// As UTF-8. What is no character comes out as a question mark.
 std::string narrow(const std::wstring& text);
 
 // The words of the plug-in, which end in line ends and have some inside, as one line.

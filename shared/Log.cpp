@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdlib>
 #include <cwchar>
+#include <exception>
 #include <memory>
 
 #include "shared/Assertion.h"
@@ -33,10 +34,10 @@ LogManager::Node::Node(const LogManager& manager, const std::wstring& fileName, 
   if (systemLevel_ < 1) return;
   open();
   if (!stream_.is_open()) throw L"Could not create log file " + fileName_;
-  stream_ << L"Log file " << fileName_ << L" created on " << os::dateText() << L" at " << os::timeText()
-          << L"\n";
-  stream_ << L"System Logging Level = " << systemLevel_ << L"\n";
-  if (!keepOpen_) stream_.close();
+  // Item by item, so that a path that the locale can't narrow takes nothing else with it.
+  *this << L"Log file " << fileName_ << L" created on " << os::dateText() << L" at " << os::timeText()
+        << L"\n";
+  *this << L"System Logging Level = " << systemLevel_ << L"\n";
 }
 
 LogManager::Node::Node(const Node& other)
@@ -53,6 +54,16 @@ bool LogManager::Node::ensureOpen()
   if (systemLevel_ < 1 || fileName_.empty()) return false;
   if (!stream_.is_open()) open();
   return stream_.is_open();
+}
+
+void LogManager::Node::close()
+{
+  try {
+    stream_.close();
+  } catch (const std::exception&) {
+    // Characters that could not be narrowed are met again here.
+    stream_.setstate(std::ios_base::failbit);
+  }
 }
 
 void LogManager::Node::open()

@@ -43,12 +43,13 @@ class LogManager {
       if (level_ > systemLevel_) return *this;
       if (!ensureOpen()) return *this;
       stream_ << item;
-      if (!keepOpen_) stream_.close();
+      if (!keepOpen_) close();
       return *this;
     }
 
    private:
     void open();
+    void close();
 
     std::wofstream stream_;
     std::int32_t level_ = 0;

@@ -23,15 +23,10 @@ bool deleteFile(const std::wstring& path);
 // Makes one directory; its parent must be there. False if the system refused.
 bool makeFolder(const std::wstring& path);
 
-// The path as the system takes it; nothing for a text that no path can hold.
-inline std::optional<std::filesystem::path> nativePath(const std::wstring& path)
-{
-  try {
-    return std::filesystem::path(path);
-  } catch (const std::filesystem::filesystem_error&) {
-    return std::nullopt;
-  }
-}
+// The path as the system takes it, and back; nothing for a text that no path can hold, or a path that is no
+// text. Where paths are bytes they are UTF-8, whatever the locale.
+std::optional<std::filesystem::path> nativePath(const std::wstring& path);
+std::optional<std::wstring> wideText(const std::filesystem::path& path);
 
 // Opens a file stream by wide path: on success its error state is cleared, otherwise failbit is set.
 // A directory never opens, not even for reading, although some systems would let it.

@@ -52,14 +52,31 @@ std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring
   std::error_code error;
   std::filesystem::directory_iterator entry(*directory, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    try {
-      std::wstring name = entry->path().filename().wstring();
-      if (name.starts_with(prefix) && name.ends_with(suffix)) names.push_back(std::move(name));
-    } catch (const std::filesystem::filesystem_error&) {
-      continue;  // a name that is no UTF-8 has no wide form, so it is none of ours
-    }
+    // A name that is no text is none of ours.
+    auto name = wideText(entry->path().filename());
+    if (name && name->starts_with(prefix) && name->ends_with(suffix)) names.push_back(std::move(*name));
   }
   return names;
+}
+
+// Over 32-bit characters, because the library knows wide ones by the locale only.
+std::optional<std::filesystem::path> nativePath(const std::wstring& path)
+{
+  try {
+    return std::filesystem::path(std::u32string(path.begin(), path.end()));
+  } catch (const std::filesystem::filesystem_error&) {
+    return std::nullopt;
+  }
+}
+
+std::optional<std::wstring> wideText(const std::filesystem::path& path)
+{
+  try {
+    const std::u32string text = path.u32string();
+    return std::wstring(text.begin(), text.end());
+  } catch (const std::filesystem::filesystem_error&) {
+    return std::nullopt;
+  }
 }
 
 bool deleteFile(const std::wstring& path)

@@ -35,6 +35,16 @@ std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring
   return names;
 }
 
+std::optional<std::filesystem::path> nativePath(const std::wstring& path)
+{
+  return path;
+}
+
+std::optional<std::wstring> wideText(const std::filesystem::path& path)
+{
+  return path.wstring();
+}
+
 bool deleteFile(const std::wstring& path)
 {
   return DeleteFileW(path.c_str()) != 0;

@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "shared/Folder.h"
+#include "shared/System.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -145,6 +146,21 @@ TEST_F(Log, ANewManagerDeletesTheLogsOfTheRunBeforeAndNothingElse)
     const LogManager manager(0);
   }
   EXPECT_EQ(temporary_.list(), "a.log.keep folder.log folderother.log other.log");
+}
+
+TEST_F(Log, FoldersMayHaveNamesOfAnyAlphabet)
+{
+  const std::wstring path = temporary_.wide() + L"\u03A9\u8A18/";
+  folders_[L"log"] = folder::Folder(path);
+  {
+    LogManager manager(1);
+    manager.add(&object_, L"A");
+    EXPECT_TRUE(std::filesystem::exists(*os::nativePath(path) / fileName()));
+  }
+  {
+    const LogManager manager(0);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(*os::nativePath(path)));
 }
 
 TEST_F(Log, WithoutAManagerThereIsOneOfTheProcessItself)
