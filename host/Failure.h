@@ -10,7 +10,7 @@
 enum class ExitCode {
   done = 0,
   internal = 1,   // a fault of the program itself
-  usage = 2,      // the command line, a scenario or a path given in it
+  usage = 2,      // the command line, or a scenario
   settings = 3,   // a settings file that can't be read, or can't be used
   plugin = 4,     // the plug-in can't be loaded
   output = 5,     // the output can't be made, or can't be written to its end

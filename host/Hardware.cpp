@@ -1,4 +1,5 @@
 #include "host/Hardware.h"
+#include "host/Console.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -39,10 +40,10 @@ fs::path newLogFolder(const fs::path& wanted)
     }
   } catch (const fs::filesystem_error& error) {
     throw Failure(ExitCode::output,
-                  fmt::format("the folder {} can't be made: {}.", folder.string(), error.code().message()),
+                  fmt::format("the folder {} can't be made: {}.", utf8(folder), error.code().message()),
                   "Choose another folder with --log.");
   }
-  fmt::print(stderr, "Log: {}\n", folder.string());
+  console::tell("Log: {}\n", utf8(folder));
   return folder;
 }
 
@@ -59,19 +60,34 @@ std::vector<std::string> split(const std::string& text, char delimiter)
   return pieces;
 }
 
+std::vector<std::uint32_t> acceptedSerialNumbers()
+{
+  std::vector<std::uint32_t> accepted;
+  for (const std::int32_t number : settings::serialNumber) {
+    if (number >= 1 && number <= 65534) accepted.push_back(static_cast<std::uint32_t>(number));
+  }
+  return accepted;
+}
+
 void warnOf(const SettingsReport& report, const fs::path& file)
 {
   if (report.faults.empty() && report.doubts.empty()) return;
-  fmt::print(stderr, "The settings file {} is doubtful:\n", file.string());
+  console::tell("The settings file {} is doubtful:\n", utf8(file));
   constexpr std::size_t mostShown = 5;
   for (std::size_t index = 0; index < std::min(report.faults.size(), mostShown); ++index) {
     const SettingsFault& fault = report.faults[index];
-    fmt::print(stderr, "  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+    console::tell("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
   }
   for (const std::string& doubt : report.doubts) {
-    fmt::print(stderr, "  {}\n", doubt);
+    console::tell("  {}\n", doubt);
   }
-  fmt::print(stderr, "All of it: tessel settings {}\n", file.string());
+  console::tell("All of it: tessel settings {}\n", utf8(file));
+}
+
+Failure notAPlugin()
+{
+  return {ExitCode::plugin, "the plug-in makes no hardware object.",
+          "Leave --plugin out: then its own one is taken."};
 }
 
 }  // namespace
@@ -97,16 +113,21 @@ Hardware::Hardware(const HardwareOptions& options)
 {
   const fs::path settings = settingsFile(options);
   const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
-  folders_[L"log"] = folder::Folder(widen(logs / ""));
-  folder::folders_ = &folders_;
-  log_ = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
-  currentLogManager = log_.get();
-  plugin_.setFolders(&folders_);
-  plugin_.setLog(log_.get());
+  services_.folders[L"log"] = folder::Folder(widen(logs / ""));
+  folder::folders_ = &services_.folders;
+  services_.log = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
+  currentLogManager = services_.log.get();
+  plugin_.setFolders(&services_.folders);
+  plugin_.setLog(services_.log.get());
 
   if (options.isSimulated) {
     SimulationOptions simulation;
     simulation.hasRight = settings::numBleModules > 1;
+    // Gloves that the settings accept.
+    if (const auto serials = acceptedSerialNumbers(); !serials.empty()) {
+      simulation.leftSerialNumber = serials.front();
+      simulation.rightSerialNumber = serials.size() > 1 ? serials[1] : serials.front() % 99999 + 1;
+    }
     simulation.scenario = options.scenario;
     simulated_ = std::make_unique<SimulatedGloves>(simulation);
     host::setEnvironment("TESSEL_SERIAL_PORTS", simulated_->portsVariable());
@@ -115,9 +136,8 @@ Hardware::Hardware(const HardwareOptions& options)
   makeObject(settings);
 }
 
-Hardware::~Hardware()
+Hardware::Services::~Services()
 {
-  hardware_.reset();
   currentLogManager = nullptr;
   folder::folders_ = nullptr;
 }
@@ -134,7 +154,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
           ExitCode::settings,
           fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
                       "TesselAuxCount {}.",
-                      options.settings.string(), settings::elementCount, settings::auxCount),
+                      utf8(options.settings), settings::elementCount, settings::auxCount),
           "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
     }
     return options.settings;
@@ -152,7 +172,12 @@ void Hardware::makeObject(const fs::path& settings)
     hardware_ = {plugin_.create(widen(settings).c_str(), clockMs, L"tessel"), Released{&plugin_}};
   } catch (const std::wstring& words) {
     throw openingFailure(oneLine(words));
+  } catch (const std::exception&) {
+    throw;
+  } catch (...) {
+    throw notAPlugin();
   }
+  if (!hardware_) throw notAPlugin();
   store_ = std::make_unique<RecordStore>(hardware_->getNativeSize());
   hardware_->mapping_ = &store_->map;
 }
@@ -173,6 +198,8 @@ std::vector<std::string> Hardware::askModules()
 {
   auto modules = split(ask("GetModuleMap"), ':');
   if (!modules.empty()) modules.erase(modules.begin());  // their number
+  // Anybody near may bear any name.
+  std::ranges::transform(modules, modules.begin(), excerpt);
   return modules;
 }
 

@@ -35,8 +35,6 @@ class Hardware {
   // Loads the plug-in and makes the hardware object; touches no port. Says on standard error what is doubtful
   // about the settings.
   explicit Hardware(const HardwareOptions& options);
-  // Closes the link.
-  ~Hardware();
   Hardware(const Hardware&) = delete;
   Hardware& operator=(const Hardware&) = delete;
 
@@ -68,9 +66,16 @@ class Hardware {
   void makeObject(const std::filesystem::path& settings);
   Failure readingFailure() const;
 
+  // What the plug-in works with, for as long as it has objects.
+  struct Services {
+    folder::FolderMap folders;
+    std::unique_ptr<LogManager> log;
+
+    ~Services();
+  };
+
   ScratchFolder scratch_;
-  folder::FolderMap folders_;
-  std::unique_ptr<LogManager> log_;
+  Services services_;
   std::unique_ptr<SimulatedGloves> simulated_;
   Plugin plugin_;
   std::unique_ptr<RecordStore> store_;

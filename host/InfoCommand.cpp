@@ -7,6 +7,7 @@
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/GloveFirmware.h"
 #include "host/Hardware.h"
 #include "host/Ports.h"
@@ -72,23 +73,25 @@ int serialNumberOf(const std::string& module)
 void printText(const Findings& findings)
 {
   for (const Port& port : findings.ports) {
-    if (port.isUsed) fmt::print("Port     {}, {}\n", port.friendlyText, port.path);
+    if (port.isUsed) console::print("Port     {}, {}\n", port.friendlyText, port.path);
   }
-  fmt::print("Dongle   answers; its firmware is new enough\n");
+  console::print("Dongle   answers; its firmware is new enough\n");
   for (std::size_t index = 0; index < findings.modules.size(); ++index) {
     const std::string& module = findings.modules[index];
-    fmt::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module), serialNumberOf(module));
+    console::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module),
+                   serialNumberOf(module));
     if (index >= findings.firmware.size()) continue;
     const GloveFirmware& firmware = findings.firmware[index];
-    fmt::print("         part {} revision {}, firmware build {} from commit {:x}{}\n", firmware.partNumber,
-               firmware.revision, firmware.build, firmware.commit,
-               firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
+    console::print("         part {} revision {}, firmware build {} from commit {:x}{}\n",
+                   firmware.partNumber, firmware.revision, firmware.build, firmware.commit,
+                   firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
   }
   const char* const whose = findings.modules.size() > 1 ? ", the lower one of the gloves" : "";
-  fmt::print("Battery  {}\n", findings.battery ? fmt::format("{:.0f}%{}", *findings.battery * 100, whose)
-                                               : "empty, or the gloves do not tell");
-  fmt::print("Sensors  {}\n", findings.wereSensorsChecked ? "all report that they work"
-                                                          : "not asked: TesselSkipSensorStartupCheck is 1");
+  console::print("Battery  {}\n", findings.battery ? fmt::format("{:.0f}%{}", *findings.battery * 100, whose)
+                                                   : "empty, or the gloves do not tell");
+  console::print("Sensors  {}\n", findings.wereSensorsChecked
+                                      ? "all report that they work"
+                                      : "not asked: TesselSkipSensorStartupCheck is 1");
 }
 
 void printJson(const Findings& findings)
@@ -114,12 +117,12 @@ void printJson(const Findings& findings)
   }
   json["battery"] = findings.battery ? nlohmann::ordered_json(*findings.battery) : nullptr;
   json["sensors"] = findings.wereSensorsChecked ? "working" : "not asked";
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 void run(const Options& options)
 {
-  if (!options.isJson) fmt::print(stderr, "Looking for the dongle and the gloves...\n");
+  if (!options.isJson) console::tell("Looking for the dongle and the gloves...\n");
   const Findings findings = look(options.hardware);
   options.isJson ? printJson(findings) : printText(findings);
 }

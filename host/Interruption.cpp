@@ -1,8 +1,11 @@
 #include "host/Interruption.h"
 
+#include "host/Console.h"
+
 void Interruption::raise()
 {
   isWanted_ = true;
+  console::tell("\nEnding; once more ends at once.\n");
   const std::lock_guard lock(mutex_);
   if (onWish_) onWish_();
 }

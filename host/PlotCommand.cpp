@@ -1,7 +1,6 @@
 // `tessel plot`: draws a recording as an SVG file.
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -12,10 +11,13 @@
 #include <fmt/core.h>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/Failure.h"
 #include "host/Text.h"
 #include "host/plot/Picture.h"
 #include "host/plot/TimeAxis.h"
+#include "host/recording/Output.h"
+#include "host/recording/OutputFile.h"
 #include "host/recording/Recording.h"
 
 namespace fs = std::filesystem;
@@ -80,48 +82,19 @@ bool isOwnPicture(const fs::path& path)
   return start.find(pictureMark) != std::string::npos;
 }
 
-// While it is being written; the wanted name stands for a whole picture only.
-fs::path unfinished(fs::path output)
-{
-  return output += ".part";
-}
-
-void checkOutput(const fs::path& output, const PlotOptions& options)
+void write(const fs::path& path, const PlotOptions& options, const std::string& picture)
 {
   std::error_code error;
-  const bool mayOverwrite = options.overwrites || (options.output.empty() && isOwnPicture(output));
-  if (fs::exists(output, error)) {
-    if (!fs::is_regular_file(output, error) || fs::equivalent(output, options.recording, error)) {
-      throw Failure(ExitCode::output, fmt::format("{} is no file for a picture", utf8(output)),
-                    "Choose another name with --output.");
-    }
-    if (!mayOverwrite) {
-      throw Failure(ExitCode::output, fmt::format("{} is there already", utf8(output)),
-                    "Use --force to overwrite it, or choose another name with --output.");
-    }
+  if (fs::equivalent(path, options.recording, error)) {
+    throw Failure(ExitCode::output, fmt::format("{} is the recording itself.", utf8(path)),
+                  "Choose another name.");
   }
-  const fs::path part = unfinished(output);
-  if (fs::exists(part, error) && !isOwnPicture(part)) {
-    throw Failure(ExitCode::output, fmt::format("{} is in the way", utf8(part)),
-                  "Move it, or choose another name with --output.");
-  }
-}
-
-void write(const fs::path& output, const std::string& picture)
-{
-  const fs::path part = unfinished(output);
-  errno = 0;
-  std::ofstream file(part, std::ios::binary);
-  if (file) file.write(picture.data(), static_cast<std::streamsize>(picture.size()));
+  Output output(path, Output::Kind::file,
+                options.overwrites || (options.output.empty() && isOwnPicture(path)));
+  OutputFile file(output.growing());
+  file.append(picture);
   file.close();
-  std::error_code error;
-  if (!file) error.assign(errno, std::generic_category());
-  if (file) fs::rename(part, output, error);
-  if (file && !error) return;
-  std::error_code ignored;
-  fs::remove(part, ignored);
-  throw Failure(ExitCode::output, fmt::format("{} can't be written: {}", utf8(output), error.message()),
-                "Make room or check the rights there, or choose another place with --output.");
+  output.settle();
 }
 
 std::string namesOfGloves(const Recording& recording)
@@ -139,7 +112,7 @@ void plot(const PlotOptions& options)
   const fs::path output = options.output.empty() ? defaultOutput(path) : chosenOutput(options.output);
   const Recording recording = readRecording(path);
   for (const std::string& note : recording.notes) {
-    fmt::print(stderr, "tessel: {}: {}\n", utf8(path), note);
+    console::tell("tessel: {}: {}\n", utf8(path), note);
   }
   const std::string gloves = namesOfGloves(recording);
   if (gloves.empty()) {
@@ -151,13 +124,13 @@ void plot(const PlotOptions& options)
     throw Failure(ExitCode::usage, "there is nothing to draw between --from and --to",
                   fmt::format("The recording lasts from 0 to {:.3f} seconds.", end));
   }
-  checkOutput(output, options);
   const double to = std::min(options.to, end);
-  write(output, drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}));
+  write(output, options, drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}));
   const bool isWhole = options.from <= 0 && to >= end;
   const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
                                    : fmt::format("{:g} s to {:g} s", options.from, to);
-  fmt::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part, utf8(output));
+  console::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
+                 utf8(output));
 }
 
 }  // namespace
@@ -185,8 +158,7 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       "           tessel plot grip.csv --from 2.5 --to 4     draws a part of it\n"
       "           tessel plot grip.csv --output p.svg        draws p.svg\n"
       "Each glove gets a heat map, the highest count of each element over time, and the curves of mean and\n"
-      "maximum over its elements. Grey: nothing was recorded. A picture of an earlier `tessel plot` is "
-      "drawn\n"
-      "anew; any other file is overwritten with --force only.");
+      "maximum over its elements. Grey: nothing was recorded. A picture of an earlier `tessel plot` is\n"
+      "drawn anew; any other file is overwritten with --force only.");
   command->callback([options] { plot(*options); });
 }

@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "host/Failure.h"
+#include "host/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -19,8 +20,9 @@ Failure notLoaded(const std::string& what)
 
 host::Library load(const fs::path& file)
 {
-  if (fs::is_directory(file) || !std::ifstream(file)) {
-    throw notLoaded(fmt::format("the plug-in {} can't be read.", file.string()));
+  std::error_code error;
+  if (!fs::is_regular_file(file, error) || !std::ifstream(file)) {
+    throw notLoaded(fmt::format("the plug-in {} can't be read.", utf8(file)));
   }
   try {
     return host::Library(file);

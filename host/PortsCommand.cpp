@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/Ports.h"
 
 namespace {
@@ -21,7 +22,7 @@ void printJson(const std::vector<Port>& ports)
                     {"isUsed", port.isUsed},
                     {"state", describe(port)}});
   }
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 ExitCode run(bool isJson)
@@ -31,8 +32,8 @@ ExitCode run(bool isJson)
     printJson(ports);
   } else {
     for (const Port& port : ports) {
-      fmt::print("{} {}  {}{}\n", port.isUsed ? '*' : ' ', port.friendlyText, port.path,
-                 port.isDongle ? ", " + describe(port) : "");
+      console::print("{} {}  {}{}\n", port.isUsed ? '*' : ' ', port.friendlyText, port.path,
+                     port.isDongle ? ", " + describe(port) : "");
     }
   }
   const auto used = std::ranges::find_if(ports, &Port::isUsed);
@@ -45,7 +46,7 @@ ExitCode run(bool isJson)
     throw Failure(ExitCode::port, fmt::format("{} can't be used: {}", used->path, describe(*used)),
                   adviceFor(*used));
   }
-  if (!isJson) fmt::print("* is the one that would be used.\n");
+  if (!isJson) console::print("* is the one that would be used.\n");
   return ExitCode::done;
 }
 

@@ -1,4 +1,5 @@
 #include "host/Progress.h"
+#include "host/Console.h"
 
 #include <fmt/format.h>
 
@@ -7,6 +8,7 @@
 namespace {
 
 constexpr auto plainInterval = std::chrono::seconds(2);
+constexpr double worthTelling = 1.5;  // seconds
 constexpr unsigned anyWidth = ~0U;
 
 // A value of 0 to 65535 as so many cells.
@@ -39,7 +41,7 @@ Progress::Progress(const Layout& layout, const RecordingLimits& limits)
 
 Progress::~Progress()
 {
-  if (hasLine_) fmt::print(stderr, "\n");
+  if (hasLine_) console::tell("\n");
 }
 
 std::string Progress::text(const RecordingFigures& figures, unsigned width) const
@@ -48,8 +50,11 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
   if (figures.records == 0) return "waiting for the first frame";
   const std::string battery = figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?";
   std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  bat {}", clockText(figures.seconds),
-                                 leftText(figures, limits_), figures.records, figures.recordsPerSecond,
+                                 leftText(figures, limits_), figures.records, figures.gaps.recordsPerSecond(),
                                  figures.gaps.count(), battery);
+  if (figures.silentSeconds > worthTelling) {
+    return line + fmt::format("  NOTHING FOR {:.0f} s", figures.silentSeconds);
+  }
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const ElementGroup& group = layout_.groups[index];
     const std::uint16_t highest = figures.latest[index];
@@ -62,17 +67,19 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
 
 void Progress::show(const RecordingFigures& figures)
 {
+  // Who records does not wait for who reads.
+  if (!host::takesText(stderr)) return;
   const auto now = Recorder::Clock::now();
   if (!isTerminal_) {
     if (now < next_) return;
     next_ = now + plainInterval;
-    fmt::print(stderr, "{}\n", text(figures, anyWidth));
+    console::tell("{}\n", text(figures, anyWidth));
     return;
   }
   const unsigned width = host::terminalWidth(stderr);
   std::string line = text(figures, width);
-  line.resize(std::min<std::size_t>(line.size(), width - 1));
-  fmt::print(stderr, "\r{}\x1B[K", line);
+  line.resize(width - 1, ' ');  // over what stood there
+  console::tell("\r{}", line);
   std::fflush(stderr);
   hasLine_ = true;
 }

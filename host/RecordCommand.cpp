@@ -6,12 +6,16 @@
 #include <ctime>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/Progress.h"
 #include "host/Recorder.h"
 #include "host/Summary.h"
+#include "host/Text.h"
+#include "host/recording/Output.h"
 
 namespace {
 
@@ -36,9 +40,10 @@ struct Ending {
   std::optional<Failure> failure;
 };
 
-Ending runRecorder(Recorder& recorder, Progress& progress, const RecordingLimits& limits,
+Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimits& limits,
                    const std::atomic<bool>& stop)
 {
+  Progress progress(layout, limits);
   try {
     const auto show = [&](const RecordingFigures& figures) { progress.show(figures); };
     if (recorder.run(stop, show)) return {"as asked for.", {}};
@@ -48,56 +53,98 @@ Ending runRecorder(Recorder& recorder, Progress& progress, const RecordingLimits
     return {words, Failure(ExitCode::interrupted, words, "")};
   } catch (const Failure& failure) {
     return {failure.what(), failure};
+  } catch (const std::exception& error) {
+    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
   }
 }
 
 // Gives the recording its name, unless records could not be written; then what lies there is no whole. Gives
 // where it lies.
-std::filesystem::path keep(RecordWriter& writer, const OutputName& name, const RecordingFigures& figures,
-                           Ending& ending)
+std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, Output& output,
+                           const RecordingFigures& figures, Ending& ending)
 {
-  const bool isWhole = !ending.failure || ending.failure->code() != ExitCode::output;
+  output.keep(figures.records > 0);
+  if (figures.records == 0) return {};
   try {
-    if (figures.records == 0) {
-      writer.discard();
-      return {};
+    if (ending.failure && ending.failure->code() == ExitCode::output) {
+      writer->refresh();
+      return output.growing();
     }
-    if (isWhole) {
-      writer.finish(ending.words);
-      return name.wanted();
-    }
+    writer->finish(ending.words);
+    writer.reset();
+    output.settle();
+    return output.wanted();
   } catch (const Failure& failure) {
-    ending = {failure.what(), failure};
+    if (!ending.failure) ending = {failure.what(), failure};
+    return output.growing();
   }
-  return name.growing();
 }
 
-void record(const Options& options)
+// Gives what ended the recording other than as asked for. What keeps it from beginning is thrown.
+std::optional<Failure> record(const Options& options)
 {
   Interruption interruption;
-  const std::string output = options.output.empty() ? defaultOutput(options.format) : options.output;
-  const OutputName name(output, options.format == RecordFormat::npy, options.replaces);
+  const std::string name = options.output.empty() ? defaultOutput(options.format) : options.output;
+  // Ahead of the gloves, so that what can't be written is told at once.
+  Output output(name, options.format == RecordFormat::csv ? Output::Kind::file : Output::Kind::folder,
+                options.replaces);
   Hardware hardware(options.hardware);
-  fmt::print(stderr, "Looking for the dongle and the gloves...\n");
+  console::tell("Looking for the dongle and the gloves...\n");
   hardware.open(interruption);
 
   const Layout layout = hardware.askLayout();
-  const auto writer = makeRecordWriter(options.format, name, layout);
-  fmt::print(stderr, "Recording {} to {}; Ctrl-C ends it.\n", fmt::join(hardware.askModules(), " and "),
-             name.growing().string());
+  auto writer = makeRecordWriter(options.format, output.growing(), layout);
+  output.keep(true);
+  console::tell("Recording {} to {}; Ctrl-C ends it.\n", fmt::join(hardware.askModules(), " and "),
+                utf8(output.growing()));
   Recorder recorder(hardware, layout, *writer, options.limits);
-  Ending ending;
-  {
-    Progress progress(layout, options.limits);
-    ending = runRecorder(recorder, progress, options.limits, interruption.flag());
-  }
-  const auto place = keep(*writer, name, recorder.figures(), ending);
+  Ending ending = runRecorder(recorder, layout, options.limits, interruption.flag());
+  const auto place = keep(std::move(writer), output, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
-  fmt::print(stderr, "{}", summaryText(summary));
-  if (options.isJson) fmt::print("{}\n", summaryJson(summary));
-  if (ending.failure) throw *ending.failure;
-  fmt::print(stderr, "Look at it with: tessel plot {}\n", place.string());
+  console::tell("{}", summaryText(summary));
+  if (options.isJson) console::print("{}\n", summaryJson(summary));
+  if (!ending.failure) console::tell("Look at it with: tessel plot {}\n", utf8(place));
+  return ending.failure;
+}
+
+// Each gives what is wrong with the text of an option.
+std::string isDuration(std::string& text)
+{
+  double seconds = 0;
+  const bool isRead = CLI::detail::lexical_cast(text, seconds);
+  return isRead && seconds > 0 && seconds <= 1e9 ? "" : "it takes a number of seconds above 0, not " + text;
+}
+
+std::string isCount(std::string& text)
+{
+  const bool isNumber =
+      !text.empty() && text.size() <= 15 && text.find_first_not_of("0123456789") == std::string::npos;
+  return isNumber && text.find_first_not_of('0') != std::string::npos
+             ? ""
+             : "it takes a whole number above 0, not " + text;
+}
+
+// What has no summary, because nothing was recorded.
+std::string failureJson(const Failure& failure)
+{
+  return nlohmann::ordered_json{{"exitCode", static_cast<int>(failure.code())},
+                                {"ended", failure.what()},
+                                {"output", ""},
+                                {"frames", 0}}
+      .dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void run(const Options& options)
+{
+  std::optional<Failure> failure;
+  try {
+    failure = record(options);
+  } catch (const Failure& early) {
+    if (options.isJson) console::print("{}\n", failureJson(early));
+    throw;
+  }
+  if (failure) throw *failure;
 }
 
 }  // namespace
@@ -106,9 +153,12 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<Options>();
   CLI::App* const command = tessel.add_subcommand("record", "Records one or two gloves into a file.");
-  command->add_option("--seconds", options->limits.seconds, "Record so long")->check(CLI::PositiveNumber);
+  command->add_option("--seconds", options->limits.seconds, "Record so long")
+      ->check(CLI::Validator(isDuration, ""))
+      ->option_text("SECONDS");
   command->add_option("--frames", options->limits.records, "Record so many frames")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Validator(isCount, ""))
+      ->option_text("N");
   command->add_option("--output,-o", options->output, "Where to; without it, a name of the date and time");
   command
       ->add_option("--format", options->format,
@@ -122,11 +172,10 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   command->footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
       "           tessel record --settings gloves.txt --format npy --output session1\n"
-      "While it grows, the recording's name ends in \".part\"; it gets its name at the end, also if the "
-      "gloves fail "
-      "or Ctrl-C ends it.");
+      "While it grows, the recording's name ends in \".part\"; it gets its name at the end, also if the\n"
+      "gloves fail or Ctrl-C ends it.");
   command->callback([options, &exitCode] {
-    record(*options);
+    run(*options);
     exitCode = ExitCode::done;
   });
 }

@@ -13,7 +13,8 @@ using namespace std::chrono_literals;
 constexpr auto progressInterval = 200ms;
 constexpr auto refreshInterval = 1s;
 // The plug-in waits for a first record without end, as long as any message comes.
-constexpr auto longestWaitForFirst = 10s;
+constexpr double longestWaitForFirst = 10;  // seconds
+constexpr double longestPause = 1;          // seconds without a frame at the end of a good recording
 
 double secondsBetween(Recorder::Clock::time_point begin, Recorder::Clock::time_point end)
 {
@@ -24,7 +25,7 @@ double secondsBetween(Recorder::Clock::time_point begin, Recorder::Clock::time_p
 
 Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer,
                    const RecordingLimits& limits)
-    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), start_(Clock::now())
+    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), latest_(Clock::now())
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
@@ -36,17 +37,15 @@ bool Recorder::run(const std::atomic<bool>& stop,
   auto nextProgress = Clock::now();
   auto nextRefresh = nextProgress;
   while (!stop) {
-    if (hardware_.read()) {
-      keepRecord();
-      figures_.seconds = secondsBetween(*first_, Clock::now());
-      if (isAtLimit()) return true;
-    }
+    if (hardware_.read()) keepRecord();
     const auto now = Clock::now();
-    if (!first_) checkSilence();
+    figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
+    figures_.silentSeconds = secondsBetween(latest_, now);
+    const bool isAtEnd = isAtLimit();
+    if (isAtEnd || !first_) checkSilence();
+    if (isAtEnd) return true;
     if (now < nextProgress) continue;
     nextProgress = now + progressInterval;
-    if (first_) figures_.seconds = secondsBetween(*first_, now);
-    if (isAtLimit()) return true;
     figures_.battery = hardware_.battery();
     onProgress(figures_);
     if (now < nextRefresh) continue;
@@ -60,26 +59,32 @@ void Recorder::keepRecord()
 {
   const auto elements = hardware_.store().elements();
   writer_.add(hardware_.store().stampMs(), elements);
-  if (!first_) first_ = Clock::now();
+  latest_ = Clock::now();
+  if (!first_) first_ = latest_;
   ++figures_.records;
   figures_.gaps.add(hardware_.store().stampMs());
-  const auto& groups = layout_.groups;
-  for (std::size_t index = 0; index < groups.size(); ++index) {
-    const auto own = elements.subspan(groups[index].first, groups[index].count);
+  for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
+    const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);
     figures_.highest[index] = std::max(figures_.highest[index], figures_.latest[index]);
-  }
-  if (const double seconds = secondsBetween(*first_, Clock::now()); seconds > 0) {
-    figures_.recordsPerSecond = static_cast<double>(figures_.records - 1) / seconds;
   }
 }
 
 void Recorder::checkSilence() const
 {
-  if (Clock::now() - start_ < longestWaitForFirst) return;
-  throw Failure(
-      ExitCode::silence, "no complete record came, though the gloves were opened.",
-      "One of two gloves may have stopped, or the settings want another number of gloves or elements.");
+  constexpr const char* advice =
+      "One of two gloves may have stopped: check that both are switched on, charged and near.";
+  if (!first_ && figures_.silentSeconds > longestWaitForFirst) {
+    throw Failure(ExitCode::silence, "no complete frame came, though the gloves were opened.", advice);
+  }
+  // Before the end of a recording that is shorter than the plug-in's patience.
+  const double usualSeconds = figures_.gaps.usualMs() / 1000;
+  if (first_ && figures_.silentSeconds > std::max(longestPause, 10 * usualSeconds)) {
+    throw Failure(
+        ExitCode::silence,
+        fmt::format("the gloves fell silent: no frame came in the last {:.1f} s.", figures_.silentSeconds),
+        advice);
+  }
 }
 
 bool Recorder::isAtLimit() const

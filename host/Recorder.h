@@ -22,8 +22,8 @@ struct RecordingLimits {
 // What a recording is up to at a moment, or was at its end.
 struct RecordingFigures {
   std::uint64_t records = 0;
-  double seconds = 0;  // from the first record to this moment, or to its end
-  double recordsPerSecond = 0;
+  double seconds = 0;        // from the first record to this moment, or to its end
+  double silentSeconds = 0;  // since the latest record
   Gaps gaps;
   std::vector<std::uint16_t> latest;   // highest element of each group, in the latest record
   std::vector<std::uint16_t> highest;  // in all records
@@ -53,6 +53,6 @@ class Recorder {
   RecordWriter& writer_;
   const RecordingLimits limits_;
   RecordingFigures figures_;
-  Clock::time_point start_;
   std::optional<Clock::time_point> first_;
+  Clock::time_point latest_;  // of the latest record, or the start
 };

@@ -6,7 +6,7 @@
 
 class ScratchFolder {
  public:
-  // Throws std::filesystem::filesystem_error if the system's folder for such files takes none.
+  // A Failure if the system's folder for such files takes none.
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;

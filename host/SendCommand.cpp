@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/Hardware.h"
 
 namespace {
@@ -29,12 +30,12 @@ void run(const Options& options)
   using namespace std::chrono_literals;
   Interruption interruption;
   Hardware hardware(options.hardware);
-  fmt::print(stderr, "Looking for the dongle and the gloves...\n");
+  console::tell("Looking for the dongle and the gloves...\n");
   hardware.open(interruption);
   readFor(hardware, 500ms);  // the battery level comes with the first frames
   const std::string reply = hardware.ask(options.text);
   readFor(hardware, 100ms);  // "OK" means queued: the next reads send it, half a second long
-  fmt::print("{}\n", reply);
+  console::print("{}\n", reply);
 }
 
 }  // namespace

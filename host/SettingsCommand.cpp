@@ -6,10 +6,11 @@
 #include <nlohmann/json.hpp>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/SettingsFile.h"
 #include "host/Text.h"
+#include "host/recording/Output.h"
 #include "host/recording/OutputFile.h"
-#include "host/recording/OutputName.h"
 #include "shared/Parameter.h"
 
 namespace {
@@ -24,13 +25,13 @@ struct Options {
 
 void writeFile(const Options& options)
 {
-  const OutputName name(options.file, false, options.replaces);
-  OutputFile file(name.growing());
+  Output output(options.file, Output::Kind::file, options.replaces);
+  OutputFile file(output.growing());
   file.append(settingsText(options.gloves));
   file.close();
-  name.settle();
-  fmt::print("Wrote {} for {}. Change it with any editor, then look at it with: tessel settings {}\n",
-             options.file.string(), options.gloves == 1 ? "one glove" : "two gloves", options.file.string());
+  output.settle();
+  console::print("Wrote {} for {}. Change it with any editor, then look at it with: tessel settings {}\n",
+                 utf8(options.file), options.gloves == 1 ? "one glove" : "two gloves", utf8(options.file));
 }
 
 using Values = std::map<std::wstring, std::string>;
@@ -46,11 +47,11 @@ Values valuesNow()
 
 void printTable(const SettingsReport& report, const Values& defaults, const Values& values)
 {
-  fmt::print("{:<30} {:<20} {:<12} {}\n", "setting", "value", "default", "from");
+  console::print("{:<30} {:<20} {:<12} {}\n", "setting", "value", "default", "from");
   for (const auto& [name, value] : values) {
     const auto line = report.lines.find(name);
-    fmt::print("{:<30} {:<20} {:<12} {}\n", narrow(name), value, defaults.at(name),
-               line == report.lines.end() ? "default" : fmt::format("line {}", line->second));
+    console::print("{:<30} {:<20} {:<12} {}\n", narrow(name), value, defaults.at(name),
+                   line == report.lines.end() ? "default" : fmt::format("line {}", line->second));
   }
 }
 
@@ -58,17 +59,17 @@ void printFaults(const SettingsReport& report)
 {
   constexpr std::size_t mostShown = 20;
   if (report.faults.empty() && report.doubts.empty()) {
-    fmt::print("\nNo faults.\n");
+    console::print("\nNo faults.\n");
     return;
   }
-  fmt::print("\nThe plug-in says nothing of these, and goes on:\n");
+  console::print("\nThe plug-in says nothing of these, and goes on:\n");
   for (std::size_t index = 0; index < report.faults.size() && index < mostShown; ++index) {
     const SettingsFault& fault = report.faults[index];
-    fmt::print("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+    console::print("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
   }
-  if (report.faults.size() > mostShown) fmt::print("  and {} more\n", report.faults.size() - mostShown);
+  if (report.faults.size() > mostShown) console::print("  and {} more\n", report.faults.size() - mostShown);
   for (const std::string& doubt : report.doubts) {
-    fmt::print("  {}\n", doubt);
+    console::print("  {}\n", doubt);
   }
 }
 
@@ -87,7 +88,7 @@ void printJson(const SettingsReport& report, const Values& defaults, const Value
     json["faults"].push_back({{"line", fault.line}, {"what", fault.what}});
   }
   json["doubts"] = report.doubts;
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 ExitCode run(const Options& options)

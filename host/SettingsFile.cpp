@@ -96,6 +96,7 @@ std::string join(const std::vector<std::int32_t>& numbers)
 
 std::vector<std::string> findDoubts()
 {
+  constexpr std::int32_t leastTimeout = 200;
   using namespace settings;
   std::vector<std::string> doubts;
   const auto doubt = [&](bool holds, const std::string& text) {
@@ -123,6 +124,9 @@ std::vector<std::string> findDoubts()
       !(timeDivisor > 0),
       fmt::format("TesselTimeDivisor is {}: time stamps come from the computer's clock alone.", timeDivisor));
   doubt(auxCount < 0, fmt::format("TesselAuxCount is {}: a record is shorter than its gloves.", auxCount));
+  doubt(readTimeout >= 0 && readTimeout < leastTimeout,
+        fmt::format("TesselReadTimeout is {}: so short a pause between two frames ends the recording.",
+                    readTimeout));
   doubt(readTimeout < 0, fmt::format("TesselReadTimeout is {}: no silence is too long.", readTimeout));
   std::vector<std::int32_t> dropped;
   std::ranges::copy_if(serialNumber, std::back_inserter(dropped),
@@ -164,7 +168,8 @@ SettingsReport readSettings(const fs::path& file)
                   fmt::format("Make one with: tessel settings {} --write", file.string()));
   }
   std::wifstream stream;
-  if (!os::openStream(stream, widen(file), std::ios_base::in)) {
+  // The plug-in reads it a second time, which a pipe does not bear.
+  if (!fs::is_regular_file(file, error) || !os::openStream(stream, widen(file), std::ios_base::in)) {
     throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", file.string()),
                   "It must be a file, and you need the right to read it.");
   }

@@ -10,6 +10,7 @@
 #include <fmt/core.h>
 
 #include "host/Commands.h"
+#include "host/Console.h"
 #include "host/Interruption.h"
 #include "host/SimulationOptions.h"
 #include "host/System.h"
@@ -29,10 +30,9 @@ constexpr const char* examples =
     "gloves fall behind and frames are dropped, one glove with --rate above 100.\n"
     "docs/simulator.md tells more.";
 
-// Whoever read the output may be gone. That ends no simulation.
 void print(const std::string& line)
 {
-  std::fputs((line + "\n").c_str(), stdout);
+  console::print("{}\n", line);
   std::fflush(stdout);
 }
 
@@ -44,11 +44,13 @@ class Console {
   void poll()
   {
     // A named pipe may get another writer after its end, so its end is nothing special.
+    constexpr std::size_t longestLine = 4096;
     text_ += host::waitingInput();
     for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
       obey(text_.substr(0, end));
       text_.erase(0, end + 1);
     }
+    if (text_.size() > longestLine) text_.clear();
   }
 
  private:

@@ -27,7 +27,11 @@ void checkPort(const fs::path& path)
   std::error_code ignored;
   const fs::file_status status = fs::symlink_status(path, ignored);
   if (!fs::exists(status)) return;
-  if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") return;
+  if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") {
+    if (!simulator::PtyPort::isServed(path)) return;
+    throw Failure(ExitCode::output, fmt::format("{} is another simulation's.", utf8(path)),
+                  "End that one, or give another path with --port.");
+  }
   throw Failure(ExitCode::output, fmt::format("{} is there already, and is no simulated port.", utf8(path)),
                 "Give a path with --port that is not taken; nothing is overwritten.");
 }
@@ -89,7 +93,9 @@ void SimulatedGloves::obey(const SimulationOptions& options)
   }
   if (!options.scenario.empty()) {
     std::ifstream file(options.scenario);
-    if (!file) throw std::invalid_argument(fmt::format("{} can't be read", utf8(options.scenario)));
+    std::error_code error;
+    if (!file || fs::is_directory(options.scenario, error))
+      throw std::invalid_argument(fmt::format("{} can't be read", utf8(options.scenario)));
     try {
       for (simulator::ScenarioStep& step : simulator::readScenario(file, control_)) {
         scenario_.push_back(std::move(step));
@@ -109,8 +115,8 @@ void SimulatedGloves::makePort(const fs::path& wanted)
     path_ = folder_.emplace().path() / "dongle";
   } else {
     path_ = fs::absolute(wanted).lexically_normal();
-    checkPort(path_);
   }
+  checkPort(path_);
   port_.emplace(clock_, dongle_, path_);
   port_->holdPort(isHeld_);
 }

@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/Text.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -13,8 +15,9 @@ std::uint64_t bytesAt(const fs::path& place)
   std::error_code error;
   if (fs::is_regular_file(place, error)) return fs::file_size(place, error);
   std::uint64_t bytes = 0;
-  for (const auto& entry : fs::directory_iterator(place, error)) {
-    bytes += entry.file_size(error);
+  for (fs::directory_iterator entry(place, error), end; !error && entry != end; entry.increment(error)) {
+    std::error_code ignored;
+    bytes += entry->file_size(ignored);
   }
   return bytes;
 }
@@ -22,8 +25,8 @@ std::uint64_t bytesAt(const fs::path& place)
 std::string gapsText(const Gaps& gaps)
 {
   if (gaps.count() == 0) return "no gaps";
-  return fmt::format("{} gap{} of about {} frames, the longest {} ms", gaps.count(),
-                     gaps.count() == 1 ? "" : "s", gaps.missing(), gaps.longestMs());
+  return fmt::format("{} gap{}, the longest {} ms, about {} frames missing", gaps.count(),
+                     gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
 }
 
 }  // namespace
@@ -33,7 +36,7 @@ std::string summaryText(const RecordingSummary& summary)
   const RecordingFigures& figures = summary.figures;
   std::string text =
       fmt::format("Recorded {} frames in {:.1f} s ({:.1f}/s), {}. Ended: {}\n", figures.records,
-                  figures.seconds, figures.recordsPerSecond, gapsText(figures.gaps), summary.ending);
+                  figures.seconds, figures.gaps.recordsPerSecond(), gapsText(figures.gaps), summary.ending);
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
     if (!group.isGlove()) continue;
@@ -44,7 +47,7 @@ std::string summaryText(const RecordingSummary& summary)
                           : "  battery empty, or not known yet\n";
   if (summary.place.empty()) return text + "Nothing was kept.\n";
   const std::uint64_t bytes = bytesAt(summary.place);
-  return text + fmt::format("Written to {}{}\n", summary.place.string(),
+  return text + fmt::format("Written to {}{}\n", utf8(summary.place),
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
 }
 
@@ -53,10 +56,10 @@ std::string summaryJson(const RecordingSummary& summary)
   const RecordingFigures& figures = summary.figures;
   nlohmann::ordered_json json{{"exitCode", static_cast<int>(summary.exitCode)},
                               {"ended", summary.ending},
-                              {"output", summary.place.string()},
+                              {"output", utf8(summary.place)},
                               {"frames", figures.records},
                               {"seconds", figures.seconds},
-                              {"framesPerSecond", figures.recordsPerSecond},
+                              {"framesPerSecond", figures.gaps.recordsPerSecond()},
                               {"gaps", figures.gaps.count()},
                               {"missingFrames", figures.gaps.missing()},
                               {"longestGapMs", figures.gaps.longestMs()}};

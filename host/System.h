@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace host {
 
@@ -29,6 +30,30 @@ class Library {
   void* handle_;
 };
 
+// Keeps other runs of the program off a file or folder that is there, as long as it lives.
+class Lock {
+ public:
+  explicit Lock(const std::filesystem::path& path);
+  ~Lock();
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+
+  // False if another run has it, or has it made impossible.
+  bool isHeld() const { return isHeld_; }
+
+ private:
+  std::intptr_t handle_ = -1;
+  bool isHeld_ = false;
+};
+
+// An empty file, where nothing was.
+std::error_code createFile(const std::filesystem::path& path);
+// Renames a file or folder to a name that nothing bears.
+std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Sees to it that standard input, output and error are something, so that no other file gets their place.
+void openStandardStreams();
+
 // Where the running program lies.
 std::filesystem::path programFolder();
 
@@ -37,6 +62,8 @@ std::filesystem::path programFolder();
 std::string waitingInput();
 
 bool isTerminal(std::FILE* stream);
+// False while a text would have to wait, for a reader or a person who holds the terminal.
+bool takesText(std::FILE* stream);
 // Columns of the terminal; 80 if it does not tell.
 unsigned terminalWidth(std::FILE* stream);
 

@@ -14,7 +14,7 @@ std::wstring widen(const std::filesystem::path& text)
   auto wide = os::wideText(text);
   if (!wide) {
     throw Failure(ExitCode::usage, fmt::format("{} is no text in UTF-8.", excerpt(text.string())),
-                  "Give the file another name.");
+                  "Write it in UTF-8, or use plain letters.");
   }
   return *wide;
 }
@@ -34,7 +34,7 @@ std::string oneLine(const std::wstring& text)
   std::string line;
   for (const char character : narrow(parameter::trim(text))) {
     if (character != '\n') {
-      line += character;
+      line += character >= 0 && character < ' ' ? '?' : character;
     } else if (!line.ends_with(' ')) {
       line += ' ';
     }

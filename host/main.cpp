@@ -4,17 +4,17 @@
 #include <exception>
 #include <locale>
 
-#include <fmt/core.h>
-
 #include "host/Commands.h"
+#include "host/Console.h"
+#include "host/System.h"
 
 namespace {
 
 int fail(ExitCode code, const std::string& what, const std::string& advice)
 {
   std::fflush(stdout);
-  fmt::print(stderr, "tessel: {}\n", what);
-  if (!advice.empty()) fmt::print(stderr, "        {}\n", advice);
+  console::tell("tessel: {}\n", what);
+  if (!advice.empty()) console::tell("        {}\n", advice);
   return static_cast<int>(code);
 }
 
@@ -23,20 +23,23 @@ int fail(ExitCode code, const std::string& what, const std::string& advice)
 void useCharactersOfTheUser()
 {
   try {
-    std::locale::global(std::locale(std::locale::classic(), "", std::locale::ctype));
+    // Where nothing else is said, and in scripts nothing is, UTF-8 is likelier than ASCII alone.
+    const bool isPlain = std::locale("").name() == "C";
+    std::locale::global(std::locale(std::locale::classic(), isPlain ? "C.UTF-8" : "", std::locale::ctype));
   } catch (const std::runtime_error&) {
     // A locale that is not installed: plain ASCII does.
   }
 }
 
-}  // namespace
-
-int main(int count, char** arguments)
+// Takes the command line and does what it says. What goes wrong is told by then.
+int run(int count, char** arguments)
 {
-  useCharactersOfTheUser();
   CLI::App tessel("Records tactile gloves, simulated or real, looks at them and finds out what is wrong.");
   tessel.name("tessel");
   tessel.require_subcommand(1);
+  tessel.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return fmt::format("tessel: {}\n        See the options with --help.\n", error.what());
+  });
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"
@@ -66,4 +69,16 @@ int main(int count, char** arguments)
     return fail(ExitCode::internal, error.what(), "");
   }
   return static_cast<int>(exitCode);
+}
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+  host::openStandardStreams();
+  useCharactersOfTheUser();
+  const int code = run(count, arguments);
+  if (code != 0 || (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)) return code;
+  return fail(ExitCode::output, "standard output did not take all of it.",
+              "Its disk may be full, or its reader gone.");
 }

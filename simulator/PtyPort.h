@@ -23,6 +23,9 @@ class PtyPort {
   PtyPort(const PtyPort&) = delete;
   PtyPort& operator=(const PtyPort&) = delete;
 
+  // Whether a terminal stands at the path that somebody serves.
+  static bool isServed(const std::filesystem::path& path);
+
   // Runs until the flag is set. `speed`: simulated seconds in a real one.
   void run(const std::atomic<bool>& stop, double speed = 1);
 

@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 
 #include "host/System.h"
@@ -10,15 +11,20 @@ namespace host {
 
 namespace {
 
-constexpr int endOfWatch = SIGUSR1;
+// Wakes the thread that waits; nobody else's wish.
+constexpr int wakeUp = SIGUSR1;
 constexpr int exitInterrupted = 130;
 
+// Without those that whoever started the program wanted it to ignore, as nohup does.
 sigset_t wishes()
 {
   sigset_t set{};
   ::sigemptyset(&set);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, endOfWatch}) {
-    ::sigaddset(&set, signal);
+  ::sigaddset(&set, wakeUp);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction action {};
+    ::sigaction(signal, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) ::sigaddset(&set, signal);
   }
   return set;
 }
@@ -27,7 +33,20 @@ sigset_t wishes()
 
 struct Interrupt::Watch {
   sigset_t previousMask{};
+  std::atomic<bool> isOver{false};
   std::thread thread;
+
+  void run(const sigset_t& set, const std::function<void()>& onInterrupt) const
+  {
+    for (bool isFirst = true; !isOver;) {
+      int signal = 0;
+      ::sigwait(&set, &signal);
+      if (signal == wakeUp) continue;
+      if (!isFirst) ::_exit(exitInterrupted);
+      isFirst = false;
+      onInterrupt();
+    }
+  }
 };
 
 Interrupt::Interrupt(std::function<void()> onInterrupt) : watch_(std::make_unique<Watch>())
@@ -36,20 +55,14 @@ Interrupt::Interrupt(std::function<void()> onInterrupt) : watch_(std::make_uniqu
   ::signal(SIGXFSZ, SIG_IGN);
   const sigset_t set = wishes();
   ::pthread_sigmask(SIG_BLOCK, &set, &watch_->previousMask);
-  watch_->thread = std::thread([set, onInterrupt = std::move(onInterrupt)] {
-    for (bool isFirst = true;; isFirst = false) {
-      int signal = 0;
-      ::sigwait(&set, &signal);
-      if (signal == endOfWatch) return;
-      if (!isFirst) ::_exit(exitInterrupted);
-      onInterrupt();
-    }
-  });
+  watch_->thread = std::thread(
+      [set, watch = watch_.get(), onInterrupt = std::move(onInterrupt)] { watch->run(set, onInterrupt); });
 }
 
 Interrupt::~Interrupt()
 {
-  ::pthread_kill(watch_->thread.native_handle(), endOfWatch);
+  watch_->isOver = true;
+  ::pthread_kill(watch_->thread.native_handle(), wakeUp);
   watch_->thread.join();
   ::pthread_sigmask(SIG_SETMASK, &watch_->previousMask, nullptr);
 }

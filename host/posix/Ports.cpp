@@ -50,12 +50,15 @@ std::string opener(const fs::path& device)
 {
   std::error_code error;
   const fs::path wanted = fs::canonical(device, error);
-  for (const auto& process : fs::directory_iterator("/proc", error)) {
-    const std::string id = process.path().filename();
+  for (fs::directory_iterator process("/proc", error), end; !error && process != end;
+       process.increment(error)) {
+    const std::string id = process->path().filename();
     if (id.find_first_not_of("0123456789") != std::string::npos) continue;
     std::error_code hidden;
-    for (const auto& descriptor : fs::directory_iterator(process.path() / "fd", hidden)) {
-      if (fs::read_symlink(descriptor.path(), hidden) == wanted) return processText(id);
+    for (fs::directory_iterator file(process->path() / "fd", hidden); !hidden && file != end;
+         file.increment(hidden)) {
+      std::error_code gone;
+      if (fs::read_symlink(file->path(), gone) == wanted) return processText(id);
     }
   }
   return "";
@@ -73,6 +76,8 @@ PortState stateFor(int error)
     case ENXIO:
     case ENODEV:
       return PortState::gone;
+    case EISDIR:
+      return PortState::notSerial;
     default:
       return PortState::failing;
   }

@@ -1,12 +1,15 @@
 #include "host/System.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -30,6 +33,42 @@ void* Library::find(const char* name) const
   return ::dlsym(handle_, name);
 }
 
+Lock::Lock(const std::filesystem::path& path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+{
+  isHeld_ = handle_ >= 0 && ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB) == 0;
+}
+
+Lock::~Lock()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+std::error_code createFile(const std::filesystem::path& path)
+{
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (file < 0) return {errno, std::generic_category()};
+  ::close(file);
+  return {};
+}
+
+std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno != EINVAL && errno != ENOSYS) return {errno, std::generic_category()};
+  // A file system that can't promise it.
+  std::error_code error;
+  if (std::filesystem::exists(to, error)) return std::make_error_code(std::errc::file_exists);
+  std::filesystem::rename(from, to, error);
+  return error;
+}
+
+void openStandardStreams()
+{
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(stream, F_GETFD) < 0) ::open("/dev/null", O_RDWR);
+  }
+}
+
 std::filesystem::path programFolder()
 {
   std::error_code error;
@@ -48,6 +87,12 @@ std::string waitingInput()
 bool isTerminal(std::FILE* stream)
 {
   return ::isatty(::fileno(stream)) != 0;
+}
+
+bool takesText(std::FILE* stream)
+{
+  pollfd output{.fd = ::fileno(stream), .events = POLLOUT, .revents = 0};
+  return ::poll(&output, 1, 0) > 0;
 }
 
 unsigned terminalWidth(std::FILE* stream)

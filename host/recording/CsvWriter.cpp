@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-CsvWriter::CsvWriter(OutputName name, const Layout& layout) : name_(std::move(name)), file_(name_.growing())
+CsvWriter::CsvWriter(const std::filesystem::path& file, const Layout& layout) : file_(file)
 {
   line_ = "time_ms";
   for (const ElementGroup& group : layout.groups) {
@@ -29,11 +29,4 @@ void CsvWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elemen
 void CsvWriter::finish(const std::string&)
 {
   file_.close();
-  name_.settle();
-}
-
-void CsvWriter::discard()
-{
-  file_.close();
-  name_.discard();
 }

@@ -6,14 +6,12 @@
 
 class CsvWriter final : public RecordWriter {
  public:
-  CsvWriter(OutputName name, const Layout& layout);
+  CsvWriter(const std::filesystem::path& file, const Layout& layout);
 
   void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
   void finish(const std::string& ending) override;
-  void discard() override;
 
  private:
-  OutputName name_;
   OutputFile file_;
   std::string line_;  // kept for its memory
 };

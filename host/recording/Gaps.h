@@ -1,11 +1,11 @@
-// Finds the holes in a recording by its stamps: an interval well above the usual one.
-// The plug-in tells no losses itself. What is usual is the median of the latest intervals, so neither the
-// rate need be known nor do single stamps that were corrected matter.
+// Finds the holes in a recording by its stamps, since the plug-in tells no losses itself: an interval well
+// above the usual one. What is usual comes from the shorter intervals of the whole recording, so neither the
+// rate need be known, nor do many losses or a pause of the computer matter.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <optional>
 
 class Gaps {
@@ -13,20 +13,25 @@ class Gaps {
   // The stamp of the next record, in ms; stamps wrap.
   void add(std::uint32_t stampMs);
 
-  std::uint64_t count() const { return count_; }
-  // Records that would have filled the gaps.
-  std::uint64_t missing() const { return missing_; }
-  std::uint32_t longestMs() const { return longestMs_; }
-  // The usual interval; 0 until two records are there.
-  std::uint32_t usualMs() const;
+  // Intervals that are no usual ones. The first one of a recording is not looked at: gloves begin one by one.
+  std::uint64_t count() const;
+  std::uint32_t longestMs() const;
+  // Records that would have filled the time from the first to the latest; about.
+  std::uint64_t missing() const;
+  // The usual interval; 0 until there are some.
+  double usualMs() const;
+  // From the first stamp to the latest one.
+  double seconds() const { return static_cast<double>(spanMs_) / 1000; }
+  // Over that time; 0 until there are two.
+  double recordsPerSecond() const;
 
  private:
-  void judge(std::uint32_t intervalMs, std::uint32_t usualMs);
+  // Longer intervals are kept together with the last of these.
+  static constexpr std::size_t bins = 2000;
 
   std::optional<std::uint32_t> last_;
-  std::deque<std::uint32_t> latest_;
-  std::uint64_t intervals_ = 0;
-  std::uint64_t count_ = 0;
-  std::uint64_t missing_ = 0;
+  std::uint64_t records_ = 0;
+  std::uint64_t spanMs_ = 0;
   std::uint32_t longestMs_ = 0;
+  std::array<std::uint32_t, bins> intervals_{};  // how many there were of each length in ms
 };

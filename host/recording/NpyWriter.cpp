@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "host/Failure.h"
+#include "host/recording/Output.h"
 
 namespace fs = std::filesystem;
 
@@ -43,18 +43,6 @@ std::string stampsHeader(std::uint64_t records)
   return npyHeader("<u4", records, std::nullopt);
 }
 
-fs::path madeFolder(const fs::path& folder)
-{
-  std::error_code error;
-  fs::create_directory(folder, error);
-  if (error) {
-    throw Failure(ExitCode::output,
-                  fmt::format("the folder {} can't be made: {}.", folder.string(), error.message()),
-                  "Choose another place with --output.");
-  }
-  return folder;
-}
-
 template <class Value>
 std::string_view bytesOf(const Value* values, std::size_t count)
 {
@@ -63,12 +51,12 @@ std::string_view bytesOf(const Value* values, std::size_t count)
 
 }  // namespace
 
-NpyWriter::NpyWriter(OutputName name, const Layout& layout)
-    : name_(std::move(name)),
+NpyWriter::NpyWriter(fs::path folder, const Layout& layout)
+    : folder_(std::move(folder)),
       layout_(layout),
       started_(fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)))),
-      samples_(madeFolder(name_.growing()) / "samples.npy"),
-      stamps_(name_.growing() / "stamps.npy")
+      samples_(folder_ / "samples.npy"),
+      stamps_(folder_ / "stamps.npy")
 {
   samples_.append(samplesHeader(0, layout_));
   stamps_.append(stampsHeader(0));
@@ -94,14 +82,6 @@ void NpyWriter::finish(const std::string& ending)
   samples_.close();
   stamps_.close();
   writeMeta(ending);
-  name_.settle();
-}
-
-void NpyWriter::discard()
-{
-  samples_.close();
-  stamps_.close();
-  name_.discard();
 }
 
 void NpyWriter::writeMeta(const std::string& ending) const
@@ -116,7 +96,10 @@ void NpyWriter::writeMeta(const std::string& ending) const
     meta["frames"] = records_;
     meta["ended"] = ending;
   }
-  OutputFile file(name_.growing() / "meta.json");
+  // The one before stays until the new one is whole.
+  Output output(folder_ / "meta.json", Output::Kind::file, true);
+  OutputFile file(output.growing());
   file.append(meta.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
   file.close();
+  output.settle();
 }

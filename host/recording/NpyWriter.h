@@ -7,17 +7,16 @@
 
 class NpyWriter final : public RecordWriter {
  public:
-  NpyWriter(OutputName name, const Layout& layout);
+  NpyWriter(std::filesystem::path folder, const Layout& layout);
 
   void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
   void refresh() override;
   void finish(const std::string& ending) override;
-  void discard() override;
 
  private:
   void writeMeta(const std::string& ending) const;
 
-  OutputName name_;
+  std::filesystem::path folder_;
   Layout layout_;
   std::string started_;
   OutputFile samples_;

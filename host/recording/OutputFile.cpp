@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "host/Failure.h"
+#include "host/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -19,15 +20,15 @@ std::string adviceFor(int error)
     case EACCES:
     case EPERM:
     case EROFS:
-      return "Choose a folder that you may write to, with --output.";
+      return "Choose a place that you may write to.";
     case ENOENT:
-      return "Its folder is not there: make it, or choose another one with --output.";
+      return "Its folder is not there: make it, or choose another place.";
     case EPIPE:
       return "The program that read it has ended.";
     case EFBIG:
       return "The file may not grow any further on this system.";
     default:
-      return "Choose another place with --output.";
+      return "Choose another place.";
   }
 }
 
@@ -45,7 +46,7 @@ void OutputFile::fail() const
 {
   const int error = errno;
   throw Failure(ExitCode::output,
-                fmt::format("{} can't be written: {}.", path_.string(),
+                fmt::format("{} can't be written: {}.", utf8(path_),
                             error == 0 ? "the system refuses" : std::generic_category().message(error)),
                 adviceFor(error));
 }
@@ -60,6 +61,8 @@ void OutputFile::append(std::string_view piece)
   const int error = errno;
   std::error_code ignored;
   if (fs::is_regular_file(path_, ignored)) fs::resize_file(path_, size_, ignored);
+  stream_.clear();
+  stream_.seekp(static_cast<std::streamoff>(size_));
   errno = error;
   fail();
 }

@@ -31,6 +31,38 @@ void* Library::find(const char* name) const
   return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
 }
 
+Lock::Lock(const std::filesystem::path& path)
+{
+  // Beside the file: one that is held itself could not be renamed.
+  const std::filesystem::path lock = std::filesystem::path(path) += L".lock";
+  const HANDLE file = CreateFileW(lock.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  handle_ = reinterpret_cast<std::intptr_t>(file);
+  isHeld_ = file != INVALID_HANDLE_VALUE;
+}
+
+Lock::~Lock()
+{
+  if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+std::error_code createFile(const std::filesystem::path& path)
+{
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {static_cast<int>(GetLastError()), std::system_category()};
+  CloseHandle(file);
+  return {};
+}
+
+std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+  if (MoveFileExW(from.c_str(), to.c_str(), 0) != 0) return {};
+  return {static_cast<int>(GetLastError()), std::system_category()};
+}
+
+void openStandardStreams() {}
+
 std::filesystem::path programFolder()
 {
   std::wstring path(32768, L'\0');  // the longest there are
@@ -46,6 +78,11 @@ std::string waitingInput()
 bool isTerminal(std::FILE* stream)
 {
   return _isatty(_fileno(stream)) != 0;
+}
+
+bool takesText(std::FILE*)
+{
+  return true;
 }
 
 unsigned terminalWidth(std::FILE* stream)

@@ -50,6 +50,14 @@ PtyPort::~PtyPort()
   unplug();
 }
 
+bool PtyPort::isServed(const std::filesystem::path& path)
+{
+  const int terminal = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (terminal < 0) return false;
+  ::close(terminal);
+  return true;
+}
+
 void PtyPort::plugIn()
 {
   master_ = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);

@@ -13,6 +13,11 @@ PtyPort::PtyPort(VirtualClock& clock, Dongle& dongle, std::filesystem::path) : c
 
 PtyPort::~PtyPort() = default;
 
+bool PtyPort::isServed(const std::filesystem::path&)
+{
+  return false;
+}
+
 void PtyPort::run(const std::atomic<bool>&, double) {}
 
 void PtyPort::holdPort(bool) {}
