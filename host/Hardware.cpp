@@ -1,5 +1,4 @@
 #include "host/Hardware.h"
-#include "host/Console.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -11,6 +10,7 @@
 #include <sstream>
 
 #include "HwPlugins/HwTessel/Settings.h"
+#include "host/Console.h"
 #include "host/OpeningFailure.h"
 #include "host/Ports.h"
 #include "host/SettingsFile.h"

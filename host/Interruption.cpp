@@ -2,6 +2,7 @@
 
 #include "host/Console.h"
 
+
 void Interruption::raise()
 {
   isWanted_ = true;

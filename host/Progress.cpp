@@ -1,9 +1,10 @@
 #include "host/Progress.h"
-#include "host/Console.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+
+#include "host/Console.h"
 
 namespace {
 
