@@ -2,9 +2,11 @@
 // its help; its callback runs it, and leaves a Failure or sets the exit code.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "host/Failure.h"
+
+namespace CLI {
+class App;
+}
 
 void addRecord(CLI::App& tessel, ExitCode& exitCode);
 void addSim(CLI::App& tessel, ExitCode& exitCode);

@@ -10,13 +10,17 @@
 #include <string>
 #include <vector>
 
-#include "host/Commands.h"
+#include "host/Failure.h"
 #include "host/Interruption.h"
 #include "host/Plugin.h"
 #include "host/RecordStore.h"
 #include "host/ScratchFolder.h"
 #include "host/SimulatedGloves.h"
 #include "host/recording/Layout.h"
+
+namespace CLI {
+class App;
+}
 
 struct HardwareOptions {
   std::filesystem::path plugin;    // empty: the one beside the program

@@ -1,9 +1,10 @@
 // `tessel info`: the way from port to glove, as far as it is there.
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/Commands.h"

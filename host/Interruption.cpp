@@ -2,7 +2,6 @@
 
 #include "host/Console.h"
 
-
 void Interruption::raise()
 {
   isWanted_ = true;

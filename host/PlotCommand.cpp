@@ -1,5 +1,8 @@
 // `tessel plot`: draws a recording as an SVG file.
 
+#include <fmt/core.h>
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -7,8 +10,6 @@
 #include <memory>
 #include <string>
 #include <system_error>
-
-#include <fmt/core.h>
 
 #include "host/Commands.h"
 #include "host/Console.h"

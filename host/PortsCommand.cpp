@@ -1,10 +1,11 @@
 // `tessel ports`: what is there, and which port the plug-in would use.
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "host/Commands.h"
 #include "host/Console.h"

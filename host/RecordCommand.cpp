@@ -2,11 +2,12 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <ctime>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/Commands.h"

@@ -1,6 +1,7 @@
 // `tessel send`: one text command of the plug-in, and its answer.
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <chrono>
 #include <memory>

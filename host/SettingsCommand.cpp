@@ -1,9 +1,10 @@
 // `tessel settings`: what a settings file says, and what the plug-in makes of it.
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "host/Commands.h"
 #include "host/Console.h"

@@ -1,13 +1,14 @@
 // `tessel sim`: gloves for people who have none at hand, or want some that go wrong when told to.
 
+#include <fmt/core.h>
+#include <CLI/CLI.hpp>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
-
-#include <fmt/core.h>
 
 #include "host/Commands.h"
 #include "host/Console.h"

@@ -1,12 +1,12 @@
 #include "host/SimulatedGloves.h"
 
+#include <fmt/core.h>
+
 #include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
-
-#include <fmt/core.h>
 
 #include "host/Failure.h"
 #include "host/Text.h"

@@ -1,5 +1,7 @@
 #include "host/SimulationOptions.h"
 
+#include <CLI/CLI.hpp>
+
 #include <array>
 #include <string>
 

@@ -1,7 +1,6 @@
 #include "host/Summary.h"
 
 #include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
 #include "host/Text.h"

@@ -1,5 +1,7 @@
 // `tessel`: records, looks and diagnoses; the host of the plug-in for people at a terminal.
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <exception>
 #include <locale>

@@ -1,12 +1,12 @@
 #include "host/plot/Curve.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <iterator>
 #include <numeric>
-
-#include <fmt/format.h>
 
 Levels levelsOf(const Recording& recording, const Recording::Group& group, const TimeAxis& axis)
 {

@@ -1,10 +1,10 @@
 #include "host/plot/Picture.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
-
-#include <fmt/core.h>
 
 #include "host/Failure.h"
 #include "host/Text.h"

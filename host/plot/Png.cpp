@@ -1,9 +1,9 @@
 #include "host/plot/Png.h"
 
+#include <stb/stb_image_write.h>
+
 #include <stdexcept>
 #include <string_view>
-
-#include <stb/stb_image_write.h>
 
 std::vector<std::uint8_t> encodePng(std::span<const std::uint8_t> pixels, std::size_t width,
                                     std::size_t height)

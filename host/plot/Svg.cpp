@@ -1,10 +1,10 @@
 #include "host/plot/Svg.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
-
-#include <fmt/format.h>
 
 #include "host/plot/Png.h"
 

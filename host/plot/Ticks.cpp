@@ -1,9 +1,9 @@
 #include "host/plot/Ticks.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cmath>
-
-#include <fmt/core.h>
 
 Ticks::Ticks(double low, double high, std::size_t most, double least)
 {

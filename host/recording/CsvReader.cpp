@@ -1,13 +1,13 @@
 #include "host/recording/CsvReader.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <limits>
 #include <optional>
 #include <string_view>
-
-#include <fmt/core.h>
 
 #include "host/Text.h"
 #include "host/recording/RecordingParts.h"

@@ -1,11 +1,11 @@
 #include "host/recording/NpyFile.h"
 
+#include <fmt/core.h>
+
 #include <array>
 #include <charconv>
 #include <limits>
 #include <system_error>
-
-#include <fmt/core.h>
 
 #include "host/Text.h"
 #include "host/recording/RecordingParts.h"

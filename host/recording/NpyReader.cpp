@@ -1,14 +1,14 @@
 #include "host/recording/NpyReader.h"
 
+#include <fmt/core.h>
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
 #include <optional>
 #include <string_view>
-
-#include <fmt/core.h>
-#include <nlohmann/json.hpp>
 
 #include "host/Text.h"
 #include "host/recording/NpyFile.h"

@@ -2,10 +2,10 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <bit>
 #include <ctime>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/recording/Output.h"

@@ -1,8 +1,8 @@
 #include "host/recording/Recording.h"
 
-#include <system_error>
-
 #include <fmt/core.h>
+
+#include <system_error>
 
 #include "host/Text.h"
 #include "host/recording/CsvReader.h"

@@ -1,10 +1,10 @@
 #include "host/recording/RecordingParts.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
-
-#include <fmt/core.h>
 
 #include "host/Failure.h"
 #include "host/Text.h"
