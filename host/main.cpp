@@ -76,11 +76,13 @@ int run(int count, char** arguments)
 }  // namespace
 
 int main(int count, char** arguments)
-{
+try {
   host::openStandardStreams();
   useCharactersOfTheUser();
   const int code = run(count, arguments);
   if (code != 0 || (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)) return code;
   return fail(ExitCode::output, "standard output did not take all of it.",
               "Its disk may be full, or its reader gone.");
+} catch (...) {
+  return static_cast<int>(ExitCode::internal);  // no memory, not even for the words
 }

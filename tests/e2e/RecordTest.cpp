@@ -97,7 +97,7 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
 {
   folder_.write("file", "no dongle");
   folder_.write("empty", "");
-  folder_.write("binary", std::string("\x7F\x45\x4C\x46\0\xFF\xFE\0 7 \n\x80", 14));
+  folder_.write("binary", std::string("\x7F\x45\x4C\x46\0\xFF\xFE\0 7 \n\x80", 13));
   folder_.write("tooMany", "TesselElementCount\t1000\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
   folder_.write("huge", "TesselElementCount\t2000000000\n");
   folder_.write("oldFirmware", "0 firmware 1.3.0.1");

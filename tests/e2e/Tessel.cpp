@@ -17,6 +17,7 @@ Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments
 {
   command.insert(command.end(), arguments.begin(), arguments.end());
   std::vector<char*> words;
+  words.reserve(command.size() + 1);
   for (std::string& word : command) {
     words.push_back(word.data());
   }

@@ -30,7 +30,8 @@ void linkTo(const fs::path& link, const fs::path& target)
 
 fs::path terminalPath()
 {
-  const std::string entry = std::getenv("TESSEL_SERIAL_PORTS");
+  const char* const variable = std::getenv("TESSEL_SERIAL_PORTS");
+  const std::string entry = variable != nullptr ? variable : "";
   return entry.substr(entry.find('=') + 1);
 }
 
