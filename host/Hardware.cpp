@@ -72,17 +72,10 @@ std::vector<std::uint32_t> acceptedSerialNumbers()
 
 void warnOf(const SettingsReport& report, const fs::path& file)
 {
-  if (report.faults.empty() && report.doubts.empty()) return;
-  console::tell("The settings file {} is doubtful:\n", utf8(file));
   constexpr std::size_t mostShown = 5;
-  for (std::size_t index = 0; index < std::min(report.faults.size(), mostShown); ++index) {
-    const SettingsFault& fault = report.faults[index];
-    console::tell("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
-  }
-  for (const std::string& doubt : report.doubts) {
-    console::tell("  {}\n", doubt);
-  }
-  console::tell("All of it: tessel settings {}\n", utf8(file));
+  if (report.isClean()) return;
+  console::tell("The settings file {0} is doubtful:\n{1}All of it: tessel settings {0}\n", utf8(file),
+                faultText(report, mostShown));
 }
 
 Failure notAPlugin()

@@ -33,7 +33,7 @@ std::string adviceFor(const Port& port)
     case PortState::noRights:
       return fmt::format(
           "Install the udev rule that the README names, or: sudo usermod -a -G dialout $USER, and log "
-          "in anew. Rights now: ls -l {}",
+          "in anew. Rights now: ls -lL {}",
           port.path);
     case PortState::notSerial:
       return "TESSEL_SERIAL_PORTS must name the path of a serial port or of a simulated one.";

@@ -59,18 +59,10 @@ void printTable(const SettingsReport& report, const Values& defaults, const Valu
 void printFaults(const SettingsReport& report)
 {
   constexpr std::size_t mostShown = 20;
-  if (report.faults.empty() && report.doubts.empty()) {
+  if (report.isClean()) {
     console::print("\nNo faults.\n");
-    return;
-  }
-  console::print("\nThe plug-in says nothing of these, and goes on:\n");
-  for (std::size_t index = 0; index < report.faults.size() && index < mostShown; ++index) {
-    const SettingsFault& fault = report.faults[index];
-    console::print("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
-  }
-  if (report.faults.size() > mostShown) console::print("  and {} more\n", report.faults.size() - mostShown);
-  for (const std::string& doubt : report.doubts) {
-    console::print("  {}\n", doubt);
+  } else {
+    console::print("\nThe plug-in says nothing of these, and goes on:\n{}", faultText(report, mostShown));
   }
 }
 
@@ -107,7 +99,7 @@ ExitCode run(const Options& options)
     printTable(report, defaults, values);
     printFaults(report);
   }
-  return report.faults.empty() && report.doubts.empty() ? ExitCode::done : ExitCode::settings;
+  return report.isClean() ? ExitCode::done : ExitCode::settings;
 }
 
 }  // namespace

@@ -160,6 +160,21 @@ constexpr std::array comments{
 
 }  // namespace
 
+std::string faultText(const SettingsReport& report, std::size_t mostFaults)
+{
+  std::string text;
+  for (std::size_t index = 0; index < std::min(report.faults.size(), mostFaults); ++index) {
+    const SettingsFault& fault = report.faults[index];
+    text += fmt::format("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+  }
+  if (report.faults.size() > mostFaults)
+    text += fmt::format("  and {} more\n", report.faults.size() - mostFaults);
+  for (const std::string& doubt : report.doubts) {
+    text += fmt::format("  {}\n", doubt);
+  }
+  return text;
+}
+
 SettingsReport readSettings(const fs::path& file)
 {
   std::error_code error;

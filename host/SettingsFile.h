@@ -23,7 +23,12 @@ struct SettingsReport {
   std::vector<std::string> doubts;
   // The line of the value that counts, for each key that the file gives.
   std::map<std::wstring, int> lines;
+
+  bool isClean() const { return faults.empty() && doubts.empty(); }
 };
+
+// The faults, at most so many of them, and the doubts; a line for each.
+std::string faultText(const SettingsReport& report, std::size_t mostFaults);
 
 // Reads a file over the variables as they are, which at the start of the program are the defaults.
 SettingsReport readSettings(const std::filesystem::path& file);
