@@ -117,4 +117,14 @@ TEST_F(Windows, WhatIsWrongWithTheDongleOrTheGlovesIsTold)
   }
 }
 
+TEST_F(Windows, ADonglePulledOutEndsARecordingThatKeepsWhatCame)
+{
+  Tessel sim(simulator_,
+             {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15", "--at", "6 unplug"});
+  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
+  const auto result = run({"record", "--output", "run.csv"});
+  EXPECT_EQ(result.exitCode, 15) << result.messages;
+  EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U);
+}
+
 }  // namespace
