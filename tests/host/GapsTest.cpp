@@ -18,7 +18,7 @@ TEST(Gaps, AreFoundByTheStampsAlone)
   } cases[] = {
       {"none", [](unsigned) { return false; }, 0, 0, 0},
       {"one", [](unsigned frame) { return frame == 100; }, 1, 1, 50},
-      {"a second", [](unsigned frame) { return frame >= 100 && frame < 140; }, 1, 40, 1025},
+      {"five seconds", [](unsigned frame) { return frame >= 100 && frame < 300; }, 1, 200, 5025},
       {"nine of thirteen", [](unsigned frame) { return frame % 13 > 3; }, 30, 270, 250},
       {"the second one, while gloves begin", [](unsigned frame) { return frame == 1; }, 0, 0, 0},
   };
