@@ -1,0 +1,26 @@
+#include <gtest/gtest.h>
+
+#include "host/recording/RecordWriter.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+TEST(RecordWriter, StampsAndElementsStandAsTheyCame)
+{
+  const Layout layout{.elements = 3, .groups = {{"left", "KVXGL00017", 0, 2}, {"aux", "", 2, 1}}};
+  const TemporaryFolder folder;
+  for (const auto format : {RecordFormat::csv, RecordFormat::npy}) {
+    const auto writer =
+        makeRecordWriter(format, format == RecordFormat::csv ? folder / "a.csv" : folder.path(), layout);
+    writer->add(4'294'967'295U, std::vector<std::uint16_t>{0, 65535, 7});
+    writer->add(1, std::vector<std::uint16_t>{258, 2, 3});
+    writer->finish("as asked for.");
+  }
+  EXPECT_EQ(folder.read("a.csv"), "time_ms,left_0,left_1,aux_0\n4294967295,0,65535,7\n1,258,2,3\n");
+  const std::string stamps = folder.read("stamps.npy");
+  EXPECT_EQ(stamps.substr(128), std::string("\xFF\xFF\xFF\xFF\x01\0\0\0", 8));
+  EXPECT_EQ(folder.read("samples.npy").substr(128),
+            std::string("\0\0\xFF\xFF\x07\0\x02\x01\x02\0\x03\0", 12));
+}
+
+}  // namespace
