@@ -22,7 +22,9 @@ TEST(Look, EachCommandTellsWhatItFinds)
   } cases[] = {
       {{"info", "--sim"},
        0,
-       {"COM7", "KVXGR00018 (right), serial number 18", "build 212", "75%", "they work"}},
+       {"COM7",
+        "KVXGR00018 (right), serial number 18\n         part 4711 revision 5, firmware build 212 from", "75%",
+        "they work"}},
       {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
       {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
       {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
