@@ -43,10 +43,11 @@ bool Recorder::run(const std::atomic<bool>& stop,
     figures_.silentSeconds = secondsBetween(latest_, now);
     const bool isAtEnd = isAtLimit();
     if (isAtEnd || !first_) checkSilence();
+    const bool isDue = now >= nextProgress;
+    if (isAtEnd || isDue) figures_.battery = hardware_.battery();
     if (isAtEnd) return true;
-    if (now < nextProgress) continue;
+    if (!isDue) continue;
     nextProgress = now + progressInterval;
-    figures_.battery = hardware_.battery();
     onProgress(figures_);
     if (now < nextRefresh) continue;
     nextRefresh = now + refreshInterval;

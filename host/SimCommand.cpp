@@ -26,8 +26,7 @@ constexpr const char* examples =
     "  tessel sim --at '10 drop left' --at '20 unplug' --at '25 plug'\n"
     "  tessel sim --port /tmp/dongle --control     commands at the terminal; `help` lists them\n"
     "A value with [GLOVE] may begin with left or right, and then stands in quotes; without, it is for both.\n"
-    "The radio carries about 1,400 packets a second in all, as a real one does: with --rate above 50 two "
-    ""
+    "The radio carries about 1,400 packets a second in all, as a real one does: with --rate above 50 two\n"
     "gloves fall behind and frames are dropped, one glove with --rate above 100.\n"
     "docs/simulator.md tells more.";
 
