@@ -5,9 +5,12 @@
 void Interruption::raise()
 {
   isWanted_ = true;
+  {
+    const std::lock_guard lock(mutex_);
+    if (onWish_) onWish_();
+  }
+  // Last, because a terminal that is held makes it wait.
   console::tell("\nEnding; once more ends at once.\n");
-  const std::lock_guard lock(mutex_);
-  if (onWish_) onWish_();
 }
 
 void Interruption::during(const std::function<void()>& action, const std::function<void()>& onWish)

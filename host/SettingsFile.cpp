@@ -179,13 +179,13 @@ SettingsReport readSettings(const fs::path& file)
 {
   std::error_code error;
   if (!fs::exists(file, error)) {
-    throw Failure(ExitCode::settings, fmt::format("there is no settings file {}.", file.string()),
-                  fmt::format("Make one with: tessel settings {} --write", file.string()));
+    throw Failure(ExitCode::settings, fmt::format("there is no settings file {}.", utf8(file)),
+                  fmt::format("Make one with: tessel settings {} --write", utf8(file)));
   }
   std::wifstream stream;
   // The plug-in reads it a second time, which a pipe does not bear.
   if (!fs::is_regular_file(file, error) || !os::openStream(stream, widen(file), std::ios_base::in)) {
-    throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", file.string()),
+    throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", utf8(file)),
                   "It must be a file, and you need the right to read it.");
   }
   SettingsReport report;

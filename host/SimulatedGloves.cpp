@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
