@@ -13,6 +13,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "HwPlugins/HwTessel/platform/FriendlyText.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/platform/posix/PortList.h"
 #include "HwPlugins/HwTessel/serial/SerialPort.h"
@@ -113,7 +114,7 @@ std::vector<Port> listPorts()
     port.friendlyText = entry.friendlyText;
     port.path = entry.path;
     port.isDongle = entry.friendlyText.starts_with(std::string(platform::dongleName) + " (COM");
-    port.isUsed = port.isDongle && platform::posix::comNumber(entry.friendlyText) == used;
+    port.isUsed = port.isDongle && platform::portNumber(entry.friendlyText, platform::dongleName) == used;
     if (port.isDongle) tryToOpen(port);
   }
   return ports;

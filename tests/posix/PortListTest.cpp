@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "platform/Platform.h"
+#include "serial/SerialPort.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -68,11 +69,26 @@ TEST(PortsFromText, TheVariableReplacesTheSystemsListEvenWhenEmpty)
   EXPECT_EQ(platform::presentPorts(), std::vector<std::string>{"Anything (COM1)"});
 }
 
-TEST(ComNumber, IsWhatStandsInTheLastBrackets)
+TEST(DonglePath, IsTheEntryThatLookingForTheDongleFinds)
 {
-  EXPECT_EQ(platform::posix::comNumber("(COM1) (COM27)"), 27);
-  for (const char* text : {"Radio (COM)", "Radio (COM7", "", "(COM7x)", "COM7", ")", "(COM99999999999)"}) {
-    EXPECT_EQ(platform::posix::comNumber(text), std::nullopt) << text;
+  const std::string name = platform::dongleName;
+  const struct {
+    std::string variable;
+    const char* path;  // of the port that is found and opened
+  } cases[] = {
+      {name + " (COM7)=/dev/tty", "/dev/tty"},
+      {name + " (COM7) =/dev/tty", "/dev/tty"},
+      {name + "(COM7 and more=/dev/tty", "/dev/tty"},
+      {"Modem (COM7)=/dev/null;" + name + " (COM7)=/dev/tty", "/dev/tty"},
+      {name + " (COM7)=/nowhere;" + name + " (COM7)=/dev/tty", "/dev/tty"},
+      {name + " (COM7)=/dev/tty;" + name + " (COM7)=/dev/null", "/dev/tty"},
+      {"Old " + name + " (COM7)=/dev/null;" + name + " (COM7)=/dev/tty", "/dev/tty"},
+  };
+  for (const auto& [variable, path] : cases) {
+    ::setenv("TESSEL_SERIAL_PORTS", variable.c_str(), 1);
+    EXPECT_EQ(serialFindPort(name), 7) << variable;
+    EXPECT_EQ(platform::posix::donglePath(7), path) << variable;
+    EXPECT_EQ(platform::posix::donglePath(8), std::nullopt) << variable;
   }
 }
 

@@ -81,7 +81,8 @@ TEST(PosixPort, OnlyTerminalsInTheListOpen)
   folder.write("file", "text");
   for (const std::string& path :
        {(folder / "file").string(), std::string("/dev/null"), folder.path().string()}) {
-    ::setenv("TESSEL_SERIAL_PORTS", ("Radio (COM7)=" + path).c_str(), 1);
+    const std::string entry = std::string(platform::dongleName) + " (COM7)=" + path;
+    ::setenv("TESSEL_SERIAL_PORTS", entry.c_str(), 1);
     EXPECT_EQ(platform::openPort("\\\\.\\COM7"), platform::closedPort) << path;
   }
 }

@@ -56,7 +56,8 @@ struct PortResult {
 std::optional<std::vector<std::string>> presentPorts();
 
 // Opens a port by its device path, "\\.\COMn" on every platform; `closedPort` if it can't be opened. A port
-// that another program holds open can't.
+// that is open already can't, whether this program or another one holds it. Where the system does not number
+// its ports, only a dongle's has such a path.
 PortHandle openPort(const char* devicePath);
 void closePort(PortHandle port);
 
@@ -70,7 +71,7 @@ PortResult setTimeouts(PortHandle port, const PortTimeouts& timeouts);
 // time-out of 0 what is there. A port whose device is gone delivers what it still has, and then fails.
 PortResult readPort(PortHandle port, std::span<std::uint8_t> buffer);
 
-// Writes as much as the device takes within the time-out. Fails if that is nothing.
+// Writes as much as the device takes within the timeout. Fails if that is nothing.
 PortResult writePort(PortHandle port, std::span<const std::uint8_t> bytes);
 
 // Milliseconds since some moment, wrapping.

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <charconv>
 #include <cstdio>
-#include <optional>
-#include <string_view>
 #include <vector>
+
+#include "platform/FriendlyText.h"
 
 namespace {
 
@@ -17,46 +15,6 @@ using platform::PortResult;
 using platform::PortTimeouts;
 
 constexpr std::uint32_t writeTimeoutMs = 3000;
-
-bool isSpace(char character)
-{
-  return std::isspace(static_cast<unsigned char>(character)) != 0;
-}
-
-void skipSpace(std::string_view& text)
-{
-  while (!text.empty() && isSpace(text.front())) {
-    text.remove_prefix(1);
-  }
-}
-
-// The number that scanf finds in a text by the pattern "NAME (COM%d)": a blank in the pattern stands for any
-// run of white space, and nothing behind the digits matters. Names that are patterns themselves do no harm
-// here.
-std::optional<std::int32_t> matchPort(std::string_view text, const std::string& friendlyName)
-{
-  // A pattern is held to this many characters; a name that pushes its number out of it matches nothing.
-  constexpr std::size_t longestPattern = 259;
-  constexpr std::string_view numberPrefix = " (COM";
-  constexpr std::string_view numberMark = "%d";
-  const std::string pattern = friendlyName + std::string(numberPrefix);
-  if (pattern.size() + numberMark.size() > longestPattern) return std::nullopt;
-
-  for (const char expected : pattern) {
-    if (isSpace(expected)) {
-      skipSpace(text);
-    } else if (!text.empty() && text.front() == expected) {
-      text.remove_prefix(1);
-    } else {
-      return std::nullopt;
-    }
-  }
-  skipSpace(text);
-  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-  std::int32_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() ? std::optional(number) : std::nullopt;
-}
 
 bool isRaised(const StopFlag& flag)
 {
@@ -110,7 +68,7 @@ std::int32_t serialFindPort(const std::string& friendlyName)
   const auto texts = platform::presentPorts();
   if (!texts) return -1;
   for (const std::string& text : *texts) {
-    if (const auto number = matchPort(text, friendlyName)) return *number;
+    if (const auto number = platform::portNumber(text, friendlyName)) return *number;
   }
   return -1;
 }
@@ -120,7 +78,7 @@ void serialListPorts()
   const auto texts = platform::presentPorts();
   if (!texts) return;
   for (const std::string& text : *texts) {
-    if (matchPort(text, platform::dongleName)) std::printf("%s\n", text.c_str());
+    if (platform::portNumber(text, platform::dongleName)) std::printf("%s\n", text.c_str());
   }
 }
 

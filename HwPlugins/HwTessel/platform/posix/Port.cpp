@@ -73,16 +73,10 @@ std::optional<std::filesystem::path> pathOf(std::string_view devicePath)
   if (!devicePath.starts_with(prefix)) return std::nullopt;
   devicePath.remove_prefix(prefix.size());
   const char* const last = devicePath.data() + devicePath.size();
-  int number = 0;
+  std::int32_t number = 0;
   const auto [end, error] = std::from_chars(devicePath.data(), last, number);
   if (error != std::errc() || end != last) return std::nullopt;
-
-  const auto ports = posix::portList();
-  if (!ports) return std::nullopt;
-  const auto port = std::find_if(ports->begin(), ports->end(), [number](const posix::PortEntry& entry) {
-    return posix::comNumber(entry.friendlyText) == number;
-  });
-  return port == ports->end() ? std::nullopt : std::optional(port->path);
+  return posix::donglePath(number);
 }
 
 bool isPseudoTerminal(int descriptor)

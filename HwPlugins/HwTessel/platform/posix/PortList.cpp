@@ -7,6 +7,7 @@
 #include <map>
 #include <utility>
 
+#include "platform/FriendlyText.h"
 #include "platform/Platform.h"
 
 namespace platform::posix {
@@ -100,16 +101,14 @@ std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass)
   return ports;
 }
 
-std::optional<int> comNumber(std::string_view friendlyText)
+std::optional<fs::path> donglePath(std::int32_t number)
 {
-  constexpr std::string_view mark = "(COM";
-  const std::size_t start = friendlyText.rfind(mark);
-  if (start == std::string_view::npos || !friendlyText.ends_with(')')) return std::nullopt;
-  const char* const last = friendlyText.data() + friendlyText.size() - 1;
-  int number = 0;
-  const auto [end, error] = std::from_chars(friendlyText.data() + start + mark.size(), last, number);
-  if (error != std::errc() || end != last) return std::nullopt;
-  return number;
+  const auto ports = portList();
+  if (!ports) return std::nullopt;
+  const auto port = std::ranges::find_if(*ports, [number](const PortEntry& entry) {
+    return portNumber(entry.friendlyText, dongleName) == number;
+  });
+  return port == ports->end() ? std::nullopt : std::optional(port->path);
 }
 
 }  // namespace platform::posix

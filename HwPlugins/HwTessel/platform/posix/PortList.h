@@ -5,6 +5,7 @@
 // `Bluegiga Bluetooth Low Energy (COM7)=/tmp/dongle`.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -31,7 +32,8 @@ std::vector<PortEntry> portsFromText(std::string_view text);
 // n is the number at the end of the device's name. Nothing if there is no such directory.
 std::optional<std::vector<PortEntry>> portsFromSysfs(const std::filesystem::path& ttyClass);
 
-// The number n of a text that ends in "(COMn)".
-std::optional<int> comNumber(std::string_view friendlyText);
+// The device of the first dongle with this port number: the one that looking for the dongle by name has
+// found. Other ports of the same number do no harm. Nothing if there is none.
+std::optional<std::filesystem::path> donglePath(std::int32_t number);
 
 }  // namespace platform::posix
