@@ -4,23 +4,23 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <streambuf>
+#include <functional>
+#include <sstream>
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/Failure.h"
 #include "host/Text.h"
 #include "shared/Parameter.h"
-#include "shared/System.h"
+#include "shared/TextFile.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// Hands on the characters of a file one by one, and counts its lines.
+// Hands on the characters of a text one by one, and counts its lines.
 class LineCounter final : public std::wstreambuf {
  public:
-  explicit LineCounter(std::wstreambuf& source) : source_(source) {}
+  explicit LineCounter(const std::wstring& text) : source_(text) {}
 
   int line() const { return line_; }
 
@@ -33,7 +33,7 @@ class LineCounter final : public std::wstreambuf {
     return character;
   }
 
-  std::wstreambuf& source_;
+  std::wstringbuf source_;
   int line_ = 1;
 };
 
@@ -87,6 +87,33 @@ class FaultFinder final : public parameter::ReadingObserver {
   SettingsReport& report_;
   std::wstring name_;
   int line_ = 0;
+};
+
+// Collects the bytes of the file that are no text in the character set of the user.
+class ForeignBytesFinder {
+ public:
+  explicit ForeignBytesFinder(SettingsReport& report) : report_(report) {}
+
+  void operator()(const textfile::ForeignBytes& foreign)
+  {
+    // A file that is no text at all has millions of them.
+    constexpr std::size_t maxReported = 1000;
+    if (++count_ > maxReported) return;
+    std::string bytes;
+    for (const char byte : foreign.bytes) {
+      bytes += fmt::format(" {:02X}", static_cast<unsigned char>(byte));
+    }
+    report_.faults.push_back(
+        {static_cast<int>(foreign.line),
+         fmt::format("column {}:{} is not text in this character set; it was read as {}.", foreign.column,
+                     bytes, foreign.isUtf8 ? "UTF-8" : "Latin-1")});
+    if (count_ == maxReported)
+      report_.faults.push_back({0, "More such bytes follow: is it a settings file?"});
+  }
+
+ private:
+  SettingsReport& report_;
+  std::size_t count_ = 0;
 };
 
 std::string join(const std::vector<std::int32_t>& numbers)
@@ -182,21 +209,20 @@ SettingsReport readSettings(const fs::path& file)
     throw Failure(ExitCode::settings, fmt::format("there is no settings file {}.", utf8(file)),
                   fmt::format("Make one with: tessel settings {} --write", utf8(file)));
   }
-  std::wifstream stream;
+  SettingsReport report;
+  ForeignBytesFinder findForeign(report);
   // The plug-in reads it a second time, which a pipe does not bear.
-  if (!fs::is_regular_file(file, error) || !os::openStream(stream, widen(file), std::ios_base::in)) {
+  const auto text =
+      fs::is_regular_file(file, error) ? textfile::read(widen(file), std::ref(findForeign)) : std::nullopt;
+  if (!text) {
     throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", utf8(file)),
                   "It must be a file, and you need the right to read it.");
   }
-  SettingsReport report;
-  LineCounter lines(*stream.rdbuf());
+  LineCounter lines(*text);
   FaultFinder finder(lines, report);
-  std::wistream text(&lines);
-  parameter::readStream(text, finder);
-  if (text.bad()) {
-    report.faults.push_back(
-        {lines.line(), "here are bytes that are no text: the rest of the file is not read."});
-  }
+  std::wistream stream(&lines);
+  parameter::readStream(stream, finder);
+  std::ranges::stable_sort(report.faults, {}, &SettingsFault::line);
   if (report.lines.empty()) {
     report.faults.push_back({0, "the file sets nothing: all settings keep their defaults."});
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "shared/MachineText.h"
 #include "shared/System.h"
 
 namespace interlace {
@@ -19,6 +20,7 @@ std::vector<Entry> readInterlaceFile(const wchar_t* path, std::int64_t context)
   if (path == nullptr) return entries;
   std::ifstream file;
   if (!os::openStream(file, path, std::ios_base::in)) throw static_cast<char*>(readError);
+  file.imbue(machine::locale());
   std::int32_t number = 0;
   while (file >> number) {
     if (number >= 0) entries.push_back({.number = number, .context = context, .spare = 0});
@@ -30,6 +32,7 @@ bool writeInterlaceFile(const std::vector<Entry>& entries, const std::wstring& p
 {
   std::ofstream file;
   if (!os::openStream(file, path, std::ios_base::out)) return false;
+  file.imbue(machine::locale());
   for (const Entry& entry : entries) {
     file << entry.number << '\n';
   }

@@ -4,9 +4,11 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
-#include <stdexcept>
+#include <utility>
 
+#include "shared/MachineText.h"
 #include "shared/System.h"
+#include "shared/TextFile.h"
 
 namespace parameter {
 
@@ -36,18 +38,24 @@ void print(std::wostream& stream, const std::vector<std::int32_t>& value)
   }
 }
 
+template <class T>
+std::wistream& extract(std::wistream& stream, T& value)
+{
+  return stream >> value;
+}
+
+std::wistream& extract(std::wistream& stream, std::wstring& value)
+{
+  return readQuoted(stream, value);
+}
+
 // A value that does not parse leaves the variable as it was.
 template <class T>
 std::wistream& parse(std::wistream& stream, T& value)
 {
   T parsed{};
-  if (stream >> parsed) value = parsed;
+  if (extract(stream, parsed)) value = std::move(parsed);
   return stream;
-}
-
-std::wistream& parse(std::wistream& stream, std::wstring& value)
-{
-  return readQuoted(stream, value);
 }
 
 std::wistream& parse(std::wistream& stream, std::vector<std::int32_t>& value)
@@ -73,6 +81,27 @@ void dropLine(std::wistream& stream)
   stream.ignore(std::numeric_limits<std::streamsize>::max(), L'\n');
 }
 
+std::wstring entryText(const Registry::value_type& entry)
+{
+  return entry.first + L'\t' + entry.second->toString() + L'\n';
+}
+
+bool writeToFile(const Registry::value_type& entry, std::ofstream& file)
+{
+  return static_cast<bool>(file << textfile::encode(entryText(entry)) << std::flush);
+}
+
+// Writes the entries whose names begin with the prefix. `write` returns whether an entry was written.
+template <class Write>
+std::uint32_t countWritten(const std::wstring& prefix, const Write& write)
+{
+  std::uint32_t written = 0;
+  for (const auto& entry : satelites()) {
+    if (entry.first.starts_with(prefix) && write(entry)) ++written;
+  }
+  return written;
+}
+
 }  // namespace
 
 SateliteInterface::SateliteInterface(const std::wstring& name)
@@ -83,7 +112,7 @@ SateliteInterface::SateliteInterface(const std::wstring& name)
 template <class T>
 std::wstring Satelite<T>::toString() const
 {
-  std::wostringstream text;
+  std::wostringstream text = machine::writer();
   print(text, *variable_);
   return text.str();
 }
@@ -114,8 +143,10 @@ SateliteInterface* find(const std::wstring& name)
 
 std::int32_t readFile(const std::wstring& path)
 {
-  std::wifstream file;
-  return os::openStream(file, path, std::ios_base::in) ? readStream(file) : -1;
+  const auto text = textfile::read(path);
+  if (!text) return -1;
+  std::wistringstream stream(*text);
+  return readStream(stream);
 }
 
 std::int32_t readStream(std::wistream& stream)
@@ -132,6 +163,7 @@ std::int32_t readStream(std::wistream& stream, ReadingObserver& observer)
 {
   // With no base set, 0x10 reads as hexadecimal and 010 as octal.
   stream.unsetf(std::ios_base::basefield);
+  stream.imbue(machine::locale());
   std::int32_t read = 0;
   std::int32_t faulty = 0;
   std::wstring word;
@@ -162,31 +194,31 @@ std::int32_t readStream(std::wistream& stream, ReadingObserver& observer)
 
 std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stream)
 {
-  return stream << entry.first << L'\t' << entry.second->toString() << std::endl;
+  return stream << entryText(entry) << std::flush;
 }
 
 std::uint32_t writeMatching(const std::wstring& prefix, std::wostream& stream)
 {
-  std::uint32_t written = 0;
-  for (const auto& entry : satelites()) {
-    if (entry.first.starts_with(prefix) && writeEntry(entry, stream)) ++written;
-  }
-  return written;
+  return countWritten(prefix, [&stream](const Registry::value_type& entry) {
+    return static_cast<bool>(writeEntry(entry, stream));
+  });
 }
 
 std::uint32_t writeFile(const std::wstring& prefix, const std::wstring& path)
 {
-  std::wofstream file;
-  return os::openStream(file, path, std::ios_base::out) ? writeMatching(prefix, file) : 0;
+  std::ofstream file;
+  if (!os::openStream(file, path, std::ios_base::out)) return 0;
+  return countWritten(prefix,
+                      [&file](const Registry::value_type& entry) { return writeToFile(entry, file); });
 }
 
 bool writeOne(const std::wstring& name, const std::wstring& path)
 {
   const auto entry = satelites().find(name);
   if (entry == satelites().end()) return false;
-  std::wofstream file;
+  std::ofstream file;
   if (!os::openStream(file, path, std::ios_base::out)) return false;
-  writeEntry(*entry, file);
+  writeToFile(*entry, file);
   return true;
 }
 

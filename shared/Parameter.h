@@ -5,12 +5,12 @@
 //   std::int32_t readTimeout = 10000;
 //   parameter::Satelite<std::int32_t> readTimeoutSatelite(L"TesselReadTimeout", readTimeout);
 //
-// A settings file is text: name, tab, value, line end. The reader takes words, not lines: a value may stand
+// A settings file is text: name, tab, value, newline. The reader takes words, not lines: a value may stand
 // on another line than its name. A word of one character, or one that begins with "//", drops the rest of its
-// line. Files are narrowed and widened by the locale in force.
+// line. Files are decoded and encoded as shared/TextFile.h describes; numbers are the same in every locale.
 //
 // Threads: one at a time.
-// Errors: counts and booleans as told below; nothing throws but for memory.
+// Errors: counts and booleans, see below; throws only std::bad_alloc.
 #pragma once
 
 #include <cstdint>

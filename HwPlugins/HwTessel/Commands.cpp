@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "HWTessel.h"
+#include "shared/MachineText.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ std::vector<std::wstring> splitText(const std::wstring& text, wchar_t delimiter)
 std::uint16_t toWord(const std::wstring& text)
 {
   std::uint16_t number = 0;
-  std::wistringstream(text) >> number;
+  machine::reader(text) >> number;
   return number;
 }
 
@@ -57,7 +58,7 @@ std::wstring levelText(std::int32_t code)
   float level = 0.0F;
   if (code >= 0 && code <= fullCode)
     level = std::max(0.0F, 1.0F - static_cast<float>(fullCode - code) * step);
-  std::wostringstream text;
+  std::wostringstream text = machine::writer();
   text << static_cast<double>(level);
   return text.str();
 }

@@ -1,6 +1,7 @@
 // sendCommand: what each line of text answers, and what it queues.
 
 #include "tests/frame/FrameFixture.h"
+#include "tests/support/GroupingLocale.h"
 
 namespace {
 
@@ -48,6 +49,22 @@ TEST_F(CommandsTest, AnUnknownTextRepeatsTheLatestAnswerOfTheProcess)
   foundCount = 0;
   EXPECT_EQ(answer(L"GetModuleMap"), L"0");
   EXPECT_EQ(answer(L"GetFirmwareVersion"), L"-1 untouched") << "an empty answer is none";
+}
+
+TEST_F(CommandsTest, AnswersAndArgumentsAreTheSameInEveryLocale)
+{
+  const GroupingLocale grouping;
+  left_.config.batteryCode = right_.config.batteryCode = 18;
+  open();
+  install();
+  while (tessel_->bleDevice_.load()->batteryCode() == 0) {
+    ASSERT_EQ(tessel_->readRecord(), 0);
+  }
+  EXPECT_EQ(answer(L"BatteryLevel"), L"0.875");
+  EXPECT_EQ(answer(L"SetSerialNumber,0,12345"), L"OK");
+  tessel_->readRecord();
+  platform_.clock.advance(std::chrono::milliseconds(50));
+  EXPECT_EQ(left_.commands(), (std::vector<std::vector<std::uint8_t>>{{114, 254, 0x39, 0x30}}));
 }
 
 TEST_F(CommandsTest, CommandsReachTheirModuleOneForEachRead)

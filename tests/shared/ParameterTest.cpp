@@ -7,9 +7,11 @@
 #endif
 
 #include <locale>
+#include <map>
 #include <numeric>
 #include <sstream>
 
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -28,6 +30,27 @@ Satelite<std::int32_t> numberSatelite(L"Number", number);
 Satelite<std::vector<std::int32_t>> listSatelite(L"List", list);
 Satelite<bool> flagSatelite(L"Flag", flag);
 Satelite<std::int32_t> lowerCaseSatelite(L"number", number);
+
+// Each byte is a character.
+class Latin1 final : public std::codecvt<wchar_t, char, std::mbstate_t> {
+  result do_in(std::mbstate_t&, const char* from, const char* fromEnd, const char*& fromNext, wchar_t* to,
+               wchar_t* toEnd, wchar_t*& toNext) const override
+  {
+    for (fromNext = from, toNext = to; fromNext != fromEnd && toNext != toEnd; ++fromNext) {
+      *toNext++ = static_cast<unsigned char>(*fromNext);
+    }
+    return fromNext == fromEnd ? ok : partial;
+  }
+  result do_out(std::mbstate_t&, const wchar_t* from, const wchar_t* fromEnd, const wchar_t*& fromNext,
+                char* to, char* toEnd, char*& toNext) const override
+  {
+    for (fromNext = from, toNext = to; fromNext != fromEnd && toNext != toEnd; ++fromNext) {
+      if (*fromNext > 0xFF) return error;
+      *toNext++ = static_cast<char>(*fromNext);
+    }
+    return fromNext == fromEnd ? ok : partial;
+  }
+};
 
 class Parameter : public testing::Test {
  protected:
@@ -80,6 +103,8 @@ TEST_F(Parameter, ReadsRecordsAndCountsFaults)
       {L"Text \"\"", 1, L"Text\t\"\""},
       {L"Text \"never closed Number 9", 1, L"Text\t\"never closed Number 9\""},
       {L"Text", -1, L""},
+      {L"Text \"", -1, L""},
+      {L"Text \" ", 1, L"Text\t\" \""},
       {L"List 3 11 12 -1", 1, L"List\t3 11 12 -1"},
       {L"List 3 11 12", -1, L"List\t3 11 12 0"},
       {L"List 3 11 ab 12\nNumber 9", -3, L"List\t3 11 0 0"},
@@ -165,23 +190,95 @@ TEST_F(Parameter, DamagedFilesEndAndTouchNoOtherParameter)
   }
 }
 
-TEST_F(Parameter, FilesAreNarrowedByTheLocaleInForce)
+// A host's character set, in force for as long as an object lives.
+class CharacterSet {
+ public:
+  explicit CharacterSet(const std::locale& locale) : before_(std::locale::global(locale)) {}
+  ~CharacterSet() { std::locale::global(before_); }
+  CharacterSet(const CharacterSet&) = delete;
+  CharacterSet& operator=(const CharacterSet&) = delete;
+
+ private:
+  std::locale before_;
+};
+
+// Those that this system has. Latin-1 is our own, because few systems have it installed.
+std::map<std::string, std::locale> characterSets()
 {
-  const std::locale before = std::locale::global(std::locale::classic());
+  std::map<std::string, std::locale> sets{{"C", std::locale::classic()},
+                                          {"Latin-1", std::locale(std::locale::classic(), new Latin1)}};
   try {
-    std::locale::global(std::locale("C.UTF-8"));
+    sets.emplace("UTF-8", std::locale("C.UTF-8"));
   } catch (const std::runtime_error&) {
-    std::locale::global(before);
-    GTEST_SKIP() << "this system has no such locale";
+    // Windows has none.
   }
+  return sets;
+}
+
+TEST_F(Parameter, NoByteOfAFileEndsItAndSavedItReadsTheSameInEveryLocale)
+{
   const TemporaryFolder folder;
-  const std::wstring path = folder.write("settings.txt", "Text \"\xC3\xA4\xE2\x82\xAC\"");
-  EXPECT_EQ(parameter::readFile(path), 1);
-  EXPECT_EQ(text, L"\u00E4\u20AC");
-  EXPECT_TRUE(parameter::writeOne(L"Text", path));
-  EXPECT_EQ(folder.read("settings.txt"), "Text\t\"\xC3\xA4\xE2\x82\xAC\"\n");
-  EXPECT_EQ(parameter::readFile(folder.write("broken.txt", "Number 9 Text \xC3(")), -1);
-  std::locale::global(before);
+  const struct {
+    const char* name;
+    std::string bytes;  // of a text value
+    std::map<std::string, std::wstring> read;
+  } cases[] = {
+      {"plain", "a", {{"C", L"a"}, {"UTF-8", L"a"}, {"Latin-1", L"a"}}},
+      {"UTF-8",
+       "\xC3\xA4\xE2\x82\xAC",
+       {{"C", L"\u00E4\u20AC"}, {"UTF-8", L"\u00E4\u20AC"}, {"Latin-1", L"\u00C3\u00A4\u00E2\u0082\u00AC"}}},
+      {"Latin-1", "\xE4", {{"C", L"\u00E4"}, {"UTF-8", L"\u00E4"}, {"Latin-1", L"\u00E4"}}},
+      {"a cut sequence",
+       "\xE2\x82",
+       {{"C", L"\u00E2\u0082"}, {"UTF-8", L"\u00E2\u0082"}, {"Latin-1", L"\u00E2\u0082"}}},
+      {"an overlong sequence",
+       "\xC0\x80",
+       {{"C", L"\u00C0\u0080"}, {"UTF-8", L"\u00C0\u0080"}, {"Latin-1", L"\u00C0\u0080"}}},
+  };
+  for (auto& [set, locale] : characterSets()) {
+    const CharacterSet inForce(locale);
+    for (const auto& [name, bytes, expected] : cases) {
+      // The comment's byte must not take the rest with it, and neither must the value's, nor a mark of the
+      // byte order.
+      const std::string file = "\xEF\xBB\xBF// " + bytes + "\nText \"" + bytes + "\"\nNumber 9";
+      reset();
+      EXPECT_EQ(parameter::readFile(folder.write("settings.txt", file)), 2) << set << ", " << name;
+#ifdef _WIN32
+      if (set != "C")  // its C locale takes each byte for a character
+#endif
+        EXPECT_EQ(text, expected.at(set)) << set << ", " << name;
+      EXPECT_EQ(number, 9);
+      const std::wstring once = text;
+      EXPECT_EQ(parameter::writeFile(L"", folder.wide() + L"saved"), 6U);
+      reset();
+      EXPECT_EQ(parameter::readFile(folder.wide() + L"saved"), 6) << set << ", " << name;
+      EXPECT_EQ(text, once) << set << ", " << name;
+    }
+    // What no file brought, but a host.
+    text = L"\u20AC";
+    fraction = 1.5;
+    EXPECT_EQ(parameter::writeFile(L"", folder.wide() + L"saved"), 6U) << set;
+    EXPECT_NE(folder.read("saved").find("Text\t\"\xE2\x82\xAC\"\nnumber"), std::string::npos) << set;
+  }
+}
+
+TEST_F(Parameter, NumbersAreTheSameInALocaleThatGroupsDigits)
+{
+  const TemporaryFolder folder;
+  const GroupingLocale grouping;
+  number = 12000;
+  fraction = 1234.5;
+  list = {65534, 1000};
+  const std::wstring path = folder.wide() + L"saved";
+  EXPECT_EQ(parameter::writeFile(L"", path), 6U);
+  EXPECT_EQ(folder.read("saved"),
+            "Flag\t1\nFraction\t1234.5\nList\t2 65534 1000\nNumber\t12000\nText\t\"old\"\n"
+            "number\t12000\n");
+  reset();
+  EXPECT_EQ(parameter::readFile(path), 6);
+  EXPECT_EQ(number, 12000);
+  EXPECT_EQ(fraction, 1234.5);
+  EXPECT_EQ(list, (std::vector<std::int32_t>{65534, 1000}));
 }
 
 TEST(Trim, CutsWhiteSpaceOffBothEnds)

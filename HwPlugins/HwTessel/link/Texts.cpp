@@ -4,23 +4,15 @@
 #include <array>
 #include <chrono>
 #include <cwchar>
-#include <locale>
 #include <sstream>
 
 #include "link/BleDevice.h"
 #include "link/Modules.h"
+#include "shared/MachineText.h"
 
 namespace {
 
 constexpr const wchar_t* invalid = L"Invalid";
-
-// Writes numbers without the separators of the host's locale.
-std::wostringstream plainStream()
-{
-  std::wostringstream stream;
-  stream.imbue(std::locale::classic());
-  return stream;
-}
 
 // The date in UTC as year-month-day.
 std::wstring dateText(std::uint32_t secondsSince1970)
@@ -67,7 +59,7 @@ const wchar_t* faultText(std::uint8_t status)
 
 std::wstring BleDevice::versionText() const
 {
-  std::wostringstream text = plainStream();
+  std::wostringstream text = machine::writer();
   for (std::size_t index = 0; index < static_cast<std::size_t>(foundCount); ++index) {
     const VersionRecord& version = modules[index].version;
     if (index > 0) text << L",";
@@ -81,7 +73,7 @@ std::wstring BleDevice::versionText() const
 
 std::wstring BleDevice::moduleMapText() const
 {
-  std::wostringstream text = plainStream();
+  std::wostringstream text = machine::writer();
   text << foundCount;
   for (std::size_t index = 0; index < static_cast<std::size_t>(foundCount); ++index) {
     const BleModule& module = modules[index];

@@ -1,0 +1,20 @@
+// UTF-8, strictly: no overlong forms, no surrogates, nothing above U+10FFFF. Needs no locale.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace utf8 {
+
+struct Character {
+  char32_t code = 0;
+  std::size_t length = 0;  // in bytes; 0 if the text does not begin with a valid sequence
+};
+
+Character first(std::string_view text);
+
+// Appends the sequence of a character; of what is none, of U+FFFD.
+void append(std::string& text, char32_t code);
+
+}  // namespace utf8
