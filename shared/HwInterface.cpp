@@ -12,7 +12,7 @@ HwInterface::HwInterface(const wchar_t* configFile, ClockFunction clock, const w
 
 HwInterface::~HwInterface()
 {
-  currentLogManager->node(this, 1) << L"Deleting Hardware Interface\n";
+  currentLogManager->logQuietly(this, 1, L"Deleting Hardware Interface\n");
   currentLogManager->remove(this);
 }
 

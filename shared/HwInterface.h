@@ -32,7 +32,9 @@ class HwInterface : public BufferMapping {
   // What the host is told as delay of execution.
   virtual std::int32_t getExecDelay();
   virtual std::int32_t optionalQuery();
-  // Asks a running operation to give up. From any thread.
+  // Asks the `configure` that is running to give up. From any thread, but only while `configure` runs, and
+  // only during one: a second `configure` of the same object may replace what a late signal still works on.
+  // Before `configure` has begun it has no effect.
   virtual void signalShutdown();
   // Makes the hardware ready. Blocks for seconds.
   virtual std::int32_t configure();

@@ -87,6 +87,15 @@ void LogManager::add(const void* object, const std::wstring& name)
   nodes_.emplace(object, Node(*this, logFolder().fullPath(fileName), false));
 }
 
+void LogManager::logQuietly(const void* object, std::int32_t level, const wchar_t* text) noexcept
+{
+  try {
+    node(object, level) << text;
+  } catch (...) {
+    // Whoever ends an object must not end the process with it.
+  }
+}
+
 void LogManager::remove(const void* object)
 {
   nodes_.erase(object);

@@ -71,6 +71,10 @@ class LogManager {
   // Closes the object's log for good.
   void remove(const void* object);
 
+  // Inserts a text where nothing may be thrown, as in a destructor: a text that memory or the system can't
+  // take is lost.
+  void logQuietly(const void* object, std::int32_t level, const wchar_t* text) noexcept;
+
   // The node to insert into, valid until the object is removed. A level above the system's yields a silent
   // node; an object that was never added gets a silent node for good.
   Node& node(const void* object, std::int32_t level) { return level > systemLevel_ ? silent_ : node(object); }

@@ -54,8 +54,12 @@ void HWTessel::loadSettings()
 
 HWTessel::~HWTessel()
 {
-  HWTessel::close();
-  // Meant so: the last line, which the base says, finds no log any more.
+  try {
+    HWTessel::close();
+  } catch (...) {
+    // The link is closed all the same, and a destructor must not end the host.
+  }
+  // Intentional: the last line, which the base logs, finds no log any more.
   currentLogManager->remove(this);
   delete bleDevice_.load();
 }
@@ -67,10 +71,12 @@ std::int32_t HWTessel::getMaxValue()
 
 void HWTessel::makeDevice()
 {
-  // Meant so: the new link is made before the old one goes, which leaves neither current. A host gets a
+  // Intentional: the new link is made before the old one goes, which leaves neither current. A host gets a
   // working link again from a new object.
   auto device = std::make_unique<BleDevice>();
-  delete bleDevice_.exchange(device.release());
+  const std::unique_ptr<BleDevice> previous(bleDevice_.exchange(device.release()));
+  // An open port would stay claimed by this process, and no later object could open it.
+  if (previous) previous->abandonPort();
 }
 
 std::int32_t HWTessel::configure()

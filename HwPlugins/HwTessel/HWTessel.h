@@ -33,7 +33,8 @@ class HWTessel : public HwInterface {
   void syncParameters(std::wstring oldFile, std::wstring newFile) override;
 
  protected:
-  // Owned. Null until `configure`; read by `signalShutdown` on its own thread.
+  // Owned. Null until `configure`; read by `signalShutdown` on its own thread, for which it must stay until
+  // that has returned.
   std::atomic<BleDevice*> bleDevice_{nullptr};
   std::int32_t elemCount_ = 0;        // glove elements in a record
   std::int32_t auxCount_ = 0;         // the host's elements behind them

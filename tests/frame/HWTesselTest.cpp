@@ -198,15 +198,39 @@ TEST_F(FrameTest, TheDestructorClosesTheLink)
 
 TEST_F(FrameTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
 {
+  auto& glove = addGlove("KVXGL00017");
+  for (const bool isFirstGood : {true, false}) {
+    glove.config.sensorStatus[0] = isFirstGood ? 0 : 1;
+    make("TesselElementCount\t125\n");
+    ASSERT_EQ(tessel_->configure(), isFirstGood ? 0 : -1);
+    transcript_.clear();
+    EXPECT_EQ(tessel_->configure(), -1);
+    EXPECT_EQ(currentDevice, nullptr);
+    EXPECT_EQ(noted("> "), 0) << "the dongle is told nothing";
+    EXPECT_EQ(platform_.open.size(), 1U) << "the old link's port is closed";
+    glove.config.sensorStatus[0] = 0;
+    make("TesselElementCount\t125\n");
+    EXPECT_EQ(tessel_->configure(), 0) << "a new object has a link again: " << isFirstGood;
+  }
+}
+
+TEST_F(FrameTest, TheDestructorLetsNothingOutAndClosesThePort)
+{
+  addGlove("KVXGL00017", 1);
+  addGlove("KVXGR00018", 2);
+  make("TesselElementCount\t250\nTesselNumBleModules\t2\n");
+  ASSERT_EQ(tessel_->configure(), 0);
+  when("> 00 06 04 05 00 12", [this] { arriveThirdGlove(); });
+  tessel_.reset();
+  EXPECT_TRUE(platform_.open.empty());
+}
+
+TEST_F(FrameTest, ASignalBeforeConfigureHasBegunHasNoEffect)
+{
   addGlove("KVXGL00017");
   make("TesselElementCount\t125\n");
-  ASSERT_EQ(tessel_->configure(), 0);
-  EXPECT_EQ(tessel_->configure(), -1);
-  EXPECT_EQ(currentDevice, nullptr);
-  dongle_.receive(hex("00 01 00 00 00"));  // the dongle is reset by its next user
-  platform_.clock.advance(std::chrono::seconds(1));
-  make("TesselElementCount\t125\n");
-  EXPECT_EQ(tessel_->configure(), 0) << "a new object has a link again";
+  tessel_->signalShutdown();
+  EXPECT_EQ(tessel_->configure(), 0);
 }
 
 TEST_F(FrameTest, AShutdownSignalledFromAnotherThreadEndsConfigure)

@@ -81,6 +81,14 @@ class DongleTest : public LinkTest {
     return dongle_.addGlove(config);
   }
 
+  // A stray response to a discovery, and behind it the advertising of a third glove, KVXGL00099: with two
+  // gloves in the table it fails the handler's assertion.
+  void arriveThirdGlove()
+  {
+    arrive(hex("00 02 06 02 00 00"));
+    arrive(hex("80 18 06 00 C0 04 09 02 03 04 05 06 00 FF 0D 0C 09 4B 56 58 47 4C 30 30 30 39 39"));
+  }
+
   // Calls the action once, when the transcript's next line that begins with this is noted.
   void when(const std::string& beginning, std::function<void()> action)
   {

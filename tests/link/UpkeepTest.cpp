@@ -299,6 +299,17 @@ TEST_F(UpkeepTest, ClosingAStoppedLinkStillStopsTheGlovesAndLeavesTheFlagUp)
   EXPECT_TRUE(transcript_.empty()) << "a second close finds the port closed";
 }
 
+TEST_F(UpkeepTest, WhatAHandlerThrowsWhileClosingLeavesThePortClosedAndTheFlagUp)
+{
+  open();
+  device_.raiseStop();
+  when("> 00 06 04 05 00 12", [this] { arriveThirdGlove(); });
+  EXPECT_THROW(device_.close(), const wchar_t*);
+  EXPECT_EQ(device_.port(), platform::closedPort);
+  EXPECT_TRUE(platform_.open.empty());
+  EXPECT_TRUE(device_.isStopRaised());
+}
+
 TEST_F(LinkTest, ANewDeviceTakesOverAndTheEndOfAnyLeavesNone)
 {
   modules[1].state = listening_measurements;
@@ -330,6 +341,7 @@ TEST_F(DongleTest, TheLogTellsOfSuccessStopAndEnd)
       BleDevice device;
       when(stopLine, [&] { device.raiseStop(); });
       device.open(1, {}, false);
+      device.close();
     }
     return log_.entries("BleDevice");
   };

@@ -157,6 +157,18 @@ TEST_F(Plugin, TheGuidesHostRecords)
   EXPECT_EQ(line, "battery 0.75");
 }
 
+TEST_F(Plugin, ASecondConfigureDoesNotKeepThePortFromTheNextObject)
+{
+  PtyGloves gloves(folder_ / "dongle");
+  HwInterface* const hardware = create();
+  ASSERT_EQ(hardware->configure(), 0);
+  EXPECT_EQ(hardware->configure(), -1);
+  function<bool(HwInterface*)>("release")(hardware);
+  HwInterface* const next = create();
+  EXPECT_EQ(next->configure(), 0) << testing::PrintToString(next->lastError_);
+  function<bool(HwInterface*)>("release")(next);
+}
+
 TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
 {
   PtyGloves gloves(folder_ / "dongle");

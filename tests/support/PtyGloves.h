@@ -5,20 +5,26 @@
 #include <array>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "simulator/PtyPort.h"
 
 class PtyGloves {
  public:
-  // The first element tells the frame; the others tell element, frame and glove.
+  // The first element is the frame's number; the others come from element, frame and glove.
   static std::uint16_t movement(unsigned glove, std::size_t element, std::uint64_t frame)
   {
     if (element == 0) return static_cast<std::uint16_t>(frame);
     return static_cast<std::uint16_t>(element * 251 + frame * 7 + std::size_t{glove} * 30011);
   }
 
-  explicit PtyGloves(const std::filesystem::path& path, double speed = 10) : port_(clock_, dongle_, path)
+  using Adjust =
+      std::function<void(VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config)>;
+
+  // `adjust` is called before each glove is there, with what it will be.
+  explicit PtyGloves(const std::filesystem::path& path, double speed = 10, const Adjust& adjust = nullptr)
+      : port_(clock_, dongle_, path)
   {
     const std::string port = "Bluegiga Bluetooth Low Energy (COM7)=" + path.string();
     ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
@@ -29,6 +35,7 @@ class PtyGloves {
       config.movement = [glove](std::size_t element, std::uint64_t frame) {
         return movement(glove, element, frame);
       };
+      if (adjust) adjust(clock_, dongle_, config);
       gloves_[glove] = &dongle_.addGlove(config);
     }
     thread_ = std::thread([this, speed] { port_.run(stop_, speed); });

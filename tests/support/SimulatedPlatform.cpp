@@ -70,6 +70,8 @@ PortHandle openPort(const char* devicePath)
   const std::string name = current->openedPath.substr(std::string("\\\\.\\").size());
   for (auto& port : current->ports) {
     if (!port.friendlyText.ends_with("(" + name + ")") || !port.present || port.busy) continue;
+    if (std::ranges::any_of(current->open, [&](const auto& entry) { return entry.second == &port; }))
+      continue;
     current->open[++current->lastHandle] = &port;
     return current->lastHandle;
   }

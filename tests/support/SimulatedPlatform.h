@@ -1,5 +1,6 @@
 // The platform of the unit tests: ports in memory and a virtual clock. While an object of this class lives,
-// the functions of platform/Platform.h work on it. Waiting moves the clock, so a time-out takes no real time.
+// the functions of platform/Platform.h work on it. Waiting moves the clock, so a timeout takes no real time.
+// A port that is open can't be opened again, as on the real platforms.
 #pragma once
 
 #include <cstdint>

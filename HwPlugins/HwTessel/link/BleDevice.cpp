@@ -22,9 +22,9 @@ BleDevice::BleDevice()
 
 BleDevice::~BleDevice()
 {
-  // Meant so: a device that was built before this one went is no longer current either.
+  // Intentional: a device that was built before this one went is no longer current either.
   currentDevice = nullptr;
-  currentLogManager->node(this, 1) << L"Destroying BLE Device.\n";
+  currentLogManager->logQuietly(this, 1, L"Destroying BLE Device.\n");
   currentLogManager->remove(this);
 }
 

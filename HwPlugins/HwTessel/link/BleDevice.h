@@ -62,8 +62,12 @@ class BleDevice {
 
   // Stops the notifications, disconnects the modules and closes the port, whatever they answer; takes up to a
   // second and a quarter for each module that is silent. A raised stop flag is lowered for each module
-  // meanwhile. Does nothing if the port is closed.
+  // meanwhile. Does nothing if the port is closed. What a handler throws passes through, with the port closed
+  // and the stop flag as it was.
   void close();
+
+  // Closes the port without a word to the dongle: for a device that another one has taken the place of.
+  void abandonPort() { serialClose(port_); }
 
   // Appends to `frames`, expected empty, the next frame of one glove (`sensorCount` 1) or of both gloves, the
   // left one first; false if there is none, or not one of each. With two gloves a fuller queue is cut, so

@@ -65,10 +65,14 @@ void BleDevice::toggleConnectionInterval()
 void BleDevice::close()
 {
   if (port_ == platform::closedPort) return;
+  // On every way out: a handler may throw while a module is waited for.
+  struct PortCloser {
+    platform::PortHandle& port;
+    ~PortCloser() { serialClose(port); }
+  } const closer{port_};
   for (std::uint32_t index = 0; index < connectionHandles.size(); ++index) {
     if (connectionHandles[index] >= 0) disconnectModule(index);
   }
-  serialClose(port_);
 }
 
 void BleDevice::disconnectModule(std::uint32_t index)
@@ -77,8 +81,14 @@ void BleDevice::disconnectModule(std::uint32_t index)
   constexpr std::int32_t disconnectedMs = 700;
 
   // A raised flag would make the sends and waits below give up at once.
-  const bool wasRaised = isStopRaised();
-  if (wasRaised) stopFlag_.store(0, std::memory_order_relaxed);
+  struct LoweredStop {
+    StopFlag& flag;
+    const std::uint32_t before;
+    ~LoweredStop()
+    {
+      if (before != 0) flag.store(before, std::memory_order_relaxed);
+    }
+  } const lowered{stopFlag_, stopFlag_.exchange(0, std::memory_order_relaxed)};
 
   BleModule& module = modules[index];
   if (module.state == ConnectionState::listening_measurements) {
@@ -89,7 +99,5 @@ void BleDevice::disconnectModule(std::uint32_t index)
   module.state = ConnectionState::disconnecting;
   ble_send_message(ble_cmd_connection_disconnect, {connectionHandles[index]});
   waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
-
-  if (wasRaised) raiseStop();
   connectionHandles[index] = -1;
 }

@@ -1,0 +1,88 @@
+// A host that opens and closes the gloves again and again over a real pseudo terminal: nothing may be left
+// behind.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <utility>
+
+#include "HWTessel.h"
+#include "tests/support/FastTime.h"
+#include "tests/support/HostLog.h"
+#include "tests/support/PtyGloves.h"
+
+namespace {
+
+std::uint32_t standingClock()
+{
+  return 60'000;
+}
+
+std::ptrdiff_t openDescriptors()
+{
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                       std::filesystem::directory_iterator());
+}
+
+class LifeCycle : public testing::Test {
+ public:
+  std::unique_ptr<HWTessel> make(bool checksSensors)
+  {
+    const std::wstring file = folder_.write(
+        "settings",
+        std::string("TesselElementCount\t250\nTesselNumBleModules\t2\nTesselSkipSensorStartupCheck\t") +
+            (checksSensors ? "0" : "1"));
+    return std::make_unique<HWTessel>(file.c_str(), standingClock, L"test");
+  }
+
+  // Two lives of an object: one whose link opens, and one whose link fails for a faulty sensor. Each is
+  // configured a second time, which fails, and must not keep the port from the next one.
+  void liveTwice()
+  {
+    const auto good = make(false);
+    ASSERT_EQ(good->configure(), 0) << testing::PrintToString(good->lastError_);
+    ASSERT_EQ(good->configure(), -1);
+    ASSERT_EQ(good->close(), 0);
+
+    const auto failing = make(true);
+    ASSERT_EQ(failing->configure(), -1);
+    ASSERT_TRUE(failing->lastError_.starts_with(L"Faulty sensor(s)"))
+        << testing::PrintToString(failing->lastError_);
+    ASSERT_EQ(failing->configure(), -1);
+  }
+
+  TemporaryFolder folder_;
+  HostLog log_{0};
+  bool followsClock_ = false;
+  // A hundred times as fast as real gloves, soon back after a restart, and with little to send.
+  PtyGloves gloves_{folder_ / "dongle", 100,
+                    [this](VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config) {
+                      if (!std::exchange(followsClock_, true)) fast_time::follow(clock);
+                      dongle.restartTime = simulator::Duration(10'000);
+                      config.sensorStatus[1] = 249;
+                      config.framesPerSecond = 1;
+                    }};
+};
+
+TEST_F(LifeCycle, AThousandOpeningsLeaveNoDescriptorAndNoMemory)
+{
+  constexpr int cycles = 1000;
+  constexpr int warmUp = 50;
+  std::ptrdiff_t descriptors = 0;
+  std::size_t bytes = 0;
+  for (int cycle = 0; cycle < cycles; ++cycle) {
+    ASSERT_NO_FATAL_FAILURE(liveTwice()) << "cycle " << cycle;
+    if (cycle != warmUp) continue;
+    descriptors = openDescriptors();
+    bytes = ::mallinfo2().uordblks;
+  }
+  EXPECT_EQ(openDescriptors(), descriptors);
+  // The simulated gloves' queues waver on their own thread. Anything that each cycle left would be more.
+  constexpr std::size_t tolerated = 32 * std::size_t{cycles - warmUp};
+  EXPECT_LT(::mallinfo2().uordblks, bytes + tolerated);
+}
+
+}  // namespace
