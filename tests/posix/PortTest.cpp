@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 
@@ -16,23 +15,6 @@
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
-
-TEST(PosixPort, ADeviceThatTakesNothingEndsAWriteInTime)
-{
-  const SerialPeer peer;
-  const platform::PortHandle port = platform::openPort("\\\\.\\COM7");
-  ASSERT_NE(port, platform::closedPort);
-  platform::setTimeouts(port, {.writeTotalConstant = 50});
-  const std::vector<std::uint8_t> bytes(1'000'000);
-  const platform::PortResult part = platform::writePort(port, bytes);
-  EXPECT_TRUE(part.ok());
-  EXPECT_GT(part.count, 0U);
-  EXPECT_LT(part.count, bytes.size());
-  const platform::PortResult nothing = platform::writePort(port, bytes);
-  EXPECT_FALSE(nothing.ok());
-  EXPECT_EQ(nothing.error, static_cast<std::uint32_t>(ETIMEDOUT));
-  platform::closePort(port);
-}
 
 TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
 {
