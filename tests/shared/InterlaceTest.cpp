@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/TemporaryFolder.h"
 
 TEST(Interlace, ReadsWritesAndCountsNumbersUpToTheFirstOtherWord)
@@ -16,4 +17,13 @@ TEST(Interlace, ReadsWritesAndCountsNumbersUpToTheFirstOtherWord)
   EXPECT_TRUE(interlace::readInterlaceFile(nullptr, 0).empty());
   EXPECT_FALSE(interlace::writeInterlaceFile({}, folder.wide()));
   EXPECT_THROW(interlace::readInterlaceFile(folder.wide().c_str(), 0), char*);
+}
+
+TEST(Interlace, NumbersAreTheSameInALocaleThatGroupsDigits)
+{
+  const TemporaryFolder folder;
+  const GroupingLocale grouping;
+  const std::wstring path = folder.write("in", "12000");
+  EXPECT_TRUE(interlace::writeInterlaceFile(interlace::readInterlaceFile(path.c_str(), 0), path));
+  EXPECT_EQ(folder.read("in"), "12000\n");
 }
