@@ -15,6 +15,7 @@
 #include "host/OpeningFailure.h"
 #include "host/Ports.h"
 #include "host/SettingsFile.h"
+#include "host/System.h"
 #include "host/Text.h"
 #include "host/recording/OutputFile.h"
 
@@ -22,11 +23,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The clock that the plug-in reads. It begins with the program and not with the computer, whose clock wraps
+// at any time: the plug-in compares times as plain numbers, so timestamps swerve for seconds where one wraps.
+// It begins well above 0, which has a meaning of its own in the plug-in, and above the first device times,
+// which are up to 13 s.
 std::uint32_t clockMs()
 {
-  using namespace std::chrono;
+  using namespace std::chrono_literals;
+  static const auto start = host::uptime() - 60s;
   return static_cast<std::uint32_t>(
-      duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+      std::chrono::duration_cast<std::chrono::milliseconds>(host::uptime() - start).count());
 }
 
 // A folder of its own in the one wanted: a log manager deletes the logs that lie in its folder.

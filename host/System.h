@@ -2,6 +2,7 @@
 // Errors: as told at each; nothing else throws but for memory.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -66,6 +67,9 @@ bool isTerminal(std::FILE* stream);
 bool takesText(std::FILE* stream);
 // Columns of the terminal; 80 if it does not tell.
 unsigned terminalWidth(std::FILE* stream);
+
+// Time on a clock that never steps and goes on while the computer sleeps.
+std::chrono::nanoseconds uptime();
 
 // The most memory that the process has had resident, in KiB.
 std::uint64_t peakMemoryKiB();

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <stdexcept>
 
 namespace host {
@@ -100,6 +101,14 @@ unsigned terminalWidth(std::FILE* stream)
   winsize size{};
   const bool isKnown = ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return isKnown ? size.ws_col : 80;
+}
+
+std::chrono::nanoseconds uptime()
+{
+  // CLOCK_MONOTONIC stands still while the computer is suspended.
+  timespec time{};
+  ::clock_gettime(CLOCK_BOOTTIME, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 std::uint64_t peakMemoryKiB()

@@ -93,6 +93,12 @@ unsigned terminalWidth(std::FILE* stream)
   return isKnown ? static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1) : 80;
 }
 
+std::chrono::nanoseconds uptime()
+{
+  // The performance counter below it goes on while the computer sleeps.
+  return std::chrono::steady_clock::now().time_since_epoch();
+}
+
 std::uint64_t peakMemoryKiB()
 {
   PROCESS_MEMORY_COUNTERS counters{};
