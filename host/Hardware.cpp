@@ -54,9 +54,6 @@ fs::path newLogFolder(const fs::path& wanted)
   return folder;
 }
 
-// Far more than gloves have, and little enough for any memory.
-constexpr std::int32_t mostElements = 100'000;
-
 std::vector<std::string> split(const std::string& text, char delimiter)
 {
   std::vector<std::string> pieces;
@@ -82,6 +79,19 @@ void warnOf(const SettingsReport& report, const fs::path& file)
   if (report.isClean()) return;
   console::tell("The settings file {0} is doubtful:\n{1}All of it: tessel settings {0}\n", utf8(file),
                 faultText(report, mostShown));
+}
+
+// Before the gloves are opened: what is recorded must be readable.
+void checkElements(const fs::path& file)
+{
+  const std::int64_t elements = settings::elementCount;
+  const std::int64_t aux = settings::auxCount;
+  if (elements >= 1 && aux >= 0 && elements + aux <= static_cast<std::int64_t>(maxElements)) return;
+  throw Failure(ExitCode::settings,
+                fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
+                            "TesselAuxCount {}; a record has 1 to {} elements, auxiliary ones included.",
+                            utf8(file), elements, aux, maxElements),
+                "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
 }
 
 Failure notAPlugin()
@@ -146,17 +156,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
 {
   if (!options.settings.empty()) {
     warnOf(readSettings(options.settings), options.settings);
-    const auto isCount = [](std::int32_t count, std::int32_t least) {
-      return count >= least && count <= mostElements;
-    };
-    if (!isCount(settings::elementCount, 1) || !isCount(settings::auxCount, 0)) {
-      throw Failure(
-          ExitCode::settings,
-          fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
-                      "TesselAuxCount {}.",
-                      utf8(options.settings), settings::elementCount, settings::auxCount),
-          "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
-    }
+    checkElements(options.settings);
     return options.settings;
   }
   fs::path file = scratch_.path() / "settings.txt";

@@ -126,8 +126,8 @@ class CsvReader {
                                           excerpt(column), excerpt(label), group.count));
     }
     ++group.count;
-    if (++recording_.elements > mostElements) {
-      damagedRecording(path_, fmt::format("has more than {} elements in a record", mostElements));
+    if (++recording_.elements > maxElements) {
+      damagedRecording(path_, fmt::format("has more than {} elements in a record", maxElements));
     }
   }
 

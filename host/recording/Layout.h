@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+// In a record, auxiliary ones included: for who records as for who reads a recording. Far more than gloves
+// have, and little enough to read and draw on any machine.
+inline constexpr std::size_t maxElements = 4096;
+
 struct ElementGroup {
   std::string label;   // "left", "right", "glove", "glove1" ...; "aux" for what no glove fills
   std::string module;  // the glove's advertised name; empty for "aux"

@@ -64,7 +64,7 @@ void NpyFile::readShape(std::string_view head, std::size_t dimensions)
   if (dimensions == 1) {
     isGood = isGood && next != end && *next == ')';
   } else {
-    isGood = isGood && readNumber(columns_, ')') && columns_ >= 1 && columns_ <= mostElements;
+    isGood = isGood && readNumber(columns_, ')') && columns_ >= 1 && columns_ <= maxElements;
   }
   const std::string_view shown = shape.substr(0, shape.find('}'));
   if (!isGood) damagedRecording(path_, fmt::format("has an unusable shape: '({}'", excerpt(shown)));

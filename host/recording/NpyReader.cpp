@@ -51,10 +51,10 @@ void readGroups(Recording& recording, const Json& meta, const std::filesystem::p
     const Json label = group.is_object() ? group.value("label", Json()) : Json();
     addGroup(recording, path, label.is_string() ? label.get<std::string>() : "");
     const std::size_t count = sizeOf(group, "count", path);
-    if (sizeOf(group, "first", path) != recording.elements || count > mostElements - recording.elements) {
+    if (sizeOf(group, "first", path) != recording.elements || count > maxElements - recording.elements) {
       damagedRecording(
           path,
-          fmt::format("has groups that do not follow each other, at most {} elements in all", mostElements));
+          fmt::format("has groups that do not follow each other, at most {} elements in all", maxElements));
     }
     recording.groups.back().count = count;
     recording.elements += count;

@@ -8,10 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "host/recording/Layout.h"
 #include "host/recording/Recording.h"
 
-// Far more than gloves give, and little enough to read and draw on any machine.
-inline constexpr std::size_t mostElements = 4096;
 inline constexpr std::size_t mostGroups = 16;
 inline constexpr std::size_t mostSamples = std::size_t{1} << 29;  // 15 hours of two gloves
 
