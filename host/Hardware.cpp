@@ -94,6 +94,11 @@ void checkElements(const fs::path& file)
                 "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
 }
 
+bool isDongleGone()
+{
+  return std::ranges::none_of(listPorts(), &Port::isUsed);
+}
+
 Failure notAPlugin()
 {
   return {ExitCode::plugin, "the plug-in makes no hardware object.",
@@ -191,7 +196,6 @@ void Hardware::open(Interruption& interruption)
   if (interruption.flag())
     throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
   if (result != 0) throw openingFailure(oneLine(hardware_->lastError_));
-  opened_ = std::chrono::steady_clock::now();
 }
 
 std::vector<std::string> Hardware::askModules()
@@ -212,26 +216,35 @@ Layout Hardware::askLayout()
 
 bool Hardware::read()
 {
-  if (hardware_->readRecord() != 0) throw readingFailure();
-  const bool isNew = store_->takeNew();
-  hasRecord_ = hasRecord_ || isNew;
+  link_.beginRead(host::uptime());
+  const bool isRead = hardware_->readRecord() == 0;
+  const bool isNew = isRead && store_->takeNew();
+  const ReadResult result = !isRead ? ReadResult::failed : isNew ? ReadResult::record : ReadResult::nothing;
+  const LinkWatch::Verdict verdict = link_.endRead(host::uptime(), result);
+  if (!isRead && isDongleGone()) throw linkFailure(LinkWatch::Verdict::silent);
+  if (verdict != LinkWatch::Verdict::alive) throw linkFailure(verdict);
   return isNew;
 }
 
-// The plug-in gives no reason.
-Failure Hardware::readingFailure() const
+Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
 {
-  // Two reads without a message take longer.
-  constexpr auto quick = std::chrono::milliseconds(900);
-  if (std::ranges::none_of(listPorts(), &Port::isUsed)) {
-    return {ExitCode::silence, "the dongle is gone.",
+  const std::string stall =
+      link_.resumed() ? fmt::format(" since this computer stood still for {:.1f} s", link_.stalls().latest)
+                      : "";
+  if (isDongleGone()) {
+    return {ExitCode::silence, fmt::format("the dongle is gone{}.", stall),
             "Plug it in again. If nobody unplugged it, try another socket."};
   }
-  if (!hasRecord_ && std::chrono::steady_clock::now() - opened_ < quick) {
+  if (verdict == LinkWatch::Verdict::framesTooShort) {
     return {ExitCode::settings,
             fmt::format("the gloves send fewer elements than the settings want, which are {}.",
                         settings::elementCount),
             "Give the elements of all gloves together in TesselElementCount: 125 a glove as a rule."};
+  }
+  if (verdict == LinkWatch::Verdict::lostInStall) {
+    return {ExitCode::silence,
+            fmt::format("the link to the gloves was lost: no complete frame has come{}.", stall),
+            "Record again. Keep the computer awake, and what reads the output going."};
   }
   return {ExitCode::silence, "the gloves fell silent: no message, or no complete frame, came any more.",
           "Check that they are switched on, charged and near."};

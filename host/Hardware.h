@@ -3,7 +3,6 @@
 // Threads: one. Errors: a Failure with the plug-in's words and what to do.
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -12,6 +11,7 @@
 
 #include "host/Failure.h"
 #include "host/Interruption.h"
+#include "host/LinkWatch.h"
 #include "host/Plugin.h"
 #include "host/RecordStore.h"
 #include "host/ScratchFolder.h"
@@ -46,8 +46,11 @@ class Hardware {
   void open(Interruption& interruption);
 
   // One turn of the plug-in, up to a second or two long. True if there is a new record in the store; a
-  // Failure if the link is gone.
+  // Failure if the link is gone. Reads go on after a pause of this computer.
   bool read();
+  const LinkWatch& link() const { return link_; }
+  // What to report if the link is no more than that.
+  Failure linkFailure(LinkWatch::Verdict verdict) const;
   const RecordStore& store() const { return *store_; }
 
   // Names of the gloves found, in the order of the records.
@@ -68,7 +71,6 @@ class Hardware {
 
   std::filesystem::path settingsFile(const HardwareOptions& options) const;
   void makeObject(const std::filesystem::path& settings);
-  Failure readingFailure() const;
 
   // What the plug-in works with, for as long as it has objects.
   struct Services {
@@ -84,6 +86,5 @@ class Hardware {
   Plugin plugin_;
   std::unique_ptr<RecordStore> store_;
   std::unique_ptr<HwInterface, Released> hardware_;
-  std::chrono::steady_clock::time_point opened_;
-  bool hasRecord_ = false;
+  LinkWatch link_;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/Console.h"
+#include "host/System.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ std::string leftText(const RecordingFigures& figures, const RecordingLimits& lim
 }  // namespace
 
 Progress::Progress(const Layout& layout, const RecordingLimits& limits)
-    : layout_(layout), limits_(limits), isTerminal_(host::isTerminal(stderr)), next_(Recorder::Clock::now())
+    : layout_(layout), limits_(limits), isTerminal_(host::isTerminal(stderr)), next_(host::uptime())
 {
 }
 
@@ -53,6 +54,9 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
   std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  bat {}", clockText(figures.seconds),
                                  leftText(figures, limits_), figures.records, figures.gaps.recordsPerSecond(),
                                  figures.gaps.count(), battery);
+  if (figures.stalls.count > 0) {
+    line += fmt::format("  stood still {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);
+  }
   if (figures.silentSeconds > worthTelling) {
     return line + fmt::format("  NOTHING FOR {:.0f} s", figures.silentSeconds);
   }
@@ -70,7 +74,7 @@ void Progress::show(const RecordingFigures& figures)
 {
   // Who records does not wait for who reads.
   if (!host::takesText(stderr)) return;
-  const auto now = Recorder::Clock::now();
+  const auto now = host::uptime();
   if (!isTerminal_) {
     if (now < next_) return;
     next_ = now + plainInterval;

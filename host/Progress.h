@@ -24,5 +24,5 @@ class Progress {
   const RecordingLimits limits_;
   const bool isTerminal_;
   bool hasLine_ = false;
-  Recorder::Clock::time_point next_;
+  Recorder::Time next_;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/Failure.h"
+#include "host/System.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ constexpr auto refreshInterval = 1s;
 constexpr double longestWaitForFirst = 10;  // seconds
 constexpr double longestPause = 1;          // seconds without a frame at the end of a good recording
 
-double secondsBetween(Recorder::Clock::time_point begin, Recorder::Clock::time_point end)
+double secondsBetween(Recorder::Time begin, Recorder::Time end)
 {
   return std::chrono::duration<double>(end - begin).count();
 }
@@ -25,7 +26,7 @@ double secondsBetween(Recorder::Clock::time_point begin, Recorder::Clock::time_p
 
 Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer,
                    const RecordingLimits& limits)
-    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), latest_(Clock::now())
+    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), latest_(host::uptime())
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
@@ -34,13 +35,17 @@ Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& write
 bool Recorder::run(const std::atomic<bool>& stop,
                    const std::function<void(const RecordingFigures&)>& onProgress)
 {
-  auto nextProgress = Clock::now();
+  // On every way out, a Failure of the hardware too.
+  struct Updated {
+    Recorder& recorder;
+    ~Updated() { recorder.updateTimes(host::uptime()); }
+  } const updated{*this};
+  auto nextProgress = host::uptime();
   auto nextRefresh = nextProgress;
   while (!stop) {
     if (hardware_.read()) keepRecord();
-    const auto now = Clock::now();
-    figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
-    figures_.silentSeconds = secondsBetween(latest_, now);
+    const auto now = host::uptime();
+    updateTimes(now);
     const bool isAtEnd = isAtLimit();
     if (isAtEnd || !first_) checkSilence();
     const bool isDue = now >= nextProgress;
@@ -56,11 +61,19 @@ bool Recorder::run(const std::atomic<bool>& stop,
   return false;
 }
 
+void Recorder::updateTimes(Time now)
+{
+  const Time resumed = hardware_.link().resumed().value_or(latest_);
+  figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
+  figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
+  figures_.stalls = hardware_.link().stalls();
+}
+
 void Recorder::keepRecord()
 {
   const auto elements = hardware_.store().elements();
   writer_.add(hardware_.store().stampMs(), elements);
-  latest_ = Clock::now();
+  latest_ = host::uptime();
   if (!first_) first_ = latest_;
   ++figures_.records;
   figures_.gaps.add(hardware_.store().stampMs());
@@ -80,7 +93,9 @@ void Recorder::checkSilence() const
   }
   // Before the end of a recording that is shorter than the plug-in's patience.
   const double usualSeconds = figures_.gaps.usualMs() / 1000;
-  if (first_ && figures_.silentSeconds > std::max(longestPause, 10 * usualSeconds)) {
+  const bool isSilent = first_ && figures_.silentSeconds > std::max(longestPause, 10 * usualSeconds);
+  if (isSilent && hardware_.link().resumed()) throw hardware_.linkFailure(LinkWatch::Verdict::lostInStall);
+  if (isSilent) {
     throw Failure(
         ExitCode::silence,
         fmt::format("the gloves fell silent: no frame came in the last {:.1f} s.", figures_.silentSeconds),

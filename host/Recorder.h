@@ -23,8 +23,9 @@ struct RecordingLimits {
 struct RecordingFigures {
   std::uint64_t records = 0;
   double seconds = 0;        // from the first record to this moment, or to its end
-  double silentSeconds = 0;  // since the latest record
+  double silentSeconds = 0;  // since the latest record, or since a pause of this computer after it
   Gaps gaps;
+  Stalls stalls;
   std::vector<std::uint16_t> latest;   // highest element of each group, in the latest record
   std::vector<std::uint16_t> highest;  // in all records
   std::optional<double> battery;       // 0 to 1
@@ -32,7 +33,7 @@ struct RecordingFigures {
 
 class Recorder {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Time = std::chrono::nanoseconds;  // of host::uptime()
 
   // All must outlive it.
   Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits);
@@ -44,6 +45,7 @@ class Recorder {
   const RecordingFigures& figures() const { return figures_; }
 
  private:
+  void updateTimes(Time now);
   void keepRecord();
   void checkSilence() const;
   bool isAtLimit() const;
@@ -53,6 +55,6 @@ class Recorder {
   RecordWriter& writer_;
   const RecordingLimits limits_;
   RecordingFigures figures_;
-  std::optional<Clock::time_point> first_;
-  Clock::time_point latest_;  // of the latest record, or the start
+  std::optional<Time> first_;
+  Time latest_;  // of the latest record, or the start
 };

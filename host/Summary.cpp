@@ -28,6 +28,14 @@ std::string gapsText(const Gaps& gaps)
                      gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
 }
 
+std::string stallsText(const Stalls& stalls)
+{
+  if (stalls.count == 0) return "";
+  const std::string times = stalls.count == 1 ? "" : fmt::format("{} times, the longest ", stalls.count);
+  return fmt::format("  this computer, or what takes the recording, stood still {}for {:.1f} s\n", times,
+                     stalls.longest);
+}
+
 }  // namespace
 
 std::string summaryText(const RecordingSummary& summary)
@@ -36,6 +44,7 @@ std::string summaryText(const RecordingSummary& summary)
   std::string text =
       fmt::format("Recorded {} frames in {:.1f} s ({:.1f}/s), {}. Ended: {}\n", figures.records,
                   figures.seconds, figures.gaps.recordsPerSecond(), gapsText(figures.gaps), summary.ending);
+  text += stallsText(figures.stalls);
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
     if (!group.isGlove()) continue;
@@ -62,6 +71,7 @@ std::string summaryJson(const RecordingSummary& summary)
                               {"gaps", figures.gaps.count()},
                               {"missingFrames", figures.gaps.missing()},
                               {"longestGapMs", figures.gaps.longestMs()}};
+  json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
   json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
   json["gloves"] = nlohmann::ordered_json::array();
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {

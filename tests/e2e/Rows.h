@@ -10,10 +10,10 @@
 
 using Rows = std::vector<std::vector<unsigned>>;
 
-// The rows of a file; each has the stamp and all elements, or the test fails.
-inline Rows recordedRows(const TemporaryFolder& folder, const std::string& name)
+// The rows of a recording; each has the timestamp and all elements, or the test fails.
+inline Rows rowsOf(const std::string& csv)
 {
-  std::istringstream lines(folder.read(name));
+  std::istringstream lines(csv);
   std::string line;
   std::getline(lines, line);
   EXPECT_TRUE(line.starts_with("time_ms,left_0,left_1,")) << line;
@@ -27,6 +27,11 @@ inline Rows recordedRows(const TemporaryFolder& folder, const std::string& name)
     EXPECT_EQ(row.size(), 251U) << line;
   }
   return rows;
+}
+
+inline Rows recordedRows(const TemporaryFolder& folder, const std::string& name)
+{
+  return rowsOf(folder.read(name));
 }
 
 // Every element is what PtyGloves sent.

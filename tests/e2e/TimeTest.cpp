@@ -1,13 +1,22 @@
 // What a recording says of time: its clock, and a computer that stood still.
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <thread>
 
 #include "tests/e2e/Rows.h"
 #include "tests/e2e/Tessel.h"
 
 namespace {
+
+using namespace std::chrono_literals;
 
 TEST(Time, BeginsWithTheProgramAndNotWithTheComputer)
 {
@@ -18,6 +27,75 @@ TEST(Time, BeginsWithTheProgramAndNotWithTheComputer)
   const Rows rows = recordedRows(folder, "run.csv");
   EXPECT_GE(rows.front().front(), 60'000U);
   EXPECT_LT(rows.back().front(), 120'000U) << "or the computer took a minute for it";
+}
+
+class Stall : public testing::Test {
+ public:
+  Stall()
+  {
+    // The plug-in's own patience is shorter than the stalls.
+    folder_.write("settings",
+                  "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n"
+                  "TesselReadTimeout\t1000\n");
+  }
+
+  static void expectOneStall(const Tessel::Result& result, double seconds)
+  {
+    ASSERT_EQ(result.exitCode, 0) << result.messages;
+    EXPECT_NE(result.messages.find("stood still for"), std::string::npos) << result.messages;
+    const auto stalls = nlohmann::json::parse(result.output).at("stalls");
+    EXPECT_EQ(stalls.at("count"), 1) << result.output;
+    EXPECT_GE(stalls.at("longestSeconds"), seconds) << result.output;
+  }
+
+  // The first element of each glove counts its frames.
+  static void expectUnbroken(const Rows& rows)
+  {
+    expectSent(rows, rows.size());
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+      ASSERT_EQ(rows[row][1], rows[row - 1][1] + 1) << "frame " << row;
+    }
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(Stall, OfTheProgramIsNotTakenForSilenceOfTheGloves)
+{
+  PtyGloves gloves(folder_ / "dongle", 1);
+  Tessel tessel(folder_, {"record", "--settings", "settings", "--output", "run.csv", "--json"});
+  const auto rowCount = [&] { return std::ranges::count(folder_.read("run.csv.part"), '\n'); };
+  tessel.waitUntil([&] { return rowCount() > 20; });
+  tessel.signal(SIGSTOP);
+  std::this_thread::sleep_for(2500ms);
+  const auto before = rowCount();
+  tessel.signal(SIGCONT);
+  // What waited, and half a second more.
+  tessel.waitUntil([&] { return rowCount() > before + 120; });
+  tessel.signal(SIGINT);
+  expectOneStall(tessel.result(), 2.4);
+  expectUnbroken(recordedRows(folder_, "run.csv"));
+}
+
+TEST_F(Stall, OfWhatTakesTheRecordsIsNotTakenForSilenceOfTheGloves)
+{
+  PtyGloves gloves(folder_ / "dongle", 5);
+  ASSERT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+  Tessel tessel(folder_, {"record", "--settings", "settings", "--output", "pipe", "--json"});
+  std::ifstream pipe(folder_ / "pipe");
+  std::string csv;
+  const auto readUntil = [&](std::size_t size) {
+    for (std::string line; csv.size() < size && std::getline(pipe, line);) {
+      csv += line + '\n';
+    }
+  };
+  readUntil(20'000);
+  std::this_thread::sleep_for(2s);
+  readUntil(csv.size() + 500'000);
+  tessel.signal(SIGINT);
+  readUntil(std::string::npos);
+  expectOneStall(tessel.result(), 1);
+  expectUnbroken(rowsOf(csv));
 }
 
 }  // namespace
