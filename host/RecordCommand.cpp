@@ -71,7 +71,7 @@ std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, Output& output,
       writer->refresh();
       return output.growing();
     }
-    writer->finish(ending.words);
+    writer->finish({ending.words, figures.gaps.backwardSteps()});
     writer.reset();
     output.settle();
     return output.wanted();

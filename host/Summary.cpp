@@ -23,17 +23,26 @@ std::uint64_t bytesAt(const fs::path& place)
 
 std::string gapsText(const Gaps& gaps)
 {
-  if (gaps.count() == 0) return "no gaps";
-  return fmt::format("{} gap{}, the longest {} ms, about {} frames missing", gaps.count(),
-                     gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
+  std::string text = "  timestamps: no interval longer than usual\n";
+  if (gaps.count() > 0) {
+    text = fmt::format(
+        "  timestamps: {} interval{} longer than usual, up to {} ms; by an estimate {} frames are missing\n",
+        gaps.count(), gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
+  }
+  if (gaps.backwardSteps() > 0)
+    text += fmt::format("  timestamps: {} backward step{}\n", gaps.backwardSteps(),
+                        gaps.backwardSteps() == 1 ? "" : "s");
+  return text;
 }
 
 std::string stallsText(const Stalls& stalls)
 {
   if (stalls.count == 0) return "";
-  const std::string times = stalls.count == 1 ? "" : fmt::format("{} times, the longest ", stalls.count);
-  return fmt::format("  this computer, or what takes the recording, stood still {}for {:.1f} s\n", times,
-                     stalls.longest);
+  const std::string times = stalls.count == 1 ? "" : fmt::format(", the longest of {} times", stalls.count);
+  return fmt::format(
+      "  tessel stood still for {:.1f} s{}: the computer paused, or the output took no records.\n"
+      "  That alone makes intervals longer.\n",
+      stalls.longest, times);
 }
 
 }  // namespace
@@ -42,8 +51,10 @@ std::string summaryText(const RecordingSummary& summary)
 {
   const RecordingFigures& figures = summary.figures;
   std::string text =
-      fmt::format("Recorded {} frames in {:.1f} s ({:.1f}/s), {}. Ended: {}\n", figures.records,
-                  figures.seconds, figures.gaps.recordsPerSecond(), gapsText(figures.gaps), summary.ending);
+      fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",
+                  figures.records, figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(),
+                  summary.ending);
+  text += gapsText(figures.gaps);
   text += stallsText(figures.stalls);
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
@@ -67,10 +78,12 @@ std::string summaryJson(const RecordingSummary& summary)
                               {"output", utf8(summary.place)},
                               {"frames", figures.records},
                               {"seconds", figures.seconds},
+                              {"timestampSeconds", figures.gaps.seconds()},
                               {"framesPerSecond", figures.gaps.recordsPerSecond()},
                               {"gaps", figures.gaps.count()},
                               {"missingFrames", figures.gaps.missing()},
-                              {"longestGapMs", figures.gaps.longestMs()}};
+                              {"longestGapMs", figures.gaps.longestMs()},
+                              {"backwardSteps", figures.gaps.backwardSteps()}};
   json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
   json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
   json["gloves"] = nlohmann::ordered_json::array();

@@ -2,14 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 namespace {
 
 constexpr double periodOfALoneRecord = 0.025;
-// One missing frame doubles the time to the next record.
-constexpr double latestNext = 1.5;
-constexpr double stampResolution = 0.001;
 // What sums of decimal fractions are off by, in columns.
 constexpr double roundingError = 1e-6;
 
@@ -17,15 +13,9 @@ constexpr double roundingError = 1e-6;
 
 double usualPeriod(const Recording& recording)
 {
-  std::vector<double> steps;
-  for (std::size_t record = 1; record < recording.records(); ++record) {
-    const double step = recording.seconds[record] - recording.seconds[record - 1];
-    if (step > 0) steps.push_back(step);
-  }
-  if (steps.empty()) return periodOfALoneRecord;
-  const auto middle = std::next(steps.begin(), static_cast<std::ptrdiff_t>(steps.size() / 2));
-  std::ranges::nth_element(steps, middle);
-  return *middle;
+  if (const double usualMs = recording.gaps.usualMs(); usualMs > 0) return usualMs / 1000;
+  const double rate = recording.gaps.recordsPerSecond();
+  return rate > 0 ? 1 / rate : periodOfALoneRecord;
 }
 
 double duration(const Recording& recording)
@@ -34,7 +24,12 @@ double duration(const Recording& recording)
 }
 
 TimeAxis::TimeAxis(const Recording& recording, double from, double to, std::size_t columns)
-    : recording_(recording), period_(usualPeriod(recording)), from_(from), to_(to), columns_(columns)
+    : recording_(recording),
+      period_(usualPeriod(recording)),
+      maxUsualMs_(recording.gaps.maxUsualMs()),
+      from_(from),
+      to_(to),
+      columns_(columns)
 {
   const auto& seconds = recording.seconds;
   const auto after = std::ranges::upper_bound(seconds, from);
@@ -50,8 +45,8 @@ double TimeAxis::endOf(std::size_t record) const
   const double usual = recording_.seconds[record] + period_;
   if (record + 1 == recording_.records()) return usual;
   const double next = recording_.seconds[record + 1];
-  const double latest = recording_.seconds[record] + period_ * latestNext + stampResolution;
-  return next > latest ? usual : next;
+  const double intervalMs = std::round((next - recording_.seconds[record]) * 1000);
+  return intervalMs > maxUsualMs_ ? usual : next;
 }
 
 double TimeAxis::positionOf(double time) const

@@ -1,6 +1,6 @@
-// Which columns of a picture a record fills. A record counts until the next one; if that one is late, frames
-// are missing: then it counts as long as a record usually does, and the columns behind it stay empty.
-// Times are seconds of the recording. The recording must outlive it.
+// Which columns of a picture a record fills. A record counts until the next one; if there is a gap between
+// them (see Gaps.h), it counts as long as a record usually does, and the columns behind it stay empty. Times
+// are seconds of the recording. The recording must outlive it.
 #pragma once
 
 #include <cstddef>
@@ -47,6 +47,7 @@ class TimeAxis {
 
   const Recording& recording_;
   double period_;
+  double maxUsualMs_;  // between two records with no gap between them
   double from_;
   double to_;
   std::size_t columns_;

@@ -91,7 +91,7 @@ class CsvReader {
       recording_.notes.push_back(
           fmt::format("line {} is incomplete and was passed over", lines_.number() + 1));
     }
-    setStamps(recording_, stamps_);
+    setTimestamps(recording_, stamps_);
     return std::move(recording_);
   }
 

@@ -26,7 +26,7 @@ void CsvWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elemen
   file_.append(line_);
 }
 
-void CsvWriter::finish(const std::string&)
+void CsvWriter::finish(const RecordingEnd&)
 {
   file_.close();
 }

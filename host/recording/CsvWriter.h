@@ -9,7 +9,7 @@ class CsvWriter final : public RecordWriter {
   CsvWriter(const std::filesystem::path& file, const Layout& layout);
 
   void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
-  void finish(const std::string& ending) override;
+  void finish(const RecordingEnd& end) override;
 
  private:
   OutputFile file_;

@@ -2,44 +2,48 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace {
 
 // Intervals that have to be there before any of them is judged.
-constexpr std::uint64_t leastIntervals = 8;
-
-// Stamps are whole milliseconds: at high rates their rounding alone makes intervals uneven.
-double longestUsual(double usualMs)
-{
-  return usualMs + std::max(usualMs * 0.75, 2.5);
-}
+constexpr std::uint64_t minIntervals = 8;
 
 }  // namespace
 
-void Gaps::add(std::uint32_t stampMs)
+void Gaps::add(std::uint32_t timestampMs)
 {
+  constexpr std::uint32_t halfRange = 0x8000'0000;
   ++records_;
-  const auto before = last_;
-  last_ = stampMs;
+  const auto before = std::exchange(last_, timestampMs);
   if (!before) return;
-  const std::uint32_t interval = stampMs - *before;
-  if (interval > 0x7FFFFFFF) return;  // a stamp that went back
+  const std::uint32_t interval = timestampMs - *before;
+  if (interval >= halfRange) {
+    ++backwardSteps_;
+    return;
+  }
   spanMs_ += interval;
-  if (records_ == 2) return;
   longestMs_ = std::max(longestMs_, interval);
   ++intervals_[std::min<std::size_t>(interval, bins - 1)];
 }
 
+std::uint64_t Gaps::intervals() const
+{
+  return records_ == 0 ? 0 : records_ - 1 - backwardSteps_;
+}
+
 double Gaps::usualMs() const
 {
-  if (records_ < 2 + leastIntervals) return 0;
+  if (intervals() < minIntervals) return 0;
   // An eighth of the intervals: most may be gaps, and some may be short behind a pause.
-  const std::uint64_t eighth = (records_ - 2) / 8;
+  const std::uint64_t eighth = intervals() / 8;
   std::uint64_t seen = 0;
   std::size_t length = 0;
   while (length < bins - 1 && (seen += intervals_[length]) <= eighth) {
     ++length;
   }
+  if (length == bins - 1) return 0;  // too slow to be known
   // The intervals around it, since their lengths waver.
   const auto middle = static_cast<double>(length);
   double sum = 0;
@@ -52,13 +56,21 @@ double Gaps::usualMs() const
   return count > 0 ? sum / count : 0;
 }
 
-std::uint64_t Gaps::count() const
+double Gaps::maxUsualMs() const
 {
   const double usual = usualMs();
+  // Timestamps are whole milliseconds: at high rates their rounding alone makes intervals uneven.
+  const double longest = usual + std::max(usual * 0.75, 2.5);
+  const bool isKnown = usual > 0 && longest < bins - 1;
+  return isKnown ? longest : std::numeric_limits<double>::infinity();
+}
+
+std::uint64_t Gaps::count() const
+{
+  const double longest = maxUsualMs();
   std::uint64_t gaps = 0;
-  if (usual <= 0) return 0;
-  for (auto length = static_cast<std::size_t>(longestUsual(usual)) + 1; length < bins; ++length) {
-    gaps += intervals_[length];
+  for (std::size_t length = 0; length < bins; ++length) {
+    if (static_cast<double>(length) > longest) gaps += intervals_[length];
   }
   return gaps;
 }
@@ -72,8 +84,8 @@ std::uint64_t Gaps::missing() const
 {
   const double usual = usualMs();
   if (count() == 0) return 0;
-  const double expected = static_cast<double>(spanMs_) / usual + 1;
-  return static_cast<std::uint64_t>(std::llround(std::max(0.0, expected - static_cast<double>(records_))));
+  const double expected = static_cast<double>(spanMs_) / usual;
+  return static_cast<std::uint64_t>(std::llround(std::max(0.0, expected - static_cast<double>(intervals()))));
 }
 
 double Gaps::recordsPerSecond() const

@@ -99,6 +99,6 @@ Recording readNpy(const std::filesystem::path& folder)
   }
   const auto count = static_cast<std::size_t>(records);
   recording.samples = samples.read<std::uint16_t>(count * recording.elements);
-  setStamps(recording, stamps.read<std::uint32_t>(count));
+  setTimestamps(recording, stamps.read<std::uint32_t>(count));
   return recording;
 }

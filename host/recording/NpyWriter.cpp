@@ -60,7 +60,7 @@ NpyWriter::NpyWriter(fs::path folder, const Layout& layout)
 {
   samples_.append(samplesHeader(0, layout_));
   stamps_.append(stampsHeader(0));
-  writeMeta("");
+  writeMeta(nullptr);
 }
 
 void NpyWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elements)
@@ -76,15 +76,15 @@ void NpyWriter::refresh()
   stamps_.replaceBeginning(stampsHeader(records_));
 }
 
-void NpyWriter::finish(const std::string& ending)
+void NpyWriter::finish(const RecordingEnd& end)
 {
   refresh();
   samples_.close();
   stamps_.close();
-  writeMeta(ending);
+  writeMeta(&end);
 }
 
-void NpyWriter::writeMeta(const std::string& ending) const
+void NpyWriter::writeMeta(const RecordingEnd* end) const
 {
   nlohmann::ordered_json meta{{"format", "tessel-recording"}, {"version", 1}, {"started", started_}};
   meta["elements"] = layout_.elements;
@@ -92,9 +92,10 @@ void NpyWriter::writeMeta(const std::string& ending) const
     meta["groups"].push_back(
         {{"label", group.label}, {"module", group.module}, {"first", group.first}, {"count", group.count}});
   }
-  if (!ending.empty()) {
+  if (end != nullptr) {
     meta["frames"] = records_;
-    meta["ended"] = ending;
+    meta["backwardSteps"] = end->backwardSteps;
+    meta["ended"] = end->words;
   }
   // The one before stays until the new one is whole.
   Output output(folder_ / "meta.json", Output::Kind::file, true);

@@ -11,10 +11,10 @@ class NpyWriter final : public RecordWriter {
 
   void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
   void refresh() override;
-  void finish(const std::string& ending) override;
+  void finish(const RecordingEnd& end) override;
 
  private:
-  void writeMeta(const std::string& ending) const;
+  void writeMeta(const RecordingEnd* end) const;
 
   std::filesystem::path folder_;
   Layout layout_;

@@ -12,6 +12,11 @@
 
 enum class RecordFormat { csv, npy };
 
+struct RecordingEnd {
+  std::string words;                // why it ended
+  std::uint64_t backwardSteps = 0;  // of the timestamps
+};
+
 class RecordWriter {
  public:
   virtual ~RecordWriter() = default;
@@ -20,8 +25,7 @@ class RecordWriter {
   virtual void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) = 0;
   // Brings up to date what tells how much is there. To be called each second or so, and after a failure.
   virtual void refresh() {}
-  // Ends the recording. `ending` says in words why it ended.
-  virtual void finish(const std::string& ending) = 0;
+  virtual void finish(const RecordingEnd& end) = 0;
 };
 
 // Writes into a file that may be there, or into a folder that must be.

@@ -50,23 +50,15 @@ void addGroup(Recording& recording, const std::filesystem::path& path, const std
   groups.push_back({label, recording.elements, 0});
 }
 
-void setStamps(Recording& recording, const std::vector<std::uint32_t>& stamps)
+void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps)
 {
-  constexpr std::uint32_t halfRange = 0x8000'0000;
-  std::size_t backSteps = 0;
-  std::uint64_t sum = 0;
-  recording.seconds.reserve(stamps.size());
-  for (std::size_t record = 0; record < stamps.size(); ++record) {
-    const std::uint32_t step = record == 0 ? 0 : stamps[record] - stamps[record - 1];
-    if (step < halfRange) {
-      sum += step;
-    } else {
-      ++backSteps;
-    }
-    recording.seconds.push_back(static_cast<double>(sum) / 1000);
+  recording.seconds.reserve(timestamps.size());
+  for (const std::uint32_t timestamp : timestamps) {
+    recording.gaps.add(timestamp);
+    recording.seconds.push_back(recording.gaps.seconds());
   }
-  if (backSteps > 0) {
+  if (const auto steps = recording.gaps.backwardSteps(); steps > 0) {
     recording.notes.push_back(
-        fmt::format("the time steps back {} time(s); it was taken to stand still there", backSteps));
+        fmt::format("the time steps back {} time(s); it was taken to stand still there", steps));
   }
 }

@@ -24,5 +24,5 @@ std::ifstream openRecording(const std::filesystem::path& path);
 // Puts an empty group behind the others.
 void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label);
 
-// The stamps are in ms and wrap at 32 bits.
-void setStamps(Recording& recording, const std::vector<std::uint32_t>& stamps);
+// In ms; they wrap at 32 bits.
+void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps);

@@ -4,6 +4,7 @@
 #include "host/plot/HeatMap.h"
 #include "host/plot/Picture.h"
 #include "host/recording/Recording.h"
+#include "host/recording/RecordingParts.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -90,11 +91,13 @@ TEST(Picture, KeepsAShortPeakAndLeavesAPauseEmptyButNotTheTimeBetweenRecords)
   Recording recording;
   recording.groups = {{"le<ft", 0, 1}, {"right", 1, 1}};
   recording.elements = 2;
-  for (int record = 0; record < 1000; ++record) {
-    recording.seconds.push_back(record * 0.025 + (record < 500 ? 0 : 25));
+  std::vector<std::uint32_t> timestamps;
+  for (unsigned record = 0; record < 1000; ++record) {
+    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
     recording.samples.insert(recording.samples.end(),
                              {static_cast<std::uint16_t>(record == 333 ? 900 : 5), 7});
   }
+  setTimestamps(recording, timestamps);
   const HeatMap whole = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 0, 50, 8));
   EXPECT_EQ(whole.counts, (std::vector{5, 900, -1, -1, -1, -1, 5, 5}));
   const HeatMap part = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 8.3, 8.4, 8));

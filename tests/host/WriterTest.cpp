@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "host/recording/RecordWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -14,9 +16,13 @@ TEST(RecordWriter, StampsAndElementsStandAsTheyCame)
         makeRecordWriter(format, format == RecordFormat::csv ? folder / "a.csv" : folder.path(), layout);
     writer->add(4'294'967'295U, std::vector<std::uint16_t>{0, 65535, 7});
     writer->add(1, std::vector<std::uint16_t>{258, 2, 3});
-    writer->finish("as asked for.");
+    writer->finish({.words = "as asked for.", .backwardSteps = 1});
   }
   EXPECT_EQ(folder.read("a.csv"), "time_ms,left_0,left_1,aux_0\n4294967295,0,65535,7\n1,258,2,3\n");
+  const auto meta = nlohmann::json::parse(folder.read("meta.json"));
+  EXPECT_EQ(meta.at("frames"), 2);
+  EXPECT_EQ(meta.at("backwardSteps"), 1);
+  EXPECT_EQ(meta.at("ended"), "as asked for.");
   const std::string stamps = folder.read("stamps.npy");
   EXPECT_EQ(stamps.substr(128), std::string("\xFF\xFF\xFF\xFF\x01\0\0\0", 8));
   EXPECT_EQ(folder.read("samples.npy").substr(128),
