@@ -39,3 +39,10 @@ class Failure : public std::runtime_error {
   ExitCode code_;
   std::string advice_;
 };
+
+// The system has no memory left for the program.
+inline Failure outOfMemory()
+{
+  return {ExitCode::internal, "there is not enough memory.",
+          "End other programs and try again. `tessel plot` needs as much memory as the recording has."};
+}

@@ -16,6 +16,7 @@ std::string describe(const Port& port)
       return "it is no serial port.";
     case PortState::gone:
       return "it has gone away.";
+    case PortState::tooManyFiles:
     case PortState::failing:
       break;
   }
@@ -37,6 +38,8 @@ std::string adviceFor(const Port& port)
           port.path);
     case PortState::notSerial:
       return "TESSEL_SERIAL_PORTS must name the path of a serial port or of a simulated one.";
+    case PortState::tooManyFiles:
+      return "End programs that have many files open, or raise the limit (on Linux: ulimit -n).";
     case PortState::gone:
     case PortState::failing:
       break;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-enum class PortState { free, inUse, noRights, notSerial, gone, failing };
+enum class PortState { free, inUse, noRights, notSerial, gone, tooManyFiles, failing };
 
 struct Port {
   std::string friendlyText;  // "NAME (COMn)"

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <map>
 #include <memory>
+#include <new>
 #include <optional>
 
 #include "host/Commands.h"
@@ -27,6 +28,7 @@ struct Options {
   RecordFormat format = RecordFormat::csv;
   bool replaces = false;
   bool isJson = false;
+  bool showsMemory = false;
 };
 
 std::string defaultOutput(RecordFormat format)
@@ -54,6 +56,8 @@ Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimi
     return {words, Failure(ExitCode::interrupted, words, "")};
   } catch (const Failure& failure) {
     return {failure.what(), failure};
+  } catch (const std::bad_alloc&) {
+    return {outOfMemory().what(), outOfMemory()};
   } catch (const std::exception& error) {
     return {error.what(), Failure(ExitCode::internal, error.what(), "")};
   }
@@ -104,7 +108,7 @@ std::optional<Failure> record(const Options& options)
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
   console::tell("{}", summaryText(summary));
-  if (options.isJson) console::print("{}\n", summaryJson(summary));
+  if (options.isJson) console::print("{}\n", summaryJson(summary, options.showsMemory));
   if (!ending.failure) console::tell("Look at it with: tessel plot {}\n", utf8(place));
   return ending.failure;
 }
@@ -169,6 +173,8 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       ->option_text("csv|npy [csv]");
   command->add_flag("--force", options->replaces, "Replace a recording of this name");
   command->add_flag("--json", options->isJson, "Print the summary as JSON on standard output");
+  command->add_flag("--memory", options->showsMemory, "Add the program's peak memory to the JSON")
+      ->needs("--json");
   addHardwareOptions(*command, options->hardware);
   command->footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"

@@ -70,7 +70,7 @@ std::string summaryText(const RecordingSummary& summary)
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
 }
 
-std::string summaryJson(const RecordingSummary& summary)
+std::string summaryJson(const RecordingSummary& summary, bool showsMemory)
 {
   const RecordingFigures& figures = summary.figures;
   nlohmann::ordered_json json{{"exitCode", static_cast<int>(summary.exitCode)},
@@ -95,6 +95,6 @@ std::string summaryJson(const RecordingSummary& summary)
                               {"elements", group.count},
                               {"highest", figures.highest[index]}});
   }
-  json["peakMemoryKiB"] = host::peakMemoryKiB();
+  if (showsMemory) json["peakMemoryKiB"] = host::peakMemoryKiB();
   return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
 }

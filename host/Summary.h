@@ -15,4 +15,4 @@ struct RecordingSummary {
 };
 
 std::string summaryText(const RecordingSummary& summary);
-std::string summaryJson(const RecordingSummary& summary);
+std::string summaryJson(const RecordingSummary& summary, bool showsMemory);

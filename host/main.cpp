@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <locale>
+#include <new>
 
 #include "host/Commands.h"
 #include "host/Console.h"
@@ -66,6 +67,9 @@ int run(int count, char** arguments)
     const int code = tessel.exit(error);
     return code == 0 ? 0 : static_cast<int>(ExitCode::usage);
   } catch (const Failure& failure) {
+    return fail(failure.code(), failure.what(), failure.advice());
+  } catch (const std::bad_alloc&) {
+    const Failure failure = outOfMemory();
     return fail(failure.code(), failure.what(), failure.advice());
   } catch (const std::exception& error) {
     return fail(ExitCode::internal, error.what(), "");

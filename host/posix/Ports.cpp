@@ -79,6 +79,9 @@ PortState stateFor(int error)
       return PortState::gone;
     case EISDIR:
       return PortState::notSerial;
+    case EMFILE:
+    case ENFILE:
+      return PortState::tooManyFiles;
     default:
       return PortState::failing;
   }

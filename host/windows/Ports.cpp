@@ -17,6 +17,8 @@ PortState stateFor(DWORD error)
     case ERROR_ACCESS_DENIED:  // what the system says of a port that is open already
     case ERROR_SHARING_VIOLATION:
       return PortState::inUse;
+    case ERROR_TOO_MANY_OPEN_FILES:
+      return PortState::tooManyFiles;
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
       return PortState::gone;
@@ -32,7 +34,8 @@ void tryToOpen(Port& port)
   const DWORD error = handle == INVALID_HANDLE_VALUE ? GetLastError() : ERROR_SUCCESS;
   if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
   port.state = stateFor(error);
-  if (port.state == PortState::failing) port.detail = std::system_category().message(static_cast<int>(error));
+  if (port.state == PortState::failing || port.state == PortState::tooManyFiles)
+    port.detail = std::system_category().message(static_cast<int>(error));
 }
 
 }  // namespace

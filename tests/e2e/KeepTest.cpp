@@ -31,4 +31,27 @@ TEST(Keep, WhatIsRecordedCanBePlotted)
   }
 }
 
+TEST(Keep, ARecordingThatMemoryCantHoldIsRefusedInWords)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer's own memory does not fit";
+#endif
+  const TemporaryFolder folder;
+  // A gigabyte of samples, none of which takes room on the disk.
+  const std::string head = "{'descr': '<u2', 'fortran_order': False, 'shape': (0, 1024), }\n";
+  const std::string magic("\x93NUMPY\x01\x00", 8);
+  folder.write("samples.npy", magic + static_cast<char>(head.size()) + '\0' + head);
+  std::filesystem::resize_file(folder / "samples.npy", 1 << 30);
+  const std::string times = "{'descr': '<u4', 'fortran_order': False, 'shape': (0,), }\n";
+  folder.write("stamps.npy", magic + static_cast<char>(times.size()) + '\0' + times);
+  std::filesystem::resize_file(folder / "stamps.npy", 4 << 20);
+  folder.write("meta.json", R"({"format":"tessel-recording","version":1,"groups":[
+      {"label":"left","first":0,"count":1024}]})");
+  const std::string command = "cd " + folder.path().string() +
+                              " && ulimit -v 400000 && " TESSEL_PROGRAM " plot . 2> messages > output";
+  EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+  EXPECT_NE(folder.read("messages").find("not enough memory.\n        End other programs"), std::string::npos)
+      << folder.read("messages");
+}
+
 }  // namespace
