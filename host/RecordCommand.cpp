@@ -71,10 +71,7 @@ std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, Output& output,
   output.keep(figures.records > 0);
   if (figures.records == 0) return {};
   try {
-    if (ending.failure && ending.failure->code() == ExitCode::output) {
-      writer->refresh();
-      return output.growing();
-    }
+    if (ending.failure && ending.failure->code() == ExitCode::output) return output.growing();
     writer->finish({ending.words, figures.gaps.backwardSteps()});
     writer.reset();
     output.settle();

@@ -12,7 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto progressInterval = 200ms;
-constexpr auto refreshInterval = 1s;
 // The plug-in waits for a first record without end, as long as any message comes.
 constexpr double longestWaitForFirst = 10;  // seconds
 constexpr double longestPause = 1;          // seconds without a frame at the end of a good recording
@@ -41,7 +40,6 @@ bool Recorder::run(const std::atomic<bool>& stop,
     ~Updated() { recorder.updateTimes(host::uptime()); }
   } const updated{*this};
   auto nextProgress = host::uptime();
-  auto nextRefresh = nextProgress;
   while (!stop) {
     if (hardware_.read()) keepRecord();
     const auto now = host::uptime();
@@ -54,9 +52,6 @@ bool Recorder::run(const std::atomic<bool>& stop,
     if (!isDue) continue;
     nextProgress = now + progressInterval;
     onProgress(figures_);
-    if (now < nextRefresh) continue;
-    nextRefresh = now + refreshInterval;
-    writer_.refresh();
   }
   return false;
 }

@@ -68,17 +68,13 @@ void NpyWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elemen
   samples_.append(bytesOf(elements.data(), elements.size()));
   stamps_.append(bytesOf(&stampMs, 1));
   ++records_;
-}
-
-void NpyWriter::refresh()
-{
+  // At each record, and behind its row: what a killed program leaves shows all whole rows, and no other.
   samples_.replaceBeginning(samplesHeader(records_, layout_));
   stamps_.replaceBeginning(stampsHeader(records_));
 }
 
 void NpyWriter::finish(const RecordingEnd& end)
 {
-  refresh();
   samples_.close();
   stamps_.close();
   writeMeta(&end);

@@ -10,7 +10,6 @@ class NpyWriter final : public RecordWriter {
   NpyWriter(std::filesystem::path folder, const Layout& layout);
 
   void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) override;
-  void refresh() override;
   void finish(const RecordingEnd& end) override;
 
  private:

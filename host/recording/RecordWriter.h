@@ -23,8 +23,6 @@ class RecordWriter {
 
   // Hands one record to the system, of as many elements as the layout has.
   virtual void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) = 0;
-  // Brings up to date what tells how much is there. To be called each second or so, and after a failure.
-  virtual void refresh() {}
   virtual void finish(const RecordingEnd& end) = 0;
 };
 

@@ -1,6 +1,7 @@
 // What `tessel record` leaves can be read, however it ended.
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <cstdlib>
 
@@ -29,6 +30,30 @@ TEST(Keep, WhatIsRecordedCanBePlotted)
     if (exitCode != 0) continue;
     EXPECT_EQ(runTessel(folder, {"plot", "run.csv"}).exitCode, 0) << auxCount;
   }
+}
+
+TEST(Keep, NumPyShowsAllThatAKilledRunHadWritten)
+{
+  ::unsetenv("TESSEL_SERIAL_PORTS");
+  const TemporaryFolder folder;
+  Tessel tessel(folder, {"record", "--sim", "--output", "run", "--format", "npy"});
+  const auto size = [&] {
+    std::error_code notThere;
+    const auto bytes = std::filesystem::file_size(folder / "run.part/samples.npy", notThere);
+    return notThere ? 0 : bytes;
+  };
+  tessel.waitUntil([&] { return size() > 128 + 500 * 45; });
+  tessel.signal(SIGKILL);
+  EXPECT_EQ(tessel.result().exitCode, 128 + SIGKILL);
+  // It may have been killed between a row and the head.
+  const std::string check =
+      "cd " + folder.path().string() +
+      "/run.part && /usr/bin/python3 -c \"import numpy; s = numpy.load('samples.npy'); t = "
+      "numpy.load('stamps.npy'); rows = (" +
+      std::to_string(size()) +
+      " - 128) // 500; assert rows - 1 <= len(s) <= rows and abs(len(s) - len(t)) <= 1, "
+      "(rows, s.shape, t.shape)\"";
+  EXPECT_EQ(std::system(check.c_str()), 0);
 }
 
 TEST(Keep, ARecordingThatMemoryCantHoldIsRefusedInWords)

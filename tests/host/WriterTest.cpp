@@ -29,4 +29,20 @@ TEST(RecordWriter, StampsAndElementsStandAsTheyCame)
             std::string("\0\0\xFF\xFF\x07\0\x02\x01\x02\0\x03\0", 12));
 }
 
+TEST(RecordWriter, TheHeadOfAnArrayTellsOfEachRowAtOnce)
+{
+  const Layout layout{.elements = 2, .groups = {{"left", "KVXGL00017", 0, 2}}};
+  const TemporaryFolder folder;
+  const auto writer = makeRecordWriter(RecordFormat::npy, folder.path(), layout);
+  for (int rows = 0; rows < 12; ++rows) {
+    const std::string count = std::to_string(rows);
+    const std::string samples = folder.read("samples.npy");
+    const std::string stamps = folder.read("stamps.npy");
+    EXPECT_NE(samples.find("'shape': (" + count + ", 2)"), std::string::npos) << samples.substr(0, 128);
+    EXPECT_NE(stamps.find("'shape': (" + count + ",)"), std::string::npos) << stamps.substr(0, 128);
+    EXPECT_EQ(samples.size(), 128U + 4U * static_cast<unsigned>(rows));
+    writer->add(60'000, std::vector<std::uint16_t>{0, 65535});
+  }
+}
+
 }  // namespace
