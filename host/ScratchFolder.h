@@ -1,8 +1,12 @@
-// A private folder of the program, gone with everything in it when the object goes.
+// A private folder of the program, gone with everything in it when the object goes. What a killed program
+// left is taken away by the next run that makes one; a folder in use, another user's or something else's
+// stays.
 #pragma once
 
 #include <filesystem>
-#include <string>
+#include <optional>
+
+#include "host/System.h"
 
 class ScratchFolder {
  public:
@@ -16,4 +20,5 @@ class ScratchFolder {
 
  private:
   std::filesystem::path path_;
+  std::optional<host::FolderLock> lock_;
 };

@@ -47,6 +47,25 @@ class Lock {
   bool isHeld_ = false;
 };
 
+// Marks a folder of this user's as in use, by a locked file in it. The system ends the lock with the process,
+// however that ends, and the file stays: a folder that can be locked then is one that was left.
+// A folder that is a link, or another user's, is never locked.
+class FolderLock {
+ public:
+  enum class Kind { fresh, left };  // makes the file, or wants one that is there
+
+  FolderLock(const std::filesystem::path& folder, Kind kind);
+  ~FolderLock();
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+  bool isHeld() const { return isHeld_; }
+
+ private:
+  std::intptr_t handle_ = -1;
+  bool isHeld_ = false;
+};
+
 // An empty file, where nothing was.
 std::error_code createFile(const std::filesystem::path& path);
 // Renames a file or folder to a name that nothing bears.

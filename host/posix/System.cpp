@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -40,6 +41,39 @@ Lock::Lock(const std::filesystem::path& path) : handle_(::open(path.c_str(), O_R
 }
 
 Lock::~Lock()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+namespace {
+
+constexpr const char* lockName = "tessel.lock";
+
+bool isOwn(int descriptor, mode_t type)
+{
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && status.st_uid == ::geteuid() &&
+         (status.st_mode & S_IFMT) == type && status.st_nlink > 0;
+}
+
+}  // namespace
+
+FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
+{
+  const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (folder < 0) return;
+  if (isOwn(folder, S_IFDIR)) {
+    const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    handle_ = ::openat(folder, lockName, kind == Kind::fresh ? flags | O_CREAT | O_EXCL : flags, 0600);
+  }
+  ::close(folder);
+  const int file = static_cast<int>(handle_);
+  // Between its making and the lock another run may have taken the folder for one that was left: then the
+  // file is unlinked by the time the lock is here.
+  isHeld_ = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0 && isOwn(file, S_IFREG);
+}
+
+FolderLock::~FolderLock()
 {
   if (handle_ >= 0) ::close(static_cast<int>(handle_));
 }

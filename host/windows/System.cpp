@@ -46,6 +46,23 @@ Lock::~Lock()
   if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
 }
 
+FolderLock::FolderLock(const std::filesystem::path& folder, Kind kind)
+{
+  const DWORD attributes = GetFileAttributesW(folder.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
+  // Made and locked at once. Who holds it may delete it.
+  const HANDLE file = CreateFileW((folder / L"tessel.lock").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE,
+                                  nullptr, kind == Kind::fresh ? CREATE_NEW : OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  handle_ = reinterpret_cast<std::intptr_t>(file);
+  isHeld_ = file != INVALID_HANDLE_VALUE;
+}
+
+FolderLock::~FolderLock()
+{
+  if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
 std::error_code createFile(const std::filesystem::path& path)
 {
   const HANDLE file =
