@@ -50,6 +50,9 @@ std::string stallsText(const Stalls& stalls)
 std::string summaryText(const RecordingSummary& summary)
 {
   const RecordingFigures& figures = summary.figures;
+  if (figures.records == 0) {
+    return fmt::format("Recorded no frame, so nothing was kept. Ended: {}\n", summary.ending);
+  }
   std::string text =
       fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",
                   figures.records, figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(),
@@ -64,7 +67,6 @@ std::string summaryText(const RecordingSummary& summary)
   }
   text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
                           : "  battery empty, or not known yet\n";
-  if (summary.place.empty()) return text + "Nothing was kept.\n";
   const std::uint64_t bytes = bytesAt(summary.place);
   return text + fmt::format("Written to {}{}\n", utf8(summary.place),
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");

@@ -33,27 +33,29 @@ std::uint64_t Gaps::intervals() const
   return records_ == 0 ? 0 : records_ - 1 - backwardSteps_;
 }
 
+// The mean of those intervals that lie within a fifth of each other and are the most.
 double Gaps::usualMs() const
 {
   if (intervals() < minIntervals) return 0;
-  // An eighth of the intervals: most may be gaps, and some may be short behind a pause.
-  const std::uint64_t eighth = intervals() / 8;
-  std::uint64_t seen = 0;
-  std::size_t length = 0;
-  while (length < bins - 1 && (seen += intervals_[length]) <= eighth) {
-    ++length;
+  // Of the intervals shorter than each length: how many there are, and their sum.
+  std::array<std::uint64_t, bins + 1> counts{};
+  std::array<std::uint64_t, bins + 1> sums{};
+  for (std::size_t length = 0; length < bins; ++length) {
+    counts[length + 1] = counts[length] + intervals_[length];
+    sums[length + 1] = sums[length] + length * intervals_[length];
   }
-  if (length == bins - 1) return 0;  // too slow to be known
-  // The intervals around it, since their lengths waver.
-  const auto middle = static_cast<double>(length);
-  double sum = 0;
-  double count = 0;
-  for (auto near = static_cast<std::size_t>(middle * 0.7);
-       near < bins && static_cast<double>(near) <= middle * 1.4; ++near) {
-    sum += static_cast<double>(near) * intervals_[near];
-    count += intervals_[near];
+  std::uint64_t most = 0;
+  double usual = 0;
+  for (std::size_t length = 1; length < bins - 1; ++length) {
+    const std::size_t reach = std::max<std::size_t>(length / 5, 1);
+    const std::size_t first = length - reach;
+    const std::size_t end = std::min(length + reach + 1, bins - 1);  // the last ones are of any length
+    const std::uint64_t count = counts[end] - counts[first];
+    if (count <= most) continue;
+    most = count;
+    usual = static_cast<double>(sums[end] - sums[first]) / static_cast<double>(count);
   }
-  return count > 0 ? sum / count : 0;
+  return usual;
 }
 
 double Gaps::maxUsualMs() const

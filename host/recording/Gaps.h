@@ -1,9 +1,9 @@
 // What timestamps say about a recording: how evenly its records follow each other. A gap is an interval well
-// longer than the usual one, which comes from the shorter intervals of the whole recording, so the rate need
-// not be known and many losses do not matter. The same rule holds while recording and for who reads a
-// recording. An estimate: the plug-in reports no losses, and moves each timestamp by 5 % of the time at which
-// the computer read the frame. So frames that waited while the computer paused have uneven intervals, and
-// look like gaps.
+// longer than the usual one, which is the length of most intervals of the whole recording: so the rate need
+// not be known, and neither many losses nor a pause of the computer change it. The same rule holds while
+// recording and for who reads a recording. An estimate: the plug-in reports no losses, and moves each
+// timestamp by 5 % of its distance from the time at which the computer read the frame. So frames that waited
+// while the computer paused have uneven intervals, and look like gaps.
 #pragma once
 
 #include <array>

@@ -17,6 +17,8 @@ TEST(Summary, SaysWhatTimestampsTellAndHowLongItTook)
   for (std::uint32_t frame = 0; frame < 41; ++frame) {
     figures.gaps.add(60'000 + frame * 100 + (frame < 30 ? 0 : 300) - (frame < 35 ? 0 : 900));
   }
+  EXPECT_EQ(summaryText({layout, RecordingFigures(), {}, "no glove.", ExitCode::silence}),
+            "Recorded no frame, so nothing was kept. Ended: no glove.\n");
   const RecordingSummary summary{layout, figures, {}, "as asked for.", ExitCode::done};
   const std::string text = summaryText(summary);
   for (const char* words :
