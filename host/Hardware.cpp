@@ -230,11 +230,10 @@ bool Hardware::read()
 
 Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
 {
-  const std::string stall =
-      link_.resumed() ? fmt::format(" since this computer stood still for {:.1f} s", link_.stalls().latest)
-                      : "";
+  const std::string stall = fmt::format("this computer stood still for {:.1f} s", link_.stalls().latest);
   if (isDongleGone()) {
-    return {ExitCode::silence, fmt::format("the dongle is gone{}.", stall),
+    const std::string since = link_.resumed() ? ", after " + stall : "";
+    return {ExitCode::silence, fmt::format("the dongle is gone{}.", since),
             "Plug it in again. If nobody unplugged it, try another socket."};
   }
   if (verdict == LinkWatch::Verdict::framesTooShort) {
@@ -245,7 +244,7 @@ Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
   }
   if (verdict == LinkWatch::Verdict::lostInStall) {
     return {ExitCode::silence,
-            fmt::format("the link to the gloves was lost: no complete frame has come{}.", stall),
+            fmt::format("the link to the gloves was lost: no complete frame has come since {}.", stall),
             "Record again. Keep the computer awake, and what reads the output going."};
   }
   return {ExitCode::silence, "the gloves fell silent: no message, or no complete frame, came any more.",
