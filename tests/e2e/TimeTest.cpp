@@ -39,12 +39,12 @@ class Stall : public testing::Test {
                   "TesselReadTimeout\t1000\n");
   }
 
-  static void expectOneStall(const Tessel::Result& result, double seconds)
+  static void expectStall(const Tessel::Result& result, double seconds)
   {
     ASSERT_EQ(result.exitCode, 0) << result.messages;
     EXPECT_NE(result.messages.find("stood still for"), std::string::npos) << result.messages;
     const auto stalls = nlohmann::json::parse(result.output).at("stalls");
-    EXPECT_EQ(stalls.at("count"), 1) << result.output;
+    EXPECT_GE(stalls.at("count"), 1) << result.output;
     EXPECT_GE(stalls.at("longestSeconds"), seconds) << result.output;
   }
 
@@ -73,7 +73,7 @@ TEST_F(Stall, OfTheProgramIsNotTakenForSilenceOfTheGloves)
   // What waited, and half a second more.
   tessel.waitUntil([&] { return rowCount() > before + 120; });
   tessel.signal(SIGINT);
-  expectOneStall(tessel.result(), 2.4);
+  expectStall(tessel.result(), 2.4);
   expectUnbroken(recordedRows(folder_, "run.csv"));
 }
 
@@ -94,7 +94,7 @@ TEST_F(Stall, OfWhatTakesTheRecordsIsNotTakenForSilenceOfTheGloves)
   readUntil(csv.size() + 500'000);
   tessel.signal(SIGINT);
   readUntil(std::string::npos);
-  expectOneStall(tessel.result(), 1);
+  expectStall(tessel.result(), 1);
   expectUnbroken(rowsOf(csv));
 }
 
