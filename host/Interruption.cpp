@@ -4,26 +4,26 @@
 
 void Interruption::raise()
 {
-  isWanted_ = true;
+  isRequested_ = true;
   {
     const std::lock_guard lock(mutex_);
-    if (onWish_) onWish_();
+    if (onRequest_) onRequest_();
   }
   // Last, because a terminal that is held makes it wait.
-  console::tell("\nEnding; once more ends at once.\n");
+  console::tell("\nEnding. A second Ctrl-C ends the program at once.\n");
 }
 
-void Interruption::during(const std::function<void()>& action, const std::function<void()>& onWish)
+void Interruption::during(const std::function<void()>& action, const std::function<void()>& onRequest)
 {
-  const auto hear = [this](std::function<void()> function) {
+  const auto setCallback = [this](std::function<void()> callback) {
     const std::lock_guard lock(mutex_);
-    onWish_ = std::move(function);
+    onRequest_ = std::move(callback);
   };
-  struct Deaf {
-    decltype(hear)& setHearing;
-    ~Deaf() { setHearing(nullptr); }
-  } const deafAfterwards{hear};
-  hear(onWish);
-  if (isWanted_) onWish();
+  struct ScopeGuard {
+    decltype(setCallback)& set;
+    ~ScopeGuard() { set(nullptr); }
+  } const guard{setCallback};
+  setCallback(onRequest);
+  if (isRequested_) onRequest();
   action();
 }

@@ -1,5 +1,5 @@
-// The wish of the person to end the program, for those who have to hear of it.
-// Threads: `raise` comes on a thread of the system's wish; the rest is the program's.
+// A request of the person or the system to end the program, for those who have to act on it.
+// Threads: `raise` runs on the thread of `host::Interrupt`; the rest is the program's.
 #pragma once
 
 #include <atomic>
@@ -13,17 +13,17 @@ class Interruption {
   // Make it before any other thread.
   Interruption() : interrupt_([this] { raise(); }) {}
 
-  const std::atomic<bool>& flag() const { return isWanted_; }
+  const std::atomic<bool>& flag() const { return isRequested_; }
 
-  // Runs the action. A wish that comes meanwhile calls `onWish`, on its own thread; one that came before
-  // calls it at once.
-  void during(const std::function<void()>& action, const std::function<void()>& onWish);
+  // Runs the action. A request that comes meanwhile calls `onRequest`, on the thread of `raise`; one that
+  // came before calls it at once.
+  void during(const std::function<void()>& action, const std::function<void()>& onRequest);
 
  private:
   void raise();
 
-  std::atomic<bool> isWanted_{false};
+  std::atomic<bool> isRequested_{false};
   std::mutex mutex_;
-  std::function<void()> onWish_;
+  std::function<void()> onRequest_;
   host::Interrupt interrupt_;  // last, so that it ends first
 };

@@ -95,10 +95,10 @@ std::uint64_t peakMemoryKiB();
 
 void setEnvironment(const char* name, const std::string& value);
 
-// From its making on, a wish of the person or the system to end (Ctrl-C, SIGTERM, a closed terminal) calls
-// the function on a thread of its own instead of ending the process. A second wish ends it at once. Make it
-// before any other thread, and only one at a time. A reader that goes away, or a file that may not grow,
-// shows as a failed write and not as a signal.
+// From its making on, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
+// function on a thread of its own instead of ending the process. Further ones change nothing, except that a
+// second Ctrl-C ends the process at once. Make it before any other thread, and only one at a time. A reader
+// that goes away, or a file that may not grow, shows as a failed write and not as a signal.
 class Interrupt {
  public:
   explicit Interrupt(std::function<void()> onInterrupt);

@@ -11,12 +11,12 @@ namespace host {
 
 namespace {
 
-// Wakes the thread that waits; nobody else's wish.
+// Wakes the thread that waits; requests nothing.
 constexpr int wakeUp = SIGUSR1;
 constexpr int exitInterrupted = 130;
 
 // Without those that whoever started the program wanted it to ignore, as nohup does.
-sigset_t wishes()
+sigset_t stopRequests()
 {
   sigset_t set{};
   ::sigemptyset(&set);
@@ -34,17 +34,21 @@ sigset_t wishes()
 struct Interrupt::Watch {
   sigset_t previousMask{};
   std::atomic<bool> isOver{false};
+  bool isRequested = false;  // the thread's, until it has ended
   std::thread thread;
 
-  void run(const sigset_t& set, const std::function<void()>& onInterrupt) const
+  void run(const sigset_t& set, const std::function<void()>& onInterrupt)
   {
-    for (bool isFirst = true; !isOver;) {
+    bool hadCtrlC = false;
+    while (!isOver) {
       int signal = 0;
       ::sigwait(&set, &signal);
       if (signal == wakeUp) continue;
-      if (!isFirst) ::_exit(exitInterrupted);
-      isFirst = false;
-      onInterrupt();
+      // Only a person is impatient: of a terminal that closes, the kernel and the shell each send a SIGHUP.
+      if (signal == SIGINT && hadCtrlC) ::_exit(exitInterrupted);
+      hadCtrlC = hadCtrlC || signal == SIGINT;
+      if (!isRequested) onInterrupt();
+      isRequested = true;
     }
   }
 };
@@ -53,7 +57,7 @@ Interrupt::Interrupt(std::function<void()> onInterrupt) : watch_(std::make_uniqu
 {
   ::signal(SIGPIPE, SIG_IGN);
   ::signal(SIGXFSZ, SIG_IGN);
-  const sigset_t set = wishes();
+  const sigset_t set = stopRequests();
   ::pthread_sigmask(SIG_BLOCK, &set, &watch_->previousMask);
   watch_->thread = std::thread(
       [set, watch = watch_.get(), onInterrupt = std::move(onInterrupt)] { watch->run(set, onInterrupt); });
@@ -64,6 +68,11 @@ Interrupt::~Interrupt()
   watch_->isOver = true;
   ::pthread_kill(watch_->thread.native_handle(), wakeUp);
   watch_->thread.join();
+  if (watch_->isRequested) {
+    // The program is ending: one more of these must not cost it its last words and its exit code.
+    ::signal(SIGTERM, SIG_IGN);
+    ::signal(SIGHUP, SIG_IGN);
+  }
   ::pthread_sigmask(SIG_SETMASK, &watch_->previousMask, nullptr);
 }
 

@@ -10,18 +10,27 @@ namespace {
 
 constexpr UINT exitInterrupted = 130;
 
-// A console's handler gets nothing but the kind of the wish, so the one interrupt there may be stands here.
+// A console's handler gets nothing but the kind of the request, so the one interrupt there may be stands
+// here.
 std::mutex mutex;
-std::function<void()> onWish;
-bool isFirst = true;
+std::function<void()> onStopRequest;
+bool isRequested = false;
+bool hadCtrlC = false;
 
-BOOL WINAPI handle(DWORD)
+BOOL WINAPI handle(DWORD event)
 {
-  const std::lock_guard lock(mutex);
-  if (!onWish) return FALSE;
-  if (!isFirst) ExitProcess(exitInterrupted);
-  isFirst = false;
-  onWish();
+  const bool isCtrlC = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  {
+    const std::lock_guard lock(mutex);
+    if (!onStopRequest) return FALSE;
+    if (isCtrlC && hadCtrlC) ExitProcess(exitInterrupted);
+    hadCtrlC = hadCtrlC || isCtrlC;
+    if (!isRequested) onStopRequest();
+    isRequested = true;
+  }
+  // A console that closes ends the process when its handler returns, or after some seconds; the program needs
+  // them to end in order.
+  if (!isCtrlC) Sleep(INFINITE);
   return TRUE;
 }
 
@@ -33,8 +42,9 @@ Interrupt::Interrupt(std::function<void()> onInterrupt)
 {
   {
     const std::lock_guard lock(mutex);
-    onWish = std::move(onInterrupt);
-    isFirst = true;
+    onStopRequest = std::move(onInterrupt);
+    isRequested = false;
+    hadCtrlC = false;
   }
   SetConsoleCtrlHandler(handle, TRUE);
 }
@@ -43,7 +53,7 @@ Interrupt::~Interrupt()
 {
   SetConsoleCtrlHandler(handle, FALSE);
   const std::lock_guard lock(mutex);
-  onWish = nullptr;
+  onStopRequest = nullptr;
 }
 
 }  // namespace host

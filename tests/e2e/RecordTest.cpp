@@ -1,7 +1,10 @@
 // `tessel record` as a person runs it: real processes, real pseudo terminals.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -52,25 +55,56 @@ TEST_F(Record, NumPyReadsTheArrays)
 TEST_F(Record, SignalsEndItInOrder)
 {
   const struct {
-    int signal;
+    int first;
+    std::vector<int> further;  // again and again until it has ended
     std::vector<std::string> limit;
     int exitCode;
     std::string name;
-  } cases[] = {{SIGINT, {}, 0, "run.csv"},
-               {SIGTERM, {"--seconds", "60"}, 130, "run.csv"},
-               {SIGKILL, {}, 128 + SIGKILL, "run.csv.part"}};
-  for (const auto& [signal, limit, exitCode, name] : cases) {
+  } cases[] = {{SIGINT, {}, {}, 0, "run.csv"},
+               {SIGTERM, {}, {"--seconds", "60"}, 130, "run.csv"},
+               {SIGHUP, {SIGHUP}, {}, 0, "run.csv"},
+               {SIGHUP, {SIGTERM}, {}, 0, "run.csv"},
+               {SIGINT, {SIGTERM, SIGHUP}, {}, 0, "run.csv"},
+               {SIGKILL, {}, {}, 128 + SIGKILL, "run.csv.part"}};
+  for (const auto& [first, further, limit, exitCode, name] : cases) {
     std::filesystem::remove(folder_ / "run.csv");
     std::vector<std::string> arguments{"record", "--sim", "--output", "run.csv"};
     arguments.insert(arguments.end(), limit.begin(), limit.end());
     Tessel tessel(folder_, arguments);
     tessel.waitUntil([&] { return lineCount("run.csv.part") > 20; });
     const std::size_t before = lineCount("run.csv.part");
-    tessel.signal(signal);
-    EXPECT_EQ(tessel.result().exitCode, exitCode);
+    tessel.signal(first);
+    tessel.waitUntil([&, &signals = further] {
+      for (const int signal : signals) {
+        tessel.signal(signal);
+      }
+      return false;
+    });
+    EXPECT_EQ(tessel.result().exitCode, exitCode) << first;
     EXPECT_GE(recordedRows(folder_, name).size() + 1, before);
     EXPECT_EQ(std::filesystem::exists(folder_ / "run.csv.part"), name == "run.csv.part");
   }
+}
+
+TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfNobodyTakesTheRecords)
+{
+  const std::string fifo = folder_ / "fifo";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+  ::fcntl(reader, F_SETPIPE_SZ, 4096);
+  Tessel tessel(folder_, {"record", "--sim", "--output", "fifo"});
+  int waiting = 0;
+  tessel.waitUntil([&, unchanged = 0]() mutable {
+    const int before = waiting;
+    ::ioctl(reader, FIONREAD, &waiting);
+    unchanged = waiting > 0 && waiting == before ? unchanged + 1 : 0;
+    return unchanged == 30;  // 12 frames do not come, because one of them can't be written
+  });
+  tessel.signal(SIGINT);
+  tessel.waitUntil([&] { return folder_.read("stderr").find("second Ctrl-C") != std::string::npos; });
+  tessel.signal(SIGINT);
+  EXPECT_EQ(tessel.result().exitCode, 130);
+  ::close(reader);
 }
 
 TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
