@@ -8,12 +8,12 @@
 #include <charconv>
 #include <chrono>
 #include <ctime>
-#include <sstream>
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/serial/SerialPort.h"
 #include "host/Console.h"
+#include "host/ModuleNames.h"
 #include "host/OpeningFailure.h"
 #include "host/SettingsFile.h"
 #include "host/System.h"
@@ -55,15 +55,6 @@ fs::path newLogFolder(const fs::path& wanted)
   return folder;
 }
 
-std::vector<std::string> split(const std::string& text, char delimiter)
-{
-  std::vector<std::string> pieces;
-  std::istringstream stream(text);
-  for (std::string piece; std::getline(stream, piece, delimiter);) {
-    pieces.push_back(piece);
-  }
-  return pieces;
-}
 
 std::vector<std::uint32_t> acceptedSerialNumbers()
 {
@@ -202,11 +193,7 @@ void Hardware::open(Interruption& interruption)
 
 std::vector<std::string> Hardware::askModules()
 {
-  auto modules = split(ask("GetModuleMap"), ':');
-  if (!modules.empty()) modules.erase(modules.begin());  // their number
-  // Anybody near may bear any name.
-  std::ranges::transform(modules, modules.begin(), excerpt);
-  return modules;
+  return parseModuleMap(ask("GetModuleMap"));
 }
 
 Layout Hardware::askLayout()

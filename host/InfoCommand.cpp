@@ -11,6 +11,7 @@
 #include "host/Console.h"
 #include "host/GloveFirmware.h"
 #include "host/Hardware.h"
+#include "host/ModuleNames.h"
 #include "host/Ports.h"
 
 namespace {
@@ -65,12 +66,6 @@ Findings look(HardwareOptions options)
   return lookAt(hardware, interruption);
 }
 
-int serialNumberOf(const std::string& module)
-{
-  constexpr std::size_t letters = 5;
-  return module.size() > letters ? std::atoi(module.c_str() + letters) : 0;
-}
-
 void printText(const Findings& findings)
 {
   for (const Port& port : findings.ports) {
@@ -80,7 +75,7 @@ void printText(const Findings& findings)
   for (std::size_t index = 0; index < findings.modules.size(); ++index) {
     const std::string& module = findings.modules[index];
     console::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module),
-                   serialNumberOf(module));
+                   serialNumberOfModule(module));
     if (index >= findings.firmware.size()) continue;
     const GloveFirmware& firmware = findings.firmware[index];
     console::print("         part {} revision {}, firmware build {} from commit {:x}{}\n",
@@ -105,7 +100,7 @@ void printJson(const Findings& findings)
   for (std::size_t index = 0; index < findings.modules.size(); ++index) {
     const std::string& module = findings.modules[index];
     nlohmann::ordered_json glove{
-        {"module", module}, {"side", sideOfModule(module)}, {"serialNumber", serialNumberOf(module)}};
+        {"module", module}, {"side", sideOfModule(module)}, {"serialNumber", serialNumberOfModule(module)}};
     if (index < findings.firmware.size()) {
       const GloveFirmware& firmware = findings.firmware[index];
       glove["firmware"] = {{"partNumber", firmware.partNumber},

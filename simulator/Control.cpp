@@ -18,6 +18,7 @@ const std::vector<Control::Row>& Control::rows()
       {"back", "GLOVE", "ends `silent` and `leave`", &Control::back},
       {"hide", "GLOVE", "no longer advertises, can't be connected to", &Control::hide},
       {"show", "GLOVE", "ends `hide`", &Control::show},
+      {"name", "GLOVE TEXT", "advertises this name; a host looks at the first 32 bytes", &Control::rename},
       {"battery", "[GLOVE] CODE", "0 to 31; 19 is full, each less an eighth less, 11 and below empty",
        &Control::battery},
       {"rate", "[GLOVE] HZ", "frames sampled per second", &Control::rate},

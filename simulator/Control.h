@@ -77,6 +77,7 @@ class Control {
   Action back(Words& words);
   Action hide(Words& words);
   Action show(Words& words);
+  Action rename(Words& words);
   Action battery(Words& words);
   Action rate(Words& words);
   Action packets(Words& words);

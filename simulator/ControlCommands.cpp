@@ -73,6 +73,15 @@ Control::Action Control::show(Words& words)
   });
 }
 
+Control::Action Control::rename(Words& words)
+{
+  Selection selection = gloves(words);
+  return forEach(std::move(selection), [name = std::string(words.text("TEXT"))](NamedGlove& each) {
+    each.glove.config.name = name;
+    return toText("advertises as ", name);
+  });
+}
+
 Control::Action Control::battery(Words& words)
 {
   Selection selection = glovesOrAll(words);

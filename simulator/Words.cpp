@@ -6,6 +6,7 @@
 #include <cmath>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace simulator {
 
@@ -107,9 +108,15 @@ bool Words::onOrOff()
   return choice("the word", choices) == 0;
 }
 
+std::string_view Words::text(std::string_view name)
+{
+  if (atEnd()) throw std::invalid_argument(toText(name, " is missing"));
+  return std::exchange(rest_, {});
+}
+
 void Words::end()
 {
-  if (!atEnd()) throw std::invalid_argument(toText("'", rest_, "' is too much"));
+  if (!atEnd()) throw std::invalid_argument(toText("unexpected argument '", rest_, "'"));
 }
 
 }  // namespace simulator

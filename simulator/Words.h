@@ -43,6 +43,8 @@ class Words {
   std::size_t choice(std::string_view name, std::span<const std::string_view> choices);
   // "on" or "off"
   bool onOrOff();
+  // All that is left, with the spaces in it.
+  std::string_view text(std::string_view name);
   // Nothing may be left.
   void end();
 

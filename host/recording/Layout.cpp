@@ -2,12 +2,7 @@
 
 #include <fmt/format.h>
 
-std::string sideOfModule(const std::string& module)
-{
-  if (module.starts_with("KVXGL")) return "left";
-  if (module.starts_with("KVXGR")) return "right";
-  return "glove";
-}
+#include "host/ModuleNames.h"
 
 Layout makeLayout(std::size_t gloveElements, std::size_t auxElements, bool isForOneGlove,
                   const std::vector<std::string>& modules)

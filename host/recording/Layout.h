@@ -24,9 +24,6 @@ struct Layout {
   std::vector<ElementGroup> groups;
 };
 
-// "left", "right" or "glove", by the name that a glove advertises.
-std::string sideOfModule(const std::string& module);
-
 // As the plug-in divides its records: `gloveElements` among the gloves evenly, the rest and `auxElements`
 // behind them. `modules` are the names of the gloves found, in the order of the records.
 Layout makeLayout(std::size_t gloveElements, std::size_t auxElements, bool isForOneGlove,

@@ -15,6 +15,7 @@ TEST(Look, EachCommandTellsWhatItFinds)
   TemporaryFolder folder;
   folder.write("faulty", "TesselElementCount\t250\n\ntesselauxcount 2\nTesselReadTimeout soon\n");
   folder.write("battery", "0 battery 15");
+  folder.write("colons", "0 name left KVXGL00017:KVXGR00019:3");
   const struct {
     std::vector<std::string> arguments;
     int exitCode;
@@ -26,6 +27,9 @@ TEST(Look, EachCommandTellsWhatItFinds)
         "KVXGR00018 (right), serial number 18\n         part 4711 revision 5, firmware build 212 from", "75%",
         "they work"}},
       {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
+      {{"info", "--sim", "--gloves", "1", "--scenario", "colons"},
+       0,
+       {"Glove    KVXGL00017:KVXGR00019:3 (left), serial number 17\n         part"}},
       {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
       {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
       {{"send", "Nonsense", "--sim"}, 16, {"no answer to \"Nonsense\""}},
