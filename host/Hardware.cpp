@@ -67,10 +67,13 @@ std::vector<std::uint32_t> acceptedSerialNumbers()
 
 void warnOf(const SettingsReport& report, const fs::path& file)
 {
-  constexpr std::size_t mostShown = 5;
+  constexpr std::size_t maxShown = 5;
   if (report.isClean()) return;
-  console::tell("The settings file {0} is doubtful:\n{1}All of it: tessel settings {0}\n", utf8(file),
-                faultText(report, mostShown));
+  console::tell("The settings file {} is doubtful:\n", utf8(file));
+  for (const std::string& line : faultLines(report, maxShown)) {
+    console::tell("{}\n", line);
+  }
+  console::tell("All of it: tessel settings {}\n", utf8(file));
 }
 
 // Before the gloves are opened: what is recorded must be readable.

@@ -113,7 +113,7 @@ void printJson(const Findings& findings)
   }
   json["battery"] = findings.battery ? nlohmann::ordered_json(*findings.battery) : nullptr;
   json["sensors"] = findings.wereSensorsChecked ? "working" : "not asked";
-  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::printJson(json);
 }
 
 void run(const Options& options)

@@ -23,7 +23,7 @@ void printJson(const std::vector<Port>& ports)
                     {"isUsed", port.isUsed},
                     {"state", describe(port)}});
   }
-  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::printJson(json);
 }
 
 ExitCode run(bool isJson)

@@ -97,15 +97,15 @@ std::optional<Failure> record(const Options& options)
   const Layout layout = hardware.askLayout();
   auto writer = makeRecordWriter(options.format, output.growing(), layout);
   output.keep(true);
-  console::tell("Recording {} to {}; Ctrl-C ends it.\n", fmt::join(hardware.askModules(), " and "),
-                utf8(output.growing()));
+  console::tell("Recording {} to {}; Ctrl-C ends it.\n",
+                fmt::to_string(fmt::join(hardware.askModules(), " and ")), utf8(output.growing()));
   Recorder recorder(hardware, layout, *writer, options.limits);
   Ending ending = runRecorder(recorder, layout, options.limits, interruption.flag());
   const auto place = keep(std::move(writer), output, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
-  console::tell("{}", summaryText(summary));
-  if (options.isJson) console::print("{}\n", summaryJson(summary, options.showsMemory));
+  console::tellLines(summaryText(summary));
+  if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
   if (!ending.failure) console::tell("Look at it with: tessel plot {}\n", utf8(place));
   return ending.failure;
 }
@@ -128,13 +128,12 @@ std::string isCount(std::string& text)
 }
 
 // What has no summary, because nothing was recorded.
-std::string failureJson(const Failure& failure)
+nlohmann::ordered_json failureJson(const Failure& failure)
 {
-  return nlohmann::ordered_json{{"exitCode", static_cast<int>(failure.code())},
-                                {"ended", failure.what()},
-                                {"output", ""},
-                                {"frames", 0}}
-      .dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+  return {{"exitCode", static_cast<int>(failure.code())},
+          {"ended", failure.what()},
+          {"output", ""},
+          {"frames", 0}};
 }
 
 void run(const Options& options)
@@ -143,7 +142,7 @@ void run(const Options& options)
   try {
     failure = record(options);
   } catch (const Failure& early) {
-    if (options.isJson) console::print("{}\n", failureJson(early));
+    if (options.isJson) console::printJson(failureJson(early));
     throw;
   }
   if (failure) throw *failure;

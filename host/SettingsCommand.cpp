@@ -58,11 +58,14 @@ void printTable(const SettingsReport& report, const Values& defaults, const Valu
 
 void printFaults(const SettingsReport& report)
 {
-  constexpr std::size_t mostShown = 20;
+  constexpr std::size_t maxShown = 20;
   if (report.isClean()) {
     console::print("\nNo faults.\n");
-  } else {
-    console::print("\nThe plug-in says nothing of these, and goes on:\n{}", faultText(report, mostShown));
+    return;
+  }
+  console::print("\nThe plug-in says nothing of these, and goes on:\n");
+  for (const std::string& line : faultLines(report, maxShown)) {
+    console::print("{}\n", line);
   }
 }
 
@@ -81,7 +84,7 @@ void printJson(const SettingsReport& report, const Values& defaults, const Value
     json["faults"].push_back({{"line", fault.line}, {"what", fault.what}});
   }
   json["doubts"] = report.doubts;
-  console::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  console::printJson(json);
 }
 
 ExitCode run(const Options& options)

@@ -187,19 +187,20 @@ constexpr std::array comments{
 
 }  // namespace
 
-std::string faultText(const SettingsReport& report, std::size_t mostFaults)
+std::vector<std::string> faultLines(const SettingsReport& report, std::size_t maxFaults)
 {
-  std::string text;
-  for (std::size_t index = 0; index < std::min(report.faults.size(), mostFaults); ++index) {
+  std::vector<std::string> lines;
+  for (std::size_t index = 0; index < std::min(report.faults.size(), maxFaults); ++index) {
     const SettingsFault& fault = report.faults[index];
-    text += fmt::format("  {}{}\n", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what);
+    lines.push_back(
+        fmt::format("  {}{}", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what));
   }
-  if (report.faults.size() > mostFaults)
-    text += fmt::format("  and {} more\n", report.faults.size() - mostFaults);
+  if (report.faults.size() > maxFaults)
+    lines.push_back(fmt::format("  and {} more", report.faults.size() - maxFaults));
   for (const std::string& doubt : report.doubts) {
-    text += fmt::format("  {}\n", doubt);
+    lines.push_back("  " + doubt);
   }
-  return text;
+  return lines;
 }
 
 SettingsReport readSettings(const fs::path& file)

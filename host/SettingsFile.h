@@ -28,7 +28,7 @@ struct SettingsReport {
 };
 
 // The faults, at most so many of them, and the doubts; a line for each.
-std::string faultText(const SettingsReport& report, std::size_t mostFaults);
+std::vector<std::string> faultLines(const SettingsReport& report, std::size_t maxFaults);
 
 // Reads a file over the variables as they are, which at the start of the program are the defaults.
 SettingsReport readSettings(const std::filesystem::path& file);

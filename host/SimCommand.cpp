@@ -30,9 +30,9 @@ constexpr const char* examples =
     "gloves fall behind and frames are dropped, one glove with --rate above 100.\n"
     "docs/simulator.md tells more.";
 
-void print(const std::string& line)
+void print(const std::string& lines)
 {
-  console::print("{}\n", line);
+  console::printLines(lines);
   std::fflush(stdout);
 }
 

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "host/Characters.h"
 #include "host/Failure.h"
 #include "host/Text.h"
 
@@ -19,9 +20,13 @@ constexpr const char* seeCommands = "`tessel sim --help` lists the options, docs
 // Only what an earlier simulation has left may be replaced.
 void checkPort(const fs::path& path)
 {
-  if (utf8(path).find_first_of(";'") != std::string::npos) {
-    throw Failure(ExitCode::output, fmt::format("{} can't name a port: it has a ; or '.", utf8(path)),
-                  "Give another path with --port.");
+  // What others have to copy from the terminal.
+  const std::string text = utf8(path);
+  if (text.find_first_of(";'") != std::string::npos || printable(text) != text) {
+    throw Failure(
+        ExitCode::output,
+        fmt::format("{} can't name a port: it has a ; or ' or a character that can't be shown.", text),
+        "Give another path with --port.");
   }
   std::error_code ignored;
   const fs::file_status status = fs::symlink_status(path, ignored);

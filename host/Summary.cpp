@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "host/Characters.h"
 #include "host/Text.h"
 
 namespace fs = std::filesystem;
@@ -51,28 +52,28 @@ std::string summaryText(const RecordingSummary& summary)
 {
   const RecordingFigures& figures = summary.figures;
   if (figures.records == 0) {
-    return fmt::format("Recorded no frame, so nothing was kept. Ended: {}\n", summary.ending);
+    return fmt::format("Recorded no frame, so nothing was kept. Ended: {}\n", printable(summary.ending));
   }
   std::string text =
       fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",
                   figures.records, figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(),
-                  summary.ending);
+                  printable(summary.ending));
   text += gapsText(figures.gaps);
   text += stallsText(figures.stalls);
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
     if (!group.isGlove()) continue;
-    text += fmt::format("  {:<7} {}  {} elements, highest value {}\n", group.label, group.module, group.count,
-                        figures.highest[index]);
+    text += fmt::format("  {:<7} {}  {} elements, highest value {}\n", group.label, printable(group.module),
+                        group.count, figures.highest[index]);
   }
   text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
                           : "  battery empty, or not known yet\n";
   const std::uint64_t bytes = bytesAt(summary.place);
-  return text + fmt::format("Written to {}{}\n", utf8(summary.place),
+  return text + fmt::format("Written to {}{}\n", printable(utf8(summary.place)),
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
 }
 
-std::string summaryJson(const RecordingSummary& summary, bool showsMemory)
+nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMemory)
 {
   const RecordingFigures& figures = summary.figures;
   nlohmann::ordered_json json{{"exitCode", static_cast<int>(summary.exitCode)},
@@ -98,5 +99,5 @@ std::string summaryJson(const RecordingSummary& summary, bool showsMemory)
                               {"highest", figures.highest[index]}});
   }
   if (showsMemory) json["peakMemoryKiB"] = host::peakMemoryKiB();
-  return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+  return json;
 }

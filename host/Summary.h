@@ -1,6 +1,8 @@
 // What a recording came to, for people and as JSON.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <filesystem>
 #include <string>
 
@@ -14,5 +16,6 @@ struct RecordingSummary {
   ExitCode exitCode;
 };
 
+// Several lines.
 std::string summaryText(const RecordingSummary& summary);
-std::string summaryJson(const RecordingSummary& summary, bool showsMemory);
+nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMemory);

@@ -2,9 +2,9 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
 #include <cmath>
 
+#include "host/Characters.h"
 #include "host/Failure.h"
 #include "shared/Parameter.h"
 #include "shared/System.h"
@@ -34,7 +34,7 @@ std::string oneLine(const std::wstring& text)
   std::string line;
   for (const char character : narrow(parameter::trim(text))) {
     if (character != '\n') {
-      line += character >= 0 && character < ' ' ? '?' : character;
+      line += character;
     } else if (!line.ends_with(' ')) {
       line += ' ';
     }
@@ -50,11 +50,12 @@ std::string utf8(const std::filesystem::path& path)
 
 std::string excerpt(std::string_view text)
 {
-  constexpr std::size_t longest = 24;
-  std::string shown(text.substr(0, longest));
-  std::ranges::replace_if(
-      shown, [](char character) { return character < ' ' || character > '~'; }, '?');
-  return text.size() > longest ? shown + "..." : shown;
+  constexpr int maxCharacters = 24;
+  std::size_t size = 0;
+  for (int count = 0; count < maxCharacters && size < text.size(); ++count) {
+    size += firstCharacter(text.substr(size)).bytes.size();
+  }
+  return printable(text.substr(0, size)) + (size < text.size() ? "..." : "");
 }
 
 std::string durationText(double seconds)

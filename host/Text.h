@@ -11,13 +11,13 @@ std::wstring widen(const std::filesystem::path& text);
 // As UTF-8. What is no character comes out as a question mark.
 std::string narrow(const std::wstring& text);
 
-// The words of the plug-in, which end in line ends and have some inside, as one line.
+// The words of the plug-in, which end in newlines and have some inside, as one line.
 std::string oneLine(const std::wstring& text);
 
 // A path as the user knows it.
 std::string utf8(const std::filesystem::path& path);
 
-// The beginning of something that may be anything, fit for a terminal.
+// The beginning of something that may be anything, printable.
 std::string excerpt(std::string_view text);
 
 // "5.25 s", "10 min 5 s"

@@ -40,9 +40,6 @@ int run(int count, char** arguments)
   CLI::App tessel("Records tactile gloves, simulated or real, looks at them and finds out what is wrong.");
   tessel.name("tessel");
   tessel.require_subcommand(1);
-  tessel.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return fmt::format("tessel: {}\n        See the options with --help.\n", error.what());
-  });
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"
@@ -64,8 +61,10 @@ int run(int count, char** arguments)
       return fail(ExitCode::usage, fmt::format("there is no command `{}`.", arguments[1]),
                   "See: tessel --help");
     }
-    const int code = tessel.exit(error);
-    return code == 0 ? 0 : static_cast<int>(ExitCode::usage);
+    if (error.get_exit_code() != 0)
+      return fail(ExitCode::usage, error.what(), "See the options with --help.");
+    console::printLines(tessel.help());
+    return 0;
   } catch (const Failure& failure) {
     return fail(failure.code(), failure.what(), failure.advice());
   } catch (const std::bad_alloc&) {

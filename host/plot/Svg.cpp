@@ -2,43 +2,18 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <iterator>
 #include <utility>
 
+#include "host/Characters.h"
 #include "host/plot/Png.h"
-
-namespace {
-
-// How many bytes the character at the beginning has; 0: it is not one, or one that XML does not allow.
-std::size_t characterSize(std::string_view text)
-{
-  const auto byte = [&](std::size_t index) {
-    return index < text.size() ? unsigned{static_cast<unsigned char>(text[index])} : 0U;
-  };
-  const unsigned lead = byte(0);
-  if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;
-  const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  unsigned code = lead & (0x7FU >> size);
-  for (std::size_t index = 1; index < size; ++index) {
-    if (byte(index) >> 6 != 2) return 0;
-    code = code << 6 | (byte(index) & 0x3FU);
-  }
-  const unsigned least = size == 4 ? 0x10000 : size == 3 ? 0x800 : 0x80;
-  const bool isAllowed = lead >= 0xC0 && lead < 0xF8 && code >= least && code <= 0x10FFFF &&
-                         (code < 0xD800 || code > 0xDFFF) && code != 0xFFFE && code != 0xFFFF && code > 0x9F;
-  return isAllowed ? size : 0;
-}
-
-}  // namespace
 
 std::string xmlText(std::string_view text)
 {
   std::string xml;
   while (!text.empty()) {
-    const std::size_t size = characterSize(text);
-    const std::string_view character = text.substr(0, std::max<std::size_t>(size, 1));
-    if (size == 0) {
+    const auto [character, code, isPrintable] = firstCharacter(text);
+    if (!isPrintable) {
       xml += "\xEF\xBF\xBD";  // the replacement character
     } else if (character == "&") {
       xml += "&amp;";

@@ -48,7 +48,7 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
     std::string text, meta, samples, stamps, reason;  // no text: a folder of arrays
   } damaged[] = {
       {"\n", "", "", "", "line 1 begins with ''"},
-      {"\x89PNG\n\x1A", "", "", "", "line 1 begins with '?PNG'"},
+      {"\x89PNG\n\x1A", "", "", "", "line 1 begins with '\\x89PNG'"},
       {"time_ms\n1\n", "", "", "", "no elements"},
       {"time_ms,left_1\n", "", "", "", "'left_1' stands where 'left_0' belongs"},
       {"time_ms,a_0,b_0,a_0\n", "", "", "", "'a' twice"},
