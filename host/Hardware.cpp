@@ -172,7 +172,7 @@ void Hardware::makeObject(const fs::path& settings)
   try {
     hardware_ = {plugin_.create(widen(settings).c_str(), clockMs, L"tessel"), Released{&plugin_}};
   } catch (const std::wstring& words) {
-    throw openingFailure(oneLine(words));
+    throw openingFailure(oneLine(words), simulated_ != nullptr);
   } catch (const std::exception&) {
     throw;
   } catch (...) {
@@ -191,12 +191,12 @@ void Hardware::open(Interruption& interruption)
   }
   if (interruption.flag())
     throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
-  if (result != 0) throw openingFailure(oneLine(hardware_->lastError_));
+  if (result != 0) throw openingFailure(oneLine(hardware_->lastError_), simulated_ != nullptr);
 }
 
 std::vector<std::string> Hardware::askModules()
 {
-  return parseModuleMap(ask("GetModuleMap"));
+  return parseModuleMap(reply("GetModuleMap"));
 }
 
 Layout Hardware::askLayout()
@@ -241,16 +241,21 @@ Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
           "Check that they are switched on, charged and near."};
 }
 
-std::string Hardware::ask(const std::string& text)
+std::wstring Hardware::reply(const std::string& command)
 {
   std::wstring reply;
-  if (hardware_->sendCommand(widen(text).c_str(), reply) != 0) {
+  if (hardware_->sendCommand(widen(command).c_str(), reply) != 0) {
     throw Failure(ExitCode::refused,
-                  fmt::format("the plug-in has no answer to \"{}\"{}", text,
+                  fmt::format("the plug-in has no answer to \"{}\"{}", command,
                               reply.empty() ? "." : fmt::format(": {}.", narrow(reply))),
                   "See the commands with: tessel send --help");
   }
-  return narrow(reply);
+  return reply;
+}
+
+std::string Hardware::ask(const std::string& text)
+{
+  return narrow(reply(text));
 }
 
 std::optional<double> Hardware::battery()

@@ -69,6 +69,7 @@ class Hardware {
     void operator()(HwInterface* hardware) const { plugin->release(hardware); }
   };
 
+  std::wstring reply(const std::string& command);
   std::filesystem::path settingsFile(const HardwareOptions& options) const;
   void makeObject(const std::filesystem::path& settings);
 

@@ -28,13 +28,15 @@ std::size_t endOfName(std::string_view names)
 
 }  // namespace
 
-std::vector<std::string> parseModuleMap(std::string_view map)
+std::vector<std::string> parseModuleMap(std::wstring_view wide)
 {
+  std::string map(wide.size(), '\0');
+  std::ranges::transform(wide, map.begin(), [](wchar_t byte) { return static_cast<char>(byte); });
   constexpr std::size_t maxModules = 16;  // far more than the radio carries
   std::size_t count = 0;
   const auto [end, error] = std::from_chars(map.data(), map.data() + map.size(), count);
   if (error != std::errc() || count > maxModules) return {};
-  std::string_view rest = map.substr(static_cast<std::size_t>(end - map.data()));
+  std::string_view rest(end, map.data() + map.size());
   std::vector<std::string> names;
   while (names.size() < count) {
     rest.remove_prefix(std::min<std::size_t>(1, rest.size()));  // the colon

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// The names in the plug-in's module map, "COUNT:NAME:NAME". There are as many as the count says, whatever the
-// names hold; none if the text is no module map.
-std::vector<std::string> parseModuleMap(std::string_view map);
+// The names in the plug-in's module map, "COUNT:NAME:NAME", whose characters are the bytes of the names.
+// There are as many as the count says, whatever the names hold; none if the text is no module map.
+std::vector<std::string> parseModuleMap(std::wstring_view map);
 
 // "left", "right" or "glove".
 std::string sideOfModule(std::string_view name);

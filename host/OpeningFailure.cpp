@@ -16,8 +16,7 @@ struct Meaning {
   const char* advice;
 };
 constexpr std::array meanings{
-    Meaning{"No BLE USB dongle detected", ExitCode::noDongle,
-            "Plug the dongle in and see `tessel ports`. Without one: tessel record --sim"},
+    Meaning{"No BLE USB dongle detected", ExitCode::noDongle, ""},
     Meaning{"The BLE USB dongle is currently being used", ExitCode::port,
             "End the program that holds the port, and see `tessel ports`."},
     Meaning{"The BLE USB dongle firmware is out of date", ExitCode::firmware,
@@ -40,18 +39,22 @@ constexpr std::array meanings{
 
 }  // namespace
 
-Failure openingFailure(const std::string& words)
+Failure openingFailure(const std::string& words, bool isSimulated)
 {
   const auto meaning =
       std::ranges::find_if(meanings, [&](const Meaning& known) { return words.starts_with(known.words); });
   if (meaning == meanings.end())
     return {ExitCode::gloves, words, "Switch dongle and gloves off and on, then try again."};
+  // The plug-in knows only that there is no port, or that it did not open; the system knows why.
+  if (meaning->code == ExitCode::noDongle) {
+    if (isSimulated) return {ExitCode::noDongle, words, "That is what the scenario says."};
+    return noDongle(listPorts(), portsVariable());
+  }
   if (meaning->code == ExitCode::port) {
-    // The plug-in knows only that the port did not open; the system knows why.
     for (const Port& port : listPorts()) {
       if (port.isUsed && port.state != PortState::free) {
         return {ExitCode::port, fmt::format("{} can't be opened: {}", port.path, describe(port)),
-                adviceFor(port)};
+                isSimulated ? "That is what the scenario says." : adviceFor(port)};
       }
     }
   }

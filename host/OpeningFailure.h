@@ -5,5 +5,5 @@
 
 #include "host/Failure.h"
 
-// For the words that the plug-in left.
-Failure openingFailure(const std::string& words);
+// For the words that the plug-in left, of real or simulated gloves.
+Failure openingFailure(const std::string& words, bool isSimulated);

@@ -39,15 +39,15 @@ ExitCode run(bool isJson)
   }
   const auto used = std::ranges::find_if(ports, &Port::isUsed);
   if (used == ports.end()) {
-    throw Failure(ExitCode::noDongle,
-                  ports.empty() ? "there is no USB serial port." : "none of these ports is a dongle's.",
-                  "Plug the dongle in. To try without one: tessel record --sim");
+    throw noDongle(ports, portsVariable());
   }
   if (used->state != PortState::free) {
     throw Failure(ExitCode::port, fmt::format("{} can't be used: {}", used->path, describe(*used)),
                   adviceFor(*used));
   }
-  if (!isJson) console::print("* is the one that would be used.\n");
+  if (isJson) return ExitCode::done;
+  console::print("* is the one that would be used.\n");
+  if (portsVariable()) console::print("The list is that of the variable TESSEL_SERIAL_PORTS.\n");
   return ExitCode::done;
 }
 

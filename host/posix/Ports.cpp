@@ -7,7 +7,9 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -106,18 +108,35 @@ void tryToOpen(Port& port)
   ::close(descriptor);
 }
 
+bool isSamePath(const fs::path& left, const fs::path& right)
+{
+  std::error_code error;
+  return fs::equivalent(left, right, error);
+}
+
 }  // namespace
+
+std::optional<std::string> portsVariable()
+{
+  const char* const text = std::getenv("TESSEL_SERIAL_PORTS");
+  return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
+}
 
 std::vector<Port> listPorts()
 {
+  using platform::posix::PortEntry;
+  const auto usbDevices =
+      platform::posix::portsFromSysfs("/sys/class/tty").value_or(std::vector<PortEntry>());
   const std::int32_t used = serialFindPort(platform::dongleName);
   std::vector<Port> ports;
-  for (const auto& entry : platform::posix::portList().value_or(std::vector<platform::posix::PortEntry>())) {
+  for (const auto& entry : platform::posix::portList().value_or(std::vector<PortEntry>())) {
     Port& port = ports.emplace_back();
     port.friendlyText = entry.friendlyText;
     port.path = entry.path;
     port.isDongle = entry.friendlyText.starts_with(std::string(platform::dongleName) + " (COM");
     port.isUsed = port.isDongle && platform::portNumber(entry.friendlyText, platform::dongleName) == used;
+    port.isUsbDevice = std::ranges::any_of(
+        usbDevices, [&](const PortEntry& device) { return isSamePath(device.path, entry.path); });
     if (port.isDongle) tryToOpen(port);
   }
   return ports;

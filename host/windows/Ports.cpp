@@ -40,6 +40,11 @@ void tryToOpen(Port& port)
 
 }  // namespace
 
+std::optional<std::string> portsVariable()
+{
+  return std::nullopt;
+}
+
 std::vector<Port> listPorts()
 {
   const std::string used = std::to_string(serialFindPort(platform::dongleName));
@@ -47,6 +52,7 @@ std::vector<Port> listPorts()
   for (const std::string& text : platform::presentPorts().value_or(std::vector<std::string>())) {
     Port& port = ports.emplace_back();
     port.friendlyText = text;
+    port.isUsbDevice = true;
     const std::string beginning = std::string(platform::dongleName) + " (COM";
     port.isDongle = text.starts_with(beginning);
     if (!port.isDongle) continue;

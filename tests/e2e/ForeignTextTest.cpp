@@ -85,6 +85,7 @@ TEST_F(ForeignText, NeverReachesATerminalAsItIs)
       {{"ports"}, 11, port + file},
       {{"ports", "--json"}, 11, port + file},
       {{"info"}, 11, file},
+      {{"record"}, 10, port},
       {{"plot", "label.csv"}, 0, ""},
       {{"plot", "number.csv"}, 6, ""},
       {{"plot", "heading.csv"}, 6, ""},

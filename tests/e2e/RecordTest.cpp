@@ -146,7 +146,7 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
     int exitCode;
     std::string words;
   } cases[] = {
-      {{}, "/nowhere", 10, "No BLE USB dongle"},
+      {{}, "/nowhere", 10, "none of the paths in it exists. It reads: " + ports + "/nowhere"},
       {{}, (folder_ / "file").string(), 11, "no serial port"},
       {{"--sim", "--scenario", "busy"}, "", 11, "has it open"},
       {{"--sim", "--scenario", "oldFirmware"}, "", 12, "1.4.2.130"},

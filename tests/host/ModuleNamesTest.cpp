@@ -8,25 +8,26 @@ TEST(ModuleNames, AreAsManyAsTheMapSaysWhateverTheyHold)
 {
   using Names = std::vector<std::string>;
   const struct {
-    const char* map;
+    const wchar_t* map;
     Names names;
   } cases[] = {
-      {"2:KVXGL00017:KVXGR00018", {"KVXGL00017", "KVXGR00018"}},
-      {"1:KVXSS00007", {"KVXSS00007"}},
-      {"0", {}},
-      {"1:KVXGL00017:KVXGR00018", {"KVXGL00017:KVXGR00018"}},
-      {"2:KVXGL00017:x:y:KVXGR00018:z", {"KVXGL00017:x:y", "KVXGR00018:z"}},
-      {"2:KVXGL00017::KVXGR00018:", {"KVXGL00017:", "KVXGR00018:"}},
-      {"2:KVXGL:KVX", {"KVXGL", "KVX"}},
-      {"2::", {"", ""}},
-      {"2:KVXGL00017", {"KVXGL00017", ""}},
-      {"FingerMapper", {}},
-      {"4000000000:KVXGL00017", {}},
-      {"-1:KVXGL00017", {}},
-      {"", {}},
+      {L"2:KVXGL00017:KVXGR00018", {"KVXGL00017", "KVXGR00018"}},
+      {L"1:KVXSS00007", {"KVXSS00007"}},
+      {L"0", {}},
+      {L"1:KVXGL00017:KVXGR00018", {"KVXGL00017:KVXGR00018"}},
+      {L"2:KVXGL00017:x:y:KVXGR00018:z", {"KVXGL00017:x:y", "KVXGR00018:z"}},
+      {L"2:KVXGL00017::KVXGR00018:", {"KVXGL00017:", "KVXGR00018:"}},
+      {L"2:KVXGL:KVX", {"KVXGL", "KVX"}},
+      {L"1:KVXGL00017\u00C3\u00BC", {"KVXGL00017\xC3\xBC"}},
+      {L"2::", {"", ""}},
+      {L"2:KVXGL00017", {"KVXGL00017", ""}},
+      {L"FingerMapper", {}},
+      {L"4000000000:KVXGL00017", {}},
+      {L"-1:KVXGL00017", {}},
+      {L"", {}},
   };
   for (const auto& [map, names] : cases) {
-    EXPECT_EQ(parseModuleMap(map), names) << map;
+    EXPECT_EQ(parseModuleMap(map), names) << testing::PrintToString(map);
   }
 }
 

@@ -1,25 +1,66 @@
 #include "host/Ports.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <cstdlib>
 
 namespace {
 
-TEST(Ports, TooManyOpenFilesAreNotCuredByReplugging)
+TEST(Ports, AdviceFitsTheKindOfPortAndWhoHoldsIt)
 {
-  ::setenv("TESSEL_SERIAL_PORTS", "Bluegiga Bluetooth Low Energy (COM7)=/dev/null", 1);
-  rlimit before{};
-  ::getrlimit(RLIMIT_NOFILE, &before);
-  rlimit none = before;
-  none.rlim_cur = 0;
-  ::setrlimit(RLIMIT_NOFILE, &none);
-  const auto ports = listPorts();
-  ::setrlimit(RLIMIT_NOFILE, &before);
-  ASSERT_EQ(ports.size(), 1U);
-  EXPECT_EQ(describe(ports[0]), "Too many open files");
-  EXPECT_NE(adviceFor(ports[0]).find("files open"), std::string::npos) << adviceFor(ports[0]);
+  const struct {
+    PortState state;
+    bool isUsbDevice;
+    const char* detail;
+    const char* says;
+    const char* doesNotSay;
+  } cases[] = {
+      {PortState::free, true, "", "", "."},
+      {PortState::inUse, true, "ModemManager (process 812)", "udev", "End that"},
+      {PortState::inUse, true, "tessel (process 812)", "End that program", "ModemManager"},
+      {PortState::inUse, false, "", "End that program", "ModemManager"},
+      {PortState::noRights, true, "", "dialout", "TESSEL_SERIAL_PORTS"},
+      {PortState::noRights, false, "", "ls -lL /dev/x", "dialout"},
+      {PortState::notSerial, false, "", "unset TESSEL_SERIAL_PORTS", "udev"},
+      {PortState::gone, true, "", "plug it in again", "TESSEL_SERIAL_PORTS"},
+      {PortState::failing, false, "", "TESSEL_SERIAL_PORTS", "plug it in"},
+  };
+  for (const auto& [state, isUsbDevice, detail, says, doesNotSay] : cases) {
+    Port port;
+    port.path = "/dev/x";
+    port.isUsbDevice = isUsbDevice;
+    port.state = state;
+    port.detail = detail;
+    const std::string advice = adviceFor(port);
+    EXPECT_NE(advice.find(says), std::string::npos) << advice;
+    EXPECT_EQ(advice.find(doesNotSay), std::string::npos) << advice;
+  }
+}
+
+TEST(Ports, WithoutADongleAVariableThatHidesItIsNamed)
+{
+  const std::vector<Port> none;
+  const std::vector<Port> other(1);
+  std::vector<Port> away(1);
+  away[0].isDongle = true;
+  const std::string stale = "Bluegiga Bluetooth Low Energy (COM7)=/tmp/old";
+  const struct {
+    const std::vector<Port>& ports;
+    std::optional<std::string> variable;
+    std::string says, advice;
+  } cases[] = {
+      {none, {}, "there is no USB serial port", "Plug the dongle in"},
+      {other, {}, "none of the serial ports is a dongle's", "Plug the dongle in"},
+      {none, stale, "none of the paths in it exists. It reads: " + stale, "unset TESSEL_SERIAL_PORTS"},
+      {none, "", "TESSEL_SERIAL_PORTS is set", "unset TESSEL_SERIAL_PORTS"},
+      {other, "Modem (COM1)=/dev/x", "is called \"Bluegiga", "unset TESSEL_SERIAL_PORTS"},
+      {away, stale, "does not show itself", "unset TESSEL_SERIAL_PORTS"},
+  };
+  for (const auto& [ports, variable, says, advice] : cases) {
+    const Failure failure = noDongle(ports, variable);
+    EXPECT_EQ(failure.code(), ExitCode::noDongle);
+    EXPECT_NE(std::string(failure.what()).find(says), std::string::npos) << failure.what();
+    EXPECT_NE(failure.advice().find(advice), std::string::npos) << failure.advice();
+    EXPECT_EQ(failure.advice().find("Plug") != std::string::npos, !variable) << failure.advice();
+  }
 }
 
 }  // namespace
