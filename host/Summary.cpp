@@ -5,6 +5,7 @@
 
 #include "host/Characters.h"
 #include "host/Text.h"
+#include "host/recording/Output.h"
 
 namespace fs = std::filesystem;
 
@@ -13,6 +14,7 @@ namespace {
 std::uint64_t bytesAt(const fs::path& place)
 {
   std::error_code error;
+  if (isStandardOutput(place)) return 0;
   if (fs::is_regular_file(place, error)) return fs::file_size(place, error);
   std::uint64_t bytes = 0;
   for (fs::directory_iterator entry(place, error), end; !error && entry != end; entry.increment(error)) {
@@ -69,7 +71,7 @@ std::string summaryText(const RecordingSummary& summary)
   text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
                           : "  battery empty, or not known yet\n";
   const std::uint64_t bytes = bytesAt(summary.place);
-  return text + fmt::format("Written to {}{}\n", printable(utf8(summary.place)),
+  return text + fmt::format("Written to {}{}\n", printable(outputText(summary.place)),
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
 }
 

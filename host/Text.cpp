@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "host/Characters.h"
@@ -46,6 +47,15 @@ std::string utf8(const std::filesystem::path& path)
 {
   const auto text = path.u8string();
   return {text.begin(), text.end()};
+}
+
+bool hasExtension(const std::filesystem::path& path, std::string_view extension)
+{
+  std::string end = utf8(path.extension());
+  std::ranges::transform(end, end.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return end == extension;
 }
 
 std::string excerpt(std::string_view text)

@@ -17,6 +17,9 @@ std::string oneLine(const std::wstring& text);
 // A path as the user knows it.
 std::string utf8(const std::filesystem::path& path);
 
+// Whether the name ends in this extension, ".csv", capitalised or not.
+bool hasExtension(const std::filesystem::path& path, std::string_view extension);
+
 // The beginning of something that may be anything, printable.
 std::string excerpt(std::string_view text);
 

@@ -23,10 +23,10 @@ fs::path resolved(fs::path path)
   return path;
 }
 
-// The program's own standard output, which may lead to a file.
+// One of the program's own streams, which may lead to a file.
 bool isOpenStream(const fs::path& path)
 {
-  return path == "/dev/stdout" || path.parent_path() == "/dev/fd" || path.parent_path() == "/proc/self/fd";
+  return path.parent_path() == "/dev/fd" || path.parent_path() == "/proc/self/fd";
 }
 
 // Besides a recording's own files the folder may hold nothing that would be lost.
@@ -42,9 +42,23 @@ bool isRecordingFolder(const fs::path& folder)
 
 }  // namespace
 
+bool isStandardOutput(const fs::path& path)
+{
+  return path == standardOutput || path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
+}
+
+std::string outputText(const fs::path& path)
+{
+  return isStandardOutput(path) ? "standard output" : utf8(path);
+}
+
 Output::Output(const fs::path& wanted, Kind kind, bool replaces)
     : wanted_(wanted), growing_(wanted), kind_(kind), replaces_(replaces)
 {
+  if (isStandardOutput(wanted)) {
+    wanted_ = growing_ = standardOutput;
+    return;
+  }
   std::error_code ignored;
   const bool isStream = isOpenStream(wanted) || fs::is_other(fs::status(wanted, ignored));
   if (isStream && kind == Kind::file) return;
@@ -68,7 +82,7 @@ Output::Output(const fs::path& wanted, Kind kind, bool replaces)
 Output::~Output()
 {
   std::error_code ignored;
-  if (!stays_ && growing_ != wanted_) fs::remove_all(growing_, ignored);
+  if (!stays_ && hasPlace()) fs::remove_all(growing_, ignored);
 }
 
 void Output::checkPlace(const fs::path& path, bool replaces) const
@@ -111,7 +125,7 @@ void Output::make()
 void Output::settle()
 {
   stays_ = true;
-  if (growing_ == wanted_) return;
+  if (!hasPlace()) return;
   std::error_code error;
   if (replaces_) {
     checkPlace(wanted_, true);

@@ -5,8 +5,16 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "host/System.h"
+
+// Stands for standard output wherever an output is named. It is written to as it is, not opened again, which
+// would lose what it holds.
+inline constexpr const char* standardOutput = "-";
+bool isStandardOutput(const std::filesystem::path& path);
+// As people know it.
+std::string outputText(const std::filesystem::path& path);
 
 class Output {
  public:
@@ -24,6 +32,8 @@ class Output {
 
   const std::filesystem::path& growing() const { return growing_; }
   const std::filesystem::path& wanted() const { return wanted_; }
+  // False for a device, a pipe or standard output: what was written there is not there any more.
+  bool hasPlace() const { return growing_ != wanted_; }
 
   // Whether what has grown stays, if it gets no name.
   void keep(bool stays) { stays_ = stays; }

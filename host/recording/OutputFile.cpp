@@ -3,10 +3,11 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <iostream>
 #include <system_error>
 
 #include "host/Failure.h"
-#include "host/Text.h"
+#include "host/recording/Output.h"
 
 namespace fs = std::filesystem;
 
@@ -34,19 +35,21 @@ std::string adviceFor(int error)
 
 }  // namespace
 
-OutputFile::OutputFile(fs::path path) : path_(std::move(path))
+OutputFile::OutputFile(fs::path path)
+    : path_(std::move(path)), stream_(isStandardOutput(path_) ? std::cout.rdbuf() : file_.rdbuf())
 {
-  stream_.rdbuf()->pubsetbuf(nullptr, 0);
+  if (isStandardOutput(path_)) return;
+  file_.rdbuf()->pubsetbuf(nullptr, 0);
   errno = 0;
-  stream_.open(path_, std::ios_base::out | std::ios_base::binary);
-  if (!stream_) fail();
+  file_.open(path_, std::ios_base::out | std::ios_base::binary);
+  if (!file_) fail();
 }
 
 void OutputFile::fail() const
 {
   const int error = errno;
   throw Failure(ExitCode::output,
-                fmt::format("{} can't be written: {}.", utf8(path_),
+                fmt::format("{} can't be written: {}.", outputText(path_),
                             error == 0 ? "the system refuses" : std::generic_category().message(error)),
                 adviceFor(error));
 }
@@ -54,13 +57,13 @@ void OutputFile::fail() const
 void OutputFile::append(std::string_view piece)
 {
   errno = 0;
-  if (stream_.write(piece.data(), static_cast<std::streamsize>(piece.size()))) {
+  if (stream_.write(piece.data(), static_cast<std::streamsize>(piece.size())).flush()) {
     size_ += piece.size();
     return;
   }
   const int error = errno;
   std::error_code ignored;
-  if (fs::is_regular_file(path_, ignored)) fs::resize_file(path_, size_, ignored);
+  if (!isStandardOutput(path_) && fs::is_regular_file(path_, ignored)) fs::resize_file(path_, size_, ignored);
   stream_.clear();
   stream_.seekp(static_cast<std::streamoff>(size_));
   errno = error;
@@ -79,6 +82,7 @@ void OutputFile::replaceBeginning(std::string_view bytes)
 void OutputFile::close()
 {
   errno = 0;
-  stream_.close();
-  if (!stream_) fail();
+  if (isStandardOutput(path_)) return;
+  file_.close();
+  if (!file_) fail();
 }

@@ -1,5 +1,5 @@
-// A file that grows while something is recorded, so that what was written is with the system at once: nothing
-// waits in the program's memory, and a program that is killed loses nothing of it.
+// A file, or standard output, that grows while something is recorded, so that what was written is with the
+// system at once: nothing waits in the program's memory, and a program that is killed loses nothing of it.
 // Errors: a Failure that says what the system refuses. What could be written of a refused piece is taken
 // back, so the file always ends behind a whole piece.
 #pragma once
@@ -11,11 +11,11 @@
 
 class OutputFile {
  public:
-  // Replaces what is there.
+  // Replaces what is there; standard output is added to.
   explicit OutputFile(std::filesystem::path path);
 
   void append(std::string_view piece);
-  // Puts bytes in place of the file's first ones; only of a regular file.
+  // Puts bytes in place of the file's first ones; only of a regular file with a name.
   void replaceBeginning(std::string_view bytes);
   void close();
 
@@ -25,6 +25,7 @@ class OutputFile {
   [[noreturn]] void fail() const;
 
   std::filesystem::path path_;
-  std::ofstream stream_;
+  std::ofstream file_;
+  std::ostream stream_;  // into the file, or standard output
   std::uint64_t size_ = 0;
 };

@@ -1,0 +1,56 @@
+#include "host/recording/OutputName.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <ctime>
+
+#include "host/Failure.h"
+#include "host/Text.h"
+#include "host/recording/Output.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const char* nameOf(RecordFormat format)
+{
+  return format == RecordFormat::csv ? "csv" : "npy";
+}
+
+// What the name says of the format, if it says anything.
+std::optional<RecordFormat> formatOf(fs::path path)
+{
+  if (isStandardOutput(path)) return RecordFormat::csv;
+  if (!path.has_filename()) path = path.parent_path();
+  if (hasExtension(path, ".csv")) return RecordFormat::csv;
+  if (hasExtension(path, ".npy")) return RecordFormat::npy;
+  return std::nullopt;
+}
+
+}  // namespace
+
+OutputName chooseOutputName(const std::optional<std::string>& name, std::optional<RecordFormat> format)
+{
+  if (!name) {
+    const auto chosen = format.value_or(RecordFormat::csv);
+    return {fmt::format("recording-{:%Y%m%d-%H%M%S}{}", fmt::localtime(std::time(nullptr)),
+                        chosen == RecordFormat::csv ? ".csv" : ""),
+            chosen};
+  }
+  if (name->empty()) {
+    throw Failure(ExitCode::usage, "--output takes the name of a file or folder, not ''.",
+                  "Leave it out for a name of date and time.");
+  }
+  const auto named = formatOf(*name);
+  if (named && format && named != format) {
+    throw Failure(
+        ExitCode::usage,
+        isStandardOutput(*name)
+            ? fmt::format("--format {} and --output {} contradict each other: standard output takes csv.",
+                          nameOf(*format), *name)
+            : fmt::format("--format {} and --output {} contradict each other.", nameOf(*format), *name),
+        "Leave --format out, or choose another name.");
+  }
+  return {*name, named.value_or(format.value_or(RecordFormat::csv))};
+}

@@ -1,0 +1,54 @@
+#include "host/recording/OutputName.h"
+
+#include <gtest/gtest.h>
+
+#include "host/Failure.h"
+
+namespace {
+
+TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
+{
+  const auto none = std::optional<RecordFormat>();
+  const std::optional csv = RecordFormat::csv;
+  const std::optional npy = RecordFormat::npy;
+  const struct {
+    std::string name;
+    std::optional<RecordFormat> format, chosen;  // none chosen: refused
+    std::string words;                           // of the refusal
+  } cases[] = {
+      {"a.csv", none, csv, ""},
+      {"a.CSV", csv, csv, ""},
+      {"a.csv", npy, {}, "--format npy and --output a.csv"},
+      {"a.npy", none, npy, ""},
+      {"a.Npy", npy, npy, ""},
+      {"a.npy", csv, {}, "--format csv and --output a.npy"},
+      {"a", none, csv, ""},
+      {"a", npy, npy, ""},
+      {"a", csv, csv, ""},
+      {"run.1", none, csv, ""},
+      {"run.1", npy, npy, ""},
+      {"b.csv/a", npy, npy, ""},
+      {"a.npy/", none, npy, ""},
+      {"-", none, csv, ""},
+      {"-", npy, {}, "standard output takes csv"},
+      {"/dev/stdout", npy, {}, "standard output takes csv"},
+      {"./-", npy, npy, ""},
+      {"", none, {}, "not ''"},
+  };
+  for (const auto& [name, format, chosen, words] : cases) {
+    try {
+      const auto output = chooseOutputName(name, format);
+      ASSERT_TRUE(chosen) << name << " is not refused";
+      EXPECT_EQ(output.format, *chosen) << name;
+      EXPECT_EQ(output.path, name);
+    } catch (const Failure& failure) {
+      EXPECT_FALSE(chosen) << name;
+      EXPECT_EQ(failure.code(), ExitCode::usage);
+      EXPECT_NE(std::string(failure.what()).find(words), std::string::npos) << failure.what();
+    }
+  }
+  EXPECT_TRUE(chooseOutputName({}, none).path.string().ends_with(".csv"));
+  EXPECT_FALSE(chooseOutputName({}, npy).path.has_extension());
+}
+
+}  // namespace
