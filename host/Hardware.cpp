@@ -2,7 +2,6 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -12,6 +11,7 @@
 #include "HwPlugins/HwTessel/Settings.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/serial/SerialPort.h"
+#include "host/CommandLine.h"
 #include "host/Console.h"
 #include "host/ModuleNames.h"
 #include "host/OpeningFailure.h"
@@ -105,22 +105,30 @@ Failure notAPlugin()
 
 void addHardwareOptions(CLI::App& command, HardwareOptions& options)
 {
-  command.add_flag("--sim", options.isSimulated, "Use simulated gloves");
-  command
-      .add_option("--scenario", options.scenario, "With --sim: what happens when (see `tessel sim --help`)")
+  using namespace command_line;
+  addFlag(command, "--sim", options.isSimulated, "Use simulated gloves");
+  addPath(command, "--scenario", "FILE", options.scenario,
+          "With --sim: what happens when (see `tessel sim --help`)")
       ->needs("--sim");
   CLI::Option* const settings =
-      command.add_option("--settings", options.settings, "Settings file of the plug-in");
-  command.add_option("--gloves", options.gloves, "Without a settings file: one or two gloves")
-      ->check(CLI::Range(1, 2))
-      ->option_text("1|2 [2]")
+      addPath(command, "--settings", "FILE", options.settings, "Settings file of the plug-in");
+  addChoice(
+      command, "--gloves", "left|right|both|1|2 [both]", {"left", "right", "both", "1", "2"},
+      [&options](const std::string& gloves) {
+        options.gloves = gloves == "left"    ? Gloves::left
+                         : gloves == "right" ? Gloves::right
+                         : gloves == "1"     ? Gloves::one
+                                             : Gloves::both;
+      },
+      "Without a settings file: two gloves, or one; 1 is one of either side")
       ->excludes(settings);
-  command.add_option("--plugin", options.plugin, "The plug-in, if not the one beside this program");
-  command.add_option("--log", options.logFolder, "Keep a log of the plug-in in a new folder in this one");
+  addPath(command, "--plugin", "FILE", options.plugin, "The plug-in, if not the one beside this program");
+  addPath(command, "--log", "FOLDER", options.logFolder,
+          "Keep a log of the plug-in in a new folder in this one");
 }
 
 Hardware::Hardware(const HardwareOptions& options)
-    : plugin_(options.plugin.empty() ? Plugin::defaultFile() : options.plugin)
+    : gloves_(options.gloves), plugin_(options.plugin.empty() ? Plugin::defaultFile() : options.plugin)
 {
   const fs::path settings = settingsFile(options);
   const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
@@ -133,7 +141,8 @@ Hardware::Hardware(const HardwareOptions& options)
 
   if (options.isSimulated) {
     SimulationOptions simulation;
-    simulation.hasRight = settings::numBleModules > 1;
+    simulation.hasLeft = gloves_ != Gloves::right;
+    simulation.hasRight = gloves_ == Gloves::right || settings::numBleModules > 1;
     // Gloves that the settings accept.
     if (const auto serials = acceptedSerialNumbers(); !serials.empty()) {
       simulation.leftSerialNumber = serials.front();
@@ -162,7 +171,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
   }
   fs::path file = scratch_.path() / "settings.txt";
   OutputFile text(file);
-  text.append(settingsText(options.gloves));
+  text.append(settingsText(options.gloves == Gloves::both ? 2 : 1));
   text.close();
   return file;
 }
@@ -192,6 +201,23 @@ void Hardware::open(Interruption& interruption)
   if (interruption.flag())
     throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
   if (result != 0) throw openingFailure(oneLine(hardware_->lastError_), simulated_ != nullptr);
+  checkSide();
+}
+
+void Hardware::checkSide()
+{
+  if (gloves_ != Gloves::left && gloves_ != Gloves::right) return;
+  const std::string wanted = gloves_ == Gloves::left ? "left" : "right";
+  const auto modules = askModules();
+  const std::string name = modules.empty() ? "" : modules.front();
+  const std::string side = sideOfModule(name);
+  if (side == wanted) return;
+  throw Failure(ExitCode::noGloves,
+                fmt::format("the glove found is {}, {}, and not a {} one.", name,
+                            side == "glove" ? "of unknown side" : fmt::format("a {} one", side), wanted),
+                fmt::format("Switch it off and the {0} one on. If both are on, name the {0} one by "
+                            "TesselSerialNumber in a settings file, and use --settings.",
+                            wanted));
 }
 
 std::vector<std::string> Hardware::askModules()

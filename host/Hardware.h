@@ -22,10 +22,13 @@ namespace CLI {
 class App;
 }
 
+// Those to connect to. The plug-in takes whichever glove it hears when it wants one.
+enum class Gloves { both, one, left, right };
+
 struct HardwareOptions {
   std::filesystem::path plugin;    // empty: the one beside the program
-  std::filesystem::path settings;  // empty: made for so many gloves
-  int gloves = 2;
+  std::filesystem::path settings;  // empty: made for the gloves
+  Gloves gloves = Gloves::both;
   std::filesystem::path logFolder;  // empty: no log
   bool isSimulated = false;
   std::filesystem::path scenario;  // of the simulation; empty: none
@@ -42,7 +45,8 @@ class Hardware {
   Hardware(const Hardware&) = delete;
   Hardware& operator=(const Hardware&) = delete;
 
-  // Opens the link to the gloves; takes from one to some fifteen seconds. An interruption makes it fail soon.
+  // Opens the link to the gloves; takes from one to some fifteen seconds. An interruption makes it fail soon,
+  // and so does a glove of the other side than the one wanted.
   void open(Interruption& interruption);
 
   // One turn of the plug-in, up to a second or two long. True if there is a new record in the store; a
@@ -72,6 +76,7 @@ class Hardware {
   std::wstring reply(const std::string& command);
   std::filesystem::path settingsFile(const HardwareOptions& options) const;
   void makeObject(const std::filesystem::path& settings);
+  void checkSide();
 
   // What the plug-in works with, for as long as it has objects.
   struct Services {
@@ -81,6 +86,7 @@ class Hardware {
     ~Services();
   };
 
+  const Gloves gloves_;
   ScratchFolder scratch_;
   Services services_;
   std::unique_ptr<SimulatedGloves> simulated_;

@@ -1,12 +1,12 @@
 // `tessel info`: the way from port to glove, as far as it is there.
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <memory>
 
 #include "HwPlugins/HwTessel/Settings.h"
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/GloveFirmware.h"
@@ -59,9 +59,10 @@ Findings look(HardwareOptions options)
     return lookAt(hardware, interruption);
   } catch (const Failure& failure) {
     const bool isOneThere = std::string(failure.what()).ends_with("detected: 1");
-    if (failure.code() != ExitCode::noGloves || !isOneThere || !options.settings.empty()) throw;
+    if (failure.code() != ExitCode::noGloves || !isOneThere || options.gloves != Gloves::both) throw;
+    if (!options.settings.empty()) throw;
   }
-  options.gloves = 1;
+  options.gloves = Gloves::one;
   Hardware hardware(options);
   return lookAt(hardware, interruption);
 }
@@ -128,12 +129,12 @@ void run(const Options& options)
 void addInfo(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<Options>();
-  CLI::App* const command = tessel.add_subcommand(
-      "info", "Tells what is there: dongle, gloves, serial numbers, firmware, battery, sensors.");
-  addHardwareOptions(*command, options->hardware);
-  command->add_flag("--json", options->isJson, "Print JSON");
-  command->footer("Examples:  tessel info\n           tessel info --sim");
-  command->callback([options, &exitCode] {
+  CLI::App& command = *tessel.add_subcommand(
+      "info", "Shows what is there: dongle, gloves, serial numbers, firmware, battery, sensors.");
+  addHardwareOptions(command, options->hardware);
+  command_line::addFlag(command, "--json", options->isJson, "Print JSON");
+  command.footer("Examples:  tessel info\n           tessel info --sim");
+  command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;
   });

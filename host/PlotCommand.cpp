@@ -1,16 +1,17 @@
 // `tessel plot`: draws a recording as an SVG file.
 
 #include <fmt/core.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Failure.h"
@@ -26,27 +27,17 @@ namespace fs = std::filesystem;
 namespace {
 
 struct PlotOptions {
-  std::string recording;
-  std::string output;  // empty: named after the recording
+  fs::path recording;
+  std::optional<std::string> output;  // none: named after the recording
   double from = 0;
   double to = std::numeric_limits<double>::infinity();
   std::size_t width = 1000;
   bool overwrites = false;
 };
 
-bool endsIn(const fs::path& path, std::string_view extension)
-{
-  std::string end = utf8(path.extension());
-  std::ranges::transform(end, end.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-  });
-  return end == extension;
-}
-
 // Without a separator at its end, and with a name even if it is `.`.
-fs::path plainPath(const std::string& text)
+fs::path plainPath(fs::path path)
 {
-  fs::path path = text;
   if (!path.has_filename()) path = path.parent_path();
   if (path.filename() != "." && path.filename() != "..") return path;
   std::error_code error;
@@ -56,15 +47,19 @@ fs::path plainPath(const std::string& text)
 
 fs::path defaultOutput(fs::path recording)
 {
-  if (endsIn(recording, ".part")) recording.replace_extension();
-  if (endsIn(recording, ".csv") || endsIn(recording, ".npy")) recording.replace_extension();
+  if (hasExtension(recording, ".part")) recording.replace_extension();
+  if (hasExtension(recording, ".csv") || hasExtension(recording, ".npy")) recording.replace_extension();
   return recording += ".svg";
 }
 
 fs::path chosenOutput(const std::string& text)
 {
+  if (text.empty()) {
+    throw Failure(ExitCode::usage, "--output takes the name of an .svg file, not ''.",
+                  "Leave it out for a file named after the recording.");
+  }
   fs::path output = text;
-  if (endsIn(output, ".svg")) return output;
+  if (hasExtension(output, ".svg") || isStandardOutput(output)) return output;
   const auto named = [&](const char* extension) {
     return utf8(fs::path(output).replace_extension(extension));
   };
@@ -90,8 +85,7 @@ void write(const fs::path& path, const PlotOptions& options, const std::string& 
     throw Failure(ExitCode::output, fmt::format("{} is the recording itself.", utf8(path)),
                   "Choose another name.");
   }
-  Output output(path, Output::Kind::file,
-                options.overwrites || (options.output.empty() && isOwnPicture(path)));
+  Output output(path, Output::Kind::file, options.overwrites || (!options.output && isOwnPicture(path)));
   OutputFile file(output.growing());
   file.append(picture);
   file.close();
@@ -110,7 +104,7 @@ std::string namesOfGloves(const Recording& recording)
 void plot(const PlotOptions& options)
 {
   const fs::path path = plainPath(options.recording);
-  const fs::path output = options.output.empty() ? defaultOutput(path) : chosenOutput(options.output);
+  const fs::path output = options.output ? chosenOutput(*options.output) : defaultOutput(path);
   const Recording recording = readRecording(path);
   for (const std::string& note : recording.notes) {
     console::tell("tessel: {}: {}\n", utf8(path), note);
@@ -130,6 +124,7 @@ void plot(const PlotOptions& options)
   const bool isWhole = options.from <= 0 && to >= end;
   const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
                                    : fmt::format("{:g} s to {:g} s", options.from, to);
+  if (isStandardOutput(output)) return;
   console::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
                  utf8(output));
 }
@@ -138,28 +133,35 @@ void plot(const PlotOptions& options)
 
 void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
 {
+  using namespace command_line;
   const auto options = std::make_shared<PlotOptions>();
-  CLI::App* command = tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
-  command
-      ->add_option("RECORDING", options->recording,
-                   "A .csv file, or a folder of NumPy arrays; it may still grow")
+  PlotOptions& target = *options;
+  CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
+  constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
+  addPath(command, "RECORDING", "RECORDING", target.recording,
+          "a .csv file, or a folder of NumPy arrays; it may still grow")
       ->required();
-  command->add_option("--output", options->output,
-                      "The picture, an .svg file; else it is named after the recording");
-  command->add_option("--from", options->from, "Begin so many seconds after the recording began")
-      ->check(CLI::NonNegativeNumber);
-  command->add_option("--to", options->to, "End so many seconds after it began")
-      ->check(CLI::NonNegativeNumber);
-  command->add_option("--width", options->width, "Of the picture, in pixels")
-      ->check(CLI::Range(narrowestPicture, widestPicture))
-      ->capture_default_str();
-  command->add_flag("--force", options->overwrites, "Overwrite the output if it is there");
-  command->footer(
+  addText(
+      command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
+      "The picture, an .svg file, or - for standard output; without it, a file named after the recording");
+  addNumber(
+      command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
+      "Begin at this time of the recording");
+  addNumber(
+      command, "--to", "SECONDS", seconds, [&target](double to) { target.to = to; },
+      "End at this time of the recording");
+  addWholeNumber(
+      command, "--width", "PIXELS [1000]", {.lowest = narrowestPicture, .highest = widestPicture},
+      [&target](std::uint64_t width) { target.width = static_cast<std::size_t>(width); },
+      "Width of the picture");
+  addFlag(command, "--force", target.overwrites, "Overwrite the output if it is there");
+  command.footer(
       "Examples:  tessel plot grip.csv                       draws grip.svg\n"
       "           tessel plot grip.csv --from 2.5 --to 4     draws a part of it\n"
       "           tessel plot grip.csv --output p.svg        draws p.svg\n"
-      "Each glove gets a heat map, the highest count of each element over time, and the curves of mean and\n"
-      "maximum over its elements. Grey: nothing was recorded. A picture of an earlier `tessel plot` is\n"
-      "drawn anew; any other file is overwritten with --force only.");
-  command->callback([options] { plot(*options); });
+      "Each glove gets a heat map, the highest count of each element over time, and the\n"
+      "curves of mean and maximum over its elements. Grey: nothing was recorded.\n"
+      "A picture of an earlier `tessel plot` is drawn again; any other file is\n"
+      "overwritten with --force only.");
+  command.callback([options] { plot(*options); });
 }

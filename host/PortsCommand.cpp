@@ -1,12 +1,12 @@
 // `tessel ports`: what is there, and which port the plug-in would use.
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <memory>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Ports.h"
@@ -56,11 +56,11 @@ ExitCode run(bool isJson)
 void addPorts(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto isJson = std::make_shared<bool>(false);
-  CLI::App* const command =
-      tessel.add_subcommand("ports", "Lists the serial ports, and tells whether the dongle's can be used.");
-  command->add_flag("--json", *isJson, "Print JSON");
-  command->footer(
-      "Example:   tessel ports\nThe variable TESSEL_SERIAL_PORTS replaces the system's list, as for the "
-      "plug-in.");
-  command->callback([isJson, &exitCode] { exitCode = run(*isJson); });
+  CLI::App& command =
+      *tessel.add_subcommand("ports", "Lists the serial ports, and shows whether the dongle's can be used.");
+  command_line::addFlag(command, "--json", *isJson, "Print JSON");
+  command.footer(
+      "Example:   tessel ports\n"
+      "The variable TESSEL_SERIAL_PORTS replaces the system's list, as for the plug-in.");
+  command.callback([isJson, &exitCode] { exitCode = run(*isJson); });
 }

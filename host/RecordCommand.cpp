@@ -1,16 +1,13 @@
 // `tessel record`: records gloves into a file, until a limit, the person or a failure ends it.
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <ctime>
-#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Progress.h"
@@ -18,24 +15,19 @@
 #include "host/Summary.h"
 #include "host/Text.h"
 #include "host/recording/Output.h"
+#include "host/recording/OutputName.h"
 
 namespace {
 
 struct Options {
   HardwareOptions hardware;
   RecordingLimits limits;
-  std::string output;
-  RecordFormat format = RecordFormat::csv;
+  std::optional<std::string> output;
+  std::optional<RecordFormat> format;
   bool replaces = false;
   bool isJson = false;
   bool showsMemory = false;
 };
-
-std::string defaultOutput(RecordFormat format)
-{
-  return fmt::format("recording-{:%Y%m%d-%H%M%S}{}", fmt::localtime(std::time(nullptr)),
-                     format == RecordFormat::csv ? ".csv" : "");
-}
 
 // How it ended; `failure` is what the person is told after the summary.
 struct Ending {
@@ -86,19 +78,24 @@ std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, Output& output,
 std::optional<Failure> record(const Options& options)
 {
   Interruption interruption;
-  const std::string name = options.output.empty() ? defaultOutput(options.format) : options.output;
-  // Ahead of the gloves, so that what can't be written is told at once.
-  Output output(name, options.format == RecordFormat::csv ? Output::Kind::file : Output::Kind::folder,
+  const auto [name, format] = chooseOutputName(options.output, options.format);
+  if (options.isJson && isStandardOutput(name)) {
+    throw Failure(ExitCode::usage,
+                  "--json and --output - can't be given together: both take standard output.",
+                  "Record into a file, or leave --json out.");
+  }
+  // Ahead of the gloves, so that what can't be written is reported at once.
+  Output output(name, format == RecordFormat::csv ? Output::Kind::file : Output::Kind::folder,
                 options.replaces);
   Hardware hardware(options.hardware);
   console::tell("Looking for the dongle and the gloves...\n");
   hardware.open(interruption);
 
   const Layout layout = hardware.askLayout();
-  auto writer = makeRecordWriter(options.format, output.growing(), layout);
+  auto writer = makeRecordWriter(format, output.growing(), layout);
   output.keep(true);
   console::tell("Recording {} to {}; Ctrl-C ends it.\n",
-                fmt::to_string(fmt::join(hardware.askModules(), " and ")), utf8(output.growing()));
+                fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(output.growing()));
   Recorder recorder(hardware, layout, *writer, options.limits);
   Ending ending = runRecorder(recorder, layout, options.limits, interruption.flag());
   const auto place = keep(std::move(writer), output, recorder.figures(), ending);
@@ -106,25 +103,8 @@ std::optional<Failure> record(const Options& options)
                                  ending.failure ? ending.failure->code() : ExitCode::done};
   console::tellLines(summaryText(summary));
   if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
-  if (!ending.failure) console::tell("Look at it with: tessel plot {}\n", utf8(place));
+  if (!ending.failure && output.hasPlace()) console::tell("Look at it with: tessel plot {}\n", utf8(place));
   return ending.failure;
-}
-
-// Each gives what is wrong with the text of an option.
-std::string isDuration(std::string& text)
-{
-  double seconds = 0;
-  const bool isRead = CLI::detail::lexical_cast(text, seconds);
-  return isRead && seconds > 0 && seconds <= 1e9 ? "" : "it takes a number of seconds above 0, not " + text;
-}
-
-std::string isCount(std::string& text)
-{
-  const bool isNumber =
-      !text.empty() && text.size() <= 15 && text.find_first_not_of("0123456789") == std::string::npos;
-  return isNumber && text.find_first_not_of('0') != std::string::npos
-             ? ""
-             : "it takes a whole number above 0, not " + text;
 }
 
 // What has no summary, because nothing was recorded.
@@ -152,32 +132,37 @@ void run(const Options& options)
 
 void addRecord(CLI::App& tessel, ExitCode& exitCode)
 {
+  using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App* const command = tessel.add_subcommand("record", "Records one or two gloves into a file.");
-  command->add_option("--seconds", options->limits.seconds, "Record so long")
-      ->check(CLI::Validator(isDuration, ""))
-      ->option_text("SECONDS");
-  command->add_option("--frames", options->limits.records, "Record so many frames")
-      ->check(CLI::Validator(isCount, ""))
-      ->option_text("N");
-  command->add_option("--output,-o", options->output, "Where to; without it, a name of the date and time");
-  command
-      ->add_option("--format", options->format,
-                   "csv: a file with a line for each frame; npy: a folder with NumPy arrays")
-      ->transform(CLI::CheckedTransformer(
-          std::map<std::string, RecordFormat>{{"csv", RecordFormat::csv}, {"npy", RecordFormat::npy}}))
-      ->option_text("csv|npy [csv]");
-  command->add_flag("--force", options->replaces, "Replace a recording of this name");
-  command->add_flag("--json", options->isJson, "Print the summary as JSON on standard output");
-  command->add_flag("--memory", options->showsMemory, "Add the program's peak memory to the JSON")
-      ->needs("--json");
-  addHardwareOptions(*command, options->hardware);
-  command->footer(
+  Options& target = *options;
+  CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
+  addNumber(
+      command, "--seconds", "SECONDS", {.lowest = 0.001, .highest = 1e9},
+      [&target](double seconds) { target.limits.seconds = seconds; }, "Recording duration");
+  addWholeNumber(
+      command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
+      [&target](std::uint64_t frames) { target.limits.records = frames; }, "Number of frames to record");
+  addText(
+      command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
+      "Output file or folder, - for standard output; without it, a name of date and time");
+  addChoice(
+      command, "--format", "csv|npy", {"csv", "npy"},
+      [&target](const std::string& name) {
+        target.format = name == "csv" ? RecordFormat::csv : RecordFormat::npy;
+      },
+      "csv: a file with a line for each frame; npy: a folder with NumPy arrays. Without it, what the name "
+      "of the output ends in, or csv");
+  addFlag(command, "--force", target.replaces, "Replace a recording of this name");
+  addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
+  addFlag(command, "--memory", target.showsMemory, "Add the program's peak memory to the JSON")->needs("--json");
+  addHardwareOptions(command, target.hardware);
+  command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
-      "           tessel record --settings gloves.txt --format npy --output session1\n"
-      "While it grows, the recording's name ends in \".part\"; it gets its name at the end, also if the\n"
-      "gloves fail or Ctrl-C ends it.");
-  command->callback([options, &exitCode] {
+      "           tessel record --settings gloves.txt --output session1.npy\n"
+      "           tessel record --output - | head -3\n"
+      "While it grows, the recording's name ends in \".part\"; it gets its name at the\n"
+      "end, also if the gloves fail or Ctrl-C ends it.");
+  command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;
   });

@@ -1,11 +1,11 @@
 // `tessel send`: one text command of the plug-in, and its answer.
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include <chrono>
 #include <memory>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Hardware.h"
@@ -44,17 +44,20 @@ void run(const Options& options)
 void addSend(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      tessel.add_subcommand("send", "Sends the plug-in one text command and prints its answer.");
-  command->add_option("TEXT", options->text, "The command, in quotes if it has blanks")->required();
-  addHardwareOptions(*command, options->hardware);
-  command->footer(
+  CLI::App& command =
+      *tessel.add_subcommand("send", "Sends the plug-in one text command and prints its answer.");
+  command_line::addText(
+      command, "TEXT", "TEXT", [&target = *options](const std::string& text) { target.text = text; },
+      "the command, in quotes if it has spaces")
+      ->required();
+  addHardwareOptions(command, options->hardware);
+  command.footer(
       "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: questions\n"
-      "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\": to the first glove; OK is "
-      "sent\n"
+      "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\":\n"
+      "           to the first glove; OK means that it is sent\n"
       "           SetSerialNumber,m,s: serial number s for glove m, 0 or 1\n"
       "Example:   tessel send GetModuleMap --sim");
-  command->callback([options, &exitCode] {
+  command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;
   });

@@ -1,11 +1,11 @@
 // `tessel settings`: what a settings file says, and what the plug-in makes of it.
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <memory>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/SettingsFile.h"
@@ -31,6 +31,7 @@ void writeFile(const Options& options)
   file.append(settingsText(options.gloves));
   file.close();
   output.settle();
+  if (!output.hasPlace()) return;
   console::print("Wrote {} for {}. Change it with any editor, then look at it with: tessel settings {}\n",
                  utf8(options.file), options.gloves == 1 ? "one glove" : "two gloves", utf8(options.file));
 }
@@ -109,20 +110,23 @@ ExitCode run(const Options& options)
 
 void addSettings(CLI::App& tessel, ExitCode& exitCode)
 {
+  using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App* const command = tessel.add_subcommand(
-      "settings",
-      "Shows what the plug-in makes of a settings file, and every fault of it; or writes one to start with.");
-  command->add_option("FILE", options->file, "The settings file")->required();
-  command->add_flag("--write", options->writes, "Write a commented file with that name");
-  command->add_option("--gloves", options->gloves, "With --write: for one or two gloves")
-      ->check(CLI::Range(1, 2))
-      ->option_text("1|2 [2]");
-  command->add_flag("--force", options->replaces, "With --write: replace a file that is there");
-  command->add_flag("--json", options->isJson, "Print JSON");
-  command->footer(
+  CLI::App& command =
+      *tessel.add_subcommand("settings",
+                             "Shows what the plug-in makes of a settings file, and every fault of "
+                             "it; or writes one to start with.");
+  addPath(command, "FILE", "FILE", options->file, "the settings file")->required();
+  addFlag(command, "--write", options->writes, "Write a commented file with that name");
+  addChoice(
+      command, "--gloves", "1|2 [2]", {"1", "2"},
+      [&target = *options](const std::string& count) { target.gloves = count == "1" ? 1 : 2; },
+      "With --write: for one or two gloves");
+  addFlag(command, "--force", options->replaces, "With --write: replace a file that is there");
+  addFlag(command, "--json", options->isJson, "Print JSON");
+  command.footer(
       "Examples:  tessel settings gloves.txt --write\n"
       "           tessel settings gloves.txt\n"
       "Exit code 3 if the file has any fault.");
-  command->callback([options, &exitCode] { exitCode = run(*options); });
+  command.callback([options, &exitCode] { exitCode = run(*options); });
 }

@@ -1,7 +1,6 @@
 // `tessel sim`: gloves for people who have none at hand, or want some that go wrong when told to.
 
 #include <fmt/core.h>
-#include <CLI/CLI.hpp>
 
 #include <atomic>
 #include <chrono>
@@ -10,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/Interruption.h"
@@ -21,14 +21,14 @@ namespace {
 constexpr const char* examples =
     "Examples:\n"
     "  tessel sim                                  two gloves; end with Ctrl-C\n"
-    "  tessel sim --gloves left --loss 2           one glove, of whose packets 2 % get lost\n"
+    "  tessel sim --gloves left --loss 2           one glove, loses 2 % of packets\n"
     "  tessel sim --battery 'left 12' --sensor 'left thumb 255'\n"
     "  tessel sim --at '10 drop left' --at '20 unplug' --at '25 plug'\n"
-    "  tessel sim --port /tmp/dongle --control     commands at the terminal; `help` lists them\n"
-    "A value with [GLOVE] may begin with left or right, and then stands in quotes; without, it is for both.\n"
-    "The radio carries about 1,400 packets a second in all, as a real one does: with --rate above 50 two\n"
-    "gloves fall behind and frames are dropped, one glove with --rate above 100.\n"
-    "docs/simulator.md tells more.";
+    "  tessel sim --port /tmp/dongle --control     takes commands, see `help`\n"
+    "A value with [GLOVE] may begin with left or right, and then stands in quotes;\n"
+    "without, it is for both. The radio carries about 1,400 packets a second in all,\n"
+    "as a real one does: with --rate above 50 two gloves fall behind and frames are\n"
+    "dropped, one glove with --rate above 100. docs/simulator.md has more.";
 
 void print(const std::string& lines)
 {
@@ -94,13 +94,13 @@ void addSim(CLI::App& tessel, ExitCode&)
     bool isControlled = false;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App* const sim =
-      tessel.add_subcommand("sim", "Simulates a dongle with gloves that move, and go wrong as you wish");
-  sim->footer(examples);
-  sim->add_option("--port", options->simulation.port,
-                  "Path of the simulated port, the same each time; otherwise in a new folder")
-      ->type_name("PATH");
-  sim->add_flag("--control", options->isControlled, "Takes commands on standard input while it runs");
-  addSimulationOptions(*sim, options->simulation);
-  sim->callback([options] { simulate(options->simulation, options->isControlled); });
+  CLI::App& sim =
+      *tessel.add_subcommand("sim", "Simulates a dongle with gloves that move, and go wrong as you wish.");
+  sim.footer(examples);
+  command_line::addPath(sim, "--port", "PATH", options->simulation.port,
+                        "Path of the simulated port, the same each time; otherwise in a new folder");
+  command_line::addFlag(sim, "--control", options->isControlled,
+                        "Take commands on standard input while it runs");
+  addSimulationOptions(sim, options->simulation);
+  sim.callback([options] { simulate(options->simulation, options->isControlled); });
 }

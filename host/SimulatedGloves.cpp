@@ -92,24 +92,31 @@ void SimulatedGloves::addGlove(simulator::Hand hand, std::uint32_t serialNumber,
 
 void SimulatedGloves::obey(const SimulationOptions& options)
 {
+  // Says where the words stand that the control does not understand.
+  const auto from = [](const std::string& place, const auto& act) {
+    try {
+      act();
+    } catch (const std::invalid_argument& error) {
+      throw std::invalid_argument(fmt::format("{}: {}", place, error.what()));
+    }
+  };
   for (const std::string& line : options.schedule) {
-    scenario_.push_back(simulator::readScenarioStep(line, control_));
+    from("--at", [&] { scenario_.push_back(simulator::readScenarioStep(line, control_)); });
   }
   if (!options.scenario.empty()) {
     std::ifstream file(options.scenario);
     std::error_code error;
-    if (!file || fs::is_directory(options.scenario, error))
-      throw std::invalid_argument(fmt::format("{} can't be read", utf8(options.scenario)));
-    try {
+    if (!file || fs::is_directory(options.scenario, error)) {
+      throw std::invalid_argument(fmt::format("the scenario {} can't be read", utf8(options.scenario)));
+    }
+    from(utf8(options.scenario), [&] {
       for (simulator::ScenarioStep& step : simulator::readScenario(file, control_)) {
         scenario_.push_back(std::move(step));
       }
-    } catch (const std::invalid_argument& error) {
-      throw std::invalid_argument(fmt::format("{}, {}", utf8(options.scenario), error.what()));
-    }
+    });
   }
   for (const std::string& command : options.setup) {
-    control_.execute(command);
+    from("--" + command.substr(0, command.find(' ')), [&] { control_.execute(command); });
   }
 }
 

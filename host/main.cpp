@@ -1,12 +1,11 @@
 // `tessel`: records, looks and diagnoses; the host of the plug-in for people at a terminal.
 
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <exception>
 #include <locale>
 #include <new>
 
+#include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
 #include "host/System.h"
@@ -34,16 +33,18 @@ void useCharactersOfTheUser()
   }
 }
 
-// Takes the command line and does what it says. What goes wrong is told by then.
+// Takes the command line and does what it says. What goes wrong has been reported when it returns.
 int run(int count, char** arguments)
 {
   CLI::App tessel("Records tactile gloves, simulated or real, looks at them and finds out what is wrong.");
   tessel.name("tessel");
-  tessel.require_subcommand(1);
+  tessel.require_subcommand(0, 1);
+  tessel.set_help_flag("--help,-h", "Print this help");
+  tessel.set_version_flag("--version", "tessel " TESSEL_VERSION, "Print the version");
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"
-      "Each subcommand has a --help with an example.");
+      "Each command has a --help with an example.");
 
   ExitCode exitCode = ExitCode::done;
   addRecord(tessel, exitCode);
@@ -54,17 +55,7 @@ int run(int count, char** arguments)
   addSend(tessel, exitCode);
   addSettings(tessel, exitCode);
   try {
-    tessel.parse(count, arguments);
-  } catch (const CLI::ParseError& error) {
-    // The library itself only says that a subcommand is missing.
-    if (count > 1 && arguments[1][0] != '-' && tessel.get_subcommands().empty()) {
-      return fail(ExitCode::usage, fmt::format("there is no command `{}`.", arguments[1]),
-                  "See: tessel --help");
-    }
-    if (error.get_exit_code() != 0)
-      return fail(ExitCode::usage, error.what(), "See the options with --help.");
-    console::printLines(tessel.help());
-    return 0;
+    command_line::run(tessel, count, arguments);
   } catch (const Failure& failure) {
     return fail(failure.code(), failure.what(), failure.advice());
   } catch (const std::bad_alloc&) {

@@ -107,6 +107,7 @@ TEST_F(ForeignText, NeverReachesATerminalAsItIs)
       {{"record", "--" + hostile}, 2, ""},
       {{"plot", "label.csv", "--width", hostile}, 2, ""},
       {{hostile}, 2, ""},
+      {{"--" + hostile}, 2, ""},
   };
   for (const auto& [arguments, exitCode, ports] : cases) {
     ports.empty() ? ::unsetenv("TESSEL_SERIAL_PORTS") : ::setenv("TESSEL_SERIAL_PORTS", ports.c_str(), 1);

@@ -40,7 +40,7 @@ TEST(Look, EachCommandTellsWhatItFinds)
        3,
        {"line 3: \"tesselauxcount\" is no setting; it is passed over. `TesselAuxCount` is one",
         "line 4: `TesselReadTimeout`", "no record will come"}},
-      {{"nonsense"}, 2, {"no command `nonsense`"}},
+      {{"nonsense"}, 2, {"no command 'nonsense'"}},
   };
   for (const auto& [arguments, exitCode, words] : cases) {
     const auto result = runTessel(folder, arguments);

@@ -1,0 +1,58 @@
+// The command line as all commands have it: options whose values are checked where they are read, and words
+// for what is wrong, which name the option, the value and what is possible. Threads: one. Errors: a Failure
+// with ExitCode::usage.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace command_line {
+
+// `names` are those of an option, "--output,-o", or the one of an argument, "FILE". `valueName` stands for
+// the value in the help. Targets must outlive the parsing.
+
+using TextTaker = std::function<void(const std::string& text)>;
+
+CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, const std::string& help);
+
+CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
+                     const TextTaker& take, const std::string& help);
+
+// May be given several times.
+CLI::Option* addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
+                      const TextTaker& take, const std::string& help);
+
+// Anything but an empty text.
+CLI::Option* addPath(CLI::App& command, const std::string& names, const std::string& valueName,
+                     std::filesystem::path& target, const std::string& help);
+
+// One of the words, capitalised or not; it is taken as it stands in `words`.
+CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
+                       const std::vector<std::string>& words, const TextTaker& take, const std::string& help);
+
+struct NumberRange {
+  double lowest;
+  double highest;
+};
+CLI::Option* addNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                       const NumberRange& range, const std::function<void(double)>& take,
+                       const std::string& help);
+
+struct WholeRange {
+  std::uint64_t lowest;
+  std::uint64_t highest;
+};
+CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                            const WholeRange& range, const std::function<void(std::uint64_t)>& take,
+                            const std::string& help);
+
+// Understands the arguments and runs the command that they name. Help and version are printed.
+void run(CLI::App& program, int count, const char* const* arguments);
+
+}  // namespace command_line
