@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <memory>
+#include <span>
 #include <sstream>
 
 #include "host/Console.h"
@@ -181,7 +182,15 @@ CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, 
 CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
                      const TextTaker& take, const std::string& help)
 {
-  return command.add_option_function<std::string>(names, take, help)->option_text(valueName);
+  // The library takes the next argument as the value, whatever it is.
+  const auto takeValue = [&command, names, valueName, take](const std::string& text) {
+    if (names.starts_with('-') && text.starts_with("--")) {
+      throw usage(command, fmt::format("{} needs a value: {}; '{}' is an option.",
+                                       names.substr(0, names.find(',')), valueName, text));
+    }
+    take(text);
+  };
+  return command.add_option_function<std::string>(names, takeValue, help)->option_text(valueName);
 }
 
 CLI::Option* addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
@@ -249,6 +258,12 @@ CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const s
 
 void run(CLI::App& program, int count, const char* const* arguments)
 {
+  // The library would take what follows as the value.
+  for (const std::string_view argument : std::span(arguments, static_cast<std::size_t>(count))) {
+    if (argument.starts_with("--") && argument.find('=') == argument.size() - 1) {
+      throw usage(program, fmt::format("there is no value behind '{}'.", argument));
+    }
+  }
   const auto formatter = std::make_shared<HelpFormatter>();
   program.formatter(formatter);
   for (CLI::App* const command : program.get_subcommands({})) {
