@@ -27,10 +27,10 @@ struct SimulationOptions {
   std::uint32_t leftSerialNumber = 17;  // up to 99999
   std::uint32_t rightSerialNumber = 18;
   std::uint16_t moduleRevision = 5;
-  std::uint64_t seed = 1;          // of movement, noise and what goes wrong by chance
-  std::filesystem::path port;      // empty: in a folder of its own, which goes with it
-  std::vector<std::string> setup;  // commands of the control, done before the port is there: "rate 100"; each
-                                   // is the option --rate
+  std::uint64_t seed = 1;      // of movement, noise and what goes wrong by chance
+  std::filesystem::path port;  // empty: in a folder of its own, which goes with it
+  // Commands of the control, done before the port is there: "rate 100" for the option --rate.
+  std::vector<std::string> setup;
   std::vector<std::string> schedule;  // lines of a scenario: "20 silent left"
   std::filesystem::path scenario;     // empty: none
 };
