@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
+
+#include "shared/Utf8.h"
 
 namespace {
 
@@ -28,14 +29,6 @@ bool isPrintable(char32_t code)
       unprintable, [code](const CodeRange& range) { return code >= range.first && code <= range.last; });
 }
 
-// How many bytes a character has that begins with this one; 0 if none does.
-std::size_t sizeByLead(unsigned lead)
-{
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  return lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-}
-
 std::string escaped(const Character& character)
 {
   if (!character.code) return fmt::format("\\x{:02X}", static_cast<unsigned char>(character.bytes[0]));
@@ -56,19 +49,9 @@ std::string escaped(const Character& character)
 
 Character firstCharacter(std::string_view text)
 {
-  const auto byte = [&](std::size_t index) { return unsigned{static_cast<unsigned char>(text[index])}; };
-  const Character broken{.bytes = text.substr(0, 1), .code = {}};
-  const std::size_t size = sizeByLead(byte(0));
-  if (size == 0 || size > text.size()) return broken;
-  char32_t code = size == 1 ? byte(0) : byte(0) & (0x7FU >> size);
-  for (std::size_t index = 1; index < size; ++index) {
-    if (byte(index) >> 6 != 2) return broken;
-    code = code << 6 | (byte(index) & 0x3FU);
-  }
-  constexpr std::array<char32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-  const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < smallest[size] || code > 0x10FFFF || isSurrogate) return broken;
-  return {text.substr(0, size), code, isPrintable(code)};
+  const utf8::Character known = utf8::first(text);
+  if (known.length == 0) return {.bytes = text.substr(0, 1), .code = {}};
+  return {text.substr(0, known.length), known.code, isPrintable(known.code)};
 }
 
 std::string printable(std::string_view text)

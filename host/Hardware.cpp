@@ -55,7 +55,6 @@ fs::path newLogFolder(const fs::path& wanted)
   return folder;
 }
 
-
 std::vector<std::uint32_t> acceptedSerialNumbers()
 {
   std::vector<std::uint32_t> accepted;

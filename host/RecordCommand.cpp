@@ -154,7 +154,8 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       "of the output ends in, or csv");
   addFlag(command, "--force", target.replaces, "Replace a recording of this name");
   addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
-  addFlag(command, "--memory", target.showsMemory, "Add the program's peak memory to the JSON")->needs("--json");
+  addFlag(command, "--memory", target.showsMemory, "Add the program's peak memory to the JSON")
+      ->needs("--json");
   addHardwareOptions(command, target.hardware);
   command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"

@@ -14,11 +14,11 @@
 #include <fstream>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include "HwPlugins/HwTessel/platform/FriendlyText.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/platform/posix/PortList.h"
-#include "HwPlugins/HwTessel/serial/SerialPort.h"
 
 namespace fs = std::filesystem;
 
@@ -127,14 +127,14 @@ std::vector<Port> listPorts()
   using platform::posix::PortEntry;
   const auto usbDevices =
       platform::posix::portsFromSysfs("/sys/class/tty").value_or(std::vector<PortEntry>());
-  const std::int32_t used = serialFindPort(platform::dongleName);
+  bool isFound = false;  // the plug-in takes the first dongle
   std::vector<Port> ports;
   for (const auto& entry : platform::posix::portList().value_or(std::vector<PortEntry>())) {
     Port& port = ports.emplace_back();
     port.friendlyText = entry.friendlyText;
     port.path = entry.path;
-    port.isDongle = entry.friendlyText.starts_with(std::string(platform::dongleName) + " (COM");
-    port.isUsed = port.isDongle && platform::portNumber(entry.friendlyText, platform::dongleName) == used;
+    port.isDongle = platform::portNumber(entry.friendlyText, platform::dongleName).has_value();
+    port.isUsed = port.isDongle && !std::exchange(isFound, true);
     port.isUsbDevice = std::ranges::any_of(
         usbDevices, [&](const PortEntry& device) { return isSamePath(device.path, entry.path); });
     if (port.isDongle) tryToOpen(port);

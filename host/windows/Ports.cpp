@@ -3,9 +3,10 @@
 #include <windows.h>
 
 #include <system_error>
+#include <utility>
 
+#include "HwPlugins/HwTessel/platform/FriendlyText.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
-#include "HwPlugins/HwTessel/serial/SerialPort.h"
 
 namespace {
 
@@ -47,19 +48,17 @@ std::optional<std::string> portsVariable()
 
 std::vector<Port> listPorts()
 {
-  const std::string used = std::to_string(serialFindPort(platform::dongleName));
+  bool isFound = false;  // the plug-in takes the first dongle
   std::vector<Port> ports;
   for (const std::string& text : platform::presentPorts().value_or(std::vector<std::string>())) {
     Port& port = ports.emplace_back();
     port.friendlyText = text;
     port.isUsbDevice = true;
-    const std::string beginning = std::string(platform::dongleName) + " (COM";
-    port.isDongle = text.starts_with(beginning);
-    if (!port.isDongle) continue;
-    const std::string number =
-        text.substr(beginning.size(), text.find(')', beginning.size()) - beginning.size());
-    port.path = "\\\\.\\COM" + number;
-    port.isUsed = number == used;
+    const auto number = platform::portNumber(text, platform::dongleName);
+    if (!number) continue;
+    port.isDongle = true;
+    port.isUsed = !std::exchange(isFound, true);
+    port.path = "\\\\.\\COM" + std::to_string(*number);
     tryToOpen(port);
   }
   return ports;

@@ -20,10 +20,11 @@ TEST(SettingsFile, EachByteThatIsNoTextIsReportedWithLineAndColumn)
   std::locale::global(before);
   EXPECT_EQ(settings::numSensors, 2) << "what follows is read";
 #ifndef _WIN32  // whose C locale takes each byte for a character
-  EXPECT_EQ(faultText(report, 9),
-            "  line 1: column 5: C3 A4 is not text in this character set; it was read as UTF-8.\n"
-            "  line 1: column 6: E2 82 AC is not text in this character set; it was read as UTF-8.\n"
-            "  line 3: column 17: E4 is not text in this character set; it was read as Latin-1.\n");
+  EXPECT_EQ(faultLines(report, 9),
+            (std::vector<std::string>{
+                "  line 1: column 5: C3 A4 is not text in this character set; it was read as UTF-8.",
+                "  line 1: column 6: E2 82 AC is not text in this character set; it was read as UTF-8.",
+                "  line 3: column 17: E4 is not text in this character set; it was read as Latin-1."}));
 #endif
 }
 

@@ -56,11 +56,12 @@ class LifeCycle : public testing::Test {
 
   TemporaryFolder folder_;
   HostLog log_{0};
+  static constexpr double speed = 100;
   bool followsClock_ = false;
   // A hundred times as fast as real gloves, soon back after a restart, and with little to send.
-  PtyGloves gloves_{folder_ / "dongle", 100,
+  PtyGloves gloves_{folder_ / "dongle", speed,
                     [this](VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config) {
-                      if (!std::exchange(followsClock_, true)) fast_time::follow(clock);
+                      if (!std::exchange(followsClock_, true)) fast_time::follow(clock, speed);
                       dongle.restartTime = simulator::Duration(10'000);
                       config.sensorStatus[1] = 249;
                       config.framesPerSecond = 1;
