@@ -2,7 +2,7 @@
 add_library(tessel-libraries INTERFACE)
 if(WIN32)
   # No cross-built packages: the headers of this machine's packages, of which these libraries consist.
-  set(headers ${CMAKE_BINARY_DIR}/headers)
+  set(headers ${PROJECT_BINARY_DIR}/headers)
   file(MAKE_DIRECTORY ${headers})
   foreach(library CLI fmt nlohmann stb)
     file(CREATE_LINK /usr/include/${library} ${headers}/${library} SYMBOLIC)

@@ -1,0 +1,25 @@
+# Where things go: `runtime` is what users run and hosts load, `development` what a host is built from.
+set(TESSEL_BINDIR bin)
+if(WIN32)
+  set(TESSEL_LIBDIR lib)
+  set(TESSEL_PLUGIN_DIR bin)  # beside the program, as users of Windows expect it
+else()
+  set(TESSEL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
+  cmake_path(NORMAL_PATH TESSEL_LIBDIR)
+  string(REGEX REPLACE "/$" "" TESSEL_LIBDIR "${TESSEL_LIBDIR}")
+  set(TESSEL_PLUGIN_DIR ${TESSEL_LIBDIR}/hwtessel)
+endif()
+set(TESSEL_INCLUDEDIR include/hwtessel)
+set(TESSEL_CMAKEDIR ${TESSEL_LIBDIR}/cmake/HwTessel)
+
+include(CMakePackageConfigHelpers)
+configure_package_config_file(cmake/HwTesselConfig.cmake.in ${PROJECT_BINARY_DIR}/HwTesselConfig.cmake
+                              INSTALL_DESTINATION ${TESSEL_CMAKEDIR} PATH_VARS TESSEL_PLUGIN_DIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/HwTesselConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/HwTesselConfig.cmake ${PROJECT_BINARY_DIR}/HwTesselConfigVersion.cmake
+        DESTINATION ${TESSEL_CMAKEDIR} COMPONENT development)
+install(EXPORT HwTessel NAMESPACE HwTessel:: FILE HwTesselTargets.cmake DESTINATION ${TESSEL_CMAKEDIR}
+        COMPONENT development)
+if(NOT WIN32)
+  install(FILES share/udev/60-tessel.rules DESTINATION lib/udev/rules.d COMPONENT runtime)
+endif()
