@@ -13,34 +13,25 @@
 #include "bench/AllocationCounter.h"
 #include "bench/ListeningLink.h"
 #include "bench/MemoryPlatform.h"
+#include "shared/RecordStore.h"
 
 namespace {
 
-constexpr std::size_t elements = 2 * samplesPerFrame;
+constexpr std::size_t elementCount = 2 * samplesPerFrame;
 
-// A record store of one row.
-class OneRecord final : public RecordBuffer {
+// Counts the records.
+class CountingStore final : public plugin::RecordStore {
  public:
-  explicit OneRecord(bool isMapped)
+  explicit CountingStore(bool isMapped) : RecordStore(elementCount)
   {
-    map.data_ = row_.data();
-    map.size_ = elements;
-    map.buffer_ = this;
     if (!isMapped) return;
-    map.indices_.resize(elements);
+    map.indices_.resize(elementCount);
     std::iota(map.indices_.rbegin(), map.indices_.rend(), 0);  // backwards
   }
 
   void advance() override { ++records; }
-  unsigned short* writePointer() override { return row_.data(); }
-  std::uint32_t* stampCell() override { return &stamp_; }
 
-  ReorderingMap<unsigned short> map;
   std::int64_t records = 0;
-
- private:
-  std::array<unsigned short, elements> row_{};
-  std::uint32_t stamp_ = 0;
 };
 
 std::uint32_t hostClock()
@@ -61,11 +52,11 @@ class Listening : public HWTessel {
 
 void storeElementsOnly(benchmark::State& state)
 {
-  OneRecord record(state.range(0) != 0);
-  std::vector<std::uint16_t> samples(elements, 7);
+  CountingStore record(state.range(0) != 0);
+  std::vector<std::uint16_t> samples(elementCount, 7);
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(samples.data());
-    for (std::uint32_t index = 0; index < elements; ++index) {
+    for (std::uint32_t index = 0; index < elementCount; ++index) {
       record.map[index] = samples[index];
     }
     benchmark::ClobberMemory();
@@ -76,10 +67,10 @@ void storeElementsOnly(benchmark::State& state)
 void readRecord(benchmark::State& state)
 {
   const NoLogs noLogs;
-  settings::elementCount = elements;
+  settings::elementCount = elementCount;
   settings::numSensors = 2;
   Listening tessel;
-  OneRecord record(state.range(0) != 0);
+  CountingStore record(state.range(0) != 0);
   tessel.mapping_ = &record.map;
   const Stopwatch stopwatch;
   constexpr std::array<std::uint8_t, 4> message{0x80, 0x00, 0x00, 0x06};  // one of no interest

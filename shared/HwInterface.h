@@ -3,8 +3,8 @@
 // Field order and virtual order are a binary interface between host and plug-in, which must both be built
 // from this header with the same compiler and standard library.
 //
-// Threads: the host's, one call at a time; `signalShutdown` alone may come from another thread while
-// `configure` runs.
+// Threads: R is the host's reading thread, which makes one call at a time; in brackets stand the states of
+// shared/PluginApi.h in which an operation may be called.
 // Errors: 0 or -1, with the words of a failure in `lastError_`; a host's own mistake (no mapping, no record)
 // leaves as the exception of shared/Assertion.h.
 #pragma once
@@ -24,31 +24,36 @@ class HwInterface : public BufferMapping {
   // Logs, and ends the object's log.
   ~HwInterface() override;
 
-  // Runs a line of text. 0 if `reply` was set as the command's answer, otherwise -1.
+  // R [any] Runs a line of text. 0 if `reply` was set as the command's answer, otherwise -1.
   virtual std::int32_t sendCommand(const wchar_t* text, std::wstring& reply);
-  // The largest value of an element.
+  // R [any] The largest value of an element.
   virtual std::int32_t getMaxValue() = 0;
+  // R [any]
   virtual std::int32_t getFixedValue();
-  // What the host is told as delay of execution.
+  // R [any] The delay of execution that the settings name.
   virtual std::int32_t getExecDelay();
+  // R [any]
   virtual std::int32_t optionalQuery();
-  // Asks the `configure` that is running to give up. From any thread, but only while `configure` runs, and
-  // only during one: a second `configure` of the same object may replace what a late signal still works on.
-  // Before `configure` has begun it has no effect.
+  // Any thread [while `configure` runs] Asks it to give up; waits for nothing. Signal only one `configure` of
+  // an object: a second one may replace what a late signal still works on. Before `configure` has begun it
+  // has no effect.
   virtual void signalShutdown();
-  // Makes the hardware ready. Blocks for seconds.
+  // R [built, once] Makes the hardware ready. Blocks for seconds.
   virtual std::int32_t configure();
-  // Gives the hardware a turn, and fills and commits at most one record; the record store tells whether one
-  // came. Not before `configure`, and not without a mapping.
+  // R [open, failed, closed; with a mapping] Gives the hardware a turn, and fills and commits at most one
+  // record, which shows in the record store. Blocks for a second or two at most. After a -1 it may be called
+  // again.
   virtual std::int32_t readRecord();
+  // R [any]
   virtual std::int32_t optionalOperation();
-  // Ends the link to the hardware.
+  // R [any] Ends the link to the hardware. Blocks for two or three seconds at most.
   virtual std::int32_t close();
-  // Writes all parameters into the file, or into the file they were read from; true if any was written.
+  // R [any] Writes all parameters into the file, or into the file they were read from; true if any was
+  // written.
   virtual bool saveParameters(const wchar_t* fileName);
-  // Keeps and logs the words of a failure. Always -1.
+  // For the object itself: keeps and logs the words of a failure. Always -1.
   virtual std::int32_t reportError(std::wstring message);
-  // Called before parameters are saved, so that they can be brought up to date.
+  // For the object itself: called before parameters are saved, so that they can be brought up to date.
   virtual void syncParameters(std::wstring oldFile, std::wstring newFile);
 
   ClockFunction clock_;

@@ -1,5 +1,6 @@
-// What the shared services need of the operating system: posix/System.cpp or windows/System.cpp is built in.
-// Errors are plain results; nothing here throws but for memory. Thread-safe as far as the system is.
+// What the shared services need of the operating system: posix/ or windows/ is built in.
+// Errors are plain results; where nothing else is said, only std::bad_alloc is thrown. Thread-safe as far as
+// the system is.
 #pragma once
 
 #include <filesystem>
@@ -27,6 +28,26 @@ bool makeFolder(const std::wstring& path);
 // text. Where paths are bytes they are UTF-8, whatever the locale.
 std::optional<std::filesystem::path> nativePath(const std::wstring& path);
 std::optional<std::wstring> wideText(const std::filesystem::path& path);
+
+// A shared object in this process.
+class SharedObject {
+ public:
+  // What the name of its file ends in on this system.
+  static const char* const suffix;
+
+  // Loads it. Throws std::runtime_error with the system's reason.
+  explicit SharedObject(const std::filesystem::path& file);
+  // Unloads it.
+  ~SharedObject();
+  SharedObject(const SharedObject&) = delete;
+  SharedObject& operator=(const SharedObject&) = delete;
+
+  // Null if it does not export the name.
+  void* find(const char* name) const;
+
+ private:
+  void* handle_;
+};
 
 // Opens a file stream by wide path: on success its error state is cleared, otherwise failbit is set.
 // A directory never opens, not even for reading, although some systems would let it.

@@ -1,21 +1,20 @@
-// The five functions by which a host knows the plug-in.
-//
-// Threads: one thread of the host at a time. Order: setFolders, setLog, then create; docs/host-guide.md tells
-// the rest. Errors: what the making of an object throws leaves `create`, and the object is then not there.
+// The five functions of shared/PluginApi.h.
+
+// The other compilers of Windows than this project's own take the same mark.
+#ifdef _WIN32
+#define PLUGIN_EXPORT __declspec(dllexport)
+#else
+#define PLUGIN_EXPORT [[gnu::visibility("default")]]
+#endif
 
 #include <algorithm>
 #include <list>
 #include <memory>
 
 #include "HWTessel.h"
-#include "shared/Folder.h"
-#include "shared/Log.h"
+#include "shared/PluginApi.h"
 
-#ifdef _WIN32
-#define TESSEL_EXPORT extern "C" __declspec(dllexport)
-#else
-#define TESSEL_EXPORT extern "C" [[gnu::visibility("default")]]
-#endif
+namespace plugin {
 
 namespace {
 
@@ -32,20 +31,17 @@ Instances& instances()
 
 }  // namespace
 
-// A new hardware object. The texts are copied; the clock must stay callable until the object is released.
-TESSEL_EXPORT HwInterface* create(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText)
+HwInterface* create(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText)
 {
   return instances().emplace_back(std::make_shared<HWTessel>(configFile, clock, hostText)).get();
 }
 
-// The plug-in's name; at any time.
-TESSEL_EXPORT const wchar_t* getName()
+const wchar_t* getName()
 {
   return HWTessel::name;
 }
 
-// Ends an object's link and the object. False for a pointer that is not one of `create`, or no longer.
-TESSEL_EXPORT bool release(HwInterface* object)
+bool release(HwInterface* object)
 {
   const auto entry = std::ranges::find(instances(), object, &std::shared_ptr<HwInterface>::get);
   if (entry == instances().end()) return false;
@@ -53,13 +49,14 @@ TESSEL_EXPORT bool release(HwInterface* object)
   return true;
 }
 
-// The host's folders and log, which must outlive all objects.
-TESSEL_EXPORT void setFolders(folder::FolderMap* folders)
+void setFolders(folder::FolderMap* folders)
 {
   folder::folders_ = folders;
 }
 
-TESSEL_EXPORT void setLog(LogManager* log)
+void setLog(LogManager* log)
 {
   currentLogManager = log;
 }
+
+}  // namespace plugin

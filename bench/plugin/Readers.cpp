@@ -1,6 +1,5 @@
 #include "bench/plugin/Readers.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/resource.h>
@@ -14,9 +13,8 @@
 #include <vector>
 
 #include "bench/plugin/FrameStream.h"
-#include "shared/Folder.h"
-#include "shared/HwInterface.h"
-#include "shared/Log.h"
+#include "shared/PluginLibrary.h"
+#include "shared/RecordStore.h"
 
 namespace {
 
@@ -72,34 +70,24 @@ void noteBurst(Run& run, Cost cost, std::uint64_t frames)
   run.isBurstRead = true;
 }
 
-// Keeps one record at a time.
-class RecordStore final : public RecordBuffer {
+// Notes the moment at which each record of the paced frames is there, and whether all are in order.
+class TimedStore final : public plugin::RecordStore {
  public:
-  RecordStore(const Plan& plan, Run& run) : plan_(plan), run_(run)
-  {
-    map.data_ = row_.data();
-    map.size_ = row_.size();
-    map.buffer_ = this;
-  }
+  TimedStore(const Plan& plan, Run& run) : RecordStore(2 * elementsPerGlove), plan_(plan), run_(run) {}
 
   void advance() override
   {
     if (records >= plan_.burstFrames) run_.delivered.at(records - plan_.burstFrames) = monotonicNow();
     const auto number = static_cast<unsigned short>(records++);
-    isInOrder = isInOrder && row_[0] == number && row_[elementsPerGlove] == number;
+    isInOrder = isInOrder && elements()[0] == number && elements()[elementsPerGlove] == number;
   }
-  unsigned short* writePointer() override { return row_.data(); }
-  std::uint32_t* stampCell() override { return &stamp_; }
 
-  ReorderingMap<unsigned short> map;
   std::uint64_t records = 0;
   bool isInOrder = true;
 
  private:
   const Plan& plan_;
   Run& run_;
-  std::array<unsigned short, 2 * elementsPerGlove> row_{};
-  std::uint32_t stamp_ = 0;
 };
 
 std::uint32_t clockMs()
@@ -107,7 +95,7 @@ std::uint32_t clockMs()
   return static_cast<std::uint32_t>(monotonicNow() / 1'000'000);
 }
 
-void readRecords(HwInterface& hardware, const RecordStore& store, std::uint64_t wanted)
+void readRecords(HwInterface& hardware, const TimedStore& store, std::uint64_t wanted)
 {
   while (store.records < wanted) {
     if (hardware.readRecord() == 0) continue;
@@ -118,33 +106,22 @@ void readRecords(HwInterface& hardware, const RecordStore& store, std::uint64_t 
     throw std::runtime_error(fmt::format("not all of {} records hold the frames sent, in order", wanted));
 }
 
-template <class Type>
-Type* function(void* library, const char* name)
-{
-  void* const address = ::dlsym(library, name);
-  if (address == nullptr) throw std::runtime_error(fmt::format("the plug-in has no function '{}'", name));
-  return reinterpret_cast<Type*>(address);
-}
-
 }  // namespace
 
 void readWithPlugin(const Plan& plan, Run& run)
 {
   waitUntil(run.isPortThere);
-  void* const library = ::dlopen(plan.plugin.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr)
-    throw std::runtime_error(fmt::format("can't load the plug-in, which --plugin names: {}", ::dlerror()));
+  const plugin::Library library(plan.plugin);
   const auto port = "Bluegiga Bluetooth Low Energy (COM7)=" + plan.port.string();
   ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
-  function<void(folder::FolderMap*)>(library, "setFolders")(folder::folders_);
-  function<void(LogManager*)>(library, "setLog")(currentLogManager);
-  HwInterface* const hardware = function<HwInterface*(const wchar_t*, ClockFunction, const wchar_t*)>(
-      library, "create")(plan.settings.wstring().c_str(), clockMs, L"bench");
+  library.setFolders(folder::folders_);
+  library.setLog(currentLogManager);
+  HwInterface* const hardware = library.create(plan.settings.wstring().c_str(), clockMs, L"bench");
   if (hardware->configure() != 0) {
     const std::wstring& words = hardware->lastError_;
     throw std::runtime_error("the opening failed: " + std::string(words.begin(), words.end()));
   }
-  RecordStore store(plan, run);
+  TimedStore store(plan, run);
   hardware->mapping_ = &store.map;
 
   const Meter meter;
@@ -153,7 +130,7 @@ void readWithPlugin(const Plan& plan, Run& run)
   noteBurst(run, meter.used(), store.records);
   readRecords(*hardware, store, plan.burstFrames + plan.pacedFrames);
 
-  function<bool(HwInterface*)>(library, "release")(hardware);
+  library.release(hardware);
   run.isOver = true;
 }
 

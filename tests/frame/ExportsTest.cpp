@@ -1,17 +1,11 @@
 // The five exports, linked in.
 
-#include "shared/HwInterface.h"
+#include "shared/PluginApi.h"
 #include "tests/frame/FrameFixture.h"
 
-extern "C" {
-HwInterface* create(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText);
-const wchar_t* getName();
-bool release(HwInterface* object);
-void setFolders(folder::FolderMap* folders);
-void setLog(LogManager* log);
-}
-
 namespace {
+
+using namespace plugin;
 
 TEST_F(FrameTest, ObjectsAreReleasedOnceAndByIdentity)
 {

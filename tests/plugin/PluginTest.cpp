@@ -7,10 +7,11 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <optional>
 #include <sstream>
 #include <thread>
 
-#include "shared/HwInterface.h"
+#include "shared/PluginLibrary.h"
 #include "tests/support/HostLog.h"
 #include "tests/support/HostRecord.h"
 #include "tests/support/PtyGloves.h"
@@ -29,17 +30,8 @@ class Plugin : public testing::Test {
  public:
   Plugin()
   {
-    library_ = ::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_LOCAL);
-    EXPECT_NE(library_, nullptr) << ::dlerror();
-    function<void(folder::FolderMap*)>("setFolders")(&log_.folders);
-    function<void(LogManager*)>("setLog")(log_.manager.get());
-  }
-  ~Plugin() override { unload(); }
-
-  template <class Type>
-  Type* function(const char* name) const
-  {
-    return reinterpret_cast<Type*>(::dlsym(library_, name));
+    library_->setFolders(&log_.folders);
+    library_->setLog(log_.manager.get());
   }
 
   HwInterface* create()
@@ -47,19 +39,12 @@ class Plugin : public testing::Test {
     const std::wstring file = folder_.write(
         "settings",
         "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\nTesselAuxCount\t1\n");
-    return function<HwInterface*(const wchar_t*, ClockFunction, const wchar_t*)>("create")(
-        file.c_str(), standingClock, L"test");
-  }
-
-  void unload()
-  {
-    if (library_ != nullptr) ::dlclose(library_);
-    library_ = nullptr;
+    return library_->create(file.c_str(), standingClock, L"test");
   }
 
   TemporaryFolder folder_;
   HostLog log_{2};
-  void* library_ = nullptr;
+  std::optional<plugin::Library> library_{TESSEL_PLUGIN};
 };
 
 // Follows the stamps, which depend on the frames' clock alone, but for one thing: a frame that waited in a
@@ -94,7 +79,7 @@ class StampCheck {
 TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
 {
   PtyGloves gloves(folder_ / "dongle");
-  EXPECT_STREQ(function<const wchar_t*()>("getName")(), L"Tessel");
+  EXPECT_STREQ(library_->getName(), L"Tessel");
   HwInterface* const hardware = create();
   ASSERT_EQ(hardware->getNativeSize(), 251U);
   ASSERT_EQ(hardware->configure(), 0) << testing::PrintToString(hardware->lastError_);
@@ -128,8 +113,8 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
   EXPECT_TRUE(hardware->saveParameters((folder_.wide() + L"saved").c_str()));
   EXPECT_NE(folder_.read("saved").find("TesselElementCount\t250\n"), std::string::npos);
   EXPECT_EQ(hardware->close(), 0);
-  EXPECT_TRUE(function<bool(HwInterface*)>("release")(hardware));
-  EXPECT_FALSE(function<bool(HwInterface*)>("release")(hardware));
+  EXPECT_TRUE(library_->release(hardware));
+  EXPECT_FALSE(library_->release(hardware));
   EXPECT_TRUE(log_.entries("Tessel").ends_with("Done setting up Tessel sensor\n"));
   EXPECT_EQ(log_.entries("BleDevice"), "Successfully connected to device.\nDestroying BLE Device.\n");
   EXPECT_EQ(gloves.halt(0).commands(), (std::vector<std::vector<std::uint8_t>>{{178, 254}}));
@@ -163,17 +148,17 @@ TEST_F(Plugin, ASecondConfigureDoesNotKeepThePortFromTheNextObject)
   HwInterface* const hardware = create();
   ASSERT_EQ(hardware->configure(), 0);
   EXPECT_EQ(hardware->configure(), -1);
-  function<bool(HwInterface*)>("release")(hardware);
+  library_->release(hardware);
   HwInterface* const next = create();
   EXPECT_EQ(next->configure(), 0) << testing::PrintToString(next->lastError_);
-  function<bool(HwInterface*)>("release")(next);
+  library_->release(next);
 }
 
 TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
 {
   PtyGloves gloves(folder_ / "dongle");
   ASSERT_EQ(create()->configure(), 0);
-  unload();
+  library_.reset();
   EXPECT_EQ(::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is really gone";
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(gloves.halt(0).isConnected());
@@ -188,16 +173,14 @@ TEST_F(Plugin, AnObjectThatMemoryCantHoldLeavesNothingBehind)
   const std::wstring file =
       folder_.write("settings", "TesselElementCount\t2147483647\nTesselAuxCount\t2147483647\n");
   const std::wstring small = folder_.write("small", "TesselElementCount\t5\nTesselAuxCount\t0\n");
-  const auto create = function<HwInterface*(const wchar_t*, ClockFunction, const wchar_t*)>("create");
-  const auto release = function<bool(HwInterface*)>("release");
   // Some systems promise any memory, so the room is taken away from the process.
   const auto tryIt = [&] {
     const rlimit limit{2'000'000'000, 2'000'000'000};
     ::setrlimit(RLIMIT_DATA, &limit);
     try {
-      create(file.c_str(), standingClock, L"");
+      library_->create(file.c_str(), standingClock, L"");
     } catch (const std::bad_alloc&) {
-      std::_Exit(release(create(small.c_str(), standingClock, L"")) ? 7 : 8);
+      std::_Exit(library_->release(library_->create(small.c_str(), standingClock, L"")) ? 7 : 8);
     }
     std::_Exit(9);
   };
