@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "bench/AllocationCounter.h"
@@ -78,7 +79,7 @@ void serialReadPiecesOnly(benchmark::State& state)
 {
   OpenLink link;
   readPieces(state, [&](std::span<std::uint8_t> piece) {
-    serialRead(link.device.port(), &link.device.stopFlag(), piece, 1000);
+    std::ignore = serialRead(link.device.port(), &link.device.stopFlag(), piece, 1000);
   });
 }
 

@@ -1,9 +1,12 @@
 #include "bench/ListeningLink.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "link/Connection.h"
 #include "link/Gatt.h"
+
+using namespace link_state;
 
 std::array<std::uint8_t, PacketStore::packetSize> packetOf(std::size_t frame, std::size_t index)
 {
@@ -33,7 +36,7 @@ void fillStores()
 
 void listen(BleDevice& device)
 {
-  openDongle(device);
+  std::ignore = openDongle(device);
   for (std::uint32_t index = 0; index < modules.size(); ++index) {
     stores[index] = {};
     stores[index].setPacketFormat(0);
@@ -41,7 +44,7 @@ void listen(BleDevice& device)
     modules[index].versionHandle = gatt::versionHandle;
     modules[index].statusHandle = gatt::statusHandle;
     modules[index].state = ConnectionState::listening_measurements;
-    countModule(index);
+    std::ignore = countModule(index);
   }
 }
 

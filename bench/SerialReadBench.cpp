@@ -10,6 +10,7 @@
 
 #include <array>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "serial/SerialPort.h"
@@ -95,7 +96,7 @@ void readBlocksOnly(benchmark::State& state)
 {
   Terminal terminal;
   platform::PortHandle port = platform::closedPort;
-  serialOpen("COM7", port);  // makes the terminal raw
+  std::ignore = serialOpen("COM7", port);  // makes the terminal raw
   const int descriptor = ::open(terminal.path(), O_RDWR | O_NOCTTY);
   std::array<std::uint8_t, 4096> block{};
   measure(state, terminal, [&] {
@@ -116,14 +117,14 @@ void readMessages(benchmark::State& state)
 {
   Terminal terminal;
   platform::PortHandle port = platform::closedPort;
-  if (serialOpen("COM7", port) != serial::done) return state.SkipWithError("the port did not open");
+  if (serialOpen("COM7", port) != OpenResult::done) return state.SkipWithError("the port did not open");
   const StopFlag stop{0};
   std::array<std::uint8_t, headerSize> header{};
   std::array<std::uint8_t, payloadSize> payload{};
   measure(state, terminal, [&] {
     for (std::size_t message = 0; message < messagesAtOnce; ++message) {
-      if (serialRead(port, &stop, header, 1000) != headerSize) return false;
-      if (serialRead(port, nullptr, payload, 1000) != payloadSize) return false;
+      if (serialRead(port, &stop, header, 1000) != ReadResult::filled) return false;
+      if (serialRead(port, nullptr, payload, 1000) != ReadResult::filled) return false;
       benchmark::DoNotOptimize(payload.data());
     }
     return true;

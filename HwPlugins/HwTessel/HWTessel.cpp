@@ -91,12 +91,14 @@ std::int32_t HWTessel::configure()
   }
   try {
     currentLogManager->node(this, 2) << L"Trying to open BLE sensor\n";
-    const std::int32_t code = bleDevice_.load()->open(numBleModules_, serialFilter_, skipSensorStartupCheck_);
-    if (code == opening::done) {
+    const OpeningResult result =
+        bleDevice_.load()->open(numBleModules_, serialFilter_, skipSensorStartupCheck_);
+    if (result == OpeningResult::done) {
       platform::sleep(settleMs);
       currentLogManager->node(this, 1) << L"Done setting up Tessel sensor\n";
       return 0;
     }
+    const auto code = static_cast<std::int32_t>(result);
     currentLogManager->node(this, 1) << L"Error " << code << L" opening BLE Device.\n";
     return reportError(openingError(code));
   } catch (...) {
@@ -107,40 +109,45 @@ std::int32_t HWTessel::configure()
 
 std::wstring HWTessel::openingError(std::int32_t code) const
 {
-  switch (code) {
-    case opening::noDongle:
+  using enum OpeningResult;
+  switch (static_cast<OpeningResult>(code)) {
+    case noDongle:
       return L"No BLE USB dongle detected.\nPlease insert the BLE USB dongle and retry.";
-    case opening::portRefused:
+    case portRefused:
       return L"The BLE USB dongle is currently being used by another program.";
-    case opening::firmwareTooOld:
+    case firmwareTooOld:
       return L"The BLE USB dongle firmware is out of date.\n"
              L"Please update the BLE USB dongle firmware to version 1.4.2.130 or later.";
-    case opening::stopped:
+    case stopped:
       return L"Abandoned connection during program shutdown.\n";
-    case opening::startFailed:
+    case startFailed:
       return L"Failed to enable notifications from remote module.\n";
-    case opening::portFailed:
+    case portFailed:
       return L"Communication error.\n";
-    case 40:
+    case wrongResponse:
       return L"A remote BLE module responded incorrectly.\n";
-    case 50:
+    case signalled:
       return L"The BLE library was signalled to shut down.\n";
-    case opening::moduleTimedOut:
+    case moduleTimedOut:
       return L"A remote BLE module timed out.\n";
-    case opening::notConfigurable:
+    case notConfigurable:
       return L"A remote BLE module's service is unavailable.\n";
-    case opening::statusMissing:
+    case statusMissing:
       return L"Failed to read status for a remote module's sensors.\n";
     default:
       break;
   }
-  if (code >= opening::sensorFault && code < opening::statusMissing) {
-    return sensorFaultReport(static_cast<std::uint32_t>(code - opening::sensorFault));
+  const auto isWithin = [code](OpeningResult base, OpeningResult end) {
+    return code >= static_cast<std::int32_t>(base) && code < static_cast<std::int32_t>(end);
+  };
+  const auto beyond = [code](OpeningResult base) { return code - static_cast<std::int32_t>(base); };
+  if (isWithin(sensorFault, statusMissing)) {
+    return sensorFaultReport(static_cast<std::uint32_t>(beyond(sensorFault)));
   }
   std::wostringstream message;
-  if (code >= opening::modulesMissing && code < opening::modulesMissing + 10) {
+  if (isWithin(modulesMissing, modulesMissing + 10)) {
     message << L"Not enough remote BLE modules detected.\nExpected: " << numBleModules_ << L"; detected: "
-            << code - opening::modulesMissing;
+            << beyond(modulesMissing);
   } else {
     message << L"Unknown error (code " << code << L") occurred.\n";
   }

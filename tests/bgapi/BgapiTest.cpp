@@ -1,12 +1,10 @@
-// Encoding of commands, result names and the helpers for debugging. Bytes are written by hand.
+// Encoding of commands, and result names. Bytes are written by hand.
 
 #include <gtest/gtest.h>
 
 #include "bgapi/Command.h"
 #include "bgapi/ErrorName.h"
-#include "bgapi/Trace.h"
 #include "tests/support/Hex.h"
-#include "tests/support/SimulatedPlatform.h"
 
 namespace {
 
@@ -65,18 +63,6 @@ TEST(Encode, PutsHeaderAndFixedParametersInOnePieceAndTheArrayInAnother)
   }
 }
 
-TEST(SendMessage, VanishesWithoutAHook)
-{
-  ble_output_hook = nullptr;
-  ble_send_message(ble_cmd_gap_discover, {1});
-  static int calls;
-  calls = 0;
-  ble_output_hook = [](std::span<const std::uint8_t>, std::span<const std::uint8_t>) { ++calls; };
-  ble_send_message(ble_cmd_gap_discover, {1});
-  ble_output_hook = nullptr;
-  EXPECT_EQ(calls, 1);
-}
-
 TEST(ErrorName, NamesTheFirstAndLastOfEachFamily)
 {
   const struct {
@@ -101,22 +87,6 @@ TEST(ErrorName, NamesTheFirstAndLastOfEachFamily)
   for (const auto& [code, name] : cases) {
     EXPECT_STREQ(ble_error_name(code), name) << std::hex << code;
   }
-}
-
-TEST(Trace, ShowsTickAndTextCutTo127Characters)
-{
-  SimulatedPlatform platform;
-  platform.clock.advance(std::chrono::milliseconds(0x1234));
-  ble_trace("%d %s", 5, std::string(200, 'x').c_str());
-  EXPECT_EQ(platform.debugText, "TESL: [00001234] 5 " + std::string(125, 'x'));
-}
-
-TEST(HexDump, WritesNoFurtherThanTheOutput)
-{
-  std::array<char, 9> output{"before"};
-  EXPECT_STREQ(ble_hex_dump({}, output), "before");
-  EXPECT_STREQ(ble_hex_dump(hex("0A FF"), output), "0A FF ");
-  EXPECT_STREQ(ble_hex_dump(hex("01 02 03 04"), output), "01 02 ");
 }
 
 }  // namespace

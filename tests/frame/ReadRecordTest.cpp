@@ -13,7 +13,7 @@ class ReadRecordTest : public FrameTest {
     port_.present = false;
     tessel_->configure();  // fails at once, and leaves a link to be opened by hand
     port_.present = true;
-    ASSERT_EQ(serialOpen("COM7", tessel_->bleDevice_.load()->port()), serial::done);
+    ASSERT_EQ(serialOpen("COM7", tessel_->bleDevice_.load()->port()), OpenResult::done);
     install();
   }
 

@@ -129,7 +129,7 @@ TEST_F(LinkTest, EachMessageMovesTheStatesItIsForAndNoOther)
             if (reaches && from == before) after = to;
           }
           arrive(bytesOf(row.message, connection));
-          ASSERT_EQ(ble_receive_message(100), receiving::handled);
+          ASSERT_EQ(ble_receive_message(100), ReceiveResult::handled);
           for (int index = 0; index < 2; ++index) {
             const ConnectionState wanted = index == connection ? after : before;
             const ConnectionState got = modules[static_cast<std::size_t>(index)].state;
@@ -158,7 +158,7 @@ TEST_F(LinkTest, TheDiscoveryFollowsTheDonglesAnswers)
                               discovery_enough, discovery_ended}) {
       discoveryState = before;
       arrive(hex(message));
-      ble_receive_message(100);
+      std::ignore = ble_receive_message(100);
       EXPECT_EQ(discoveryState, after.value_or(before)) << message;
     }
   }
@@ -177,7 +177,7 @@ TEST_F(LinkTest, TheFirmwareIsComparedFieldByField)
   for (const auto& [versions, verdict] : firmwares) {
     dongleVerdict = 0;
     arrive(hex(std::string("00 0C 00 08 ") + versions + " 00 00 00 00"));
-    ble_receive_message(100);
+    std::ignore = ble_receive_message(100);
     EXPECT_EQ(dongleVerdict, verdict) << versions;
   }
 }
@@ -199,7 +199,7 @@ TEST_F(LinkTest, AVersionRecordCountsWithMarkerAndSumAlone)
     modules[0].versionHandle = 24;
     modules[0].state = state_version_response;
     arrive(hex(event + record));
-    ble_receive_message(100);
+    std::ignore = ble_receive_message(100);
     EXPECT_EQ(modules[0].version.revision(), revision) << record;
     EXPECT_EQ(modules[0].state, state_version_received) << record;
   }
@@ -234,7 +234,7 @@ TEST_F(LinkTest, ANotificationReachesTheStoreOnlyWhileListeningAndWhole)
       message[1] = static_cast<std::uint8_t>(5 + length);
       message[8] = length;
       arrive(message);
-      ble_receive_message(100);
+      std::ignore = ble_receive_message(100);
     }
     EXPECT_EQ(stores[1].frameletCount(), framelets) << name;
     EXPECT_EQ(stores[0].frameletCount(), 0U) << name;
@@ -246,7 +246,7 @@ TEST_F(LinkTest, ACompletedCommandIsFollowedByAReadAndAPause)
   openPort();
   modules[1].state = listening_measurements;
   arrive(hex("80 05 04 01 01 00 00 0e 00"));
-  ble_receive_message(100);
+  std::ignore = ble_receive_message(100);
   EXPECT_EQ(toHex(port_.written), "00 03 04 04 01 1A 00");
   EXPECT_EQ(nowMs(), 50);
 }
@@ -262,7 +262,7 @@ TEST_F(LinkTest, AReportedServiceIsTakenOnceAndOnlyByItsIdentifier)
   arrive(hex("80 16 04 02 00 05 00 06 00 0f " + service));
   arrive(hex("80 16 04 02 00 0d 00 1a 00 10 " + service));
   arrive(hex("80 16 04 02 00 20 00 21 00 10 " + service));
-  while (ble_receive_message(100) == receiving::handled) {
+  while (ble_receive_message(100) == ReceiveResult::handled) {
   }
   EXPECT_EQ(modules[0].serviceStart, 13);
   EXPECT_EQ(modules[0].serviceEnd, 26);
@@ -277,7 +277,7 @@ TEST_F(LinkTest, ReportedAttributesAreTakenByTheirIdentifiers)
   arrive(hex(found + "18 00 10 04 00 10 f9 05 08 00 80 00 10 00 00 b3 bb 03 00"));
   arrive(hex("80 06 04 04 00 12 00 02 02 29"));
   arrive(hex("80 06 04 04 00 13 00 02 03 29"));
-  while (ble_receive_message(100) == receiving::handled) {
+  while (ble_receive_message(100) == ReceiveResult::handled) {
   }
   EXPECT_EQ(modules[0].commandHandle, 14);
   EXPECT_EQ(modules[0].versionHandle, 24);

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "bgapi/Command.h"
 #include "link/BleDevice.h"
 #include "link/Messages.h"
 #include "link/Modules.h"
@@ -12,6 +11,14 @@
 #include "tests/support/Hex.h"
 #include "tests/support/HostLog.h"
 #include "tests/support/SimulatedPlatform.h"
+
+using namespace link_state;
+
+// The published value of a result.
+constexpr std::int32_t code(OpeningResult result)
+{
+  return static_cast<std::int32_t>(result);
+}
 
 struct FreshStatics {
   FreshStatics()
@@ -32,7 +39,7 @@ class LinkTest : public testing::Test {
   void openPort()
   {
     ble_output_hook = ble_output;
-    ASSERT_EQ(serialOpen("COM7", device_.port()), serial::done);
+    ASSERT_EQ(serialOpen("COM7", device_.port()), OpenResult::done);
   }
 
   // Bytes that the dongle has sent.

@@ -12,24 +12,24 @@ TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
   const struct {
     const char* name;
     const char* bytes;
-    std::int32_t result;
+    ReceiveResult result;
     std::int64_t tookMs;
   } cases[] = {
-      {"handled", "00 02 06 02 00 00", receiving::handled, 0},
-      {"known and of no interest", "00 01 06 00 00", receiving::handled, 0},
-      {"no payload, no second read", "00 00 00 01", receiving::handled, 0},
-      {"high length bits are ignored", "07 02 06 02 00 00", receiving::handled, 0},
-      {"last event of class 0", "80 00 00 06", receiving::handled, 0},
-      {"event 7 of class 0", "80 00 00 07", receiving::unknown, 0},
-      {"event of class 8", "80 00 08 00", receiving::unknown, 0},
-      {"event of class 9", "80 00 09 00", receiving::handled, 0},
-      {"response 18 of class 0", "00 00 00 12", receiving::unknown, 0},
-      {"response of class 10", "00 00 0A 00", receiving::unknown, 0},
-      {"unknown, payload taken", "00 02 FF FF 11 22", receiving::unknown, 0},
-      {"silence", "", receiving::nothing, 100},
+      {"handled", "00 02 06 02 00 00", ReceiveResult::handled, 0},
+      {"known and of no interest", "00 01 06 00 00", ReceiveResult::handled, 0},
+      {"no payload, no second read", "00 00 00 01", ReceiveResult::handled, 0},
+      {"high length bits are ignored", "07 02 06 02 00 00", ReceiveResult::handled, 0},
+      {"last event of class 0", "80 00 00 06", ReceiveResult::handled, 0},
+      {"event 7 of class 0", "80 00 00 07", ReceiveResult::unknown, 0},
+      {"event of class 8", "80 00 08 00", ReceiveResult::unknown, 0},
+      {"event of class 9", "80 00 09 00", ReceiveResult::handled, 0},
+      {"response 18 of class 0", "00 00 00 12", ReceiveResult::unknown, 0},
+      {"response of class 10", "00 00 0A 00", ReceiveResult::unknown, 0},
+      {"unknown, payload taken", "00 02 FF FF 11 22", ReceiveResult::unknown, 0},
+      {"silence", "", ReceiveResult::nothing, 100},
       // The part that came is one read of the system, the rest that does not come another.
-      {"cut in the header", "80 02", receiving::nothing, 200},
-      {"cut in the payload", "00 02 06 02 00", receiving::nothing, 200},
+      {"cut in the header", "80 02", ReceiveResult::nothing, 200},
+      {"cut in the payload", "00 02 06 02 00", ReceiveResult::nothing, 200},
   };
   for (const auto& [name, bytes, result, tookMs] : cases) {
     arrive(hex(bytes));
@@ -42,16 +42,16 @@ TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
 
 TEST_F(LinkTest, AReceiveWithoutALinkGivesUpAtOnce)
 {
-  EXPECT_EQ(ble_receive_message(100), receiving::stopped) << "port closed";
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped) << "port closed";
   openPort();
   port_.readError = 5;
-  EXPECT_EQ(ble_receive_message(100), receiving::failed) << "the system refuses";
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::failed) << "the system refuses";
   port_.readError.reset();
   arrive(hex("80 00 09 00"));
   device_.raiseStop();
-  EXPECT_EQ(ble_receive_message(100), receiving::stopped);
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped);
   currentDevice = nullptr;
-  EXPECT_EQ(ble_receive_message(100), receiving::stopped);
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped);
   EXPECT_EQ(nowMs(), 0);
   EXPECT_EQ(port_.waiting.size(), 4U);
 }
@@ -61,7 +61,7 @@ TEST_F(LinkTest, HeaderAndPayloadEachHaveTheWholeTimeout)
   openPort();
   platform_.clock.after(std::chrono::milliseconds(90), [this] { arrive(hex("00 02 06 02")); });
   platform_.clock.after(std::chrono::milliseconds(180), [this] { arrive(hex("00 00")); });
-  EXPECT_EQ(ble_receive_message(100), receiving::handled);
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::handled);
   EXPECT_EQ(nowMs(), 180);
 }
 
@@ -71,7 +71,7 @@ TEST_F(LinkTest, AStopBetweenHeaderAndPayloadDoesNotInterruptTheMessage)
   arrive(hex("00 02 06 02"));
   platform_.clock.after(std::chrono::milliseconds(10), [this] { device_.raiseStop(); });
   platform_.clock.after(std::chrono::milliseconds(20), [this] { arrive(hex("00 00")); });
-  EXPECT_EQ(ble_receive_message(100), receiving::handled);
+  EXPECT_EQ(ble_receive_message(100), ReceiveResult::handled);
 }
 
 TEST_F(LinkTest, AFailedWriteIsProbedByTheNextPollAlone)
@@ -91,7 +91,7 @@ TEST_F(LinkTest, AFailedWriteIsProbedByTheNextPollAlone)
   EXPECT_EQ(probes(), 1);
   EXPECT_EQ(probes(), 0);
   arrive(hex("80 00 08 00"));
-  ble_receive_message(100);
+  std::ignore = ble_receive_message(100);
   EXPECT_EQ(probes(), 0) << "an unknown message needs no probe";
   device_.raiseStop();
   ble_send_message(ble_cmd_gap_discover, {1});
@@ -113,6 +113,18 @@ TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
   currentDevice = nullptr;
   ble_send_message(ble_cmd_gap_discover, {1});
   EXPECT_EQ(port_.written.size(), 8U) << "dropped while stopped, and without a device";
+}
+
+TEST(SendMessage, VanishesWithoutAHook)
+{
+  ble_output_hook = nullptr;
+  ble_send_message(ble_cmd_gap_discover, {1});
+  static int calls;
+  calls = 0;
+  ble_output_hook = [](std::span<const std::uint8_t>, std::span<const std::uint8_t>) { ++calls; };
+  ble_send_message(ble_cmd_gap_discover, {1});
+  ble_output_hook = nullptr;
+  EXPECT_EQ(calls, 1);
 }
 
 }  // namespace

@@ -149,22 +149,22 @@ const Row rows[] = {
     {"noneWantedConnectsNone", 0, 1, [](auto&) {}, 0},
 };
 
-class OpeningResult : public OpeningTest, public testing::WithParamInterface<Row> {};
+class OpeningCode : public OpeningTest, public testing::WithParamInterface<Row> {};
 
-TEST_P(OpeningResult, ComesAfterItsTime)
+TEST_P(OpeningCode, ComesAfterItsTime)
 {
   GetParam().prepare(*this);
-  EXPECT_EQ(device_.open(GetParam().wanted, {}, GetParam().skipSensorCheck), GetParam().result);
+  EXPECT_EQ(code(device_.open(GetParam().wanted, {}, GetParam().skipSensorCheck)), GetParam().result);
   // Connection events fall where they fall.
   EXPECT_NEAR(static_cast<double>(sinceWriteMs()), static_cast<double>(GetParam().sinceWriteMs), 25);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, OpeningResult, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(All, OpeningCode, testing::ValuesIn(rows),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_F(OpeningTest, AGoodOpeningIsThisDialogue)
 {
-  ASSERT_EQ(device_.open(2, {}, false), opening::done);
+  ASSERT_EQ(device_.open(2, {}, false), OpeningResult::done);
   std::erase_if(transcript_,
                 [](const std::string& line) { return line.starts_with("< 80 19 04 05 00 11 00"); });
   const std::vector<std::string> dialogue{
@@ -224,7 +224,7 @@ TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
     const char* name;
     std::function<void(OpeningTest&)> prepare;
     const char* wait;  // a write of the opening, and how long after the write before it
-    std::int32_t result = opening::done;
+    std::int32_t result = 0;
   } cases[] = {
       {"the port opens at the sixth try",
        [](auto& t) {
@@ -272,7 +272,7 @@ TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
   for (const auto& [name, prepare, wait, result] : cases) {
     Opening run;
     prepare(run);
-    EXPECT_EQ(run.device_.open(2, {}, false), result) << name;
+    EXPECT_EQ(code(run.device_.open(2, {}, false)), result) << name;
     EXPECT_TRUE(std::ranges::find(run.waits_, wait) != run.waits_.end())
         << name << testing::PrintToString(run.waits_);
   }
@@ -293,7 +293,7 @@ TEST(OpeningRun, TheLeftGloveComesFirst)
     Opening run;
     run.right_.config.name = heard[0];
     run.left_.config.name = heard[1];
-    EXPECT_EQ(run.device_.open(wanted, {}, false), opening::done);
+    EXPECT_EQ(run.device_.open(wanted, {}, false), OpeningResult::done);
     for (std::size_t index = 0; index < modules.size(); ++index) {
       const BleModule& module = modules[index];
       EXPECT_EQ(std::string(module.name.data(), static_cast<std::size_t>(module.nameLength)), kept[index]);
@@ -306,24 +306,24 @@ TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
 {
   {
     Opening run;
-    EXPECT_EQ(run.device_.open(2, {2}, false), 31) << "only the right glove passes";
+    EXPECT_EQ(code(run.device_.open(2, {2}, false)), 31) << "only the right glove passes";
     EXPECT_EQ(serialFilter, (std::array<std::uint16_t, 2>{2, noSerialFilter}));
   }
   {
     Opening run;
-    EXPECT_EQ(run.device_.open(2, {0x10002, 7, 1}, false), 31);
+    EXPECT_EQ(code(run.device_.open(2, {0x10002, 7, 1}, false)), 31);
   }
   const auto kept = serialFilter;
   EXPECT_EQ(kept, (std::array<std::uint16_t, 2>{2, 7}));
   Opening run;
   serialFilter = kept;  // which the fixture had reset
-  EXPECT_EQ(run.device_.open(2, {}, false), 31);
+  EXPECT_EQ(code(run.device_.open(2, {}, false)), 31);
 }
 
 TEST_F(OpeningTest, AStopBeforeTheScanLeavesItUnbegun)
 {
   stopAt(getInfo);
-  EXPECT_EQ(device_.open(2, {}, false), opening::stopped);
+  EXPECT_EQ(device_.open(2, {}, false), OpeningResult::stopped);
   EXPECT_EQ(discoveryState, DiscoveryState::discovery_idle);
 }
 
@@ -331,18 +331,18 @@ TEST_F(OpeningTest, AStopFromAnotherThreadEndsTheOpening)
 {
   dongle_.faults.mute = true;
   std::thread stopper([this] { device_.raiseStop(); });
-  const std::int32_t result = device_.open(2, {}, false);
+  const OpeningResult result = device_.open(2, {}, false);
   stopper.join();
-  EXPECT_TRUE(result == opening::stopped || result == 30) << result;
+  EXPECT_TRUE(result == OpeningResult::stopped || result == OpeningResult::modulesMissing) << code(result);
 }
 
 TEST_F(OpeningTest, AModuleWithoutConfigurationGives70)
 {
   modules[0].configHandle = 18;
   modules[0].state = ConnectionState::finish;
-  EXPECT_EQ(countModule(0), opening::notConfigurable);
+  EXPECT_EQ(countModule(0), OpeningResult::notConfigurable);
   modules[1].state = ConnectionState::connected;
-  EXPECT_EQ(countModule(1), opening::notConfigurable);
+  EXPECT_EQ(countModule(1), OpeningResult::notConfigurable);
   EXPECT_EQ(connectedCount, 0);
 }
 
@@ -350,15 +350,15 @@ TEST(OpeningRun, AScanNamesItsFailures)
 {
   const struct {
     std::function<void(OpeningTest&)> prepare;
-    std::int32_t result;
-  } cases[] = {{[](auto&) {}, scanning::done},
-               {[](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }, scanning::notEnded},
-               {[](auto& t) { t.dongle_.faults.refusesEndProcedure = true; }, scanning::notEnded},
-               {[](auto& t) { t.dongle_.faults.refusedDiscoveries = 1; }, scanning::refused},
-               {[](auto& t) { t.stopAt(discover); }, scanning::linkLost},
-               {[](auto& t) { t.stopAt(discoverAccepted); }, scanning::linkLost},
-               {[](auto& t) { t.stopAt(endProcedure); }, scanning::linkLost},
-               {[](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }, scanning::unanswered}};
+    ScanResult result;
+  } cases[] = {{[](auto&) {}, ScanResult::done},
+               {[](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }, ScanResult::notEnded},
+               {[](auto& t) { t.dongle_.faults.refusesEndProcedure = true; }, ScanResult::notEnded},
+               {[](auto& t) { t.dongle_.faults.refusedDiscoveries = 1; }, ScanResult::refused},
+               {[](auto& t) { t.stopAt(discover); }, ScanResult::linkLost},
+               {[](auto& t) { t.stopAt(discoverAccepted); }, ScanResult::linkLost},
+               {[](auto& t) { t.stopAt(endProcedure); }, ScanResult::linkLost},
+               {[](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }, ScanResult::unanswered}};
   for (const auto& [prepare, result] : cases) {
     Opening run;
     wantedCount = 2;
@@ -372,7 +372,7 @@ TEST_F(OpeningTest, AScanLeavesNothingInTheReceiveBuffer)
 {
   openPort();
   when(procedureEnded, [this] { dongle_.inject(hex("80 00 00 06")); });
-  EXPECT_EQ(scanForModules(), scanning::done);
+  EXPECT_EQ(scanForModules(), ScanResult::done);
   EXPECT_TRUE(port_.waiting.empty());
 }
 
@@ -382,16 +382,16 @@ TEST_F(OpeningTest, AStateThatIsRightFromTheStartIsNoticedWithTheNextMessage)
   modules[0].state = ConnectionState::connected;
   platform_.clock.after(milliseconds(120), [this] { arrive(hex("80 00 08 00")); });  // unknown: not looked at
   platform_.clock.after(milliseconds(480), [this] { arrive(hex("80 00 00 06")); });
-  EXPECT_EQ(waitForState(device_, 0, ConnectionState::connected, 1000), opening::done);
+  EXPECT_EQ(waitForState(device_, 0, ConnectionState::connected, 1000), OpeningResult::done);
   EXPECT_EQ(nowMs(), 480);
 }
 
 TEST_F(OpeningTest, WaitingForAModuleOutsideTheTableIsAnAssertion)
 {
 #ifdef NDEBUG
-  EXPECT_EQ(waitForState(device_, 2, ConnectionState::connected, 1000), opening::portFailed);
+  EXPECT_EQ(waitForState(device_, 2, ConnectionState::connected, 1000), OpeningResult::portFailed);
 #else
-  EXPECT_DEATH(waitForState(device_, 2, ConnectionState::connected, 1000),
+  EXPECT_DEATH(std::ignore = waitForState(device_, 2, ConnectionState::connected, 1000),
                "connection < _countof\\(modules\\)");
 #endif
 }

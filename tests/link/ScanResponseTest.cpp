@@ -47,7 +47,7 @@ class ScanResponseTest : public LinkTest {
   void hear(const Bytes& message)
   {
     arrive(message);
-    ble_receive_message(100);
+    std::ignore = ble_receive_message(100);
   }
 
   static std::string nameOf(const BleModule& module)

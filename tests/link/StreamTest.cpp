@@ -36,7 +36,7 @@ TEST_F(StreamTest, AMinuteOfTwoGlovesArrivesWhole)
 {
   const auto& left = addRecordedGlove("KVXGL00001", 1);
   const auto& right = addRecordedGlove("KVXGR00002", 2);
-  ASSERT_EQ(device_.open(2, {}, false), opening::done);
+  ASSERT_EQ(device_.open(2, {}, false), OpeningResult::done);
   const auto sets = streamUntil(60'000, 2);
   EXPECT_GT(sets.size(), 2350U);
   for (std::size_t index = 0; index < sets.size(); ++index) {
@@ -74,7 +74,7 @@ TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
       {"packets of two frames swapped", PacketFault::swapped, 13, {5, 6}},
   };
   simulator::Glove& glove = addRecordedGlove("KVXGL00001", 1);
-  ASSERT_EQ(device_.open(1, {}, false), opening::done);
+  ASSERT_EQ(device_.open(1, {}, false), OpeningResult::done);
   streamUntil(nowMs() + 1000, 1);
   for (const auto& row : cases) {
     const auto begin = static_cast<std::int32_t>(sent_[&glove].size());
@@ -101,7 +101,7 @@ TEST_F(StreamTest, ADroppedGloveShowsBySilenceAlone)
 {
   auto& left = addRecordedGlove("KVXGL00001", 1);
   auto& right = addRecordedGlove("KVXGR00002", 2);
-  ASSERT_EQ(device_.open(2, {}, false), opening::done);
+  ASSERT_EQ(device_.open(2, {}, false), OpeningResult::done);
   ASSERT_GT(streamUntil(nowMs() + 1000, 2).size(), 30U);
   dongle_.drop(left, 0x0208);
   streamUntil(nowMs() + 100, 2);

@@ -13,7 +13,7 @@ class UpkeepTest : public DongleTest {
   // Both gloves, left and right, listening.
   void open()
   {
-    ASSERT_EQ(device_.open(2, {}, false), opening::done);
+    ASSERT_EQ(device_.open(2, {}, false), OpeningResult::done);
     transcript_.clear();
   }
 
@@ -264,7 +264,7 @@ TEST_F(UpkeepTest, ClosingStopsNotificationsOnlyWhereTheyRunAndDisconnectsInEach
 TEST_F(UpkeepTest, ClosingLeavesModulesAloneThatWereNotConnected)
 {
   left_.faults.hidden = true;
-  ASSERT_EQ(device_.open(2, {}, false), 31);
+  ASSERT_EQ(code(device_.open(2, {}, false)), 31);
   transcript_.clear();
   device_.close();
   EXPECT_TRUE(transcript_.empty());
@@ -340,7 +340,7 @@ TEST_F(DongleTest, TheLogTellsOfSuccessStopAndEnd)
     {
       BleDevice device;
       when(stopLine, [&] { device.raiseStop(); });
-      device.open(1, {}, false);
+      std::ignore = device.open(1, {}, false);
       device.close();
     }
     return log_.entries("BleDevice");

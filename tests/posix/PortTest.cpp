@@ -20,10 +20,10 @@ TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
 {
   SerialPeer peer;
   platform::PortHandle port = platform::closedPort;
-  ASSERT_EQ(serialOpen("COM7", port), serial::done);
+  ASSERT_EQ(serialOpen("COM7", port), OpenResult::done);
   peer.send({1, 2, 3, 4, 5});
   std::vector<std::uint8_t> bytes(2);
-  ASSERT_EQ(serialRead(port, nullptr, bytes, 2000), 2);
+  ASSERT_EQ(serialRead(port, nullptr, bytes, 2000), ReadResult::filled);
   peer.unplug();
   std::vector<std::uint8_t> rest(10);
   const platform::PortResult last = platform::readPort(port, rest);
@@ -38,7 +38,7 @@ TEST(PosixPort, PurgingThrowsAwayWhatTheSystemStillHolds)
 {
   SerialPeer peer;
   platform::PortHandle port = platform::closedPort;
-  ASSERT_EQ(serialOpen("COM7", port), serial::done);
+  ASSERT_EQ(serialOpen("COM7", port), OpenResult::done);
   const auto ports = platform::posix::portList();
   ASSERT_TRUE(ports && ports->size() == 1);
   const int watcher = ::open(ports->front().path.c_str(), O_RDWR | O_NOCTTY);
@@ -76,7 +76,7 @@ TEST(PosixPort, DoesNotBecomeTheControllingTerminal)
   if (child == 0) {
     ::setsid();
     platform::PortHandle port = platform::closedPort;
-    const bool opened = serialOpen("COM7", port) == serial::done;
+    const bool opened = serialOpen("COM7", port) == OpenResult::done;
     ::_exit(opened && ::open("/dev/tty", O_RDWR) < 0 ? 0 : 1);
   }
   int status = -1;

@@ -18,16 +18,16 @@ constexpr std::uint32_t rounding = 16;
 
 class SerialConformance : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(serialOpen("COM7", port_), serial::done); }
+  void SetUp() override { ASSERT_EQ(serialOpen("COM7", port_), OpenResult::done); }
   void TearDown() override { serialClose(port_); }
 
   // The bytes of a read that succeeded, or none.
   Bytes read(std::size_t count, std::uint32_t timeoutMs)
   {
     Bytes bytes(count);
-    const std::int32_t result = serialRead(port_, &stop_, bytes, timeoutMs);
-    EXPECT_TRUE(result == static_cast<std::int32_t>(count) || result == serial::nothing) << result;
-    return result == serial::nothing ? Bytes() : bytes;
+    const ReadResult result = serialRead(port_, &stop_, bytes, timeoutMs);
+    EXPECT_TRUE(result == ReadResult::filled || result == ReadResult::nothing);
+    return result == ReadResult::nothing ? Bytes() : bytes;
   }
 
   platform::PortHandle port_ = platform::closedPort;
@@ -41,7 +41,7 @@ TEST_F(SerialConformance, EveryByteValuePassesUnchangedInBothDirections)
   std::iota(all.begin(), all.end(), std::uint8_t{0});
   peer_.send(all);
   EXPECT_EQ(read(all.size(), 2000), all);
-  EXPECT_EQ(serialWrite(port_, stop_, all), serial::done);
+  EXPECT_EQ(serialWrite(port_, stop_, all), WriteResult::done);
   EXPECT_EQ(peer_.receive(all.size()), all);
 }
 
@@ -79,7 +79,7 @@ TEST_F(SerialConformance, OpeningAgainAndPurgingThrowAwayWhatWasReceived)
   EXPECT_TRUE(platform::purgeReceived(port_).ok());
   peer_.send({5, 6});
   ASSERT_EQ(read(1, 2000), Bytes({5}));
-  EXPECT_EQ(serialOpen("COM7", port_), serial::done);
+  EXPECT_EQ(serialOpen("COM7", port_), OpenResult::done);
   peer_.send({7});
   EXPECT_EQ(read(1, 2000), Bytes({7}));
 }
@@ -107,9 +107,9 @@ TEST_F(SerialConformance, ARaisedStopFlagEndsReadsAndWrites)
   peer_.send({1});
   stop_ = 1;
   Bytes bytes(1);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), serial::stopped);
-  EXPECT_EQ(serialWrite(port_, stop_, bytes), serial::stopped);
-  EXPECT_EQ(serialRead(port_, nullptr, bytes, 2000), 1) << "a null flag can't stop a read";
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), ReadResult::stopped);
+  EXPECT_EQ(serialWrite(port_, stop_, bytes), WriteResult::stopped);
+  EXPECT_EQ(serialRead(port_, nullptr, bytes, 2000), ReadResult::filled) << "a null flag can't stop a read";
 }
 
 TEST_F(SerialConformance, AStopRaisedDuringAWaitIsSeenWhenTheWaitEnds)
@@ -117,22 +117,22 @@ TEST_F(SerialConformance, AStopRaisedDuringAWaitIsSeenWhenTheWaitEnds)
   peer_.send({1, 2, 3});
   peer_.after(20ms, [this] { stop_.store(1, std::memory_order_relaxed); });
   Bytes bytes(10);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 500), serial::stopped);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 500), ReadResult::stopped);
 }
 
 TEST_F(SerialConformance, ADeviceThatGoesAwayFailsAndComesBack)
 {
   peer_.unplug();
   Bytes bytes(4);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), serial::failed);
-  EXPECT_GT(serialWrite(port_, stop_, bytes), 0) << "the system's error number";
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 2000), ReadResult::failed);
+  EXPECT_GT(static_cast<std::int32_t>(serialWrite(port_, stop_, bytes)), 0) << "the system's error number";
   EXPECT_EQ(serialFindPort(platform::dongleName), -1);
-  EXPECT_EQ(serialOpen("COM7", port_), serial::failed);
+  EXPECT_EQ(serialOpen("COM7", port_), OpenResult::failed);
   EXPECT_EQ(port_, platform::closedPort);
 
   peer_.plugIn();
   EXPECT_EQ(serialFindPort(platform::dongleName), 7);
-  ASSERT_EQ(serialOpen("COM7", port_), serial::done);
+  ASSERT_EQ(serialOpen("COM7", port_), OpenResult::done);
   peer_.send({1, 2, 3, 4});
   EXPECT_EQ(read(4, 2000), Bytes({1, 2, 3, 4}));
 }
@@ -141,17 +141,17 @@ TEST_F(SerialConformance, ADeviceThatGoesAwayEndsAWait)
 {
   peer_.after(20ms, [this] { peer_.unplug(); });
   Bytes bytes(4);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 60'000), serial::failed);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 60'000), ReadResult::failed);
 }
 
 TEST_F(SerialConformance, APortThatAnotherProgramHoldsDoesNotOpenUntilThatProgramIsGone)
 {
   serialClose(port_);
   ASSERT_TRUE(peer_.occupy());
-  EXPECT_EQ(serialOpen("COM7", port_), serial::failed);
+  EXPECT_EQ(serialOpen("COM7", port_), OpenResult::failed);
   EXPECT_EQ(port_, platform::closedPort);
   peer_.vacate();
-  EXPECT_EQ(serialOpen("COM7", port_), serial::done);
+  EXPECT_EQ(serialOpen("COM7", port_), OpenResult::done);
 }
 
 TEST_F(SerialConformance, AHandleIsAliveUntilItIsClosed)
@@ -163,8 +163,8 @@ TEST_F(SerialConformance, AHandleIsAliveUntilItIsClosed)
   EXPECT_FALSE(serialIsAlive(handle));
   serialClose(port_);
   Bytes bytes(1);
-  EXPECT_EQ(serialRead(port_, &stop_, bytes, 0), serial::stopped);
-  EXPECT_EQ(serialWrite(port_, stop_, bytes), serial::stopped);
+  EXPECT_EQ(serialRead(port_, &stop_, bytes, 0), ReadResult::stopped);
+  EXPECT_EQ(serialWrite(port_, stop_, bytes), WriteResult::stopped);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ constexpr const char* dongle = "Bluegiga Bluetooth Low Energy (COM7)";
 
 class SerialPort : public testing::Test {
  protected:
-  void open() { ASSERT_EQ(serialOpen("COM7", handle_), serial::done); }
+  void open() { ASSERT_EQ(serialOpen("COM7", handle_), OpenResult::done); }
 
   void receive(const Bytes& bytes) { port_.waiting.insert(port_.waiting.end(), bytes.begin(), bytes.end()); }
 
@@ -89,12 +89,12 @@ TEST_F(SerialPort, AFailedOpeningSaysWhichStepFailedAndLeavesThePortClosed)
   for (const auto& [error, result] : {std::pair(&SimulatedPlatform::Port::setTimeoutsError, -2),
                                       std::pair(&SimulatedPlatform::Port::purgeError, -3)}) {
     port_.*error = 5;
-    EXPECT_EQ(serialOpen("COM7", handle_), result);
+    EXPECT_EQ(static_cast<std::int32_t>(serialOpen("COM7", handle_)), result);
     EXPECT_EQ(handle_, platform::closedPort);
     EXPECT_TRUE(platform_.open.empty());
     port_.*error = std::nullopt;
   }
-  EXPECT_EQ(serialOpen("COM12345678901234567890", handle_), -1);
+  EXPECT_EQ(serialOpen("COM12345678901234567890", handle_), OpenResult::failed);
   EXPECT_EQ(handle_, platform::closedPort);
   EXPECT_EQ(platform_.openedPath, "\\\\.\\COM12345678901") << "a long name is cut";
 }
@@ -103,7 +103,7 @@ TEST_F(SerialPort, AReadOfNothingStillSetsTheTimeoutsAndLeavesThePortAlone)
 {
   open();
   port_.timeouts = {1, 2, 3, 4, 5};
-  EXPECT_EQ(serialRead(handle_, &stop_, {}, 250), 0);
+  EXPECT_EQ(serialRead(handle_, &stop_, {}, 250), ReadResult::nothing);
   EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 250, 4, 5})) << "a write's time-outs stay";
   EXPECT_EQ(port_.reads, 0);
 }
@@ -115,7 +115,7 @@ TEST_F(SerialPort, ASplitReadGoesOnBehindTheBytesStillWanted)
   receive({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
   port_.mostPerRead = 3;
   Bytes guarded(14, 0xEE);
-  EXPECT_EQ(serialRead(handle_, &stop_, std::span(guarded).subspan(2, 10), 100), 10);
+  EXPECT_EQ(serialRead(handle_, &stop_, std::span(guarded).subspan(2, 10), 100), ReadResult::filled);
   EXPECT_EQ(guarded, Bytes({0xEE, 0xEE, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 4, 5, 6, 0xEE, 0xEE}));
   EXPECT_EQ(port_.waiting, (std::deque<std::uint8_t>{11})) << "exactly ten bytes were taken from the port";
 }
@@ -124,7 +124,7 @@ TEST_F(SerialPort, ASplitWriteGoesOnBehindTheBytesStillToGoAndSendsZeroesBeyondT
 {
   open();
   port_.mostPerWrite = 3;
-  EXPECT_EQ(serialWrite(handle_, stop_, Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10})), serial::done);
+  EXPECT_EQ(serialWrite(handle_, stop_, Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10})), WriteResult::done);
   EXPECT_EQ(port_.written, Bytes({1, 2, 3, 8, 9, 10, 0, 0, 0, 0}));
 }
 
@@ -134,13 +134,14 @@ TEST_F(SerialPort, AFailedReadIsAFailureUnlessTheSystemNamesNoError)
   receive({1});
   Bytes bytes(1);
   port_.setTimeoutsError = 5;
-  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), 1) << "a read does without new time-outs";
+  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::filled)
+      << "a read does without new time-outs";
   port_.readError = 31;
-  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), -1);
+  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::failed);
   port_.readError = 0;
-  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), 0);
+  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::nothing);
   port_.getTimeoutsError = 31;
-  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), -1) << "but not without the old ones";
+  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::failed) << "but not without the old ones";
   EXPECT_TRUE(serialIsAlive(handle_)) << "only a handle that the system does not know is dead";
 }
 
@@ -148,9 +149,9 @@ TEST_F(SerialPort, AFailedWriteGivesTheSystemsErrorAndAnEmptyOneIgnoresTheFlag)
 {
   open();
   port_.writeError = 1117;
-  EXPECT_EQ(serialWrite(handle_, stop_, Bytes{1}), 1117);
+  EXPECT_EQ(static_cast<std::int32_t>(serialWrite(handle_, stop_, Bytes{1})), 1117);
   stop_ = 1;
-  EXPECT_EQ(serialWrite(handle_, stop_, {}), serial::done);
+  EXPECT_EQ(serialWrite(handle_, stop_, {}), WriteResult::done);
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ bool SerialPeer::occupy()
   impl_->occupant = ::fork();
   if (impl_->occupant == 0) {
     platform::PortHandle port = platform::closedPort;
-    const char opened = serialOpen("COM7", port) == serial::done ? 1 : 0;
+    const char opened = serialOpen("COM7", port) == OpenResult::done ? 1 : 0;
     if (::write(report[1], &opened, 1) != 1) ::_exit(1);
     for (;;) {
       ::pause();

@@ -52,12 +52,3 @@ EncodedMessage encode(const MessageRecord& record, std::initializer_list<Argumen
 }
 
 }  // namespace bgapi
-
-OutputHook ble_output_hook = nullptr;
-
-void ble_send_message(const bgapi::MessageRecord& command, std::initializer_list<bgapi::Argument> arguments)
-{
-  const bgapi::EncodedMessage message = bgapi::encode(command, arguments);
-  if (ble_output_hook == nullptr) return;
-  ble_output_hook(std::span(message.bytes).first(message.length), message.array);
-}

@@ -1,4 +1,4 @@
-// Commands to the dongle: the rows that the library sends, their encoding, and the way out.
+// Commands to the dongle: the rows that the library sends, and their encoding.
 //
 // Threads: the thread that runs the link. Encoding allocates nothing and copies no array.
 #pragma once
@@ -36,12 +36,12 @@ class Argument {
 };
 
 // Eight parameters fit into a code, and an address is the longest.
-inline constexpr std::size_t mostFixedBytes = headerSize + 8 * addressSize;
+inline constexpr std::size_t maxFixedBytes = headerSize + 8 * addressSize;
 
 struct EncodedMessage {
-  std::array<std::uint8_t, mostFixedBytes> bytes{};  // header and fixed parameters
-  std::size_t length = 0;                            // of these
-  std::span<const std::uint8_t> array;               // goes out behind them; the caller's memory
+  std::array<std::uint8_t, maxFixedBytes> bytes{};  // header and fixed parameters
+  std::size_t length = 0;                           // of these
+  std::span<const std::uint8_t> array;              // goes out behind them; the caller's memory
 };
 
 // A message carries at most one array: a second takes the place of the first. Arguments that are missing
@@ -93,11 +93,3 @@ inline constexpr auto ble_cmd_gap_connect_direct = bgapi::command(
      bgapi::ParameterType::uint16, bgapi::ParameterType::uint16, bgapi::ParameterType::uint16});
 
 inline constexpr auto ble_cmd_gap_end_procedure = bgapi::command(bgapi::MessageClass::gap, 4, {});
-
-// Takes the header with the fixed parameters, and the array; both are the sender's and good during the call.
-using OutputHook = void (*)(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array);
-
-// Where messages go; null lets them vanish.
-extern OutputHook ble_output_hook;
-
-void ble_send_message(const bgapi::MessageRecord& command, std::initializer_list<bgapi::Argument> arguments);

@@ -6,6 +6,8 @@
 #include "shared/Log.h"
 #include "stream/PacketStore.h"
 
+using namespace link_state;
+
 BleDevice::BleDevice()
 {
   currentLogManager->add(this, L"BleDevice");

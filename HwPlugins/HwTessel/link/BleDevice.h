@@ -5,7 +5,7 @@
 // Threads: one thread runs the link. `raiseStop` alone may be called from another one at any moment; opening
 // and polling give up at their next look at the flag, which stays up but for the moments that `close` needs.
 // Time: milliseconds; the operations that wait block their caller.
-// Errors: integer results, told below. What receives may also throw the `const wchar_t*` of a failed
+// Errors: results, see below. What receives may also throw the `const wchar_t*` of a failed
 // assertion: a module more than the table holds is to be entered. Memory: owns its queues; the port stays
 // open until `close`, also behind a failed `open`.
 #pragma once
@@ -15,30 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "link/OpeningResult.h"
 #include "link/RemoteCommand.h"
-#include "serial/SerialPort.h"
+#include "link/Transport.h"
 #include "stream/Framelet.h"
 
-// Results of opening the link.
-namespace opening {
-inline constexpr std::int32_t done = 0;
-inline constexpr std::int32_t noDongle = -1;
-inline constexpr std::int32_t portRefused = -2;      // another program may hold it
-inline constexpr std::int32_t firmwareTooOld = -3;   // the dongle's
-inline constexpr std::int32_t stopped = -4;          // stop flag raised
-inline constexpr std::int32_t startFailed = -5;      // a module did not confirm its notifications
-inline constexpr std::int32_t portFailed = 20;       // while connecting a module
-inline constexpr std::int32_t modulesMissing = 30;   // plus the number found
-inline constexpr std::int32_t moduleTimedOut = 60;   // while connecting a module
-inline constexpr std::int32_t notConfigurable = 70;  // a module without a configuration attribute
-inline constexpr std::int32_t sensorFault = 80;      // plus the index of the module
-inline constexpr std::int32_t statusMissing = 89;    // a module did not give its sensor status
-}  // namespace opening
-
-// What is noted between polls.
-enum class LinkError : std::uint32_t { writeFailed = 0, unknownMessage = 1 };
-
-class BleDevice {
+class BleDevice : public Transport {
  public:
   // Becomes the current device and clears the module table. A log manager must be set; throws its
   // std::wstring if the log file can't be created.
@@ -51,9 +33,9 @@ class BleDevice {
   // Takes the link from nothing to listening: finds and restarts the dongle, checks its firmware, scans,
   // puts the left glove first, connects and starts the notifications. More than two modules count as two. Of
   // the filter the first two numbers are used, 16 bits of each; an empty one leaves that of an earlier
-  // opening in force. Gives one of `opening`. May run once for each object; blocks for seconds.
-  std::int32_t open(std::int32_t wantedModules, const std::vector<std::int32_t>& wantedSerials,
-                    bool skipSensorCheck);
+  // opening in force. May run once for each object; blocks for seconds.
+  OpeningResult open(std::int32_t wantedModules, const std::vector<std::int32_t>& wantedSerials,
+                     bool skipSensorCheck);
 
   // Sends at most one queued command, at half a second each, and takes at most one message, waiting up to a
   // second for its header and for its payload. False from the second poll in a row that handled none; an
@@ -93,28 +75,17 @@ class BleDevice {
   // Puts a command behind those that wait for a poll.
   void enqueue(RemoteCommand command) { commands_.push_back(std::move(command)); }
 
-  void raiseStop() { stopFlag_.store(1, std::memory_order_relaxed); }
-
-  // For the functions of the link.
-  bool isStopRaised() const { return stopFlag_.load(std::memory_order_relaxed) != 0; }
-  const StopFlag& stopFlag() const { return stopFlag_; }
-  platform::PortHandle& port() { return port_; }
-  void noteError(LinkError error) { errors_.push_back(error); }
-
  private:
-  std::int32_t checkFirmware();
-  std::int32_t findModules();
-  std::int32_t connectModules();
-  std::int32_t startModule(std::uint32_t index, bool skipSensorCheck);
-  std::int32_t stopIfRaised();
+  OpeningResult checkFirmware();
+  OpeningResult findModules();
+  OpeningResult connectModules();
+  OpeningResult startModule(std::uint32_t index, bool skipSensorCheck);
+  OpeningResult stopIfRaised();
   void probeAfterErrors();
   void sendNextCommand();  // there must be one
   void disconnectModule(std::uint32_t index);
 
-  platform::PortHandle port_ = platform::closedPort;
-  StopFlag stopFlag_{0};
   std::deque<RemoteCommand> commands_;  // oldest first
   const std::wstring identity_ = L"FingerMapper";
-  std::vector<LinkError> errors_;  // since the last poll
-  std::int32_t failedPolls_ = 0;   // in a row; counts no further than it has to
+  std::int32_t failedPolls_ = 0;  // in a row; counts no further than it has to
 };

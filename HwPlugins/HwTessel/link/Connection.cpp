@@ -7,6 +7,8 @@
 #include "link/Messages.h"
 #include "platform/Platform.h"
 
+using namespace link_state;
+
 namespace {
 
 using enum DiscoveryState;
@@ -21,13 +23,13 @@ std::string portName(std::int32_t number)
   return "COM" + std::to_string(number);
 }
 
-std::int32_t openPort(BleDevice& device, std::int32_t number)
+OpeningResult openPort(Transport& transport, std::int32_t number)
 {
   for (int attempt = 0; attempt < portTries; ++attempt) {
-    if (serialOpen(portName(number), device.port()) == serial::done) return opening::done;
+    if (serialOpen(portName(number), transport.port()) == OpenResult::done) return OpeningResult::done;
     platform::sleep(portPauseMs);
   }
-  return opening::portRefused;
+  return OpeningResult::portRefused;
 }
 
 // The port of a dongle that is restarting, or -1.
@@ -42,76 +44,76 @@ std::int32_t awaitPort()
 }
 
 // Waits for the dongle to accept the discovery.
-std::int32_t awaitDiscovery()
+ScanResult awaitDiscovery()
 {
   constexpr int receives = 3;
   for (int count = 0; count < receives; ++count) {
-    const std::int32_t received = ble_receive_message(scanReceiveMs);
-    if (received == receiving::stopped) return scanning::linkLost;
-    if (received != receiving::handled) continue;
-    if (discoveryState == discovery_refused) return scanning::refused;
-    if (discoveryState == discovery_running) return scanning::done;
+    const ReceiveResult received = ble_receive_message(scanReceiveMs);
+    if (received == ReceiveResult::stopped) return ScanResult::linkLost;
+    if (received != ReceiveResult::handled) continue;
+    if (discoveryState == discovery_refused) return ScanResult::refused;
+    if (discoveryState == discovery_running) return ScanResult::done;
   }
-  return scanning::unanswered;
+  return ScanResult::unanswered;
 }
 
 // Takes scan responses until enough modules are found. Meant so: messages count and not seconds, whatever
 // they bring; the caller scans again for what is missing.
-std::int32_t hearModules()
+ScanResult receiveModules()
 {
   constexpr int receives = 3;
   for (int count = 0; count < receives; ++count) {
-    const std::int32_t received = ble_receive_message(scanReceiveMs);
-    if (received == receiving::stopped) return scanning::linkLost;
-    if (received == receiving::handled && discoveryState == discovery_enough) break;
+    const ReceiveResult received = ble_receive_message(scanReceiveMs);
+    if (received == ReceiveResult::stopped) return ScanResult::linkLost;
+    if (received == ReceiveResult::handled && discoveryState == discovery_enough) break;
   }
-  return scanning::done;
+  return ScanResult::done;
 }
 
 // Takes what is still on its way, up to the confirmation or a second of silence.
-std::int32_t awaitEnd()
+ScanResult awaitEnd()
 {
   constexpr int receives = 10000;
   for (int count = 0; count < receives; ++count) {
-    const std::int32_t received = ble_receive_message(scanReceiveMs);
-    if (received == receiving::stopped) return scanning::linkLost;
-    if (received == receiving::nothing) break;
-    if (received == receiving::handled && discoveryState == discovery_ended) break;
+    const ReceiveResult received = ble_receive_message(scanReceiveMs);
+    if (received == ReceiveResult::stopped) return ScanResult::linkLost;
+    if (received == ReceiveResult::nothing) break;
+    if (received == ReceiveResult::handled && discoveryState == discovery_ended) break;
   }
-  return discoveryState == discovery_ended ? scanning::done : scanning::notEnded;
+  return discoveryState == discovery_ended ? ScanResult::done : ScanResult::notEnded;
 }
 
 }  // namespace
 
-std::int32_t openDongle(BleDevice& device)
+OpeningResult openDongle(Transport& transport)
 {
   std::int32_t number = serialFindPort(platform::dongleName);
-  if (number < 0) return opening::noDongle;
-  if (openPort(device, number) != opening::done) return opening::portRefused;
+  if (number < 0) return OpeningResult::noDongle;
+  if (openPort(transport, number) != OpeningResult::done) return OpeningResult::portRefused;
   ble_send_message(ble_cmd_system_reset, {0});
-  serialClose(device.port());
+  serialClose(transport.port());
 
   number = awaitPort();
-  return number < 0 ? opening::noDongle : openPort(device, number);
+  return number < 0 ? OpeningResult::noDongle : openPort(transport, number);
 }
 
-std::int32_t scanForModules()
+ScanResult scanForModules()
 {
   constexpr std::uint8_t genericDiscovery = 1;
   ble_send_message(ble_cmd_gap_discover, {genericDiscovery});
   discoveryState = discovery_requested;
-  std::int32_t result = awaitDiscovery();
-  if (result == scanning::done) result = hearModules();
-  if (result != scanning::done) return result;
+  ScanResult result = awaitDiscovery();
+  if (result == ScanResult::done) result = receiveModules();
+  if (result != ScanResult::done) return result;
 
   ble_send_message(ble_cmd_gap_end_procedure, {});
   result = awaitEnd();
-  if (result == scanning::linkLost) return result;
+  if (result == ScanResult::linkLost) return result;
   platform::purgeReceived(currentDevice->port());
   return result;
 }
 
-std::int32_t connectModule(BleDevice& device, std::uint32_t index)
+OpeningResult connectModule(Transport& transport, std::uint32_t index)
 {
   constexpr std::uint8_t publicAddress = 0;
   constexpr std::uint16_t interval = 8;               // 10 ms
@@ -124,43 +126,45 @@ std::int32_t connectModule(BleDevice& device, std::uint32_t index)
   module.state = ConnectionState::connecting;
   ble_send_message(ble_cmd_gap_connect_direct,
                    {module.address, publicAddress, interval, interval, supervisionTimeout, latency});
-  std::int32_t result = waitForState(device, index, ConnectionState::connect_responded, responseMs);
-  if (result != opening::done) return result;
-  result = waitForState(device, index, ConnectionState::finding_services, establishedMs);
-  if (result != opening::done) return result;
+  OpeningResult result = waitForState(transport, index, ConnectionState::connect_responded, responseMs);
+  if (result != OpeningResult::done) return result;
+  result = waitForState(transport, index, ConnectionState::finding_services, establishedMs);
+  if (result != OpeningResult::done) return result;
 
   module.configHandle = gatt::configHandle;
   module.commandHandle = gatt::commandHandle;
   module.versionHandle = gatt::versionHandle;
   module.statusHandle = gatt::statusHandle;
   module.state = ConnectionState::connected;
-  return opening::done;
+  return OpeningResult::done;
 }
 
-std::int32_t countModule(std::uint32_t index)
+OpeningResult countModule(std::uint32_t index)
 {
   const BleModule& module = modules[index];
-  if (module.state == ConnectionState::finish || module.configHandle == 0) return opening::notConfigurable;
+  if (module.state == ConnectionState::finish || module.configHandle == 0)
+    return OpeningResult::notConfigurable;
   connectionHandles[index] = static_cast<std::int32_t>(index);
   ++connectedCount;
-  return opening::done;
+  return OpeningResult::done;
 }
 
-std::int32_t waitForState(BleDevice& device, std::uint32_t index, ConnectionState wanted,
-                          std::int32_t timeoutMs)
+OpeningResult waitForState(Transport& transport, std::uint32_t index, ConnectionState wanted,
+                           std::int32_t timeoutMs)
 {
   assert(index < modules.size() && "connection < _countof(modules)");
-  if (index >= modules.size()) return opening::portFailed;
+  if (index >= modules.size()) return OpeningResult::portFailed;
 
   const auto slice = static_cast<std::uint32_t>(timeoutMs / 4);
   std::int64_t elapsed = 0;
   while (true) {
     const std::uint32_t before = platform::tickCount();
-    const std::int32_t received = ble_receive_message(slice);
+    const ReceiveResult received = ble_receive_message(slice);
     elapsed += platform::tickCount() - before;
-    if (device.isStopRaised()) return opening::stopped;
-    if (received == receiving::handled && modules[index].state == wanted) return opening::done;
-    if (received == receiving::stopped || received == receiving::failed) return opening::portFailed;
-    if (elapsed > timeoutMs) return opening::moduleTimedOut;
+    if (transport.isStopRaised()) return OpeningResult::stopped;
+    if (received == ReceiveResult::handled && modules[index].state == wanted) return OpeningResult::done;
+    if (received == ReceiveResult::stopped || received == ReceiveResult::failed)
+      return OpeningResult::portFailed;
+    if (elapsed > timeoutMs) return OpeningResult::moduleTimedOut;
   }
 }

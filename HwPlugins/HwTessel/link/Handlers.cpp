@@ -4,14 +4,16 @@
 #include <numeric>
 #include <tuple>
 
-#include "bgapi/Command.h"
 #include "bgapi/PayloadLayout.h"
 #include "link/Advertising.h"
 #include "link/Gatt.h"
+#include "link/Messages.h"
 #include "link/Modules.h"
 #include "platform/Platform.h"
 #include "shared/Assertion.h"
 #include "stream/PacketStore.h"
+
+using namespace link_state;
 
 namespace {
 

@@ -1,10 +1,11 @@
 #include "link/Messages.h"
 
 #include "bgapi/ClassTable.h"
-#include "link/BleDevice.h"
 #include "link/Handlers.h"
 #include "link/Modules.h"
-#include "serial/SerialPort.h"
+#include "link/Transport.h"
+
+using namespace link_state;
 
 namespace {
 
@@ -61,10 +62,10 @@ constexpr bgapi::ClassTable<bgapi::eventCounts> events(
     });
 
 // The result of a receive whose read gave no bytes.
-std::int32_t refusal(std::int32_t readResult)
+ReceiveResult refusal(ReadResult readResult)
 {
-  if (readResult == serial::failed) return receiving::failed;
-  return readResult == serial::nothing ? receiving::nothing : receiving::stopped;
+  if (readResult == ReadResult::failed) return ReceiveResult::failed;
+  return readResult == ReadResult::nothing ? ReceiveResult::nothing : ReceiveResult::stopped;
 }
 
 }  // namespace
@@ -76,39 +77,48 @@ const MessageRecord* ble_find_handler(std::uint32_t header)
   return (header & bgapi::eventType) != 0 ? events.find(messageClass, id) : responses.find(messageClass, id);
 }
 
+OutputHook ble_output_hook = nullptr;
+
+void ble_send_message(const MessageRecord& command, std::initializer_list<bgapi::Argument> arguments)
+{
+  const bgapi::EncodedMessage message = bgapi::encode(command, arguments);
+  if (ble_output_hook == nullptr) return;
+  ble_output_hook(std::span(message.bytes).first(message.length), message.array);
+}
+
 void ble_output(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array)
 {
   if (currentDevice == nullptr || currentDevice->isStopRaised()) return;
   const StopFlag& stopFlag = currentDevice->stopFlag();
-  std::int32_t result = serialWrite(currentDevice->port(), stopFlag, fixed);
-  if (result == serial::done) result = serialWrite(currentDevice->port(), stopFlag, array);
-  if (result != serial::done) currentDevice->noteError(LinkError::writeFailed);
+  WriteResult result = serialWrite(currentDevice->port(), stopFlag, fixed);
+  if (result == WriteResult::done) result = serialWrite(currentDevice->port(), stopFlag, array);
+  if (result != WriteResult::done) currentDevice->noteError(LinkError::writeFailed);
 }
 
-std::int32_t ble_receive_message(std::uint32_t timeoutMs)
+ReceiveResult ble_receive_message(std::uint32_t timeoutMs)
 {
   // Not cleared between messages: what a short message leaves out reads as an earlier one had it. Static, so
   // that it is never memory that nobody wrote.
   static std::array<std::uint8_t, bgapi::payloadCapacity> payload;
 
-  if (currentDevice == nullptr) return receiving::stopped;
+  if (currentDevice == nullptr) return ReceiveResult::stopped;
   const platform::PortHandle port = currentDevice->port();
   bgapi::Header header{};
-  const std::int32_t headerRead = serialRead(port, &currentDevice->stopFlag(), header, timeoutMs);
-  if (headerRead <= 0) return refusal(headerRead);
+  const ReadResult headerRead = serialRead(port, &currentDevice->stopFlag(), header, timeoutMs);
+  if (headerRead != ReadResult::filled) return refusal(headerRead);
 
   // Meant so: the high length bits are ignored, and a stop does not interrupt the payload.
   const std::size_t length = header[1];
   if (length != 0) {
-    const std::int32_t payloadRead = serialRead(port, nullptr, std::span(payload).first(length), timeoutMs);
-    if (payloadRead <= 0) return refusal(payloadRead);
+    const ReadResult payloadRead = serialRead(port, nullptr, std::span(payload).first(length), timeoutMs);
+    if (payloadRead != ReadResult::filled) return refusal(payloadRead);
   }
 
   const MessageRecord* const record = ble_find_handler(bgapi::readU32le(header));
   if (record == nullptr) {
     currentDevice->noteError(LinkError::unknownMessage);
-    return receiving::unknown;
+    return ReceiveResult::unknown;
   }
   record->handler(payload);
-  return receiving::handled;
+  return ReceiveResult::handled;
 }

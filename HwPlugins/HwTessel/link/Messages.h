@@ -5,21 +5,31 @@
 // transfer that the system splits do.
 #pragma once
 
-#include "bgapi/MessageRecord.h"
+#include <initializer_list>
 
-// Results of a receive.
-namespace receiving {
-inline constexpr std::int32_t handled = 0;  // a message was read and its handler has run
-inline constexpr std::int32_t nothing = 1;  // a read delivered nothing in time
-inline constexpr std::int32_t stopped = 2;  // no current device, stop flag raised, or port closed
-inline constexpr std::int32_t unknown = 3;  // a message that is in neither table
-inline constexpr std::int32_t failed = 4;   // the system reported a failure
-}  // namespace receiving
+#include "bgapi/Command.h"
+
+enum class [[nodiscard]] ReceiveResult : std::int32_t{
+    handled = 0,  // a message was read and its handler has run
+    nothing = 1,  // a read delivered nothing in time
+    stopped = 2,  // no current device, stop flag raised, or port closed
+    unknown = 3,  // a message that is in neither table
+    failed = 4,   // the system reported a failure
+};
 
 // Reads one message and calls its handler. Header and payload each have the whole time-out. There is no
 // resynchronisation: after a time-out within a frame the next bytes are taken as a header. Throws what a
 // handler throws.
-std::int32_t ble_receive_message(std::uint32_t timeoutMs);
+ReceiveResult ble_receive_message(std::uint32_t timeoutMs);
+
+// Encodes a command and hands it to the output hook.
+void ble_send_message(const bgapi::MessageRecord& command, std::initializer_list<bgapi::Argument> arguments);
+
+// Takes the header with the fixed parameters, and the array; both are the sender's and valid during the call.
+using OutputHook = void (*)(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array);
+
+// Where messages go; null lets them vanish.
+extern OutputHook ble_output_hook;
 
 // Writes one message to the current device's port; what the output hook points to while a link is in use.
 // Drops it if there is no device or its stop flag is raised.

@@ -20,13 +20,26 @@ const std::array<const char*, connectionStateCount> connectionStateNames{"discon
                                                                          "disconnecting",
                                                                          "finish"};
 
+namespace link_state {
+
+inline namespace of_device {
+
 std::array<BleModule, MAX_DEVICES> modules;
 std::array<std::int32_t, MAX_DEVICES> connectionHandles{-1, -1};
-std::array<std::uint16_t, 2> serialFilter{noSerialFilter, noSerialFilter};
-DiscoveryState discoveryState = DiscoveryState::discovery_idle;
 std::int32_t connectedCount = 0;
 std::int32_t foundCount = 0;
 std::int32_t wantedCount = 0;
+
+}  // namespace of_device
+
+inline namespace of_process {
+
+std::array<std::uint16_t, 2> serialFilter{noSerialFilter, noSerialFilter};
+DiscoveryState discoveryState = DiscoveryState::discovery_idle;
 std::int32_t dongleVerdict = 0;
 std::uint32_t intervalToggle = 0;
-BleDevice* currentDevice = nullptr;
+Transport* currentDevice = nullptr;
+
+}  // namespace of_process
+
+}  // namespace link_state

@@ -1,8 +1,7 @@
 // The remote modules, one in each glove, and the few words that describe the link as a whole. They are
 // statics, because a message handler is given nothing but a payload.
 //
-// Threads: the thread that runs the link. A new BleDevice clears `modules`, `connectionHandles` and the three
-// counts; the rest lasts as long as the library.
+// Threads: the thread that runs the link.
 #pragma once
 
 #include <array>
@@ -12,7 +11,7 @@
 #include "bgapi/Frame.h"
 #include "stream/PacketStore.h"
 
-class BleDevice;
+class Transport;
 
 // Progress of the scan.
 enum class DiscoveryState : std::uint32_t {
@@ -91,26 +90,44 @@ struct BleModule {
   ConnectionState state = ConnectionState::disconnected;
 };
 
+// The state of the link. Grouped by how long it lasts.
+namespace link_state {
+
+// Cleared by each new BleDevice.
+inline namespace of_device {
+
 // A module's index is also its connection at the dongle, which numbers them from 0.
 extern std::array<BleModule, MAX_DEVICES> modules;
 
 // -1 while not connected.
 extern std::array<std::int32_t, MAX_DEVICES> connectionHandles;
 
-// Serial numbers that a module may have; `noSerialFilter` in the first place lets all pass. Nobody resets it.
+extern std::int32_t connectedCount;  // modules connected
+extern std::int32_t foundCount;      // modules that the scan entered
+extern std::int32_t wantedCount;     // modules asked for, at most MAX_DEVICES
+
+}  // namespace of_device
+
+// As long as the library is loaded; nothing resets it.
+inline namespace of_process {
+
+using stream_state::stores;
+
+// Serial numbers that a module may have; `noSerialFilter` in the first place lets all pass.
 inline constexpr std::uint16_t noSerialFilter = 0xFFFF;
 extern std::array<std::uint16_t, 2> serialFilter;
 
-extern DiscoveryState discoveryState;  // outlasts a BleDevice
-extern std::int32_t connectedCount;    // modules connected
-extern std::int32_t foundCount;        // modules that the scan entered
-extern std::int32_t wantedCount;       // modules asked for, at most MAX_DEVICES
+extern DiscoveryState discoveryState;
 
-// The dongle's firmware: 0 not known, 1 good, -1 too old. Nobody resets it.
+// The dongle's firmware: 0 not known, 1 good, -1 too old.
 extern std::int32_t dongleVerdict;
 
-// Counts the changes of the connection interval. Nobody resets it.
+// Counts the changes of the connection interval.
 extern std::uint32_t intervalToggle;
 
-// The device whose port, stop flag and error list messages use; null for none. Not owned.
-extern BleDevice* currentDevice;
+// The device whose port, stop flag and error notes messages use; null for none. Not owned.
+extern Transport* currentDevice;
+
+}  // namespace of_process
+
+}  // namespace link_state

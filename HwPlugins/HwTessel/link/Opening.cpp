@@ -1,22 +1,26 @@
 // BleDevice::open: from nothing to listening.
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "bgapi/Command.h"
+#include "link/BleDevice.h"
 #include "link/Connection.h"
 #include "link/Gatt.h"
 #include "link/Messages.h"
 #include "platform/Platform.h"
 #include "shared/Log.h"
 
+using namespace link_state;
+
 namespace {
 
 constexpr std::int32_t valueTimeoutMs = 1000;
 
 // Asks for an attribute's value and waits for it.
-std::int32_t readAttribute(BleDevice& device, std::uint32_t index, std::uint16_t handle,
-                           ConnectionState requested, ConnectionState received)
+OpeningResult readAttribute(BleDevice& device, std::uint32_t index, std::uint16_t handle,
+                            ConnectionState requested, ConnectionState received)
 {
   modules[index].state = requested;
   ble_send_message(ble_cmd_attclient_read_by_handle, {connectionHandles[index], handle});
@@ -25,8 +29,8 @@ std::int32_t readAttribute(BleDevice& device, std::uint32_t index, std::uint16_t
 
 }  // namespace
 
-std::int32_t BleDevice::open(std::int32_t wantedModules, const std::vector<std::int32_t>& wantedSerials,
-                             bool skipSensorCheck)
+OpeningResult BleDevice::open(std::int32_t wantedModules, const std::vector<std::int32_t>& wantedSerials,
+                              bool skipSensorCheck)
 {
   wantedCount = std::min(wantedModules, static_cast<std::int32_t>(MAX_DEVICES));
   const std::size_t serials = std::min(wantedSerials.size(), serialFilter.size());
@@ -35,80 +39,81 @@ std::int32_t BleDevice::open(std::int32_t wantedModules, const std::vector<std::
                  [](std::int32_t number) { return static_cast<std::uint16_t>(number); });
   ble_output_hook = ble_output;
 
-  std::int32_t result = openDongle(*this);
-  if (result == opening::done) result = checkFirmware();
-  if (result == opening::done) result = stopIfRaised();
-  if (result == opening::done) result = findModules();
-  if (result == opening::done) result = stopIfRaised();
-  if (result == opening::done) result = connectModules();
-  if (result == opening::done) result = stopIfRaised();
-  for (std::uint32_t index = 0; result == opening::done && std::cmp_less(index, wantedCount); ++index) {
+  OpeningResult result = openDongle(*this);
+  if (result == OpeningResult::done) result = checkFirmware();
+  if (result == OpeningResult::done) result = stopIfRaised();
+  if (result == OpeningResult::done) result = findModules();
+  if (result == OpeningResult::done) result = stopIfRaised();
+  if (result == OpeningResult::done) result = connectModules();
+  if (result == OpeningResult::done) result = stopIfRaised();
+  for (std::uint32_t index = 0; result == OpeningResult::done && std::cmp_less(index, wantedCount); ++index) {
     if (connectionHandles[index] >= 0) result = startModule(index, skipSensorCheck);
   }
-  if (result != opening::done) return result;
+  if (result != OpeningResult::done) return result;
   currentLogManager->node(this, 1) << L"Successfully connected to device.\n";
-  return opening::done;
+  return OpeningResult::done;
 }
 
-std::int32_t BleDevice::stopIfRaised()
+OpeningResult BleDevice::stopIfRaised()
 {
-  if (!isStopRaised()) return opening::done;
+  if (!isStopRaised()) return OpeningResult::done;
   currentLogManager->node(this, 2) << L"Terminating.\n";
-  return opening::stopped;
+  return OpeningResult::stopped;
 }
 
-std::int32_t BleDevice::checkFirmware()
+OpeningResult BleDevice::checkFirmware()
 {
   constexpr std::uint32_t answerMs = 1000;
   ble_send_message(ble_cmd_system_get_info, {});
   // Meant so: a verdict of an earlier opening stands, and a dongle that does not answer passes.
-  while (dongleVerdict == 0 && ble_receive_message(answerMs) == receiving::handled) {
+  while (dongleVerdict == 0 && ble_receive_message(answerMs) == ReceiveResult::handled) {
   }
-  return dongleVerdict < 0 ? opening::firmwareTooOld : opening::done;
+  return dongleVerdict < 0 ? OpeningResult::firmwareTooOld : OpeningResult::done;
 }
 
-std::int32_t BleDevice::findModules()
+OpeningResult BleDevice::findModules()
 {
   constexpr int scans = 3;
   constexpr std::uint32_t pauseMs = 500;
   for (int scan = 0; scan < scans; ++scan) {
     // The table fills across the scans.
-    if (scanForModules() == scanning::done && foundCount >= wantedCount) return opening::done;
-    if (const std::int32_t result = stopIfRaised(); result != opening::done) return result;
+    if (scanForModules() == ScanResult::done && foundCount >= wantedCount) return OpeningResult::done;
+    if (const OpeningResult result = stopIfRaised(); result != OpeningResult::done) return result;
     platform::sleep(pauseMs);
   }
-  return opening::modulesMissing + foundCount;
+  return OpeningResult::modulesMissing + foundCount;
 }
 
-std::int32_t BleDevice::connectModules()
+OpeningResult BleDevice::connectModules()
 {
   // The left glove comes first. Meant so: two right gloves change places all the same.
   if (foundCount == 2 && modules[0].isLeft == 0) std::swap(modules[0], modules[1]);
 
-  std::int32_t result = opening::done;
-  for (std::uint32_t index = 0; result == opening::done && std::cmp_less(index, wantedCount); ++index) {
+  OpeningResult result = OpeningResult::done;
+  for (std::uint32_t index = 0; result == OpeningResult::done && std::cmp_less(index, wantedCount); ++index) {
     stores[index].setPacketFormat(0);
     result = connectModule(*this, index);
-    if (result == opening::done) result = countModule(index);
+    if (result == OpeningResult::done) result = countModule(index);
   }
   return result;
 }
 
-std::int32_t BleDevice::startModule(std::uint32_t index, bool skipSensorCheck)
+OpeningResult BleDevice::startModule(std::uint32_t index, bool skipSensorCheck)
 {
   using enum ConnectionState;
   BleModule& module = modules[index];
-  // Meant so: without a version the module counts as of revision 0.
-  readAttribute(*this, index, module.versionHandle, state_version_request, state_version_received);
+  // Intentional: without a version the module counts as of revision 0.
+  std::ignore =
+      readAttribute(*this, index, module.versionHandle, state_version_request, state_version_received);
   const bool confirms = module.version.revision() >= confirmingRevision;
 
   if (confirms && !skipSensorCheck) {
     if (readAttribute(*this, index, module.statusHandle, state_status_request, state_status_received) !=
-        opening::done) {
-      return opening::statusMissing;
+        OpeningResult::done) {
+      return OpeningResult::statusMissing;
     }
     if (std::ranges::any_of(module.sensorStatus, [](std::uint8_t status) { return status != 0; })) {
-      return opening::sensorFault + static_cast<std::int32_t>(index);
+      return OpeningResult::sensorFault + static_cast<std::int32_t>(index);
     }
   }
 
@@ -117,9 +122,9 @@ std::int32_t BleDevice::startModule(std::uint32_t index, bool skipSensorCheck)
                    {connectionHandles[index], module.configHandle, gatt::notificationsOn});
   if (!confirms) {
     module.state = listening_measurements;
-    return opening::done;
+    return OpeningResult::done;
   }
-  return waitForState(*this, index, listening_measurements, valueTimeoutMs) == opening::done
-             ? opening::done
-             : opening::startFailed;
+  return waitForState(*this, index, listening_measurements, valueTimeoutMs) == OpeningResult::done
+             ? OpeningResult::done
+             : OpeningResult::startFailed;
 }

@@ -10,6 +10,8 @@
 #include "link/Modules.h"
 #include "shared/MachineText.h"
 
+using namespace link_state;
+
 namespace {
 
 constexpr const wchar_t* invalid = L"Invalid";

@@ -1,12 +1,16 @@
 // BleDevice while the host reads, and at its end: poll, connection interval, close.
 
 #include <algorithm>
+#include <tuple>
 
 #include "bgapi/Command.h"
+#include "link/BleDevice.h"
 #include "link/Connection.h"
 #include "link/Gatt.h"
 #include "link/Messages.h"
 #include "platform/Platform.h"
+
+using namespace link_state;
 
 bool BleDevice::poll()
 {
@@ -15,7 +19,7 @@ bool BleDevice::poll()
 
   if (!errors_.empty()) probeAfterErrors();
   if (!commands_.empty()) sendNextCommand();
-  if (ble_receive_message(messageMs) == receiving::handled) {
+  if (ble_receive_message(messageMs) == ReceiveResult::handled) {
     failedPolls_ = 0;
     return true;
   }
@@ -94,10 +98,11 @@ void BleDevice::disconnectModule(std::uint32_t index)
   if (module.state == ConnectionState::listening_measurements) {
     ble_send_message(ble_cmd_attclient_attribute_write,
                      {connectionHandles[index], module.configHandle, gatt::notificationsOff});
-    waitForState(*this, index, ConnectionState::not_listening, notListeningMs);
+    std::ignore = waitForState(*this, index, ConnectionState::not_listening, notListeningMs);
   }
   module.state = ConnectionState::disconnecting;
   ble_send_message(ble_cmd_connection_disconnect, {connectionHandles[index]});
-  waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
+  // Whatever came of it, the port is closed next.
+  std::ignore = waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
   connectionHandles[index] = -1;
 }

@@ -82,31 +82,31 @@ void serialListPorts()
   }
 }
 
-std::int32_t serialOpen(const std::string& portName, PortHandle& handle)
+OpenResult serialOpen(const std::string& portName, PortHandle& handle)
 {
   serialClose(handle);
   std::array<char, 19> path{};
   std::snprintf(path.data(), path.size(), "\\\\.\\%s", portName.c_str());
   handle = platform::openPort(path.data());
-  if (handle == closedPort) return serial::failed;
+  if (handle == closedPort) return OpenResult::failed;
   if (!platform::purgeReceived(handle).ok()) {
     serialClose(handle);
-    return serial::purgeFailed;
+    return OpenResult::purgeFailed;
   }
   const PortTimeouts timeouts{.readInterval = platform::noInterval, .writeTotalConstant = writeTimeoutMs};
   if (!platform::setTimeouts(handle, timeouts).ok()) {
     serialClose(handle);
-    return serial::timeoutsFailed;
+    return OpenResult::timeoutsFailed;
   }
-  return serial::done;
+  return OpenResult::done;
 }
 
-std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
-                        std::uint32_t timeoutMs)
+ReadResult serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
+                      std::uint32_t timeoutMs)
 {
-  if (handle == closedPort) return serial::stopped;
+  if (handle == closedPort) return ReadResult::stopped;
   PortTimeouts timeouts;
-  if (!platform::getTimeouts(handle, timeouts).ok()) return serial::failed;
+  if (!platform::getTimeouts(handle, timeouts).ok()) return ReadResult::failed;
   timeouts.readInterval = platform::noInterval;
   timeouts.readTotalMultiplier = 0;
   timeouts.readTotalConstant = timeoutMs;
@@ -114,26 +114,26 @@ std::int32_t serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<s
 
   Progress progress{.wanted = buffer.size()};
   while (progress.wanted > 0) {
-    if (stopFlag != nullptr && isRaised(*stopFlag)) return serial::stopped;
+    if (stopFlag != nullptr && isRaised(*stopFlag)) return ReadResult::stopped;
     const PortResult result = readWanted(handle, buffer, progress);
-    if (!result.ok()) return result.error == 0 ? serial::nothing : serial::failed;
-    if (result.count == 0) return serial::nothing;
+    if (!result.ok()) return result.error == 0 ? ReadResult::nothing : ReadResult::failed;
+    if (result.count == 0) return ReadResult::nothing;
     progress.advance(result.count);
   }
-  return static_cast<std::int32_t>(buffer.size());
+  return buffer.empty() ? ReadResult::nothing : ReadResult::filled;
 }
 
-std::int32_t serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes)
+WriteResult serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes)
 {
-  if (handle == closedPort) return serial::stopped;
+  if (handle == closedPort) return WriteResult::stopped;
   Progress progress{.wanted = bytes.size()};
   while (progress.wanted > 0) {
-    if (isRaised(stopFlag)) return serial::stopped;
+    if (isRaised(stopFlag)) return WriteResult::stopped;
     const PortResult result = writeWanted(handle, bytes, progress);
-    if (!result.ok()) return static_cast<std::int32_t>(result.error);
+    if (!result.ok()) return static_cast<WriteResult>(result.error);
     progress.advance(result.count);
   }
-  return serial::done;
+  return WriteResult::done;
 }
 
 void serialClose(PortHandle& handle)

@@ -1,10 +1,10 @@
-// The dongle's serial port: found by friendly name, opened, read and written with time-outs and a stop flag.
+// The dongle's serial port: found by friendly name, opened, read and written with timeouts and a stop flag.
 // Knows nothing of what the bytes mean.
 //
 // Threads: the thread that runs the link. The stop flag alone may be raised by another thread at any moment;
 // a nonzero flag makes reads and writes give up before they next go to the system, not in the middle of a
 // wait.
-// Errors: plain results as told below. A failed open leaves the handle closed. Nothing is logged.
+// Errors: results, see below. A failed open leaves the handle closed. Nothing is logged.
 #pragma once
 
 #include <atomic>
@@ -17,15 +17,18 @@
 // Used with relaxed order: it carries no data but itself.
 using StopFlag = std::atomic<std::uint32_t>;
 
-// Results of the port operations, beside the counts and error numbers told below.
-namespace serial {
-inline constexpr std::int32_t done = 0;
-inline constexpr std::int32_t nothing = 0;          // a read delivered nothing
-inline constexpr std::int32_t failed = -1;          // the system refused
-inline constexpr std::int32_t stopped = -2;         // closed handle, or stop flag raised
-inline constexpr std::int32_t timeoutsFailed = -2;  // on opening
-inline constexpr std::int32_t purgeFailed = -3;     // on opening
-}  // namespace serial
+enum class [[nodiscard]] OpenResult : std::int32_t{done = 0, failed = -1, timeoutsFailed = -2,
+                                                   purgeFailed = -3};
+
+enum class [[nodiscard]] ReadResult : std::int32_t{
+    filled = 1,    // the whole buffer
+    nothing = 0,   // a read delivered nothing
+    failed = -1,   // the system refused
+    stopped = -2,  // closed handle, or stop flag raised
+};
+
+// Any other value is the system's error number.
+enum class [[nodiscard]] WriteResult : std::int32_t{done = 0, stopped = -2};
 
 // The number n of the first present port whose friendly text reads `friendlyName (COMn)`; -1 if there is none
 // or the device list can't be had. What follows the digits is not looked at.
@@ -34,21 +37,19 @@ std::int32_t serialFindPort(const std::string& friendlyName);
 // Prints the friendly texts of all present dongles on standard output, a line each.
 void serialListPorts();
 
-// Opens the port, for example "COM7", empties its receive buffer and sets the time-outs; an open handle is
-// closed first. Gives `done`, `failed` (can't be opened), `timeoutsFailed` or `purgeFailed`. The line
-// parameters are left as the driver has them.
-std::int32_t serialOpen(const std::string& portName, platform::PortHandle& handle);
+// Opens the port, for example "COM7", empties its receive buffer and sets the timeouts; an open handle is
+// closed first. `failed`: it can't be opened. The line parameters are left as the driver has them.
+OpenResult serialOpen(const std::string& portName, platform::PortHandle& handle);
 
-// Fills the buffer. Gives its size; `nothing` if a read of the system delivered nothing in `timeoutMs` (what
-// came before in this call is then lost) or the buffer is empty; `failed`; or `stopped`. A null flag can't
-// stop it. Each read of the system has the whole time-out.
-std::int32_t serialRead(platform::PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
-                        std::uint32_t timeoutMs);
+// Fills the buffer. `nothing` if a read of the system delivered nothing in `timeoutMs` (what came before in
+// this call is then lost) or the buffer is empty. A null flag can't stop it. Each read of the system has the
+// whole timeout.
+ReadResult serialRead(platform::PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
+                      std::uint32_t timeoutMs);
 
-// Writes all bytes, waiting up to 3 s for the device to take any. Gives `done`, `stopped`, or the system's
-// error number.
-std::int32_t serialWrite(platform::PortHandle handle, const StopFlag& stopFlag,
-                         std::span<const std::uint8_t> bytes);
+// Writes all bytes, waiting up to 3 s for the device to take any.
+WriteResult serialWrite(platform::PortHandle handle, const StopFlag& stopFlag,
+                        std::span<const std::uint8_t> bytes);
 
 // Leaves `closedPort` behind.
 void serialClose(platform::PortHandle& handle);

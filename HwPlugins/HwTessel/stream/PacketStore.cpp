@@ -14,7 +14,7 @@ constexpr std::size_t trimmedDepth = 2;
 
 }  // namespace
 
-std::array<PacketStore, MAX_DEVICES> stores;
+std::array<PacketStore, MAX_DEVICES> stream_state::stores;
 
 PacketStore::PacketStore() : bytestream_(usualBytestream) {}
 

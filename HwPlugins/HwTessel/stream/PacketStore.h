@@ -109,6 +109,10 @@ class PacketStore {
 // The most gloves that the library serves.
 inline constexpr std::size_t MAX_DEVICES = 2;
 
+namespace stream_state {
+
 // One store for each module, by module index. They live as long as the library and are never emptied:
 // counters and queued frames outlast a connection.
 extern std::array<PacketStore, MAX_DEVICES> stores;
+
+}  // namespace stream_state

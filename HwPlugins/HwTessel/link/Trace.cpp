@@ -1,4 +1,4 @@
-#include "bgapi/Trace.h"
+#include "link/Trace.h"
 
 #include <array>
 #include <cstdarg>

@@ -1,0 +1,31 @@
+// What the messages need of the device they belong to: its port, its stop flag, and a place for notes of
+// errors.
+//
+// Threads: the thread that runs the link; the stop flag alone may be raised by another one at any moment.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "serial/SerialPort.h"
+
+// What is noted between polls.
+enum class LinkError : std::uint32_t { writeFailed = 0, unknownMessage = 1 };
+
+class Transport {
+ public:
+  void raiseStop() { stopFlag_.store(1, std::memory_order_relaxed); }
+  bool isStopRaised() const { return stopFlag_.load(std::memory_order_relaxed) != 0; }
+  const StopFlag& stopFlag() const { return stopFlag_; }
+
+  platform::PortHandle& port() { return port_; }
+  void noteError(LinkError error) { errors_.push_back(error); }
+
+ protected:
+  Transport() = default;
+  ~Transport() = default;
+
+  platform::PortHandle port_ = platform::closedPort;
+  StopFlag stopFlag_{0};
+  std::vector<LinkError> errors_;  // since the last poll
+};
