@@ -67,8 +67,8 @@ void storeElementsOnly(benchmark::State& state)
 void readRecord(benchmark::State& state)
 {
   const NoLogs noLogs;
-  settings::elementCount = elementCount;
-  settings::numSensors = 2;
+  settings::current.elementCount = elementCount;
+  settings::current.numSensors = 2;
   Listening tessel;
   CountingStore record(state.range(0) != 0);
   tessel.mapping_ = &record.map;

@@ -156,10 +156,10 @@ std::int32_t readStream(std::wistream& stream)
     void unknownName(const std::wstring&) override {}
     void value(bool) override {}
   } nobody;
-  return readStream(stream, nobody);
+  return readStream(stream, satelites(), nobody);
 }
 
-std::int32_t readStream(std::wistream& stream, ReadingObserver& observer)
+std::int32_t readStream(std::wistream& stream, const Registry& registry, ReadingObserver& observer)
 {
   // With no base set, 0x10 reads as hexadecimal and 010 as octal.
   stream.unsetf(std::ios_base::basefield);
@@ -173,14 +173,14 @@ std::int32_t readStream(std::wistream& stream, ReadingObserver& observer)
       dropLine(stream);
       continue;
     }
-    SateliteInterface* const satelite = find(word);
-    if (satelite == nullptr) {
+    const auto entry = registry.find(word);
+    if (entry == registry.end()) {
       observer.unknownName(word);
       ++faulty;
       continue;
     }
     observer.name(word);
-    const bool isGood = static_cast<bool>(satelite->fromStream(stream));
+    const bool isGood = static_cast<bool>(entry->second->fromStream(stream));
     observer.value(isGood);
     if (isGood) {
       ++read;

@@ -35,7 +35,9 @@ class SateliteInterface {
   virtual ~SateliteInterface() = default;
 
  protected:
-  // Enters the object into the registry; of two under one name the last one stands.
+  // In no registry.
+  SateliteInterface() = default;
+  // Enters the object into the module's registry; of two under one name the last one stands.
   explicit SateliteInterface(const std::wstring& name);
 };
 
@@ -45,6 +47,8 @@ template <class T>
 class Satelite final : public SateliteInterface {
  public:
   Satelite(const std::wstring& name, T& variable) : SateliteInterface(name), variable_(&variable) {}
+  // For a registry of the caller's own.
+  explicit Satelite(T& variable) : variable_(&variable) {}
 
   std::wstring toString() const override;
   std::wistream& fromStream(std::wistream& stream) override;
@@ -64,7 +68,7 @@ SateliteInterface* find(const std::wstring& name);
 // Reads a settings file: -1 if it does not open, otherwise as `readStream`.
 std::int32_t readFile(const std::wstring& path);
 
-// Told what the reader makes of a text, word by word: for programs that explain a settings file to people.
+// Is told what the reader makes of a text, word by word.
 class ReadingObserver {
  public:
   // A parameter's name was read; its value comes next.
@@ -81,7 +85,8 @@ class ReadingObserver {
 // Reads all records: the number of those read, or, if there was any fault, the number of faults as a
 // negative. A fault does not stop the reading. A parameter that the text does not name keeps its value.
 std::int32_t readStream(std::wistream& stream);
-std::int32_t readStream(std::wistream& stream, ReadingObserver& observer);
+// The same into the variables of another registry, for programs that explain a settings file to people.
+std::int32_t readStream(std::wistream& stream, const Registry& registry, ReadingObserver& observer);
 
 // Writes one record and flushes.
 std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stream);

@@ -8,7 +8,6 @@
 #include <sstream>
 #include <utility>
 
-#include "Settings.h"
 #include "platform/Platform.h"
 #include "shared/Log.h"
 #include "shared/Parameter.h"
@@ -23,33 +22,26 @@ HWTessel::HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t
 
 void HWTessel::loadSettings()
 {
-  settings::fileVersion.clear();
-  // Meant so: without the file the variables stay as an earlier object left them.
+  settings::current.fileVersion.clear();
+  // Intentional: without the file the variables stay as an earlier object left them.
   parameter::readFile(configFile_);
 
-  readTimeout_ = settings::readTimeout;
-  writeTimeout_ = settings::writeTimeout;
-  metaData_ = settings::metaData;
-  execDelay_ = settings::execDelay;
-  timeDivisor_ = settings::timeDivisor;
+  settings_ = settings::current;
+  metaData_ = settings_.metaData;
   const auto isSerialNumber = [](std::int32_t number) { return number >= 1 && number <= 65534; };
-  std::ranges::copy_if(settings::serialNumber, std::back_inserter(serialFilter_), isSerialNumber);
-  auxCount_ = settings::auxCount;
-  numSensors_ = settings::numSensors;
-  numBleModules_ = settings::numBleModules;
-  skipSensorStartupCheck_ = settings::skipSensorStartupCheck;
+  std::ranges::copy_if(settings_.serialNumber, std::back_inserter(serialFilter_), isSerialNumber);
 
   // Divided in 64 bits, where nothing overflows; a record of no modules has no elements of one.
-  if (numBleModules_ != 0) {
-    const std::int64_t quotient = std::int64_t{settings::elementCount} / numBleModules_;
+  if (settings_.numBleModules != 0) {
+    const std::int64_t quotient = std::int64_t{settings_.elementCount} / settings_.numBleModules;
     moduleElemCount_ = std::in_range<std::int32_t>(quotient) ? static_cast<std::int32_t>(quotient) : 0;
   }
-  const std::int64_t channels = std::int64_t{settings::elementCount} + auxCount_;
+  const std::int64_t channels = std::int64_t{settings_.elementCount} + settings_.auxCount;
   channels_.resize(static_cast<std::size_t>(std::max<std::int64_t>(channels, 0)));
   std::iota(channels_.begin(), channels_.end(), 0);
-  elemCount_ = static_cast<std::int32_t>(static_cast<std::int64_t>(channels_.size()) - auxCount_);
+  elemCount_ = static_cast<std::int32_t>(static_cast<std::int64_t>(channels_.size()) - settings_.auxCount);
   currentLogManager->node(this, 1) << L"After all that, elemCount_ = " << elemCount_ << L" and auxCount_ = "
-                                   << auxCount_ << L"\n";
+                                   << settings_.auxCount << L"\n";
 }
 
 HWTessel::~HWTessel()
@@ -92,7 +84,7 @@ std::int32_t HWTessel::configure()
   try {
     currentLogManager->node(this, 2) << L"Trying to open BLE sensor\n";
     const OpeningResult result =
-        bleDevice_.load()->open(numBleModules_, serialFilter_, skipSensorStartupCheck_);
+        bleDevice_.load()->open(settings_.numBleModules, serialFilter_, settings_.skipSensorStartupCheck);
     if (result == OpeningResult::done) {
       platform::sleep(settleMs);
       currentLogManager->node(this, 1) << L"Done setting up Tessel sensor\n";
@@ -146,8 +138,8 @@ std::wstring HWTessel::openingError(std::int32_t code) const
   }
   std::wostringstream message;
   if (isWithin(modulesMissing, modulesMissing + 10)) {
-    message << L"Not enough remote BLE modules detected.\nExpected: " << numBleModules_ << L"; detected: "
-            << beyond(modulesMissing);
+    message << L"Not enough remote BLE modules detected.\nExpected: " << settings_.numBleModules
+            << L"; detected: " << beyond(modulesMissing);
   } else {
     message << L"Unknown error (code " << code << L") occurred.\n";
   }
@@ -161,7 +153,7 @@ std::wstring HWTessel::sensorFaultReport(std::uint32_t module) const
 
   const BleDevice& device = *bleDevice_.load();
   std::wstring report = L"Faulty sensor(s) on ";
-  if (numBleModules_ > 1) report += device.sideText(module) + L" ";
+  if (settings_.numBleModules > 1) report += device.sideText(module) + L" ";
   report += L"Glove:\n\n";
   for (std::uint32_t position = 0; position < sensors.size(); ++position) {
     const std::wstring status = device.sensorStatusText(module, position);
@@ -184,15 +176,10 @@ std::int32_t HWTessel::close()
 
 void HWTessel::syncParameters(std::wstring, std::wstring)
 {
-  settings::timeDivisor = timeDivisor_;
-  settings::elementCount = static_cast<std::int32_t>(static_cast<std::int64_t>(channels_.size()) - auxCount_);
-  settings::auxCount = auxCount_;
-  settings::numSensors = numSensors_;
-  settings::numBleModules = numBleModules_;
-  settings::readTimeout = readTimeout_;
-  settings::writeTimeout = writeTimeout_;
-  settings::execDelay = execDelay_;
-  settings::metaData = metaData_;
-  settings::serialNumber = serialFilter_;
-  settings::skipSensorStartupCheck = skipSensorStartupCheck_;
+  settings::Values own = settings_;
+  own.fileVersion = settings::current.fileVersion;
+  own.elementCount = elemCount_;
+  own.metaData = metaData_;
+  own.serialNumber = serialFilter_;
+  settings::current = own;
 }

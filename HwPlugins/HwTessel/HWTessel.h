@@ -1,14 +1,15 @@
 // The hardware object of the gloves: one or two of them behind one dongle.
 //
-// Settings are copied from the process-wide variables of Settings.h once, when the object is made, and go
-// back to them before they are saved.
-// Threads and errors: as shared/HwInterface.h tells. Time: records are stamped in ms of the host's clock.
+// Settings are copied from the process-wide values of Settings.h once, when the object is made, and go back
+// to them before they are saved. Threads and errors: as in shared/HwInterface.h. Time: records get timestamps
+// in ms of the host's clock.
 #pragma once
 
 #include <atomic>
 #include <memory>
 #include <vector>
 
+#include "Settings.h"
 #include "link/BleDevice.h"
 #include "shared/HwInterface.h"
 
@@ -25,7 +26,7 @@ class HWTessel : public HwInterface {
   std::uint64_t getNativeSize() override { return channels_.size(); }
   std::int32_t sendCommand(const wchar_t* text, std::wstring& reply) override;
   std::int32_t getMaxValue() override;
-  std::int32_t getExecDelay() override { return execDelay_; }
+  std::int32_t getExecDelay() override { return settings_.execDelay; }
   void signalShutdown() override;
   std::int32_t configure() override;
   std::int32_t readRecord() override;
@@ -36,15 +37,9 @@ class HWTessel : public HwInterface {
   // Owned. Null until `configure`; read by `signalShutdown` on its own thread, for which it must stay until
   // that has returned.
   std::atomic<BleDevice*> bleDevice_{nullptr};
-  std::int32_t elemCount_ = 0;        // glove elements in a record
-  std::int32_t auxCount_ = 0;         // the host's elements behind them
-  std::int32_t moduleElemCount_ = 0;  // elements of one module, as the settings divide them
-  std::int32_t numSensors_ = 0;
-  std::int32_t numBleModules_ = 0;
-  double timeDivisor_ = 0.0;  // device clock ticks per ms
-  std::int32_t readTimeout_ = 0;
-  std::int32_t writeTimeout_ = 0;
-  std::int32_t execDelay_ = 0;
+  settings::Values settings_;   // as loaded; the members below come from them
+  std::int32_t elemCount_ = 0;  // glove elements in a record; behind them stand the host's auxiliary ones
+  std::int32_t moduleElemCount_ = 0;    // elements of one module, as the settings divide them
   std::vector<std::int32_t> channels_;  // 0, 1, 2 ..., one for each element of a record
   std::uint32_t recordStamp_ = 0;       // of the newest record
   std::uint32_t deviceBase_ = 0;        // device time of the first frame, in ms
@@ -57,7 +52,6 @@ class HWTessel : public HwInterface {
   std::atomic<bool> shutdownSignalled_{false};
   std::vector<std::int32_t>
       serialFilter_;  // serial numbers of the gloves that may be connected; empty for any
-  bool skipSensorStartupCheck_ = false;
 
   // The words for a code of BleDevice::open; of sensor faults they need the link.
   std::wstring openingError(std::int32_t code) const;

@@ -37,7 +37,7 @@ std::int32_t HWTessel::readRecord()
   BleDevice& device = *bleDevice_.load();
   if (!device.poll()) return -1;
   std::uint64_t backlog = 0;
-  if (!device.fetchFrame(frames_, numSensors_, backlog)) return decideOnSilence();
+  if (!device.fetchFrame(frames_, settings_.numSensors, backlog)) return decideOnSilence();
   stampRecord(frames_.front(), backlog);
   return fillRecord();
 }
@@ -48,7 +48,7 @@ std::int32_t HWTessel::decideOnSilence() const
   // long.
   if (lastDelivery_ == 0) return 0;
   // Meant so: a negative time-out is a very large one.
-  return clock_() - lastDelivery_ > static_cast<std::uint32_t>(readTimeout_) ? -1 : 0;
+  return clock_() - lastDelivery_ > static_cast<std::uint32_t>(settings_.readTimeout) ? -1 : 0;
 }
 
 void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
@@ -58,7 +58,7 @@ void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
   constexpr std::uint64_t lateBacklog = 6;
 
   lastDelivery_ = clock_();
-  const std::uint32_t time = deviceTime(frame.timeStamp, timeDivisor_, lastDelivery_);
+  const std::uint32_t time = deviceTime(frame.timeStamp, settings_.timeDivisor, lastDelivery_);
   if (firstFrame_) {
     deviceBase_ = time;
     hostBase_ = clock_();
@@ -83,7 +83,8 @@ void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
 std::int32_t HWTessel::fillRecord()
 {
   ReorderingMap<unsigned short>& record = getRecord();
-  const std::uint64_t elements = getNativeSize() - static_cast<std::uint64_t>(std::int64_t{auxCount_});
+  const std::uint64_t elements =
+      getNativeSize() - static_cast<std::uint64_t>(std::int64_t{settings_.auxCount});
   const std::uint64_t perFrame = elements / frames_.size();
   const auto isShort = [perFrame](const Framelet& frame) { return frame.samples.size() < perFrame; };
   if (std::ranges::any_of(frames_, isShort)) return -1;

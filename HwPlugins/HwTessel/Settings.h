@@ -1,25 +1,77 @@
-// The settings of the plug-in: process-wide variables, each bound to its key in the settings file.
-// All hardware objects share them. A key that a file leaves out keeps what the load or save before it left.
-// Threads: one at a time.
+// The settings of the plug-in: their values, and the one table of their keys in the settings file.
+//
+// All hardware objects of the process share `current`. A key that a file leaves out keeps what the load or
+// save before it left there. Threads: one at a time.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <variant>
 #include <vector>
+
+#include "shared/Parameter.h"
 
 namespace settings {
 
-extern std::wstring fileVersion;                // tag of the file's version; carried, never compared
-extern double timeDivisor;                      // device clock ticks per millisecond
-extern std::int32_t elementCount;               // sensor elements in a record, both gloves together
-extern std::int32_t numSensors;                 // 1: frames of one glove make a record; otherwise of two
-extern std::int32_t auxCount;                   // auxiliary elements behind the sensor elements in a record
-extern std::int32_t readTimeout;                // ms without a frame that make a read fail
-extern std::int32_t writeTimeout;               // ms; carried, the port's write time-out is fixed
-extern std::int32_t numBleModules;              // modules to connect to
-extern std::wstring metaData;                   // free text, carried from file to file
-extern std::int32_t execDelay;                  // what the host is told as its delay of execution
-extern std::vector<std::int32_t> serialNumber;  // serial numbers of the modules that may be accepted
-extern bool skipSensorStartupCheck;             // true leaves out the status request on connecting
+// The value of an element count and of a number of sensors that no file has given: not a usable one.
+inline constexpr std::int32_t notConfigured = -1;
+
+struct Values {
+  std::wstring fileVersion;  // carried, never compared
+  double timeDivisor = 10.0;
+  std::int32_t elementCount = notConfigured;
+  std::int32_t numSensors = notConfigured;
+  std::int32_t auxCount = 0;
+  std::int32_t readTimeout = 10000;
+  std::int32_t writeTimeout = 500;
+  std::int32_t numBleModules = 1;
+  std::wstring metaData;
+  std::int32_t execDelay = 0;
+  std::vector<std::int32_t> serialNumber;
+  bool skipSensorStartupCheck = false;
+};
+
+using Member = std::variant<std::wstring Values::*, double Values::*, std::int32_t Values::*,
+                            std::vector<std::int32_t> Values::*, bool Values::*>;
+
+struct Key {
+  const wchar_t* name;
+  Member member;
+  const char* meaning;  // for people
+};
+
+// In the order in which the variables are bound.
+inline constexpr std::array keys{
+    Key{L"FileVersion", &Values::fileVersion, "Tag of this file's version: a text."},
+    Key{L"TesselTimeDivisor", &Values::timeDivisor, "Device clock ticks per millisecond."},
+    Key{L"TesselElementCount", &Values::elementCount, "Sensor elements in a record, all gloves together."},
+    Key{L"TesselNumSensors", &Values::numSensors, "Gloves in a record: 1 or 2."},
+    Key{L"TesselAuxCount", &Values::auxCount, "Elements behind them that the host fills."},
+    Key{L"TesselReadTimeout", &Values::readTimeout, "Milliseconds without a frame that make a read fail."},
+    Key{L"TesselWriteTimeout", &Values::writeTimeout, "Carried along, without effect."},
+    Key{L"TesselNumBleModules", &Values::numBleModules, "Gloves to connect to: 1 or 2."},
+    Key{L"TesselMetaData", &Values::metaData, "Free text in double quotes."},
+    Key{L"TesselExecDelay", &Values::execDelay, "Execution delay that the host is told."},
+    Key{L"TesselSerialNumber", &Values::serialNumber,
+        "The gloves that may be connected: their number, then a serial number each. 0 is any."},
+    Key{L"TesselSkipSensorStartupCheck", &Values::skipSensorStartupCheck,
+        "1 leaves out the check of the sensors on connecting."}};
+
+// Bound to the module's registry.
+extern Values current;
+
+// Values of the caller's own that a settings file can be read into. The values must outlive it.
+class Binding {
+ public:
+  explicit Binding(Values& values);
+
+  const parameter::Registry& registry() const { return registry_; }
+
+ private:
+  std::vector<std::unique_ptr<parameter::SateliteInterface>> satelites_;
+  parameter::Registry registry_;
+};
 
 }  // namespace settings

@@ -11,7 +11,7 @@
 class OpenTessel : public HWTessel {
  public:
   using HWTessel::bleDevice_, HWTessel::HWTessel, HWTessel::lostFrames_, HWTessel::moduleElemCount_,
-      HWTessel::openingError, HWTessel::serialFilter_, HWTessel::elemCount_, HWTessel::auxCount_;
+      HWTessel::openingError, HWTessel::serialFilter_, HWTessel::elemCount_, HWTessel::settings_;
 };
 
 class FrameTest : public DongleTest {
@@ -24,19 +24,7 @@ class FrameTest : public DongleTest {
   ~FrameTest() override { resetSettings(); }
 
   // The settings as a library that was just loaded has them.
-  static void resetSettings()
-  {
-    settings::fileVersion.clear();
-    settings::timeDivisor = 10;
-    settings::elementCount = settings::numSensors = -1;
-    settings::auxCount = settings::execDelay = 0;
-    settings::readTimeout = 10000;
-    settings::writeTimeout = 500;
-    settings::numBleModules = 1;
-    settings::metaData.clear();
-    settings::serialNumber.clear();
-    settings::skipSensorStartupCheck = false;
-  }
+  static void resetSettings() { settings::current = {}; }
 
   // An object from a settings file with these lines.
   void make(const std::string& lines)

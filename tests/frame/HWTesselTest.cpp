@@ -11,11 +11,11 @@ using simulator::Step;
 
 TEST_F(FrameTest, TheSettingsAreCopiedAndCleaned)
 {
-  settings::fileVersion = L"of another file";
+  settings::current.fileVersion = L"of another file";
   make(
       "TesselElementCount\t40\nTesselAuxCount\t2\nTesselNumBleModules\t2\nTesselExecDelay\t7\n"
       "TesselSerialNumber\t5 0 1 65534 65535 -3\n");
-  EXPECT_EQ(settings::fileVersion, L"") << "the file has none";
+  EXPECT_EQ(settings::current.fileVersion, L"") << "the file has none";
   EXPECT_EQ(tessel_->getNativeSize(), 42U);
   EXPECT_EQ(tessel_->getSize(), 42U);
   EXPECT_EQ(tessel_->elemCount_, 40);
@@ -59,14 +59,15 @@ TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
   EXPECT_TRUE(tessel_->saveParameters(saved.c_str()));
   resetSettings();
   EXPECT_EQ(parameter::readFile(saved), 12);
-  EXPECT_EQ(settings::elementCount, 0) << "as computed, not as read";
-  EXPECT_EQ(settings::serialNumber, (std::vector<std::int32_t>{17}));
-  EXPECT_EQ(settings::metaData, L"left hand");
-  EXPECT_EQ(settings::timeDivisor, 2.5);
-  EXPECT_EQ((std::array{settings::numSensors, settings::numBleModules, settings::readTimeout,
-                        settings::writeTimeout, settings::execDelay}),
+  EXPECT_EQ(settings::current.elementCount, 0) << "as computed, not as read";
+  EXPECT_EQ(settings::current.serialNumber, (std::vector<std::int32_t>{17}));
+  EXPECT_EQ(settings::current.metaData, L"left hand");
+  EXPECT_EQ(settings::current.timeDivisor, 2.5);
+  EXPECT_EQ((std::array{settings::current.numSensors, settings::current.numBleModules,
+                        settings::current.readTimeout, settings::current.writeTimeout,
+                        settings::current.execDelay}),
             (std::array{1, 2, 3, 4, 5}));
-  EXPECT_TRUE(settings::skipSensorStartupCheck);
+  EXPECT_TRUE(settings::current.skipSensorStartupCheck);
 }
 
 TEST_F(FrameTest, FilterAndSensorCheckReachTheLink)
