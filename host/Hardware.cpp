@@ -8,7 +8,6 @@
 #include <chrono>
 #include <ctime>
 
-#include "HwPlugins/HwTessel/Settings.h"
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/serial/SerialPort.h"
 #include "host/CommandLine.h"
@@ -55,10 +54,10 @@ fs::path newLogFolder(const fs::path& wanted)
   return folder;
 }
 
-std::vector<std::uint32_t> acceptedSerialNumbers()
+std::vector<std::uint32_t> acceptedSerialNumbers(const settings::Values& values)
 {
   std::vector<std::uint32_t> accepted;
-  for (const std::int32_t number : settings::serialNumber) {
+  for (const std::int32_t number : values.serialNumber) {
     if (number >= 1 && number <= 65534) accepted.push_back(static_cast<std::uint32_t>(number));
   }
   return accepted;
@@ -69,17 +68,17 @@ void warnOf(const SettingsReport& report, const fs::path& file)
   constexpr std::size_t maxShown = 5;
   if (report.isClean()) return;
   console::tell("The settings file {} is doubtful:\n", utf8(file));
-  for (const std::string& line : faultLines(report, maxShown)) {
+  for (const std::string& line : errorLines(report, maxShown)) {
     console::tell("{}\n", line);
   }
   console::tell("All of it: tessel settings {}\n", utf8(file));
 }
 
 // Before the gloves are opened: what is recorded must be readable.
-void checkElements(const fs::path& file)
+void checkElements(const settings::Values& values, const fs::path& file)
 {
-  const std::int64_t elements = settings::elementCount;
-  const std::int64_t aux = settings::auxCount;
+  const std::int64_t elements = values.elementCount;
+  const std::int64_t aux = values.auxCount;
   if (elements >= 1 && aux >= 0 && elements + aux <= static_cast<std::int64_t>(maxElements)) return;
   throw Failure(ExitCode::settings,
                 fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
@@ -127,7 +126,7 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
 }
 
 Hardware::Hardware(const HardwareOptions& options)
-    : gloves_(options.gloves), plugin_(options.plugin.empty() ? Plugin::defaultFile() : options.plugin)
+    : gloves_(options.gloves), plugin_(loadPlugin(options.plugin))
 {
   const fs::path settings = settingsFile(options);
   const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
@@ -135,15 +134,15 @@ Hardware::Hardware(const HardwareOptions& options)
   folder::folders_ = &services_.folders;
   services_.log = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
   currentLogManager = services_.log.get();
-  plugin_.setFolders(&services_.folders);
-  plugin_.setLog(services_.log.get());
+  plugin_->setFolders(&services_.folders);
+  plugin_->setLog(services_.log.get());
 
   if (options.isSimulated) {
     SimulationOptions simulation;
     simulation.hasLeft = gloves_ != Gloves::right;
-    simulation.hasRight = gloves_ == Gloves::right || settings::numBleModules > 1;
+    simulation.hasRight = gloves_ == Gloves::right || settings_.numBleModules > 1;
     // Gloves that the settings accept.
-    if (const auto serials = acceptedSerialNumbers(); !serials.empty()) {
+    if (const auto serials = acceptedSerialNumbers(settings_); !serials.empty()) {
       simulation.leftSerialNumber = serials.front();
       simulation.rightSerialNumber = serials.size() > 1 ? serials[1] : serials.front() % 99999 + 1;
     }
@@ -161,16 +160,19 @@ Hardware::Services::~Services()
   folder::folders_ = nullptr;
 }
 
-fs::path Hardware::settingsFile(const HardwareOptions& options) const
+fs::path Hardware::settingsFile(const HardwareOptions& options)
 {
   if (!options.settings.empty()) {
-    warnOf(readSettings(options.settings), options.settings);
-    checkElements(options.settings);
+    SettingsReport report = readSettings(options.settings);
+    warnOf(report, options.settings);
+    settings_ = std::move(report.values);
+    checkElements(settings_, options.settings);
     return options.settings;
   }
+  settings_ = valuesFor(options.gloves == Gloves::both ? 2 : 1);
   fs::path file = scratch_.path() / "settings.txt";
   OutputFile text(file);
-  text.append(settingsText(options.gloves == Gloves::both ? 2 : 1));
+  text.append(settingsText(settings_));
   text.close();
   return file;
 }
@@ -178,7 +180,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options) const
 void Hardware::makeObject(const fs::path& settings)
 {
   try {
-    hardware_ = {plugin_.create(widen(settings).c_str(), clockMs, L"tessel"), Released{&plugin_}};
+    hardware_ = {plugin_->create(widen(settings).c_str(), clockMs, L"tessel"), {plugin_.get()}};
   } catch (const std::wstring& words) {
     throw openingFailure(oneLine(words), simulated_ != nullptr);
   } catch (const std::exception&) {
@@ -187,7 +189,7 @@ void Hardware::makeObject(const fs::path& settings)
     throw notAPlugin();
   }
   if (!hardware_) throw notAPlugin();
-  store_ = std::make_unique<RecordStore>(hardware_->getNativeSize());
+  store_ = std::make_unique<plugin::RecordStore>(hardware_->getNativeSize());
   hardware_->mapping_ = &store_->map;
 }
 
@@ -226,8 +228,8 @@ std::vector<std::string> Hardware::askModules()
 
 Layout Hardware::askLayout()
 {
-  const auto gloveElements = static_cast<std::size_t>(settings::elementCount);
-  return makeLayout(gloveElements, store_->elements().size() - gloveElements, settings::numSensors == 1,
+  const auto gloveElements = static_cast<std::size_t>(settings_.elementCount);
+  return makeLayout(gloveElements, store_->elements().size() - gloveElements, settings_.numSensors == 1,
                     askModules());
 }
 
@@ -236,7 +238,7 @@ bool Hardware::read()
   link_.beginRead(host::uptime());
   const bool isRead = hardware_->readRecord() == 0;
   const bool isNew = isRead && store_->takeNew();
-  const ReadResult result = !isRead ? ReadResult::failed : isNew ? ReadResult::record : ReadResult::nothing;
+  const TurnResult result = !isRead ? TurnResult::failed : isNew ? TurnResult::record : TurnResult::nothing;
   const LinkWatch::Verdict verdict = link_.endRead(host::uptime(), result);
   if (!isRead && isDongleGone()) throw linkFailure(LinkWatch::Verdict::silent);
   if (verdict != LinkWatch::Verdict::alive) throw linkFailure(verdict);
@@ -254,7 +256,7 @@ Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
   if (verdict == LinkWatch::Verdict::framesTooShort) {
     return {ExitCode::settings,
             fmt::format("the gloves send fewer elements than the settings want, which are {}.",
-                        settings::elementCount),
+                        settings_.elementCount),
             "Give the elements of all gloves together in TesselElementCount: 125 a glove as a rule."};
   }
   if (verdict == LinkWatch::Verdict::lostInStall) {

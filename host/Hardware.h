@@ -9,14 +9,15 @@
 #include <string>
 #include <vector>
 
+#include "HwPlugins/HwTessel/Settings.h"
 #include "host/Failure.h"
 #include "host/Interruption.h"
 #include "host/LinkWatch.h"
 #include "host/Plugin.h"
-#include "host/RecordStore.h"
 #include "host/ScratchFolder.h"
 #include "host/SimulatedGloves.h"
 #include "host/recording/Layout.h"
+#include "shared/RecordStore.h"
 
 namespace CLI {
 class App;
@@ -55,12 +56,14 @@ class Hardware {
   const LinkWatch& link() const { return link_; }
   // What to report if the link is no more than that.
   Failure linkFailure(LinkWatch::Verdict verdict) const;
-  const RecordStore& store() const { return *store_; }
+  const plugin::RecordStore& store() const { return *store_; }
 
   // Names of the gloves found, in the order of the records.
   std::vector<std::string> askModules();
   // What the elements of the records are.
   Layout askLayout();
+  // What the plug-in has been given.
+  const settings::Values& settings() const { return settings_; }
   // The answer to a text command; a Failure if the plug-in has none. A text that it does not know has the
   // answer of the command before, if there was any.
   std::string ask(const std::string& text);
@@ -68,13 +71,8 @@ class Hardware {
   std::optional<double> battery();
 
  private:
-  struct Released {
-    Plugin* plugin;
-    void operator()(HwInterface* hardware) const { plugin->release(hardware); }
-  };
-
   std::wstring reply(const std::string& command);
-  std::filesystem::path settingsFile(const HardwareOptions& options) const;
+  std::filesystem::path settingsFile(const HardwareOptions& options);
   void makeObject(const std::filesystem::path& settings);
   void checkSide();
 
@@ -87,11 +85,12 @@ class Hardware {
   };
 
   const Gloves gloves_;
+  settings::Values settings_;
   ScratchFolder scratch_;
   Services services_;
   std::unique_ptr<SimulatedGloves> simulated_;
-  Plugin plugin_;
-  std::unique_ptr<RecordStore> store_;
-  std::unique_ptr<HwInterface, Released> hardware_;
+  std::unique_ptr<plugin::Library> plugin_;
+  std::unique_ptr<plugin::RecordStore> store_;
+  std::unique_ptr<HwInterface, plugin::Library::Released> hardware_;
   LinkWatch link_;
 };

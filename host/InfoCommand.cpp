@@ -5,7 +5,6 @@
 
 #include <memory>
 
-#include "HwPlugins/HwTessel/Settings.h"
 #include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Console.h"
@@ -47,7 +46,7 @@ Findings lookAt(Hardware& hardware, Interruption& interruption)
           .modules = hardware.askModules(),
           .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
           .battery = waitForBattery(hardware),
-          .wereSensorsChecked = !settings::skipSensorStartupCheck};
+          .wereSensorsChecked = !hardware.settings().skipSensorStartupCheck};
 }
 
 // Without settings of the person's own, one glove is as welcome as two.

@@ -35,15 +35,15 @@ void LinkWatch::beginRead(Time now)
   noteTurn(now, maxPause);
 }
 
-LinkWatch::Verdict LinkWatch::endRead(Time now, ReadResult result)
+LinkWatch::Verdict LinkWatch::endRead(Time now, TurnResult result)
 {
   const Time begin = latest_.value_or(now);
   noteTurn(now, maxRead);
-  if (result == ReadResult::record) {
+  if (result == TurnResult::record) {
     hasRecord_ = true;
     resumed_.reset();
   }
-  const bool hadFailed = std::exchange(hasFailed_, result == ReadResult::failed);
+  const bool hadFailed = std::exchange(hasFailed_, result == TurnResult::failed);
   if (!hasFailed_) return Verdict::alive;
   if (resumed_) return now - *resumed_ < patience ? Verdict::alive : Verdict::lostInStall;
   // A dead link fails at each read, a frame that is too short only when it is complete.

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <optional>
 
-enum class ReadResult { failed, nothing, record };
+enum class TurnResult { failed, nothing, record };
 
 // Pauses of this computer, in seconds.
 struct Stalls {
@@ -28,7 +28,7 @@ class LinkWatch {
   };
 
   void beginRead(Time now);
-  [[nodiscard]] Verdict endRead(Time now, ReadResult result);
+  [[nodiscard]] Verdict endRead(Time now, TurnResult result);
 
   const Stalls& stalls() const { return stalls_; }
   // When the latest stall ended, as long as no record has come since.

@@ -67,11 +67,11 @@ void Recorder::updateTimes(Time now)
 void Recorder::keepRecord()
 {
   const auto elements = hardware_.store().elements();
-  writer_.add(hardware_.store().stampMs(), elements);
+  writer_.add(hardware_.store().timestampMs(), elements);
   latest_ = host::uptime();
   if (!first_) first_ = latest_;
   ++figures_.records;
-  figures_.gaps.add(hardware_.store().stampMs());
+  figures_.gaps.add(hardware_.store().timestampMs());
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);

@@ -12,7 +12,6 @@
 #include "host/Text.h"
 #include "host/recording/Output.h"
 #include "host/recording/OutputFile.h"
-#include "shared/Parameter.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ void writeFile(const Options& options)
 {
   Output output(options.file, Output::Kind::file, options.replaces);
   OutputFile file(output.growing());
-  file.append(settingsText(options.gloves));
+  file.append(settingsText(valuesFor(options.gloves)));
   file.close();
   output.settle();
   if (!output.hasPlace()) return;
@@ -36,18 +35,19 @@ void writeFile(const Options& options)
                  utf8(options.file), options.gloves == 1 ? "one glove" : "two gloves", utf8(options.file));
 }
 
-using Values = std::map<std::wstring, std::string>;
+using Texts = std::map<std::wstring, std::string>;
 
-Values valuesNow()
+Texts textsOf(settings::Values values)
 {
-  Values values;
-  for (const auto& [name, satelite] : parameter::satelites()) {
-    values[name] = narrow(satelite->toString());
+  Texts texts;
+  const settings::Binding binding(values);
+  for (const auto& [name, satelite] : binding.registry()) {
+    texts[name] = narrow(satelite->toString());
   }
-  return values;
+  return texts;
 }
 
-void printTable(const SettingsReport& report, const Values& defaults, const Values& values)
+void printTable(const SettingsReport& report, const Texts& defaults, const Texts& values)
 {
   console::print("{:<30} {:<20} {:<12} {}\n", "setting", "value", "default", "from");
   for (const auto& [name, value] : values) {
@@ -57,20 +57,20 @@ void printTable(const SettingsReport& report, const Values& defaults, const Valu
   }
 }
 
-void printFaults(const SettingsReport& report)
+void printErrors(const SettingsReport& report)
 {
   constexpr std::size_t maxShown = 20;
   if (report.isClean()) {
-    console::print("\nNo faults.\n");
+    console::print("\nNo errors.\n");
     return;
   }
-  console::print("\nThe plug-in says nothing of these, and goes on:\n");
-  for (const std::string& line : faultLines(report, maxShown)) {
+  console::print("\nThe plug-in reports none of these and goes on:\n");
+  for (const std::string& line : errorLines(report, maxShown)) {
     console::print("{}\n", line);
   }
 }
 
-void printJson(const SettingsReport& report, const Values& defaults, const Values& values)
+void printJson(const SettingsReport& report, const Texts& defaults, const Texts& values)
 {
   nlohmann::ordered_json json;
   for (const auto& [name, value] : values) {
@@ -80,11 +80,11 @@ void printJson(const SettingsReport& report, const Values& defaults, const Value
                                 {"default", defaults.at(name)},
                                 {"line", line == report.lines.end() ? 0 : line->second}});
   }
-  json["faults"] = nlohmann::ordered_json::array();
-  for (const SettingsFault& fault : report.faults) {
-    json["faults"].push_back({{"line", fault.line}, {"what", fault.what}});
+  json["errors"] = nlohmann::ordered_json::array();
+  for (const SettingsError& error : report.errors) {
+    json["errors"].push_back({{"line", error.line}, {"what", error.what}});
   }
-  json["doubts"] = report.doubts;
+  json["warnings"] = report.warnings;
   console::printJson(json);
 }
 
@@ -94,14 +94,14 @@ ExitCode run(const Options& options)
     writeFile(options);
     return ExitCode::done;
   }
-  const Values defaults = valuesNow();
+  const Texts defaults = textsOf({});
   const SettingsReport report = readSettings(options.file);
-  const Values values = valuesNow();
+  const Texts values = textsOf(report.values);
   if (options.isJson) {
     printJson(report, defaults, values);
   } else {
     printTable(report, defaults, values);
-    printFaults(report);
+    printErrors(report);
   }
   return report.isClean() ? ExitCode::done : ExitCode::settings;
 }
@@ -114,7 +114,7 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
   const auto options = std::make_shared<Options>();
   CLI::App& command =
       *tessel.add_subcommand("settings",
-                             "Shows what the plug-in makes of a settings file, and every fault of "
+                             "Shows what the plug-in makes of a settings file, and every error in "
                              "it; or writes one to start with.");
   addPath(command, "FILE", "FILE", options->file, "the settings file")->required();
   addFlag(command, "--write", options->writes, "Write a commented file with that name");
@@ -127,6 +127,6 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
   command.footer(
       "Examples:  tessel settings gloves.txt --write\n"
       "           tessel settings gloves.txt\n"
-      "Exit code 3 if the file has any fault.");
+      "Exit code 3 if the file has any error.");
   command.callback([options, &exitCode] { exitCode = run(*options); });
 }

@@ -3,13 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <functional>
 #include <sstream>
 
-#include "HwPlugins/HwTessel/Settings.h"
 #include "host/Failure.h"
 #include "host/Text.h"
+#include "host/recording/Layout.h"
 #include "shared/Parameter.h"
 #include "shared/TextFile.h"
 
@@ -38,9 +37,12 @@ class LineCounter final : public std::wstreambuf {
 };
 
 // Collects what the plug-in's reader stumbles over.
-class FaultFinder final : public parameter::ReadingObserver {
+class ErrorFinder final : public parameter::ReadingObserver {
  public:
-  FaultFinder(const LineCounter& position, SettingsReport& report) : position_(position), report_(report) {}
+  ErrorFinder(const LineCounter& position, const parameter::Registry& registry, SettingsReport& report)
+      : position_(position), registry_(registry), report_(report)
+  {
+  }
 
   void name(const std::wstring& name) override
   {
@@ -51,7 +53,7 @@ class FaultFinder final : public parameter::ReadingObserver {
   void value(bool isGood) override
   {
     if (!isGood) {
-      const std::wstring kept = parameter::find(name_)->toString();
+      const std::wstring kept = registry_.at(name_)->toString();
       add(line_,
           fmt::format(
               "`{}` has no value that it can take. It is {} then, and what stands there is read as the "
@@ -71,19 +73,20 @@ class FaultFinder final : public parameter::ReadingObserver {
   void unknownName(const std::wstring& word) override
   {
     const std::string name = narrow(word);
-    const auto sameLetters = std::ranges::find_if(parameter::satelites(), [&](const auto& entry) {
+    const auto sameLetters = std::ranges::find_if(registry_, [&](const auto& entry) {
       return std::ranges::equal(entry.first, word, {}, towlower, towlower);
     });
-    add(position_.line(), sameLetters == parameter::satelites().end()
-                              ? fmt::format("\"{}\" is no setting; it is passed over.", excerpt(name))
-                              : fmt::format("\"{}\" is no setting; it is passed over. `{}` is one.", name,
+    add(position_.line(), sameLetters == registry_.end()
+                              ? fmt::format("\"{}\" is not a setting and is skipped.", excerpt(name))
+                              : fmt::format("\"{}\" is not a setting and is skipped. `{}` is one.", name,
                                             narrow(sameLetters->first)));
   }
 
  private:
-  void add(int line, std::string what) { report_.faults.push_back({line, std::move(what)}); }
+  void add(int line, std::string what) { report_.errors.push_back({line, std::move(what)}); }
 
   const LineCounter& position_;
+  const parameter::Registry& registry_;
   SettingsReport& report_;
   std::wstring name_;
   int line_ = 0;
@@ -103,12 +106,12 @@ class ForeignBytesFinder {
     for (const char byte : foreign.bytes) {
       bytes += fmt::format(" {:02X}", static_cast<unsigned char>(byte));
     }
-    report_.faults.push_back(
+    report_.errors.push_back(
         {static_cast<int>(foreign.line),
          fmt::format("column {}:{} is not text in this character set; it was read as {}.", foreign.column,
                      bytes, foreign.isUtf8 ? "UTF-8" : "Latin-1")});
     if (count_ == maxReported)
-      report_.faults.push_back({0, "More such bytes follow: is it a settings file?"});
+      report_.errors.push_back({0, "More such bytes follow: is it a settings file?"});
   }
 
  private:
@@ -121,84 +124,69 @@ std::string join(const std::vector<std::int32_t>& numbers)
   return fmt::format("{}", fmt::join(numbers, ", "));
 }
 
-std::vector<std::string> findDoubts()
+std::vector<std::string> findWarnings(const settings::Values& values)
 {
-  constexpr std::int32_t leastTimeout = 200;
-  using namespace settings;
-  std::vector<std::string> doubts;
-  const auto doubt = [&](bool holds, const std::string& text) {
-    if (holds) doubts.push_back(text);
+  constexpr std::int32_t minTimeout = 200;
+  std::vector<std::string> warnings;
+  const auto warn = [&](bool holds, const std::string& text) {
+    if (holds) warnings.push_back(text);
   };
-  const bool isForOneGlove = numSensors == 1;
-  doubt(elementCount < 1,
-        fmt::format(
-            "TesselElementCount is {}: a record has no elements. Give the elements of all gloves together.",
-            elementCount));
-  doubt(elementCount > 0 && !isForOneGlove && elementCount % 2 != 0,
-        fmt::format("TesselElementCount {} is shared by two gloves: the last element stays empty.",
-                    elementCount));
-  doubt(numBleModules < 1 || numBleModules > 2,
-        fmt::format("TesselNumBleModules is {}: there are 1 and 2.", numBleModules));
-  doubt(numSensors != 1 && numSensors != 2,
-        fmt::format("TesselNumSensors is {}: anything but 1 means two gloves.", numSensors));
-  doubt(!isForOneGlove && numBleModules == 1,
-        "TesselNumSensors wants two gloves in a record, TesselNumBleModules connects one: no record will "
-        "come.");
-  doubt(isForOneGlove && numBleModules == 2,
-        "TesselNumSensors wants one glove in a record, TesselNumBleModules connects two: the second is not "
-        "recorded.");
-  doubt(
-      !(timeDivisor > 0),
-      fmt::format("TesselTimeDivisor is {}: time stamps come from the computer's clock alone.", timeDivisor));
-  doubt(auxCount < 0, fmt::format("TesselAuxCount is {}: a record is shorter than its gloves.", auxCount));
-  doubt(readTimeout >= 0 && readTimeout < leastTimeout,
-        fmt::format("TesselReadTimeout is {}: so short a pause between two frames ends the recording.",
-                    readTimeout));
-  doubt(readTimeout < 0, fmt::format("TesselReadTimeout is {}: no silence is too long.", readTimeout));
+  const bool isForOneGlove = values.numSensors == 1;
+  warn(values.elementCount < 1,
+       fmt::format(
+           "TesselElementCount is {}: a record has no elements. Give the elements of all gloves together.",
+           values.elementCount));
+  warn(values.elementCount > 0 && !isForOneGlove && values.elementCount % 2 != 0,
+       fmt::format("TesselElementCount {} is shared by two gloves: the last element stays empty.",
+                   values.elementCount));
+  warn(values.numBleModules < 1 || values.numBleModules > 2,
+       fmt::format("TesselNumBleModules is {}: it can be 1 or 2.", values.numBleModules));
+  warn(values.numSensors != 1 && values.numSensors != 2,
+       fmt::format("TesselNumSensors is {}: anything but 1 means two gloves.", values.numSensors));
+  warn(!isForOneGlove && values.numBleModules == 1,
+       "TesselNumSensors wants two gloves in a record, TesselNumBleModules connects one: no record will "
+       "come.");
+  warn(isForOneGlove && values.numBleModules == 2,
+       "TesselNumSensors wants one glove in a record, TesselNumBleModules connects two: the second is not "
+       "recorded.");
+  warn(!(values.timeDivisor > 0),
+       fmt::format("TesselTimeDivisor is {}: timestamps come from the computer's clock alone.",
+                   values.timeDivisor));
+  const std::int64_t elements = std::int64_t{values.elementCount} + values.auxCount;
+  warn(
+      elements > static_cast<std::int64_t>(maxElements),
+      fmt::format("A record would have {} elements: `tessel record` takes up to {}.", elements, maxElements));
+  warn(values.auxCount < 0,
+       fmt::format("TesselAuxCount is {}: a record is shorter than its gloves.", values.auxCount));
+  warn(values.readTimeout >= 0 && values.readTimeout < minTimeout,
+       fmt::format("TesselReadTimeout is {}: so short a pause between two frames ends the recording.",
+                   values.readTimeout));
+  warn(values.readTimeout < 0,
+       fmt::format("TesselReadTimeout is {}: no silence is too long.", values.readTimeout));
   std::vector<std::int32_t> dropped;
-  std::ranges::copy_if(serialNumber, std::back_inserter(dropped),
+  std::ranges::copy_if(values.serialNumber, std::back_inserter(dropped),
                        [](std::int32_t number) { return number < 1 || number > 65534; });
-  doubt(!dropped.empty(),
-        fmt::format("TesselSerialNumber has {}, which no glove can have: left out.", join(dropped)));
-  doubt(!dropped.empty() && dropped.size() == serialNumber.size(),
-        "No serial number is left: any glove will be accepted.");
-  return doubts;
+  warn(!dropped.empty(),
+       fmt::format("TesselSerialNumber has {}, which no glove can have: left out.", join(dropped)));
+  warn(!dropped.empty() && dropped.size() == values.serialNumber.size(),
+       "No serial number is left: any glove will be accepted.");
+  return warnings;
 }
-
-struct SettingComment {
-  const wchar_t* key;
-  const char* comment;
-};
-constexpr std::array comments{
-    SettingComment{L"FileVersion", "Tag of this file's version: a text."},
-    SettingComment{L"TesselTimeDivisor", "Device clock ticks per millisecond."},
-    SettingComment{L"TesselElementCount", "Sensor elements in a record, all gloves together."},
-    SettingComment{L"TesselNumSensors", "Gloves in a record: 1 or 2."},
-    SettingComment{L"TesselAuxCount", "Elements behind them that the host fills."},
-    SettingComment{L"TesselReadTimeout", "Milliseconds without a frame that make a read fail."},
-    SettingComment{L"TesselWriteTimeout", "Carried along, without effect."},
-    SettingComment{L"TesselNumBleModules", "Gloves to connect to: 1 or 2."},
-    SettingComment{L"TesselMetaData", "Free text in double quotes."},
-    SettingComment{L"TesselExecDelay", "Delay of execution that the host is told."},
-    SettingComment{L"TesselSerialNumber",
-                   "The gloves that may be connected: their number, then a serial number each. "
-                   "0 is any."},
-    SettingComment{L"TesselSkipSensorStartupCheck", "1 leaves out the check of the sensors on connecting."}};
 
 }  // namespace
 
-std::vector<std::string> faultLines(const SettingsReport& report, std::size_t maxFaults)
+std::vector<std::string> errorLines(const SettingsReport& report, std::size_t maxErrors)
 {
   std::vector<std::string> lines;
-  for (std::size_t index = 0; index < std::min(report.faults.size(), maxFaults); ++index) {
-    const SettingsFault& fault = report.faults[index];
+  for (std::size_t index = 0; index < std::min(report.errors.size(), maxErrors); ++index) {
+    const SettingsError& fault = report.errors[index];
     lines.push_back(
         fmt::format("  {}{}", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what));
   }
-  if (report.faults.size() > maxFaults)
-    lines.push_back(fmt::format("  and {} more", report.faults.size() - maxFaults));
-  for (const std::string& doubt : report.doubts) {
-    lines.push_back("  " + doubt);
+  if (report.errors.size() > maxErrors)
+    lines.push_back(fmt::format("  and {} more", report.errors.size() - maxErrors));
+  for (const std::string& warning : report.warnings) {
+    lines.push_back("  " + warning);
   }
   return lines;
 }
@@ -219,27 +207,35 @@ SettingsReport readSettings(const fs::path& file)
     throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", utf8(file)),
                   "It must be a file, and you need the right to read it.");
   }
+  const settings::Binding binding(report.values);
   LineCounter lines(*text);
-  FaultFinder finder(lines, report);
+  ErrorFinder finder(lines, binding.registry(), report);
   std::wistream stream(&lines);
-  parameter::readStream(stream, finder);
-  std::ranges::stable_sort(report.faults, {}, &SettingsFault::line);
+  parameter::readStream(stream, binding.registry(), finder);
+  std::ranges::stable_sort(report.errors, {}, &SettingsError::line);
   if (report.lines.empty()) {
-    report.faults.push_back({0, "the file sets nothing: all settings keep their defaults."});
+    report.errors.push_back({0, "the file sets nothing: all settings keep their defaults."});
   }
-  report.doubts = findDoubts();
+  report.warnings = findWarnings(report.values);
   return report;
 }
 
-std::string settingsText(int gloves)
+settings::Values valuesFor(int gloves)
 {
-  settings::elementCount = gloves * elementsOfGlove;
-  settings::numSensors = gloves;
-  settings::numBleModules = gloves;
+  settings::Values values;
+  values.elementCount = gloves * elementsOfGlove;
+  values.numSensors = gloves;
+  values.numBleModules = gloves;
+  return values;
+}
+
+std::string settingsText(settings::Values values)
+{
+  const settings::Binding binding(values);
   std::string text = "// Settings of the Tessel plug-in: a name, a tab and a value. This is a comment.\n";
-  for (const SettingComment& setting : comments) {
-    text += fmt::format("\n// {}\n{}\t{}\n", setting.comment, narrow(setting.key),
-                        narrow(parameter::find(setting.key)->toString()));
+  for (const settings::Key& key : settings::keys) {
+    text += fmt::format("\n// {}\n{}\t{}\n", key.meaning, narrow(key.name),
+                        narrow(binding.registry().at(key.name)->toString()));
   }
   return text;
 }

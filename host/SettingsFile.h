@@ -1,7 +1,7 @@
 // A settings file as people have it: what the plug-in will make of it, and what is wrong with it. The plug-in
 // itself reads in silence whatever the file holds.
 //
-// Reading puts the values into the variables of Settings.h, as the plug-in does with its own.
+// Nothing here touches the values that a plug-in of this process works with.
 // Threads: one. Errors: a Failure for a file that can't be read or written.
 #pragma once
 
@@ -11,30 +11,36 @@
 #include <string>
 #include <vector>
 
-struct SettingsFault {
+#include "HwPlugins/HwTessel/Settings.h"
+
+struct SettingsError {
   int line = 0;  // 0: it concerns the file as a whole
   std::string what;
 };
 
 struct SettingsReport {
+  // As a plug-in that was just loaded reads them.
+  settings::Values values;
   // Texts that the plug-in reads otherwise than they were meant, line by line.
-  std::vector<SettingsFault> faults;
+  std::vector<SettingsError> errors;
   // Values that are read well, and lead to a recording that is hardly wanted.
-  std::vector<std::string> doubts;
+  std::vector<std::string> warnings;
   // The line of the value that counts, for each key that the file gives.
   std::map<std::wstring, int> lines;
 
-  bool isClean() const { return faults.empty() && doubts.empty(); }
+  bool isClean() const { return errors.empty() && warnings.empty(); }
 };
 
-// The faults, at most so many of them, and the doubts; a line for each.
-std::vector<std::string> faultLines(const SettingsReport& report, std::size_t maxFaults);
+// The errors, at most so many of them, and the warnings; a line for each.
+std::vector<std::string> errorLines(const SettingsReport& report, std::size_t maxErrors);
 
-// Reads a file over the variables as they are, which at the start of the program are the defaults.
 SettingsReport readSettings(const std::filesystem::path& file);
 
 // Elements of a glove's frame of 14 packets.
 inline constexpr int elementsOfGlove = 125;
 
-// A settings file for so many gloves, with a comment for each setting. Sets the variables accordingly.
-std::string settingsText(int gloves);
+// The settings for so many gloves.
+settings::Values valuesFor(int gloves);
+
+// A settings file with these values, with a comment for each.
+std::string settingsText(settings::Values values);

@@ -13,24 +13,6 @@
 
 namespace host {
 
-// A shared object in this process. The plug-in's file name ends in this.
-extern const char* const librarySuffix;
-
-class Library {
- public:
-  // Throws std::runtime_error with the system's reason.
-  explicit Library(const std::filesystem::path& file);
-  ~Library();
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
-  // Null if the library does not export the name.
-  void* find(const char* name) const;
-
- private:
-  void* handle_;
-};
-
 // Keeps other runs of the program off a file or folder that is there, as long as it lives.
 class Lock {
  public:

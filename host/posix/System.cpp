@@ -1,6 +1,5 @@
 #include "host/System.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -16,24 +15,6 @@
 #include <stdexcept>
 
 namespace host {
-
-const char* const librarySuffix = ".so";
-
-Library::Library(const std::filesystem::path& file)
-    : handle_(::dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL))
-{
-  if (handle_ == nullptr) throw std::runtime_error(::dlerror());
-}
-
-Library::~Library()
-{
-  ::dlclose(handle_);
-}
-
-void* Library::find(const char* name) const
-{
-  return ::dlsym(handle_, name);
-}
 
 Lock::Lock(const std::filesystem::path& path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
 {

@@ -11,26 +11,6 @@
 
 namespace host {
 
-const char* const librarySuffix = ".dll";
-
-Library::Library(const std::filesystem::path& file)
-    : handle_(LoadLibraryW(std::filesystem::absolute(file).c_str()))
-{
-  if (handle_ == nullptr) {
-    throw std::runtime_error(std::system_category().message(static_cast<int>(GetLastError())));
-  }
-}
-
-Library::~Library()
-{
-  FreeLibrary(static_cast<HMODULE>(handle_));
-}
-
-void* Library::find(const char* name) const
-{
-  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
-}
-
 Lock::Lock(const std::filesystem::path& path)
 {
   // Beside the file: one that is held itself could not be renamed.

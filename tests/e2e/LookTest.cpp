@@ -34,11 +34,11 @@ TEST(Look, EachCommandTellsWhatItFinds)
       {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
       {{"send", "Nonsense", "--sim"}, 16, {"no answer to \"Nonsense\""}},
       {{"settings", "new", "--write"}, 0, {"Wrote new"}},
-      {{"settings", "new"}, 0, {"TesselElementCount             250", "line 10", "No faults"}},
+      {{"settings", "new"}, 0, {"TesselElementCount             250", "line 10", "No errors"}},
       {{"settings", "new", "--write"}, 5, {"already"}},
       {{"settings", "faulty"},
        3,
-       {"line 3: \"tesselauxcount\" is no setting; it is passed over. `TesselAuxCount` is one",
+       {"line 3: \"tesselauxcount\" is not a setting and is skipped. `TesselAuxCount` is one",
         "line 4: `TesselReadTimeout`", "no record will come"}},
       {{"nonsense"}, 2, {"no command 'nonsense'"}},
   };

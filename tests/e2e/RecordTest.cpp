@@ -157,7 +157,7 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
       {{"--plugin", TESSEL_NO_PLUGIN}, "", 4, "does not export `create`"},
       {{"--settings", "nowhere"}, "", 3, "no settings file"},
       {{"--settings", "empty"}, "", 3, "sets nothing"},
-      {{"--settings", "binary"}, "", 3, "no setting"},
+      {{"--settings", "binary"}, "", 3, "not a setting"},
       {{"--settings", "tooMany", "--sim"}, "", 3, "fewer elements"},
       {{"--settings", "huge"}, "", 3, "nothing can be recorded"},
       {{"--output", "file"}, "", 5, "already"},

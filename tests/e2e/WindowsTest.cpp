@@ -65,7 +65,7 @@ TEST_F(Windows, LooksSendsPlotsAndExplains)
       {{"send", "GetModuleMap"}, 0, "2:KVXGL00017:KVXGR00018"},
       {{"send", "Nonsense"}, 16, "no answer"},
       {{"settings", "new", "--write"}, 0, "Wrote new"},
-      {{"settings", "new"}, 0, "No faults"},
+      {{"settings", "new"}, 0, "No errors"},
       {{"record", "--frames", "9", "--format", "npy", "--output", "run", "--log", "logs"}, 0, "9 frames"},
       {{"plot", "run"}, 0, "run.svg"},
       {{"record", "--frames", "9", "--output", "run"}, 5, "already"},

@@ -7,13 +7,13 @@
 namespace {
 
 using namespace std::chrono_literals;
-using enum ReadResult;
+using enum TurnResult;
 using Verdict = LinkWatch::Verdict;
 
 struct Turn {
   LinkWatch::Time pause;  // before the read
   LinkWatch::Time read;
-  ReadResult result;
+  TurnResult result;
   int times = 1;
 };
 

@@ -4,7 +4,6 @@
 
 #include <locale>
 
-#include "HwPlugins/HwTessel/Settings.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -18,9 +17,9 @@ TEST(SettingsFile, EachByteThatIsNoTextIsReportedWithLineAndColumn)
                "TesselNumBleModules\t2\nTesselNumSensors\t2\n");
   const SettingsReport report = readSettings(folder / "settings");
   std::locale::global(before);
-  EXPECT_EQ(settings::numSensors, 2) << "what follows is read";
+  EXPECT_EQ(report.values.numSensors, 2) << "what follows is read";
 #ifndef _WIN32  // whose C locale takes each byte for a character
-  EXPECT_EQ(faultLines(report, 9),
+  EXPECT_EQ(errorLines(report, 9),
             (std::vector<std::string>{
                 "  line 1: column 5: C3 A4 is not text in this character set; it was read as UTF-8.",
                 "  line 1: column 6: E2 82 AC is not text in this character set; it was read as UTF-8.",
@@ -35,7 +34,7 @@ TEST(SettingsFile, OfAFileThatIsNoTextOnlyTheFirstBytesAreReported)
   folder.write("settings", "// " + std::string(1'000'000, '\xFF'));
   const SettingsReport report = readSettings(folder / "settings");
   std::locale::global(before);
-  EXPECT_LE(report.faults.size(), 1002U);
+  EXPECT_LE(report.errors.size(), 1002U);
 }
 
 }  // namespace
