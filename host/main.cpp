@@ -5,10 +5,10 @@
 #include <locale>
 #include <new>
 
-#include "host/CommandLine.h"
-#include "host/Commands.h"
-#include "host/Console.h"
-#include "host/System.h"
+#include "host/base/Console.h"
+#include "host/base/System.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
 
 namespace {
 

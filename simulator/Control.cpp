@@ -61,7 +61,7 @@ void Control::addGlove(std::string_view name, Glove& glove)
 
 Control::Action Control::understand(std::string_view line)
 {
-  Words words(line);
+  WordReader words(line);
   const std::string_view name = words.word("the command");
   const auto row =
       std::ranges::find_if(rows(), [name](const Row& candidate) { return isSameWord(candidate.name, name); });
@@ -96,7 +96,7 @@ std::string_view Control::linkOf(const Glove& glove)
   return glove.isConnected() ? "connected" : "not connected";
 }
 
-Control::Selection Control::gloves(Words& words)
+Control::Selection Control::gloves(WordReader& words)
 {
   std::vector<std::string_view> names;
   for (const NamedGlove& each : gloves_) {
@@ -111,13 +111,13 @@ Control::Selection Control::gloves(Words& words)
   return selection;
 }
 
-Control::Selection Control::glovesOrAll(Words& words)
+Control::Selection Control::glovesOrAll(WordReader& words)
 {
   const std::string_view next = words.peek();
   if (!next.empty() && std::string_view("0123456789.+-").find(next[0]) == std::string_view::npos) {
     return gloves(words);
   }
-  Words all("all");
+  WordReader all("all");
   return gloves(all);
 }
 

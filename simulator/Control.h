@@ -17,7 +17,7 @@
 #include "simulator/Dongle.h"
 #include "simulator/Glove.h"
 #include "simulator/RandomFaults.h"
-#include "simulator/Words.h"
+#include "simulator/WordReader.h"
 
 namespace simulator {
 
@@ -57,47 +57,47 @@ class Control {
     std::string_view name;
     std::string_view parameters;
     std::string_view effect;
-    Action (Control::*read)(Words& words);
+    Action (Control::*read)(WordReader& words);
 
     std::string usage() const;
   };
 
   static const std::vector<Row>& rows();
 
-  Selection gloves(Words& words);
+  Selection gloves(WordReader& words);
   // All gloves, if the next word names none.
-  Selection glovesOrAll(Words& words);
+  Selection glovesOrAll(WordReader& words);
   // The reply has the name of each glove and what is told of it.
   static Action forEach(Selection selection, std::function<std::string(NamedGlove&)> act);
 
   // One for each command: reads its parameters.
-  Action drop(Words& words);
-  Action silent(Words& words);
-  Action leave(Words& words);
-  Action back(Words& words);
-  Action hide(Words& words);
-  Action show(Words& words);
-  Action rename(Words& words);
-  Action battery(Words& words);
-  Action rate(Words& words);
-  Action packets(Words& words);
-  Action loss(Words& words);
-  Action doubled(Words& words);
-  Action swap(Words& words);
-  Action sensor(Words& words);
-  Action unplug(Words& words);
-  Action plug(Words& words);
-  Action busy(Words& words);
-  Action restartTime(Words& words);
-  Action stayAway(Words& words);
-  Action mute(Words& words);
-  Action noise(Words& words);
-  Action firmware(Words& words);
-  Action status(Words& words);
-  Action showHelp(Words& words);
-  Action end(Words& words);
+  Action drop(WordReader& words);
+  Action silent(WordReader& words);
+  Action leave(WordReader& words);
+  Action back(WordReader& words);
+  Action hide(WordReader& words);
+  Action show(WordReader& words);
+  Action rename(WordReader& words);
+  Action battery(WordReader& words);
+  Action rate(WordReader& words);
+  Action packets(WordReader& words);
+  Action loss(WordReader& words);
+  Action doubled(WordReader& words);
+  Action swap(WordReader& words);
+  Action sensor(WordReader& words);
+  Action unplug(WordReader& words);
+  Action plug(WordReader& words);
+  Action busy(WordReader& words);
+  Action restartTime(WordReader& words);
+  Action stayAway(WordReader& words);
+  Action mute(WordReader& words);
+  Action noise(WordReader& words);
+  Action firmware(WordReader& words);
+  Action status(WordReader& words);
+  Action showHelp(WordReader& words);
+  Action end(WordReader& words);
 
-  Action chance(Words& words, double RandomFaults::*percent);
+  Action chance(WordReader& words, double RandomFaults::*percent);
   std::string dongleStatus() const;
   static std::string gloveStatus(const Glove& glove);
 

@@ -21,7 +21,7 @@ const char* onOff(bool isOn)
 
 }  // namespace
 
-Control::Action Control::drop(Words& words)
+Control::Action Control::drop(WordReader& words)
 {
   Selection selection = gloves(words);
   const auto reason = words.atEnd() ? result::connectionTimeout
@@ -33,7 +33,7 @@ Control::Action Control::drop(Words& words)
   });
 }
 
-Control::Action Control::silent(Words& words)
+Control::Action Control::silent(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {
     each.glove.fallSilent();
@@ -41,7 +41,7 @@ Control::Action Control::silent(Words& words)
   });
 }
 
-Control::Action Control::leave(Words& words)
+Control::Action Control::leave(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {
     each.glove.leaveRange();
@@ -49,7 +49,7 @@ Control::Action Control::leave(Words& words)
   });
 }
 
-Control::Action Control::back(Words& words)
+Control::Action Control::back(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {
     each.glove.comeBack();
@@ -57,7 +57,7 @@ Control::Action Control::back(Words& words)
   });
 }
 
-Control::Action Control::hide(Words& words)
+Control::Action Control::hide(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {
     each.glove.faults.hidden = true;
@@ -65,7 +65,7 @@ Control::Action Control::hide(Words& words)
   });
 }
 
-Control::Action Control::show(Words& words)
+Control::Action Control::show(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {
     each.glove.faults.hidden = false;
@@ -73,7 +73,7 @@ Control::Action Control::show(Words& words)
   });
 }
 
-Control::Action Control::rename(Words& words)
+Control::Action Control::rename(WordReader& words)
 {
   Selection selection = gloves(words);
   return forEach(std::move(selection), [name = std::string(words.text("TEXT"))](NamedGlove& each) {
@@ -82,7 +82,7 @@ Control::Action Control::rename(Words& words)
   });
 }
 
-Control::Action Control::battery(Words& words)
+Control::Action Control::battery(WordReader& words)
 {
   Selection selection = glovesOrAll(words);
   const std::uint32_t code = words.integer("CODE", 0, 31);
@@ -92,7 +92,7 @@ Control::Action Control::battery(Words& words)
   });
 }
 
-Control::Action Control::rate(Words& words)
+Control::Action Control::rate(WordReader& words)
 {
   Selection selection = glovesOrAll(words);
   const double hertz = words.number("HZ", 0.1, 1000);
@@ -102,7 +102,7 @@ Control::Action Control::rate(Words& words)
   });
 }
 
-Control::Action Control::packets(Words& words)
+Control::Action Control::packets(WordReader& words)
 {
   Selection selection = glovesOrAll(words);
   const std::uint32_t count = words.integer("N", 2, 15);
@@ -112,22 +112,22 @@ Control::Action Control::packets(Words& words)
   });
 }
 
-Control::Action Control::loss(Words& words)
+Control::Action Control::loss(WordReader& words)
 {
   return chance(words, &RandomFaults::lossPercent);
 }
 
-Control::Action Control::doubled(Words& words)
+Control::Action Control::doubled(WordReader& words)
 {
   return chance(words, &RandomFaults::doublePercent);
 }
 
-Control::Action Control::swap(Words& words)
+Control::Action Control::swap(WordReader& words)
 {
   return chance(words, &RandomFaults::swapPercent);
 }
 
-Control::Action Control::chance(Words& words, double RandomFaults::*percent)
+Control::Action Control::chance(WordReader& words, double RandomFaults::*percent)
 {
   Selection selection = glovesOrAll(words);
   const double value = words.number("PERCENT", 0, 100);
@@ -142,7 +142,7 @@ Control::Action Control::chance(Words& words, double RandomFaults::*percent)
   });
 }
 
-Control::Action Control::sensor(Words& words)
+Control::Action Control::sensor(WordReader& words)
 {
   static constexpr std::array<std::string_view, 6> positions{"palm",   "thumb", "index",
                                                              "middle", "ring",  "pinky"};
@@ -155,7 +155,7 @@ Control::Action Control::sensor(Words& words)
   });
 }
 
-Control::Action Control::unplug(Words&)
+Control::Action Control::unplug(WordReader&)
 {
   return [this] {
     dongle_.unplug();
@@ -163,7 +163,7 @@ Control::Action Control::unplug(Words&)
   };
 }
 
-Control::Action Control::plug(Words&)
+Control::Action Control::plug(WordReader&)
 {
   return [this]() -> std::string {
     if (!dongle_.isUnplugged()) return "dongle: is plugged in already";
@@ -173,7 +173,7 @@ Control::Action Control::plug(Words&)
   };
 }
 
-Control::Action Control::busy(Words& words)
+Control::Action Control::busy(WordReader& words)
 {
   return [this, isOn = words.onOrOff()] {
     if (holdPort) holdPort(isOn);
@@ -181,7 +181,7 @@ Control::Action Control::busy(Words& words)
   };
 }
 
-Control::Action Control::restartTime(Words& words)
+Control::Action Control::restartTime(WordReader& words)
 {
   return [this, value = words.number("SECONDS", 0, 3600)] {
     dongle_.restartTime = std::chrono::round<Duration>(std::chrono::duration<double>(value));
@@ -189,7 +189,7 @@ Control::Action Control::restartTime(Words& words)
   };
 }
 
-Control::Action Control::stayAway(Words& words)
+Control::Action Control::stayAway(WordReader& words)
 {
   return [this, isOn = words.onOrOff()] {
     dongle_.faults.staysAway = isOn;
@@ -197,7 +197,7 @@ Control::Action Control::stayAway(Words& words)
   };
 }
 
-Control::Action Control::mute(Words& words)
+Control::Action Control::mute(WordReader& words)
 {
   return [this, isOn = words.onOrOff()] {
     dongle_.faults.mute = isOn;
@@ -205,7 +205,7 @@ Control::Action Control::mute(Words& words)
   };
 }
 
-Control::Action Control::noise(Words& words)
+Control::Action Control::noise(WordReader& words)
 {
   return [this, count = words.integer("BYTES", 1, 100'000)] {
     std::vector<std::uint8_t> bytes(count);
@@ -215,7 +215,7 @@ Control::Action Control::noise(Words& words)
   };
 }
 
-Control::Action Control::firmware(Words& words)
+Control::Action Control::firmware(WordReader& words)
 {
   std::string text(words.word("A.B.C.D"));
   std::array<std::uint16_t, 4> parts{};
@@ -223,7 +223,7 @@ Control::Action Control::firmware(Words& words)
     const std::size_t dot = &part == &parts.back() ? text.size() : text.find('.');
     if (dot == std::string::npos) throw std::invalid_argument("A.B.C.D are four numbers, such as 1.4.2.130");
     const std::string number = text.substr(0, dot);
-    Words digits(number);
+    WordReader digits(number);
     part = static_cast<std::uint16_t>(digits.integer("each of A.B.C.D", 0, 0xFFFF));
     text.erase(0, dot + 1);
   }
@@ -233,7 +233,7 @@ Control::Action Control::firmware(Words& words)
   };
 }
 
-Control::Action Control::status(Words&)
+Control::Action Control::status(WordReader&)
 {
   return [this] {
     std::string text = dongleStatus();
@@ -244,12 +244,12 @@ Control::Action Control::status(Words&)
   };
 }
 
-Control::Action Control::showHelp(Words&)
+Control::Action Control::showHelp(WordReader&)
 {
   return help;
 }
 
-Control::Action Control::end(Words&)
+Control::Action Control::end(WordReader&)
 {
   return [this] {
     if (quit) quit();

@@ -5,14 +5,14 @@
 #include <stdexcept>
 #include <utility>
 
-#include "simulator/Words.h"
+#include "simulator/WordReader.h"
 
 namespace simulator {
 
 ScenarioStep readScenarioStep(std::string_view line, Control& control)
 {
   constexpr double longest = 100'000;
-  Words words(line);
+  WordReader words(line);
   const std::chrono::duration<double> time(words.number("the time in seconds", 0, longest));
   return {std::chrono::round<Duration>(time), std::string(words.rest()), control.understand(words.rest())};
 }
@@ -23,7 +23,7 @@ Scenario readScenario(std::istream& text, Control& control)
   std::string line;
   for (int number = 1; std::getline(text, line); ++number) {
     const std::string_view content = std::string_view(line).substr(0, line.find('#'));
-    if (Words(content).atEnd()) continue;
+    if (WordReader(content).atEnd()) continue;
     try {
       scenario.push_back(readScenarioStep(content, control));
     } catch (const std::invalid_argument& error) {

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <vector>
 
-#include "host/Failure.h"
-#include "host/Text.h"
+#include "host/base/Failure.h"
+#include "host/base/Text.h"
 #include "host/plot/Curve.h"
 #include "host/plot/HeatMap.h"
 #include "host/plot/Png.h"

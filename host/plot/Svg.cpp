@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "host/Characters.h"
+#include "host/base/Characters.h"
 #include "host/plot/Png.h"
 
 std::string xmlText(std::string_view text)

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-#include "host/Text.h"
+#include "host/base/Text.h"
 #include "host/recording/RecordingParts.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // A recording as comma-separated values: a line of column names, then a line for each record.
 #pragma once
 
-#include "host/recording/OutputFile.h"
+#include "host/base/OutputFile.h"
 #include "host/recording/RecordWriter.h"
 
 class CsvWriter final : public RecordWriter {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <system_error>
 
-#include "host/Text.h"
+#include "host/base/Text.h"
 #include "host/recording/RecordingParts.h"
 
 NpyFile::NpyFile(const std::filesystem::path& path, const Wanted& wanted)

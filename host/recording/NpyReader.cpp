@@ -10,7 +10,7 @@
 #include <optional>
 #include <string_view>
 
-#include "host/Text.h"
+#include "host/base/Text.h"
 #include "host/recording/NpyFile.h"
 #include "host/recording/RecordingParts.h"
 

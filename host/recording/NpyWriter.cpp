@@ -8,7 +8,7 @@
 #include <ctime>
 #include <optional>
 
-#include "host/recording/Output.h"
+#include "host/base/PartFile.h"
 
 namespace fs = std::filesystem;
 
@@ -94,7 +94,7 @@ void NpyWriter::writeMeta(const RecordingEnd* end) const
     meta["ended"] = end->words;
   }
   // The one before stays until the new one is whole.
-  Output output(folder_ / "meta.json", Output::Kind::file, true);
+  PartFile output(folder_ / "meta.json", PartFile::Kind::file, true);
   OutputFile file(output.growing());
   file.append(meta.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
   file.close();

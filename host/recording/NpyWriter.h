@@ -2,7 +2,7 @@
 // uint32, ms], and meta.json, which tells whose the elements are.
 #pragma once
 
-#include "host/recording/OutputFile.h"
+#include "host/base/OutputFile.h"
 #include "host/recording/RecordWriter.h"
 
 class NpyWriter final : public RecordWriter {

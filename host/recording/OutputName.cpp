@@ -5,9 +5,9 @@
 
 #include <ctime>
 
-#include "host/Failure.h"
-#include "host/Text.h"
-#include "host/recording/Output.h"
+#include "host/base/Failure.h"
+#include "host/base/PartFile.h"
+#include "host/base/Text.h"
 
 namespace fs = std::filesystem;
 

@@ -4,7 +4,7 @@
 
 #include <system_error>
 
-#include "host/Text.h"
+#include "host/base/Text.h"
 #include "host/recording/CsvReader.h"
 #include "host/recording/NpyReader.h"
 #include "host/recording/RecordingParts.h"

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recording/Gaps.h"
+#include "host/recording/GapDetector.h"
 
 struct Recording {
   struct Group {
@@ -24,7 +24,7 @@ struct Recording {
   std::vector<Group> groups;
   std::size_t elements = 0;            // of a record, all groups together
   std::vector<double> seconds;         // of each record, from the first one on; never falls
-  Gaps gaps;                           // of the timestamps
+  GapDetector gaps;                    // of the timestamps
   std::vector<std::uint16_t> samples;  // record after record
   std::string started;                 // date and time, as the recording tells it, or empty
   std::vector<std::string> notes;      // for the user: what was left out

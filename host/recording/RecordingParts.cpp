@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <system_error>
 
-#include "host/Failure.h"
-#include "host/Text.h"
+#include "host/base/Failure.h"
+#include "host/base/Text.h"
 
 namespace {
 

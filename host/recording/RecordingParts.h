@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/Limits.h"
 #include "host/recording/Layout.h"
 #include "host/recording/Recording.h"
 

@@ -1,4 +1,4 @@
-#include "host/Characters.h"
+#include "host/base/Characters.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/LinkWatch.h"
+#include "host/gloves/LinkWatch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/ModuleNames.h"
+#include "host/gloves/ModuleNames.h"
 
 #include <gtest/gtest.h>
 

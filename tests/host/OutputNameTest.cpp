@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/Failure.h"
+#include "host/base/Failure.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "host/Failure.h"
+#include "host/base/Failure.h"
 #include "host/plot/HeatMap.h"
 #include "host/plot/Picture.h"
 #include "host/recording/Recording.h"

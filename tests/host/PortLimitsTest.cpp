@@ -1,4 +1,4 @@
-#include "host/Ports.h"
+#include "host/gloves/Ports.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

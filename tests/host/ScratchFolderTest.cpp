@@ -1,4 +1,4 @@
-#include "host/ScratchFolder.h"
+#include "host/base/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/SettingsFile.h"
+#include "host/gloves/SettingsFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/Summary.h"
+#include "host/session/Summary.h"
 
 #include <gtest/gtest.h>
 

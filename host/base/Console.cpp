@@ -1,0 +1,48 @@
+#include "host/base/Console.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace console {
+
+namespace {
+
+void forEachLine(std::string_view text, void (*act)(std::string_view line))
+{
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    act(line);
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+  }
+}
+
+}  // namespace
+
+void detail::write(const std::string& text)
+{
+  std::fputs(text.c_str(), stdout);
+}
+
+void detail::writeMessage(const std::string& text)
+{
+  std::fputs(text.c_str(), stderr);
+}
+
+void printLines(std::string_view text)
+{
+  forEachLine(text, [](std::string_view line) { print("{}\n", line); });
+}
+
+void tellLines(std::string_view text)
+{
+  forEachLine(text, [](std::string_view line) { tell("{}\n", line); });
+}
+
+void printJson(const nlohmann::ordered_json& json)
+{
+  detail::write(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
+}
+
+}  // namespace console

@@ -1,0 +1,88 @@
+#include "host/base/OutputFile.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+
+#include "host/base/Failure.h"
+#include "host/base/PartFile.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string adviceFor(int error)
+{
+  switch (error) {
+    case ENOSPC:
+      return "The disk is full: make room, or record to another one.";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return "Choose a place that you may write to.";
+    case ENOENT:
+      return "Its folder is not there: make it, or choose another place.";
+    case EPIPE:
+      return "The program that read it has ended.";
+    case EFBIG:
+      return "The file may not grow any further on this system.";
+    default:
+      return "Choose another place.";
+  }
+}
+
+}  // namespace
+
+OutputFile::OutputFile(fs::path path)
+    : path_(std::move(path)), stream_(isStandardOutput(path_) ? std::cout.rdbuf() : file_.rdbuf())
+{
+  if (isStandardOutput(path_)) return;
+  file_.rdbuf()->pubsetbuf(nullptr, 0);
+  errno = 0;
+  file_.open(path_, std::ios_base::out | std::ios_base::binary);
+  if (!file_) fail();
+}
+
+void OutputFile::fail() const
+{
+  const int error = errno;
+  throw Failure(ExitCode::output,
+                fmt::format("{} can't be written: {}.", outputText(path_),
+                            error == 0 ? "the system refuses" : std::generic_category().message(error)),
+                adviceFor(error));
+}
+
+void OutputFile::append(std::string_view piece)
+{
+  errno = 0;
+  if (stream_.write(piece.data(), static_cast<std::streamsize>(piece.size())).flush()) {
+    size_ += piece.size();
+    return;
+  }
+  const int error = errno;
+  std::error_code ignored;
+  if (!isStandardOutput(path_) && fs::is_regular_file(path_, ignored)) fs::resize_file(path_, size_, ignored);
+  stream_.clear();
+  stream_.seekp(static_cast<std::streamoff>(size_));
+  errno = error;
+  fail();
+}
+
+void OutputFile::replaceBeginning(std::string_view bytes)
+{
+  errno = 0;
+  stream_.seekp(0);
+  stream_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  stream_.seekp(static_cast<std::streamoff>(size_));
+  if (!stream_) fail();
+}
+
+void OutputFile::close()
+{
+  errno = 0;
+  if (isStandardOutput(path_)) return;
+  file_.close();
+  if (!file_) fail();
+}

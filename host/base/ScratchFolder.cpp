@@ -1,0 +1,80 @@
+#include "host/base/ScratchFolder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <random>
+#include <string_view>
+
+#include "host/base/Failure.h"
+#include "host/base/Text.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view prefix = "tessel-";
+constexpr std::size_t digits = 8;
+
+bool isNamedAsOurs(const std::string& name)
+{
+  return name.size() == prefix.size() + digits && name.starts_with(prefix) &&
+         name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string::npos;
+}
+
+// While it is locked, so that no other run removes it too; a file that is open goes last on some systems.
+void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
+{
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
+  lock.reset();
+  fs::remove(folder, ignored);
+}
+
+void removeLeft(const fs::path& parent)
+{
+  std::error_code error;
+  for (fs::directory_iterator entry(parent, error), end; !error && entry != end; entry.increment(error)) {
+    if (!isNamedAsOurs(utf8(entry->path().filename()))) continue;
+    std::optional<host::FolderLock> lock;
+    lock.emplace(entry->path(), host::FolderLock::Kind::left);
+    if (lock->isHeld()) remove(entry->path(), lock);
+  }
+}
+
+Failure notMade(const std::string& reason)
+{
+  return {ExitCode::output, fmt::format("no temporary folder can be made: {}.", reason),
+          "Set the variable TMPDIR to a folder that you may write to."};
+}
+
+}  // namespace
+
+ScratchFolder::ScratchFolder()
+{
+  // Another run may take a new folder for one that was left, in the moment before it is locked.
+  constexpr int maxAttempts = 5;
+  std::random_device random;
+  try {
+    const fs::path parent = fs::temp_directory_path();
+    removeLeft(parent);
+    for (int attempt = 0; attempt < maxAttempts; ++attempt) {
+      do {
+        path_ = parent / fmt::format("{}{:0{}x}", prefix, random(), digits);
+      } while (!fs::create_directory(path_));  // it may be there already
+      fs::permissions(path_, fs::perms::owner_all);
+      lock_.emplace(path_, host::FolderLock::Kind::fresh);
+      if (lock_->isHeld()) return;
+      std::error_code ignored;
+      fs::remove_all(path_, ignored);
+    }
+  } catch (const fs::filesystem_error& error) {
+    throw notMade(error.code().message());
+  }
+  throw notMade("it can't be locked");
+}
+
+ScratchFolder::~ScratchFolder()
+{
+  remove(path_, lock_);
+}

@@ -1,0 +1,29 @@
+#include "host/base/StopRequest.h"
+
+#include "host/base/Console.h"
+
+void StopRequest::raise()
+{
+  isRequested_ = true;
+  {
+    const std::lock_guard lock(mutex_);
+    if (onRequest_) onRequest_();
+  }
+  // Last, because a terminal that is held makes it wait.
+  console::tell("\nEnding. A second Ctrl-C ends the program at once.\n");
+}
+
+void StopRequest::during(const std::function<void()>& action, const std::function<void()>& onRequest)
+{
+  const auto setCallback = [this](std::function<void()> callback) {
+    const std::lock_guard lock(mutex_);
+    onRequest_ = std::move(callback);
+  };
+  struct ScopeGuard {
+    decltype(setCallback)& set;
+    ~ScopeGuard() { set(nullptr); }
+  } const guard{setCallback};
+  setCallback(onRequest);
+  if (isRequested_) onRequest();
+  action();
+}

@@ -1,0 +1,79 @@
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "host/base/System.h"
+
+namespace host {
+
+namespace {
+
+// Wakes the thread that waits; requests nothing.
+constexpr int wakeUp = SIGUSR1;
+constexpr int exitInterrupted = 130;
+
+// Without those that whoever started the program wanted it to ignore, as nohup does.
+sigset_t stopRequests()
+{
+  sigset_t set{};
+  ::sigemptyset(&set);
+  ::sigaddset(&set, wakeUp);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction action {};
+    ::sigaction(signal, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) ::sigaddset(&set, signal);
+  }
+  return set;
+}
+
+}  // namespace
+
+struct StopSignals::Watch {
+  sigset_t previousMask{};
+  std::atomic<bool> isOver{false};
+  bool isRequested = false;  // the thread's, until it has ended
+  std::thread thread;
+
+  void run(const sigset_t& set, const std::function<void()>& onInterrupt)
+  {
+    bool hadCtrlC = false;
+    while (!isOver) {
+      int signal = 0;
+      ::sigwait(&set, &signal);
+      if (signal == wakeUp) continue;
+      // Only a person is impatient: of a terminal that closes, the kernel and the shell each send a SIGHUP.
+      if (signal == SIGINT && hadCtrlC) ::_exit(exitInterrupted);
+      hadCtrlC = hadCtrlC || signal == SIGINT;
+      if (!isRequested) onInterrupt();
+      isRequested = true;
+    }
+  }
+};
+
+StopSignals::StopSignals(std::function<void()> onInterrupt) : watch_(std::make_unique<Watch>())
+{
+  ::signal(SIGPIPE, SIG_IGN);
+  ::signal(SIGXFSZ, SIG_IGN);
+  const sigset_t set = stopRequests();
+  ::pthread_sigmask(SIG_BLOCK, &set, &watch_->previousMask);
+  watch_->thread = std::thread(
+      [set, watch = watch_.get(), onInterrupt = std::move(onInterrupt)] { watch->run(set, onInterrupt); });
+}
+
+StopSignals::~StopSignals()
+{
+  watch_->isOver = true;
+  ::pthread_kill(watch_->thread.native_handle(), wakeUp);
+  watch_->thread.join();
+  if (watch_->isRequested) {
+    // The program is ending: one more of these must not cost it its last words and its exit code.
+    ::signal(SIGTERM, SIG_IGN);
+    ::signal(SIGHUP, SIG_IGN);
+  }
+  ::pthread_sigmask(SIG_SETMASK, &watch_->previousMask, nullptr);
+}
+
+}  // namespace host

@@ -1,0 +1,141 @@
+#include "host/base/System.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <stdexcept>
+
+namespace host {
+
+Lock::Lock(const std::filesystem::path& path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+{
+  isHeld_ = handle_ >= 0 && ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB) == 0;
+}
+
+Lock::~Lock()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+namespace {
+
+constexpr const char* lockName = "tessel.lock";
+
+bool isOwn(int descriptor, mode_t type)
+{
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && status.st_uid == ::geteuid() &&
+         (status.st_mode & S_IFMT) == type && status.st_nlink > 0;
+}
+
+}  // namespace
+
+FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
+{
+  const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (folder < 0) return;
+  if (isOwn(folder, S_IFDIR)) {
+    const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    handle_ = ::openat(folder, lockName, kind == Kind::fresh ? flags | O_CREAT | O_EXCL : flags, 0600);
+  }
+  ::close(folder);
+  const int file = static_cast<int>(handle_);
+  // Between its making and the lock another run may have taken the folder for one that was left: then the
+  // file is unlinked by the time the lock is here.
+  isHeld_ = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0 && isOwn(file, S_IFREG);
+}
+
+FolderLock::~FolderLock()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+std::error_code createFile(const std::filesystem::path& path)
+{
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (file < 0) return {errno, std::generic_category()};
+  ::close(file);
+  return {};
+}
+
+std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno != EINVAL && errno != ENOSYS) return {errno, std::generic_category()};
+  // A file system that can't promise it.
+  std::error_code error;
+  if (std::filesystem::exists(to, error)) return std::make_error_code(std::errc::file_exists);
+  std::filesystem::rename(from, to, error);
+  return error;
+}
+
+void openStandardStreams()
+{
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(stream, F_GETFD) < 0) ::open("/dev/null", O_RDWR);
+  }
+}
+
+std::filesystem::path programFolder()
+{
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+std::string waitingInput()
+{
+  pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+  if (::poll(&input, 1, 0) <= 0) return {};
+  std::array<char, 4096> characters{};
+  const ssize_t count = ::read(STDIN_FILENO, characters.data(), characters.size());
+  return {characters.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+}
+
+bool isTerminal(std::FILE* stream)
+{
+  return ::isatty(::fileno(stream)) != 0;
+}
+
+bool takesText(std::FILE* stream)
+{
+  pollfd output{.fd = ::fileno(stream), .events = POLLOUT, .revents = 0};
+  return ::poll(&output, 1, 0) > 0;
+}
+
+unsigned terminalWidth(std::FILE* stream)
+{
+  winsize size{};
+  const bool isKnown = ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isKnown ? size.ws_col : 80;
+}
+
+std::chrono::nanoseconds uptime()
+{
+  // CLOCK_MONOTONIC stands still while the computer is suspended.
+  timespec time{};
+  ::clock_gettime(CLOCK_BOOTTIME, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+std::uint64_t peakMemoryKiB()
+{
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::uint64_t>(usage.ru_maxrss);
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+  ::setenv(name, value.c_str(), 1);
+}
+
+}  // namespace host

@@ -1,0 +1,59 @@
+#include <windows.h>
+
+#include <mutex>
+
+#include "host/base/System.h"
+
+namespace host {
+
+namespace {
+
+constexpr UINT exitInterrupted = 130;
+
+// A console's handler gets nothing but the kind of the request, so the one interrupt there may be stands
+// here.
+std::mutex mutex;
+std::function<void()> onStopRequest;
+bool isRequested = false;
+bool hadCtrlC = false;
+
+BOOL WINAPI handle(DWORD event)
+{
+  const bool isCtrlC = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  {
+    const std::lock_guard lock(mutex);
+    if (!onStopRequest) return FALSE;
+    if (isCtrlC && hadCtrlC) ExitProcess(exitInterrupted);
+    hadCtrlC = hadCtrlC || isCtrlC;
+    if (!isRequested) onStopRequest();
+    isRequested = true;
+  }
+  // A console that closes ends the process when its handler returns, or after some seconds; the program needs
+  // them to end in order.
+  if (!isCtrlC) Sleep(INFINITE);
+  return TRUE;
+}
+
+}  // namespace
+
+struct StopSignals::Watch {};
+
+StopSignals::StopSignals(std::function<void()> onInterrupt)
+{
+  {
+    const std::lock_guard lock(mutex);
+    onStopRequest = std::move(onInterrupt);
+    isRequested = false;
+    hadCtrlC = false;
+  }
+  SetConsoleCtrlHandler(handle, TRUE);
+}
+
+StopSignals::~StopSignals()
+{
+  SetConsoleCtrlHandler(handle, FALSE);
+  const std::lock_guard lock(mutex);
+  onStopRequest = nullptr;
+}
+
+}  // namespace host

@@ -1,0 +1,111 @@
+#include "host/base/System.h"
+
+#include <io.h>
+#include <windows.h>
+// The calls for memory need the types above.
+#include <psapi.h>
+
+#include <array>
+#include <cstdlib>
+#include <system_error>
+
+namespace host {
+
+Lock::Lock(const std::filesystem::path& path)
+{
+  // Beside the file: one that is held itself could not be renamed.
+  const std::filesystem::path lock = std::filesystem::path(path) += L".lock";
+  const HANDLE file = CreateFileW(lock.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  handle_ = reinterpret_cast<std::intptr_t>(file);
+  isHeld_ = file != INVALID_HANDLE_VALUE;
+}
+
+Lock::~Lock()
+{
+  if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+FolderLock::FolderLock(const std::filesystem::path& folder, Kind kind)
+{
+  const DWORD attributes = GetFileAttributesW(folder.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
+  // Made and locked at once. Who holds it may delete it.
+  const HANDLE file = CreateFileW((folder / L"tessel.lock").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE,
+                                  nullptr, kind == Kind::fresh ? CREATE_NEW : OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  handle_ = reinterpret_cast<std::intptr_t>(file);
+  isHeld_ = file != INVALID_HANDLE_VALUE;
+}
+
+FolderLock::~FolderLock()
+{
+  if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+std::error_code createFile(const std::filesystem::path& path)
+{
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {static_cast<int>(GetLastError()), std::system_category()};
+  CloseHandle(file);
+  return {};
+}
+
+std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+  if (MoveFileExW(from.c_str(), to.c_str(), 0) != 0) return {};
+  return {static_cast<int>(GetLastError()), std::system_category()};
+}
+
+void openStandardStreams() {}
+
+std::filesystem::path programFolder()
+{
+  std::wstring path(32768, L'\0');  // the longest there are
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return std::filesystem::path(path).parent_path();
+}
+
+std::string waitingInput()
+{
+  return {};
+}
+
+bool isTerminal(std::FILE* stream)
+{
+  return _isatty(_fileno(stream)) != 0;
+}
+
+bool takesText(std::FILE*)
+{
+  return true;
+}
+
+unsigned terminalWidth(std::FILE* stream)
+{
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  const auto console = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+  const bool isKnown = GetConsoleScreenBufferInfo(console, &info) != 0;
+  return isKnown ? static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1) : 80;
+}
+
+std::chrono::nanoseconds uptime()
+{
+  // The performance counter below it goes on while the computer sleeps.
+  return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+std::uint64_t peakMemoryKiB()
+{
+  PROCESS_MEMORY_COUNTERS counters{};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PeakWorkingSetSize / 1024;
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+  _putenv_s(name, value.c_str());
+}
+
+}  // namespace host

@@ -1,0 +1,286 @@
+#include "host/commands/CommandLine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <span>
+#include <sstream>
+
+#include "host/base/Console.h"
+#include "host/base/Failure.h"
+#include "host/commands/NearestWord.h"
+
+namespace command_line {
+
+namespace {
+
+// "tessel record"
+std::string fullName(const CLI::App& command)
+{
+  const CLI::App* const parent = command.get_parent();
+  return parent == nullptr ? command.get_name() : parent->get_name() + " " + command.get_name();
+}
+
+Failure usage(const CLI::App& command, const std::string& what)
+{
+  return {ExitCode::usage, what, fmt::format("See: {} --help", fullName(command))};
+}
+
+// The end of a sentence.
+std::string didYouMean(const std::string& word, const std::vector<std::string>& words)
+{
+  const std::string nearest = nearestWord(word, words);
+  return nearest.empty() ? "." : fmt::format("; did you mean {}?", nearest);
+}
+
+Failure refused(const CLI::App& command, const std::string& names, const std::string& possible,
+                const std::string& text, const std::string& end = ".")
+{
+  return usage(command,
+               fmt::format("{} takes {}, not '{}'{}", names.substr(0, names.find(',')), possible, text, end));
+}
+
+// The number that the whole text is.
+template <class Number>
+bool isRead(const std::string& text, Number& number)
+{
+  const char* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, number);
+  return error == std::errc() && end == last;
+}
+
+// As the library's, in lines that a terminal of 80 columns holds.
+class HelpFormatter final : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override
+  {
+    return option->get_positional() ? "" : CLI::Formatter::make_option_opts(option);
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override
+  {
+    return wrapped(option->get_description(), columns - column_width_);
+  }
+
+  std::string make_description(const CLI::App* command) const override
+  {
+    return wrapped(command->get_description(), columns) + "\n";
+  }
+
+  std::string make_subcommand(const CLI::App* command) const override
+  {
+    std::ostringstream text;
+    CLI::detail::format_help(text, command->get_name(),
+                             wrapped(command->get_description(), columns - column_width_), column_width_);
+    return text.str();
+  }
+
+ private:
+  static constexpr std::size_t columns = 80;
+
+  static std::string wrapped(const std::string& text, std::size_t width)
+  {
+    std::string lines;
+    std::size_t column = 0;
+    std::istringstream words(text);
+    for (std::string word; words >> word; column += word.size()) {
+      const bool fits = column + 1 + word.size() <= width;
+      if (column > 0) lines += fits ? ' ' : '\n';
+      column = fits && column > 0 ? column + 1 : 0;
+      lines += word;
+    }
+    return lines;
+  }
+};
+
+std::vector<std::string> optionNames(const CLI::App& command)
+{
+  std::vector<std::string> names;
+  for (const CLI::Option* const option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) {
+      names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
+std::vector<std::string> commandNames(const CLI::App& program)
+{
+  std::vector<std::string> names;
+  for (const CLI::App* const command : program.get_subcommands({})) {
+    names.push_back(command->get_name());
+  }
+  return names;
+}
+
+// For an argument that nothing knows. Without a command it stands where one belongs.
+Failure unexpected(const CLI::App& command, const std::string& argument)
+{
+  if (argument.starts_with('-') && argument.size() > 1) {
+    const std::string name = argument.substr(0, argument.find('='));
+    return usage(command,
+                 fmt::format("there is no option '{}'{}", name, didYouMean(name, optionNames(command))));
+  }
+  if (command.get_parent() == nullptr) {
+    return usage(command, fmt::format("there is no command '{}'{}", argument,
+                                      didYouMean(argument, commandNames(command))));
+  }
+  return usage(command, fmt::format("unexpected argument '{}'.", argument));
+}
+
+// Of an option that was given, and others that it needs or excludes.
+std::string conflict(const CLI::Option& option)
+{
+  for (const CLI::Option* const other : option.get_excludes()) {
+    if (other->count() > 0) {
+      return fmt::format("{} and {} can't be given together.", option.get_name(), other->get_name());
+    }
+  }
+  for (const CLI::Option* const other : option.get_needs()) {
+    if (other->count() == 0)
+      return fmt::format("{} works only with {}.", option.get_name(), other->get_name());
+  }
+  return "";
+}
+
+// The library's own words name the option first, and nothing else that a person could use.
+Failure explained(const CLI::App& program, const CLI::ParseError& error)
+{
+  const auto commands = program.get_subcommands();
+  const CLI::App& command = commands.empty() ? program : *commands.front();
+  const auto unknown = program.remaining(true);
+  if (!unknown.empty()) return unexpected(command, unknown.front());
+  const std::string words = error.what();
+  for (const CLI::Option* const option : command.get_options()) {
+    const std::string name = option->get_name();
+    if (option->get_required() && option->count() == 0) {
+      return usage(command,
+                   fmt::format("{} needs {}: {}.", fullName(command), name, option->get_description()));
+    }
+    const std::string what = option->count() > 0 ? conflict(*option) : "";
+    if (!what.empty()) return usage(command, what);
+    const bool isFlag = option->get_expected_max() == 0;
+    if (!words.starts_with(name + ":") && !(isFlag && words.starts_with(name.substr(2) + " "))) continue;
+    if (isFlag) return usage(command, fmt::format("{} takes no value.", name));
+    if (option->count() > 1) {
+      return usage(command, fmt::format("{} is given {} times; once is enough.", name, option->count()));
+    }
+    return usage(command, fmt::format("{} needs a value: {}.", name, option->get_option_text()));
+  }
+  return usage(command, words);
+}
+
+}  // namespace
+
+CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, const std::string& help)
+{
+  return command.add_flag(names, target, help)->disable_flag_override();
+}
+
+CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
+                     const TextTaker& take, const std::string& help)
+{
+  // The library takes the next argument as the value, whatever it is.
+  const auto takeValue = [&command, names, valueName, take](const std::string& text) {
+    if (names.starts_with('-') && text.starts_with("--")) {
+      throw usage(command, fmt::format("{} needs a value: {}; '{}' is an option.",
+                                       names.substr(0, names.find(',')), valueName, text));
+    }
+    take(text);
+  };
+  return command.add_option_function<std::string>(names, takeValue, help)->option_text(valueName);
+}
+
+CLI::Option* addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
+                      const TextTaker& take, const std::string& help)
+{
+  const auto takeAll = [take](const std::vector<std::string>& texts) { std::ranges::for_each(texts, take); };
+  return command.add_option_function<std::vector<std::string>>(names, takeAll, help)
+      ->option_text(valueName)
+      ->allow_extra_args(false);
+}
+
+CLI::Option* addPath(CLI::App& command, const std::string& names, const std::string& valueName,
+                     std::filesystem::path& target, const std::string& help)
+{
+  const auto take = [&command, &target, names, valueName](const std::string& text) {
+    if (text.empty())
+      throw refused(command, names, "the name of a " + CLI::detail::to_lower(valueName), text);
+    target = text;
+  };
+  return addText(command, names, valueName, take, help);
+}
+
+CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
+                       const std::vector<std::string>& words, const TextTaker& take, const std::string& help)
+{
+  const auto choose = [&command, names, words, take](const std::string& text) {
+    const std::string lower = CLI::detail::to_lower(text);
+    if (std::ranges::find(words, lower) != words.end()) return take(lower);
+    const std::string possible = fmt::to_string(fmt::join(words.begin(), words.end() - 1, ", "));
+    throw refused(command, names, fmt::format("{} or {}", possible, words.back()), text,
+                  didYouMean(lower, words));
+  };
+  return addText(command, names, valueName, choose, help);
+}
+
+CLI::Option* addNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                       const NumberRange& range, const std::function<void(double)>& take,
+                       const std::string& help)
+{
+  const auto read = [&command, names, range, take](const std::string& text) {
+    double number = 0;
+    if (!isRead(text, number) || !(number >= range.lowest && number <= range.highest)) {
+      throw refused(command, names, fmt::format("a number from {:g} to {:.0f}", range.lowest, range.highest),
+                    text);
+    }
+    take(number);
+  };
+  return addText(command, names, valueName, read, help);
+}
+
+CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                            const WholeRange& range, const std::function<void(std::uint64_t)>& take,
+                            const std::string& help)
+{
+  const auto read = [&command, names, range, take](const std::string& text) {
+    std::uint64_t number = 0;
+    if (!isRead(text, number) || number < range.lowest || number > range.highest) {
+      throw refused(command, names, fmt::format("a whole number from {} to {}", range.lowest, range.highest),
+                    text);
+    }
+    take(number);
+  };
+  return addText(command, names, valueName, read, help);
+}
+
+void run(CLI::App& program, int count, const char* const* arguments)
+{
+  // The library would take what follows as the value.
+  for (const std::string_view argument : std::span(arguments, static_cast<std::size_t>(count))) {
+    if (argument.starts_with("--") && argument.find('=') == argument.size() - 1) {
+      throw usage(program, fmt::format("there is no value behind '{}'.", argument));
+    }
+  }
+  const auto formatter = std::make_shared<HelpFormatter>();
+  program.formatter(formatter);
+  for (CLI::App* const command : program.get_subcommands({})) {
+    command->formatter(formatter);
+  }
+  try {
+    program.parse(count, arguments);
+  } catch (const CLI::CallForHelp&) {
+    console::printLines(program.help());
+    return;
+  } catch (const CLI::CallForVersion& version) {
+    console::print("{}\n", version.what());
+    return;
+  } catch (const CLI::ParseError& error) {
+    throw explained(program, error);
+  }
+  if (program.get_subcommands().empty()) console::printLines(program.help());
+}
+
+}  // namespace command_line

@@ -1,0 +1,141 @@
+// `tessel info`: the way from port to glove, as far as it is there.
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+#include "host/base/Console.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HardwareOptions.h"
+#include "host/gloves/GloveFirmware.h"
+#include "host/gloves/Hardware.h"
+#include "host/gloves/ModuleNames.h"
+#include "host/gloves/Ports.h"
+
+namespace {
+
+struct Options {
+  HardwareOptions hardware;
+  bool isJson = false;
+};
+
+struct Findings {
+  std::vector<Port> ports;
+  std::vector<std::string> modules;
+  std::vector<GloveFirmware> firmware;  // in the order of the modules
+  std::optional<double> battery;
+  bool wereSensorsChecked = false;
+};
+
+// The battery level comes with the frames.
+std::optional<double> waitForBattery(Hardware& hardware)
+{
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  while (std::chrono::steady_clock::now() < deadline) {
+    const bool isNew = hardware.read();
+    if (const auto level = hardware.battery(); isNew && level) return level;
+  }
+  return std::nullopt;
+}
+
+Findings lookAt(Hardware& hardware, StopRequest& stopRequest)
+{
+  hardware.open(stopRequest);
+  return {.ports = listPorts(),
+          .modules = hardware.askModules(),
+          .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
+          .battery = waitForBattery(hardware),
+          .wereSensorsChecked = !hardware.settings().skipSensorStartupCheck};
+}
+
+// Without settings of the person's own, one glove is as welcome as two.
+Findings look(HardwareOptions options)
+{
+  StopRequest stopRequest;
+  try {
+    Hardware hardware(options);
+    return lookAt(hardware, stopRequest);
+  } catch (const Failure& failure) {
+    const bool isOneThere = std::string(failure.what()).ends_with("detected: 1");
+    if (failure.code() != ExitCode::noGloves || !isOneThere || options.gloves != Gloves::both) throw;
+    if (!options.settings.empty()) throw;
+  }
+  options.gloves = Gloves::one;
+  Hardware hardware(options);
+  return lookAt(hardware, stopRequest);
+}
+
+void printText(const Findings& findings)
+{
+  for (const Port& port : findings.ports) {
+    if (port.isUsed) console::print("Port     {}, {}\n", port.friendlyText, port.path);
+  }
+  console::print("Dongle   answers; its firmware is new enough\n");
+  for (std::size_t index = 0; index < findings.modules.size(); ++index) {
+    const std::string& module = findings.modules[index];
+    console::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module),
+                   serialNumberOfModule(module));
+    if (index >= findings.firmware.size()) continue;
+    const GloveFirmware& firmware = findings.firmware[index];
+    console::print("         part {} revision {}, firmware build {} from commit {:x}{}\n",
+                   firmware.partNumber, firmware.revision, firmware.build, firmware.commit,
+                   firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
+  }
+  const char* const whose = findings.modules.size() > 1 ? ", the lower one of the gloves" : "";
+  console::print("Battery  {}\n", findings.battery ? fmt::format("{:.0f}%{}", *findings.battery * 100, whose)
+                                                   : "empty, or the gloves do not tell");
+  console::print("Sensors  {}\n", findings.wereSensorsChecked
+                                      ? "all report that they work"
+                                      : "not asked: TesselSkipSensorStartupCheck is 1");
+}
+
+void printJson(const Findings& findings)
+{
+  nlohmann::ordered_json json;
+  for (const Port& port : findings.ports) {
+    if (port.isUsed) json["port"] = {{"text", port.friendlyText}, {"path", port.path}};
+  }
+  json["gloves"] = nlohmann::ordered_json::array();
+  for (std::size_t index = 0; index < findings.modules.size(); ++index) {
+    const std::string& module = findings.modules[index];
+    nlohmann::ordered_json glove{
+        {"module", module}, {"side", sideOfModule(module)}, {"serialNumber", serialNumberOfModule(module)}};
+    if (index < findings.firmware.size()) {
+      const GloveFirmware& firmware = findings.firmware[index];
+      glove["firmware"] = {{"partNumber", firmware.partNumber},
+                           {"revision", firmware.revision},
+                           {"build", firmware.build},
+                           {"commit", fmt::format("{:x}", firmware.commit)},
+                           {"date", firmware.date}};
+    }
+    json["gloves"].push_back(std::move(glove));
+  }
+  json["battery"] = findings.battery ? nlohmann::ordered_json(*findings.battery) : nullptr;
+  json["sensors"] = findings.wereSensorsChecked ? "working" : "not asked";
+  console::printJson(json);
+}
+
+void run(const Options& options)
+{
+  if (!options.isJson) console::tell("Looking for the dongle and the gloves...\n");
+  const Findings findings = look(options.hardware);
+  options.isJson ? printJson(findings) : printText(findings);
+}
+
+}  // namespace
+
+void addInfo(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = *tessel.add_subcommand(
+      "info", "Shows what is there: dongle, gloves, serial numbers, firmware, battery, sensors.");
+  addHardwareOptions(command, options->hardware);
+  command_line::addFlag(command, "--json", options->isJson, "Print JSON");
+  command.footer("Examples:  tessel info\n           tessel info --sim");
+  command.callback([options, &exitCode] {
+    run(*options);
+    exitCode = ExitCode::done;
+  });
+}

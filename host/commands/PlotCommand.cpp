@@ -1,0 +1,167 @@
+// `tessel plot`: draws a recording as an SVG file.
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "host/base/Console.h"
+#include "host/base/Failure.h"
+#include "host/base/OutputFile.h"
+#include "host/base/PartFile.h"
+#include "host/base/Text.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
+#include "host/plot/Picture.h"
+#include "host/plot/TimeAxis.h"
+#include "host/recording/Recording.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct PlotOptions {
+  fs::path recording;
+  std::optional<std::string> output;  // none: named after the recording
+  double from = 0;
+  double to = std::numeric_limits<double>::infinity();
+  std::size_t width = 1000;
+  bool overwrites = false;
+};
+
+// Without a separator at its end, and with a name even if it is `.`.
+fs::path plainPath(fs::path path)
+{
+  if (!path.has_filename()) path = path.parent_path();
+  if (path.filename() != "." && path.filename() != "..") return path;
+  std::error_code error;
+  const fs::path named = fs::canonical(path, error);
+  return error ? path : named;
+}
+
+fs::path defaultOutput(fs::path recording)
+{
+  if (hasExtension(recording, ".part")) recording.replace_extension();
+  if (hasExtension(recording, ".csv") || hasExtension(recording, ".npy")) recording.replace_extension();
+  return recording += ".svg";
+}
+
+fs::path chosenOutput(const std::string& text)
+{
+  if (text.empty()) {
+    throw Failure(ExitCode::usage, "--output takes the name of an .svg file, not ''.",
+                  "Leave it out for a file named after the recording.");
+  }
+  fs::path output = text;
+  if (hasExtension(output, ".svg") || isStandardOutput(output)) return output;
+  const auto named = [&](const char* extension) {
+    return utf8(fs::path(output).replace_extension(extension));
+  };
+  throw Failure(ExitCode::usage, fmt::format("{} can't be made: tessel plot writes SVG files", utf8(output)),
+                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` makes a PNG of it.",
+                            named(".svg"), named(".png")));
+}
+
+bool isOwnPicture(const fs::path& path)
+{
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return false;
+  std::ifstream file(path, std::ios::binary);
+  std::string start(200, '\0');
+  file.read(start.data(), static_cast<std::streamsize>(start.size()));
+  return start.find(pictureMark) != std::string::npos;
+}
+
+void write(const fs::path& path, const PlotOptions& options, const std::string& picture)
+{
+  std::error_code error;
+  if (fs::equivalent(path, options.recording, error)) {
+    throw Failure(ExitCode::output, fmt::format("{} is the recording itself.", utf8(path)),
+                  "Choose another name.");
+  }
+  PartFile output(path, PartFile::Kind::file, options.overwrites || (!options.output && isOwnPicture(path)));
+  OutputFile file(output.growing());
+  file.append(picture);
+  file.close();
+  output.settle();
+}
+
+std::string namesOfGloves(const Recording& recording)
+{
+  std::string names;
+  for (const auto& group : recording.groups) {
+    if (group.isGlove()) names += (names.empty() ? "" : ", ") + excerpt(group.label);
+  }
+  return names;
+}
+
+void plot(const PlotOptions& options)
+{
+  const fs::path path = plainPath(options.recording);
+  const fs::path output = options.output ? chosenOutput(*options.output) : defaultOutput(path);
+  const Recording recording = readRecording(path);
+  for (const std::string& note : recording.notes) {
+    console::tell("tessel: {}: {}\n", utf8(path), note);
+  }
+  const std::string gloves = namesOfGloves(recording);
+  if (gloves.empty()) {
+    throw Failure(ExitCode::recording, utf8(path) + " holds no glove",
+                  "Give a recording with elements beside 'aux'.");
+  }
+  const double end = duration(recording);
+  if (!(options.from < std::min(options.to, end))) {
+    throw Failure(ExitCode::usage, "there is nothing to draw between --from and --to",
+                  fmt::format("The recording lasts from 0 to {:.3f} seconds.", end));
+  }
+  const double to = std::min(options.to, end);
+  write(output, options, drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}));
+  const bool isWhole = options.from <= 0 && to >= end;
+  const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
+                                   : fmt::format("{:g} s to {:g} s", options.from, to);
+  if (isStandardOutput(output)) return;
+  console::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
+                 utf8(output));
+}
+
+}  // namespace
+
+void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
+{
+  using namespace command_line;
+  const auto options = std::make_shared<PlotOptions>();
+  PlotOptions& target = *options;
+  CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
+  constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
+  addPath(command, "RECORDING", "RECORDING", target.recording,
+          "a .csv file, or a folder of NumPy arrays; it may still grow")
+      ->required();
+  addText(
+      command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
+      "The picture, an .svg file, or - for standard output; without it, a file named after the recording");
+  addNumber(
+      command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
+      "Begin at this time of the recording");
+  addNumber(
+      command, "--to", "SECONDS", seconds, [&target](double to) { target.to = to; },
+      "End at this time of the recording");
+  addWholeNumber(
+      command, "--width", "PIXELS [1000]", {.lowest = narrowestPicture, .highest = widestPicture},
+      [&target](std::uint64_t width) { target.width = static_cast<std::size_t>(width); },
+      "Width of the picture");
+  addFlag(command, "--force", target.overwrites, "Overwrite the output if it is there");
+  command.footer(
+      "Examples:  tessel plot grip.csv                       draws grip.svg\n"
+      "           tessel plot grip.csv --from 2.5 --to 4     draws a part of it\n"
+      "           tessel plot grip.csv --output p.svg        draws p.svg\n"
+      "Each glove gets a heat map, the highest count of each element over time, and the\n"
+      "curves of mean and maximum over its elements. Grey: nothing was recorded.\n"
+      "A picture of an earlier `tessel plot` is drawn again; any other file is\n"
+      "overwritten with --force only.");
+  command.callback([options] { plot(*options); });
+}

@@ -1,0 +1,66 @@
+// `tessel ports`: what is there, and which port the plug-in would use.
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <memory>
+
+#include "host/base/Console.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
+#include "host/gloves/Ports.h"
+
+namespace {
+
+void printJson(const std::vector<Port>& ports)
+{
+  auto json = nlohmann::ordered_json::array();
+  for (const Port& port : ports) {
+    json.push_back({{"text", port.friendlyText},
+                    {"path", port.path},
+                    {"isDongle", port.isDongle},
+                    {"isUsed", port.isUsed},
+                    {"state", describe(port)}});
+  }
+  console::printJson(json);
+}
+
+ExitCode run(bool isJson)
+{
+  const std::vector<Port> ports = listPorts();
+  if (isJson) {
+    printJson(ports);
+  } else {
+    for (const Port& port : ports) {
+      console::print("{} {}  {}{}\n", port.isUsed ? '*' : ' ', port.friendlyText, port.path,
+                     port.isDongle ? ", " + describe(port) : "");
+    }
+  }
+  const auto used = std::ranges::find_if(ports, &Port::isUsed);
+  if (used == ports.end()) {
+    throw noDongle(ports, portsVariable());
+  }
+  if (used->state != PortState::free) {
+    throw Failure(ExitCode::port, fmt::format("{} can't be used: {}", used->path, describe(*used)),
+                  adviceFor(*used));
+  }
+  if (isJson) return ExitCode::done;
+  console::print("* is the one that would be used.\n");
+  if (portsVariable()) console::print("The list is that of the variable TESSEL_SERIAL_PORTS.\n");
+  return ExitCode::done;
+}
+
+}  // namespace
+
+void addPorts(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto isJson = std::make_shared<bool>(false);
+  CLI::App& command =
+      *tessel.add_subcommand("ports", "Lists the serial ports, and shows whether the dongle's can be used.");
+  command_line::addFlag(command, "--json", *isJson, "Print JSON");
+  command.footer(
+      "Example:   tessel ports\n"
+      "The variable TESSEL_SERIAL_PORTS replaces the system's list, as for the plug-in.");
+  command.callback([isJson, &exitCode] { exitCode = run(*isJson); });
+}

@@ -1,0 +1,172 @@
+// `tessel record`: records gloves into a file, until a limit, the person or a failure ends it.
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <new>
+#include <optional>
+
+#include "host/base/Console.h"
+#include "host/base/PartFile.h"
+#include "host/base/Text.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HardwareOptions.h"
+#include "host/recording/OutputName.h"
+#include "host/session/GloveLayout.h"
+#include "host/session/Progress.h"
+#include "host/session/Recorder.h"
+#include "host/session/Summary.h"
+
+namespace {
+
+struct Options {
+  HardwareOptions hardware;
+  RecordingLimits limits;
+  std::optional<std::string> output;
+  std::optional<RecordFormat> format;
+  bool replaces = false;
+  bool isJson = false;
+  bool showsMemory = false;
+};
+
+// How it ended; `failure` is what the person is told after the summary.
+struct Ending {
+  std::string words;
+  std::optional<Failure> failure;
+};
+
+Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimits& limits,
+                   const std::atomic<bool>& stop)
+{
+  Progress progress(layout, limits);
+  try {
+    const auto show = [&](const RecordingFigures& figures) { progress.show(figures); };
+    if (recorder.run(stop, show)) return {"as asked for.", {}};
+    const bool isEarly = limits.seconds || limits.records || recorder.figures().records == 0;
+    if (!isEarly) return {"as asked for.", {}};
+    const char* const words = "interrupted before what was asked for was there.";
+    return {words, Failure(ExitCode::interrupted, words, "")};
+  } catch (const Failure& failure) {
+    return {failure.what(), failure};
+  } catch (const std::bad_alloc&) {
+    return {outOfMemory().what(), outOfMemory()};
+  } catch (const std::exception& error) {
+    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
+  }
+}
+
+// Gives the recording its name, unless records could not be written; then what lies there is no whole. Gives
+// where it lies.
+std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, PartFile& output,
+                           const RecordingFigures& figures, Ending& ending)
+{
+  output.keep(figures.records > 0);
+  if (figures.records == 0) return {};
+  try {
+    if (ending.failure && ending.failure->code() == ExitCode::output) return output.growing();
+    writer->finish({ending.words, figures.gaps.backwardSteps()});
+    writer.reset();
+    output.settle();
+    return output.wanted();
+  } catch (const Failure& failure) {
+    if (!ending.failure) ending = {failure.what(), failure};
+    return output.growing();
+  }
+}
+
+// Gives what ended the recording other than as asked for. What keeps it from beginning is thrown.
+std::optional<Failure> record(const Options& options)
+{
+  StopRequest stopRequest;
+  const auto [name, format] = chooseOutputName(options.output, options.format);
+  if (options.isJson && isStandardOutput(name)) {
+    throw Failure(ExitCode::usage,
+                  "--json and --output - can't be given together: both take standard output.",
+                  "Record into a file, or leave --json out.");
+  }
+  // Ahead of the gloves, so that what can't be written is reported at once.
+  PartFile output(name, format == RecordFormat::csv ? PartFile::Kind::file : PartFile::Kind::folder,
+                  options.replaces);
+  Hardware hardware(options.hardware);
+  console::tell("Looking for the dongle and the gloves...\n");
+  hardware.open(stopRequest);
+
+  const Layout layout = gloveLayout(hardware.settings(), hardware.askModules());
+  auto writer = makeRecordWriter(format, output.growing(), layout);
+  output.keep(true);
+  console::tell("Recording {} to {}; Ctrl-C ends it.\n",
+                fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(output.growing()));
+  Recorder recorder(hardware, layout, *writer, options.limits);
+  Ending ending = runRecorder(recorder, layout, options.limits, stopRequest.flag());
+  const auto place = keep(std::move(writer), output, recorder.figures(), ending);
+  const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
+                                 ending.failure ? ending.failure->code() : ExitCode::done};
+  console::tellLines(summaryText(summary));
+  if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
+  if (!ending.failure && output.hasPlace()) console::tell("Look at it with: tessel plot {}\n", utf8(place));
+  return ending.failure;
+}
+
+// What has no summary, because nothing was recorded.
+nlohmann::ordered_json failureJson(const Failure& failure)
+{
+  return {{"exitCode", static_cast<int>(failure.code())},
+          {"ended", failure.what()},
+          {"output", ""},
+          {"frames", 0}};
+}
+
+void run(const Options& options)
+{
+  std::optional<Failure> failure;
+  try {
+    failure = record(options);
+  } catch (const Failure& early) {
+    if (options.isJson) console::printJson(failureJson(early));
+    throw;
+  }
+  if (failure) throw *failure;
+}
+
+}  // namespace
+
+void addRecord(CLI::App& tessel, ExitCode& exitCode)
+{
+  using namespace command_line;
+  const auto options = std::make_shared<Options>();
+  Options& target = *options;
+  CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
+  addNumber(
+      command, "--seconds", "SECONDS", {.lowest = 0.001, .highest = 1e9},
+      [&target](double seconds) { target.limits.seconds = seconds; }, "Recording duration");
+  addWholeNumber(
+      command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
+      [&target](std::uint64_t frames) { target.limits.records = frames; }, "Number of frames to record");
+  addText(
+      command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
+      "Output file or folder, - for standard output; without it, a name of date and time");
+  addChoice(
+      command, "--format", "csv|npy", {"csv", "npy"},
+      [&target](const std::string& name) {
+        target.format = name == "csv" ? RecordFormat::csv : RecordFormat::npy;
+      },
+      "csv: a file with a line for each frame; npy: a folder with NumPy arrays. Without it, what the name "
+      "of the output ends in, or csv");
+  addFlag(command, "--force", target.replaces, "Replace a recording of this name");
+  addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
+  addFlag(command, "--memory", target.showsMemory, "Add the program's peak memory to the JSON")
+      ->needs("--json");
+  addHardwareOptions(command, target.hardware);
+  command.footer(
+      "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
+      "           tessel record --settings gloves.txt --output session1.npy\n"
+      "           tessel record --output - | head -3\n"
+      "While it grows, the recording's name ends in \".part\"; it gets its name at the\n"
+      "end, also if the gloves fail or Ctrl-C ends it.");
+  command.callback([options, &exitCode] {
+    run(*options);
+    exitCode = ExitCode::done;
+  });
+}

@@ -1,0 +1,65 @@
+// `tessel send`: one text command of the plug-in, and its answer.
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <memory>
+
+#include "host/base/Console.h"
+#include "host/commands/CommandLine.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HardwareOptions.h"
+#include "host/gloves/Hardware.h"
+
+namespace {
+
+struct Options {
+  HardwareOptions hardware;
+  std::string text;
+};
+
+// Gives the link so much time.
+void readFor(Hardware& hardware, std::chrono::milliseconds time)
+{
+  const auto end = std::chrono::steady_clock::now() + time;
+  while (std::chrono::steady_clock::now() < end) {
+    hardware.read();
+  }
+}
+
+void run(const Options& options)
+{
+  using namespace std::chrono_literals;
+  StopRequest stopRequest;
+  Hardware hardware(options.hardware);
+  console::tell("Looking for the dongle and the gloves...\n");
+  hardware.open(stopRequest);
+  readFor(hardware, 500ms);  // the battery level comes with the first frames
+  const std::string reply = hardware.ask(options.text);
+  readFor(hardware, 100ms);  // "OK" means queued: the next reads send it, half a second long
+  console::print("{}\n", reply);
+}
+
+}  // namespace
+
+void addSend(CLI::App& tessel, ExitCode& exitCode)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App& command =
+      *tessel.add_subcommand("send", "Sends the plug-in one text command and prints its answer.");
+  command_line::addText(
+      command, "TEXT", "TEXT", [&target = *options](const std::string& text) { target.text = text; },
+      "the command, in quotes if it has spaces")
+      ->required();
+  addHardwareOptions(command, options->hardware);
+  command.footer(
+      "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: questions\n"
+      "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\":\n"
+      "           to the first glove; OK means that it is sent\n"
+      "           SetSerialNumber,m,s: serial number s for glove m, 0 or 1\n"
+      "Example:   tessel send GetModuleMap --sim");
+  command.callback([options, &exitCode] {
+    run(*options);
+    exitCode = ExitCode::done;
+  });
+}

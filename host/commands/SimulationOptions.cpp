@@ -1,0 +1,73 @@
+#include "host/commands/SimulationOptions.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "host/commands/CommandLine.h"
+
+namespace {
+
+using namespace command_line;
+
+// Options that are commands of the control, by the same name, done before the port is there; the control
+// checks their values.
+struct Setting {
+  const char* command;
+  const char* value;
+  const char* help;
+};
+
+constexpr std::array settings{
+    Setting{"rate", "[GLOVE] HZ", "Frames per second, 0.1 to 1000 (40), as far as the radio can follow"},
+    Setting{"packets", "[GLOVE] N", "Packets per frame, 2 to 15 (14, which hold 125 samples)"},
+    Setting{"battery", "[GLOVE] CODE", "Battery, 0 to 31 (17); 19 is full, 11 and below empty"},
+    Setting{"loss", "[GLOVE] PERCENT", "So many of the packets are lost"},
+    Setting{"double", "[GLOVE] PERCENT", "So many of the packets come twice"},
+    Setting{"swap", "[GLOVE] PERCENT", "So many of the packets come after the next one"},
+    Setting{"sensor", "'GLOVE POSITION CODE'",
+            "A faulty sensor: palm, thumb, index, middle, ring or pinky, and a status from 1 to 255"},
+    Setting{"firmware", "A.B.C.D", "The dongle's firmware (1.4.2.130)"},
+    Setting{"restart-time", "SECONDS", "The dongle's, after a reset (0.3)"},
+    Setting{"busy", "on|off", "Another program holds the port (off)"},
+};
+
+template <class Number>
+void addCount(CLI::App& command, const char* name, std::uint64_t highest, Number& target, const char* help)
+{
+  addWholeNumber(
+      command, name, "N", {.lowest = 0, .highest = highest},
+      [&target](std::uint64_t number) { target = static_cast<Number>(number); }, help);
+}
+
+}  // namespace
+
+void addSimulationOptions(CLI::App& command, SimulationOptions& options)
+{
+  addChoice(
+      command, "--gloves", "left|right|both", {"left", "right", "both"},
+      [&options](const std::string& gloves) {
+        options.hasLeft = gloves != "right";
+        options.hasRight = gloves != "left";
+      },
+      "Which gloves there are (both)");
+  addCount(command, "--left-serial", 99'999, options.leftSerialNumber,
+           "Serial number of the left glove (17)");
+  addCount(command, "--right-serial", 99'999, options.rightSerialNumber,
+           "Serial number of the right glove (18)");
+  addCount(command, "--revision", 0xFFFF, options.moduleRevision, "Revision of the gloves (5)");
+  for (const Setting& setting : settings) {
+    addTexts(
+        command, std::string("--") + setting.command, setting.value,
+        [&options, setting](const std::string& value) {
+          options.setup.push_back(std::string(setting.command) + " " + value);
+        },
+        setting.help);
+  }
+  addCount(command, "--seed", UINT64_MAX, options.seed, "Of movement, noise and faults by chance (1)");
+  addTexts(
+      command, "--at", "'SECONDS COMMAND'",
+      [&options](const std::string& line) { options.schedule.push_back(line); },
+      "Does a command when so many seconds have passed; may be given several times");
+  addPath(command, "--scenario", "FILE", options.scenario, "A file with such lines; # begins a comment");
+}

@@ -1,0 +1,53 @@
+#include "host/gloves/LinkWatch.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A read waits up to a second for the head of a message, and up to another one for the rest.
+constexpr LinkWatch::Time maxRead = 2s;
+// Between two reads the program writes one record.
+constexpr LinkWatch::Time maxPause = 500ms;
+// After a stall, what waited is caught up with, and the plug-in finds its silence too long until a frame is
+// complete.
+constexpr LinkWatch::Time patience = 5s;
+// Without a message, a read fails after a second and not before.
+constexpr LinkWatch::Time quick = 900ms;
+constexpr unsigned maxRefusedFrames = 3;
+
+}  // namespace
+
+void LinkWatch::noteTurn(Time end, Time bound)
+{
+  const auto begin = std::exchange(latest_, end);
+  if (!begin || end - *begin <= bound) return;
+  ++stalls_.count;
+  stalls_.latest = std::chrono::duration<double>(end - *begin).count();
+  stalls_.longest = std::max(stalls_.longest, stalls_.latest);
+  resumed_ = end;
+}
+
+void LinkWatch::beginRead(Time now)
+{
+  noteTurn(now, maxPause);
+}
+
+LinkWatch::Verdict LinkWatch::endRead(Time now, TurnResult result)
+{
+  const Time begin = latest_.value_or(now);
+  noteTurn(now, maxRead);
+  if (result == TurnResult::record) {
+    hasRecord_ = true;
+    resumed_.reset();
+  }
+  const bool hadFailed = std::exchange(hasFailed_, result == TurnResult::failed);
+  if (!hasFailed_) return Verdict::alive;
+  if (resumed_) return now - *resumed_ < patience ? Verdict::alive : Verdict::lostInStall;
+  // A dead link fails at each read, a frame that is too short only when it is complete.
+  if (hasRecord_ || hadFailed) return Verdict::silent;
+  if (now - begin < quick) ++refusedFrames_;
+  return refusedFrames_ < maxRefusedFrames ? Verdict::alive : Verdict::framesTooShort;
+}

@@ -1,0 +1,76 @@
+#include "host/gloves/Ports.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+std::string describe(const Port& port)
+{
+  switch (port.state) {
+    case PortState::free:
+      return "free";
+    case PortState::inUse:
+      return port.detail.empty() ? "another program has it open."
+                                 : fmt::format("{} has it open.", port.detail);
+    case PortState::noRights:
+      return "you have no right to use it.";
+    case PortState::notSerial:
+      return "it is no serial port.";
+    case PortState::gone:
+      return "it has gone away.";
+    case PortState::tooManyFiles:
+    case PortState::failing:
+      break;
+  }
+  return port.detail;
+}
+
+std::string adviceFor(const Port& port)
+{
+  switch (port.state) {
+    case PortState::free:
+      return "";
+    case PortState::inUse:
+      return port.detail.starts_with("ModemManager")
+                 ? "ModemManager leaves the dongle alone with the udev rule that the README names."
+                 : "End that program.";
+    case PortState::noRights:
+      return port.isUsbDevice ? fmt::format(
+                                    "Install the udev rule that the README names, or: sudo usermod -a -G "
+                                    "dialout $USER, and log in again. Rights now: ls -lL {}",
+                                    port.path)
+                              : fmt::format("Look at the rights on it: ls -lL {}", port.path);
+    case PortState::notSerial:
+      return "TESSEL_SERIAL_PORTS must name the path of a serial port or of a simulated one. To use a dongle "
+             "that is plugged in: unset TESSEL_SERIAL_PORTS";
+    case PortState::tooManyFiles:
+      return "End programs that have many files open, or raise the limit (on Linux: ulimit -n).";
+    case PortState::gone:
+    case PortState::failing:
+      break;
+  }
+  return port.isUsbDevice ? "Unplug the dongle and plug it in again."
+                          : "Check what TESSEL_SERIAL_PORTS names.";
+}
+
+Failure noDongle(const std::vector<Port>& ports, const std::optional<std::string>& variable)
+{
+  const bool isNamed = std::ranges::any_of(ports, &Port::isDongle);
+  if (!variable) {
+    return {ExitCode::noDongle,
+            ports.empty() ? "there is no USB serial port."
+            : isNamed     ? "the dongle does not show itself."
+                          : "none of the serial ports is a dongle's.",
+            "Plug the dongle in and see `tessel ports`. To try without one: tessel record --sim"};
+  }
+  const char* const reason =
+      ports.empty() ? "none of the paths in it exists"
+      : isNamed     ? "the dongle that it names does not show itself"
+                    : "none of its ports that exist is called \"Bluegiga Bluetooth Low Energy (COMn)\"";
+  return {ExitCode::noDongle,
+          fmt::format(
+              "there is no dongle: TESSEL_SERIAL_PORTS is set, which replaces the system's list of ports, "
+              "and {}. It reads: {}",
+              reason, *variable),
+          "To use a dongle that is plugged in: unset TESSEL_SERIAL_PORTS"};
+}

@@ -1,0 +1,185 @@
+#include "host/gloves/SimulatedGloves.h"
+
+#include <fmt/core.h>
+
+#include <chrono>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+#include "host/base/Characters.h"
+#include "host/base/Failure.h"
+#include "host/base/Text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* seeCommands = "`tessel sim --help` lists the options, docs/simulator.md the commands.";
+
+// Only what an earlier simulation has left may be replaced.
+void checkPort(const fs::path& path)
+{
+  // What others have to copy from the terminal.
+  const std::string text = utf8(path);
+  if (text.find_first_of(";'") != std::string::npos || printable(text) != text) {
+    throw Failure(
+        ExitCode::output,
+        fmt::format("{} can't name a port: it has a ; or ' or a character that can't be shown.", text),
+        "Give another path with --port.");
+  }
+  std::error_code ignored;
+  const fs::file_status status = fs::symlink_status(path, ignored);
+  if (!fs::exists(status)) return;
+  if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") {
+    if (!simulator::PtyPort::isServed(path)) return;
+    throw Failure(ExitCode::output, fmt::format("{} is another simulation's.", utf8(path)),
+                  "End that one, or give another path with --port.");
+  }
+  throw Failure(ExitCode::output, fmt::format("{} is there already, and is no simulated port.", utf8(path)),
+                "Give a path with --port that is not taken; nothing is overwritten.");
+}
+
+}  // namespace
+
+SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(dongle_, options.seed)
+{
+  if (options.hasLeft) addGlove(simulator::Hand::left, options.leftSerialNumber, options);
+  if (options.hasRight) addGlove(simulator::Hand::right, options.rightSerialNumber, options);
+  control_.holdPort = [this](bool hold) {
+    isHeld_ = hold;
+    if (port_) port_->holdPort(hold);
+  };
+  control_.quit = [this] {
+    if (running_ != nullptr) *running_ = true;
+  };
+  try {
+    obey(options);
+  } catch (const std::invalid_argument& error) {
+    throw Failure(ExitCode::usage, error.what(), seeCommands);
+  }
+  try {
+    makePort(options.port);
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::not_supported) {
+      throw Failure(ExitCode::usage, "gloves are simulated on Linux only: it takes a pseudo terminal.",
+                    "Run it there, or use real gloves.");
+    }
+    throw Failure(ExitCode::output, fmt::format("The simulated port can't be made: {}", error.what()),
+                  "Give a path with --port in a folder that you can write to.");
+  }
+}
+
+SimulatedGloves::~SimulatedGloves()
+{
+  stop_ = true;
+  if (thread_.joinable()) thread_.join();
+}
+
+void SimulatedGloves::addGlove(simulator::Hand hand, std::uint32_t serialNumber,
+                               const SimulationOptions& options)
+{
+  const bool isLeft = hand == simulator::Hand::left;
+  simulator::GloveConfig config;
+  config.name = fmt::format("KVXG{}{:05}", isLeft ? 'L' : 'R', serialNumber);
+  config.revision = options.moduleRevision;
+  config.batteryCode = 17;
+  simulator::Glove& glove = dongle_.addGlove(config);
+  glove.config.movement = simulator::Grasp(glove.config, hand, options.seed + (isLeft ? 0 : 1));
+  gloves_.push_back({isLeft ? "left" : "right", glove, simulator::Control::linkOf(glove)});
+  control_.addGlove(gloves_.back().side, glove);
+}
+
+void SimulatedGloves::obey(const SimulationOptions& options)
+{
+  // Says where the words stand that the control does not understand.
+  const auto from = [](const std::string& place, const auto& act) {
+    try {
+      act();
+    } catch (const std::invalid_argument& error) {
+      throw std::invalid_argument(fmt::format("{}: {}", place, error.what()));
+    }
+  };
+  for (const std::string& line : options.schedule) {
+    from("--at", [&] { scenario_.push_back(simulator::readScenarioStep(line, control_)); });
+  }
+  if (!options.scenario.empty()) {
+    std::ifstream file(options.scenario);
+    std::error_code error;
+    if (!file || fs::is_directory(options.scenario, error)) {
+      throw std::invalid_argument(fmt::format("the scenario {} can't be read", utf8(options.scenario)));
+    }
+    from(utf8(options.scenario), [&] {
+      for (simulator::ScenarioStep& step : simulator::readScenario(file, control_)) {
+        scenario_.push_back(std::move(step));
+      }
+    });
+  }
+  for (const std::string& command : options.setup) {
+    from("--" + command.substr(0, command.find(' ')), [&] { control_.execute(command); });
+  }
+}
+
+void SimulatedGloves::makePort(const fs::path& wanted)
+{
+  if (wanted.empty()) {
+    path_ = folder_.emplace().path() / "dongle";
+  } else {
+    path_ = fs::absolute(wanted).lexically_normal();
+  }
+  checkPort(path_);
+  port_.emplace(clock_, dongle_, path_);
+  port_->holdPort(isHeld_);
+}
+
+std::string SimulatedGloves::portsVariable() const
+{
+  return fmt::format("Bluegiga Bluetooth Low Energy (COM7)={}", utf8(path_));
+}
+
+void SimulatedGloves::run(std::atomic<bool>& stop)
+{
+  running_ = &stop;
+  simulator::schedule(std::move(scenario_), clock_,
+                      [this](const std::string& command, const std::string& reply) {
+                        report(fmt::format("{} -> {}", command, reply));
+                      });
+  if (onReport) repeat(std::chrono::milliseconds(20), [this] { reportLinks(); });
+  port_->run(stop);
+  dongle_.unplug();
+}
+
+void SimulatedGloves::start()
+{
+  thread_ = std::thread([this] {
+    try {
+      run(stop_);
+    } catch (const std::exception& error) {
+      // The dongle did not come back, and that is what the user of the port notices.
+      report(error.what());
+    }
+  });
+}
+
+void SimulatedGloves::repeat(simulator::Duration period, const std::function<void()>& action)
+{
+  clock_.after(period, [this, period, action] {
+    action();
+    repeat(period, action);
+  });
+}
+
+void SimulatedGloves::report(const std::string& text) const
+{
+  const std::chrono::duration<double> time = clock_.now();
+  if (onReport) onReport(fmt::format("{:8.2f} s  {}", time.count(), text));
+}
+
+void SimulatedGloves::reportLinks()
+{
+  for (SimulatedGlove& each : gloves_) {
+    const std::string_view link = simulator::Control::linkOf(each.glove);
+    if (link != each.link) report(fmt::format("{}: {}", each.side, link));
+    each.link = link;
+  }
+}

@@ -1,0 +1,105 @@
+#include "host/session/Recorder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "host/base/Failure.h"
+#include "host/base/System.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto progressInterval = 200ms;
+// The plug-in waits for a first record without end, as long as any message comes.
+constexpr double longestWaitForFirst = 10;  // seconds
+constexpr double longestPause = 1;          // seconds without a frame at the end of a good recording
+
+double secondsBetween(Recorder::Time begin, Recorder::Time end)
+{
+  return std::chrono::duration<double>(end - begin).count();
+}
+
+}  // namespace
+
+Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer,
+                   const RecordingLimits& limits)
+    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), latest_(host::uptime())
+{
+  figures_.latest.resize(layout_.groups.size());
+  figures_.highest.resize(layout_.groups.size());
+}
+
+bool Recorder::run(const std::atomic<bool>& stop,
+                   const std::function<void(const RecordingFigures&)>& onProgress)
+{
+  // On every way out, a Failure of the hardware too.
+  struct Updated {
+    Recorder& recorder;
+    ~Updated() { recorder.updateTimes(host::uptime()); }
+  } const updated{*this};
+  auto nextProgress = host::uptime();
+  while (!stop) {
+    if (hardware_.read()) keepRecord();
+    const auto now = host::uptime();
+    updateTimes(now);
+    const bool isAtEnd = isAtLimit();
+    if (isAtEnd || !first_) checkSilence();
+    const bool isDue = now >= nextProgress;
+    if (isAtEnd || isDue) figures_.battery = hardware_.battery();
+    if (isAtEnd) return true;
+    if (!isDue) continue;
+    nextProgress = now + progressInterval;
+    onProgress(figures_);
+  }
+  return false;
+}
+
+void Recorder::updateTimes(Time now)
+{
+  const Time resumed = hardware_.link().resumed().value_or(latest_);
+  figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
+  figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
+  figures_.stalls = hardware_.link().stalls();
+}
+
+void Recorder::keepRecord()
+{
+  const auto elements = hardware_.store().elements();
+  writer_.add(hardware_.store().timestampMs(), elements);
+  latest_ = host::uptime();
+  if (!first_) first_ = latest_;
+  ++figures_.records;
+  figures_.gaps.add(hardware_.store().timestampMs());
+  for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
+    const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
+    figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);
+    figures_.highest[index] = std::max(figures_.highest[index], figures_.latest[index]);
+  }
+}
+
+void Recorder::checkSilence() const
+{
+  constexpr const char* advice =
+      "One of two gloves may have stopped: check that both are switched on, charged and near.";
+  if (!first_ && figures_.silentSeconds > longestWaitForFirst) {
+    throw Failure(ExitCode::silence, "no complete frame came, though the gloves were opened.", advice);
+  }
+  // Before the end of a recording that is shorter than the plug-in's patience.
+  const double usualSeconds = figures_.gaps.usualMs() / 1000;
+  const bool isSilent = first_ && figures_.silentSeconds > std::max(longestPause, 10 * usualSeconds);
+  if (isSilent && hardware_.link().resumed()) throw hardware_.linkFailure(LinkWatch::Verdict::lostInStall);
+  if (isSilent) {
+    throw Failure(
+        ExitCode::silence,
+        fmt::format("the gloves fell silent: no frame came in the last {:.1f} s.", figures_.silentSeconds),
+        advice);
+  }
+}
+
+bool Recorder::isAtLimit() const
+{
+  return (limits_.seconds && figures_.seconds >= *limits_.seconds) ||
+         (limits_.records && figures_.records >= *limits_.records);
+}

@@ -1,0 +1,60 @@
+// The recording itself: turns of the plug-in, records to the writer, figures for the person.
+// Threads: one; the stop flag alone may be raised by another. Errors: a Failure of the hardware or the writer
+// ends the recording, and is kept with its figures.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "host/gloves/Hardware.h"
+#include "host/recording/GapDetector.h"
+#include "host/recording/RecordWriter.h"
+
+struct RecordingLimits {
+  std::optional<double> seconds;  // from the first record on
+  std::optional<std::uint64_t> records;
+};
+
+// What a recording is up to at a moment, or was at its end.
+struct RecordingFigures {
+  std::uint64_t records = 0;
+  double seconds = 0;        // from the first record to this moment, or to its end
+  double silentSeconds = 0;  // since the latest record, or since a pause of this computer after it
+  GapDetector gaps;
+  Stalls stalls;
+  std::vector<std::uint16_t> latest;   // highest element of each group, in the latest record
+  std::vector<std::uint16_t> highest;  // in all records
+  std::optional<double> battery;       // 0 to 1
+};
+
+class Recorder {
+ public:
+  using Time = std::chrono::nanoseconds;  // of host::uptime()
+
+  // All must outlive it.
+  Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits);
+
+  // Records until a limit is reached, the flag is raised, or something fails; `onProgress` is called several
+  // times a second. True if a limit was reached.
+  bool run(const std::atomic<bool>& stop, const std::function<void(const RecordingFigures&)>& onProgress);
+
+  const RecordingFigures& figures() const { return figures_; }
+
+ private:
+  void updateTimes(Time now);
+  void keepRecord();
+  void checkSilence() const;
+  bool isAtLimit() const;
+
+  Hardware& hardware_;
+  const Layout& layout_;
+  RecordWriter& writer_;
+  const RecordingLimits limits_;
+  RecordingFigures figures_;
+  std::optional<Time> first_;
+  Time latest_;  // of the latest record, or the start
+};

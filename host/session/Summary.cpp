@@ -1,0 +1,105 @@
+#include "host/session/Summary.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "host/base/Characters.h"
+#include "host/base/PartFile.h"
+#include "host/base/Text.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::uint64_t bytesAt(const fs::path& place)
+{
+  std::error_code error;
+  if (isStandardOutput(place)) return 0;
+  if (fs::is_regular_file(place, error)) return fs::file_size(place, error);
+  std::uint64_t bytes = 0;
+  for (fs::directory_iterator entry(place, error), end; !error && entry != end; entry.increment(error)) {
+    std::error_code ignored;
+    bytes += entry->file_size(ignored);
+  }
+  return bytes;
+}
+
+std::string gapsText(const GapDetector& gaps)
+{
+  std::string text = "  timestamps: no interval longer than usual\n";
+  if (gaps.count() > 0) {
+    text = fmt::format(
+        "  timestamps: {} interval{} longer than usual, up to {} ms; by an estimate {} frames are missing\n",
+        gaps.count(), gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
+  }
+  if (gaps.backwardSteps() > 0)
+    text += fmt::format("  timestamps: {} backward step{}\n", gaps.backwardSteps(),
+                        gaps.backwardSteps() == 1 ? "" : "s");
+  return text;
+}
+
+std::string stallsText(const Stalls& stalls)
+{
+  if (stalls.count == 0) return "";
+  const std::string times = stalls.count == 1 ? "" : fmt::format(", the longest of {} times", stalls.count);
+  return fmt::format(
+      "  tessel stood still for {:.1f} s{}: the computer paused, or the output took no records.\n"
+      "  That alone makes intervals longer.\n",
+      stalls.longest, times);
+}
+
+}  // namespace
+
+std::string summaryText(const RecordingSummary& summary)
+{
+  const RecordingFigures& figures = summary.figures;
+  if (figures.records == 0) {
+    return fmt::format("Recorded no frame, so nothing was kept. Ended: {}\n", printable(summary.ending));
+  }
+  std::string text =
+      fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",
+                  figures.records, figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(),
+                  printable(summary.ending));
+  text += gapsText(figures.gaps);
+  text += stallsText(figures.stalls);
+  for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
+    const ElementGroup& group = summary.layout.groups[index];
+    if (!group.isGlove()) continue;
+    text += fmt::format("  {:<7} {}  {} elements, highest value {}\n", group.label, printable(group.module),
+                        group.count, figures.highest[index]);
+  }
+  text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
+                          : "  battery empty, or not known yet\n";
+  const std::uint64_t bytes = bytesAt(summary.place);
+  return text + fmt::format("Written to {}{}\n", printable(outputText(summary.place)),
+                            bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
+}
+
+nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMemory)
+{
+  const RecordingFigures& figures = summary.figures;
+  nlohmann::ordered_json json{{"exitCode", static_cast<int>(summary.exitCode)},
+                              {"ended", summary.ending},
+                              {"output", utf8(summary.place)},
+                              {"frames", figures.records},
+                              {"seconds", figures.seconds},
+                              {"timestampSeconds", figures.gaps.seconds()},
+                              {"framesPerSecond", figures.gaps.recordsPerSecond()},
+                              {"gaps", figures.gaps.count()},
+                              {"missingFrames", figures.gaps.missing()},
+                              {"longestGapMs", figures.gaps.longestMs()},
+                              {"backwardSteps", figures.gaps.backwardSteps()}};
+  json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
+  json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
+  json["gloves"] = nlohmann::ordered_json::array();
+  for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
+    const ElementGroup& group = summary.layout.groups[index];
+    if (!group.isGlove()) continue;
+    json["gloves"].push_back({{"label", group.label},
+                              {"module", group.module},
+                              {"elements", group.count},
+                              {"highest", figures.highest[index]}});
+  }
+  if (showsMemory) json["peakMemoryKiB"] = host::peakMemoryKiB();
+  return json;
+}

@@ -1,0 +1,21 @@
+// What a recording came to, for people and as JSON.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <filesystem>
+#include <string>
+
+#include "host/session/Recorder.h"
+
+struct RecordingSummary {
+  const Layout& layout;
+  const RecordingFigures& figures;
+  std::filesystem::path place;  // empty if nothing was kept
+  std::string ending;           // why it ended, in words
+  ExitCode exitCode;
+};
+
+// Several lines.
+std::string summaryText(const RecordingSummary& summary);
+nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMemory);

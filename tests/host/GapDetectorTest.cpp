@@ -1,0 +1,92 @@
+#include "host/recording/GapDetector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/plot/TimeAxis.h"
+#include "host/recording/RecordingParts.h"
+
+namespace {
+
+TEST(Gaps, AreFoundByTheStampsAlone)
+{
+  // Stamps at 40 frames a second, uneven by a millisecond or two; `lost` says which frames do not come.
+  const struct {
+    std::string name;
+    std::function<bool(unsigned frame)> lost;
+    std::uint64_t gaps, missing;
+    std::uint32_t longestMs;
+  } cases[] = {
+      {"none", [](unsigned) { return false; }, 0, 0, 0},
+      {"one", [](unsigned frame) { return frame == 100; }, 1, 1, 50},
+      {"five seconds", [](unsigned frame) { return frame >= 100 && frame < 300; }, 1, 200, 5025},
+      {"nine of thirteen", [](unsigned frame) { return frame % 13 > 3; }, 30, 270, 250},
+      {"the second one", [](unsigned frame) { return frame == 1; }, 1, 1, 50},
+  };
+  for (const auto& [name, lost, count, missing, longestMs] : cases) {
+    GapDetector gaps;
+    for (unsigned frame = 0; frame < 400; ++frame) {
+      if (!lost(frame)) gaps.add(0xFFFFF000U + frame * 25 + frame % 3);  // wraps on the way
+    }
+    EXPECT_EQ(gaps.count(), count) << name;
+    EXPECT_NEAR(static_cast<double>(gaps.missing()), static_cast<double>(missing), 2) << name;
+    EXPECT_NEAR(gaps.longestMs(), longestMs, 3) << name;
+  }
+}
+
+TEST(Gaps, AreThoseThatThePictureShows)
+{
+  // The frames that do not come; and with a second of none, timestamps that step back.
+  const struct {
+    std::string name;
+    std::vector<unsigned> lost;
+    std::uint32_t stepBack;
+    std::uint64_t gaps;
+  } cases[] = {
+      {"none", {}, 0, 0},
+      {"the second one", {1}, 0, 1},
+      {"one here and two there", {50, 120, 121}, 0, 2},
+      {"the one before the last", {398}, 0, 1},
+      {"one, and a step back", {50}, 900, 1},
+  };
+  for (const auto& [name, lost, stepBack, count] : cases) {
+    std::vector<std::uint32_t> timestamps;
+    for (unsigned frame = 0; frame < 400; ++frame) {
+      if (std::ranges::find(lost, frame) != lost.end()) continue;
+      timestamps.push_back(60'000 + frame * 25 - (frame > 200 ? stepBack : 0));
+    }
+    Recording recording;
+    setTimestamps(recording, timestamps);
+    EXPECT_EQ(recording.gaps.count(), count) << name;
+    EXPECT_EQ(recording.gaps.backwardSteps(), stepBack > 0 ? 1 : 0) << name;
+    EXPECT_EQ(recording.notes.size(), stepBack > 0 ? 1 : 0) << name;
+    // A column for each millisecond, and more.
+    const TimeAxis axis(recording, 0, duration(recording), 20'000);
+    EXPECT_EQ(axis.gaps().size(), count) << name;
+  }
+}
+
+TEST(Gaps, APauseOfTheComputerLooksLikeGapsOfWhichFewCountAsMissing)
+{
+  // Each timestamp is the glove's time, moved by 5 % of its distance from the time of the read, as the
+  // plug-in does it.
+  for (const unsigned waiting : {20U, 120U}) {
+    GapDetector gaps;
+    double moved = 0;
+    for (unsigned frame = 0; frame < 600; ++frame) {
+      const unsigned resumed = 200 + waiting;
+      const double late = frame >= 200 && frame < resumed ? (resumed - frame) * 25 : 0;
+      moved = 0.05 * late + 0.95 * moved;
+      gaps.add(60'000 + frame * 25 + static_cast<std::uint32_t>(moved));
+    }
+    EXPECT_GT(gaps.count(), 0U);
+    EXPECT_LT(gaps.missing(), 15U) << "of those that waited, and all came: " << waiting;
+    EXPECT_NEAR(gaps.recordsPerSecond(), 40, 0.2);
+  }
+}
+
+}  // namespace
