@@ -1,10 +1,10 @@
 // Stamps, filling and silence of readRecord, with frames put into the stores by hand.
 
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 
 namespace {
 
-class ReadRecordTest : public FrameTest {
+class ReadRecordTest : public CoreTest {
  protected:
   // An object whose link is open, with nothing to hear.
   void open(const std::string& lines)

@@ -1,11 +1,11 @@
 // sendCommand: what each line of text answers, and what it queues.
 
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 #include "tests/support/GroupingLocale.h"
 
 namespace {
 
-class CommandsTest : public FrameTest {
+class CommandsTest : public CoreTest {
  protected:
   // The reply, or "-1" and what stands in the reply then.
   std::wstring answer(const wchar_t* text)

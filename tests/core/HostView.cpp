@@ -1,6 +1,6 @@
 // A source of its own: a compiler that sees both classes at once knows that one is not the other.
 
-#include "tests/frame/HostView.h"
+#include "tests/core/HostView.h"
 
 #include <cstdint>
 

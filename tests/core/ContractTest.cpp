@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "shared/HwInterface.h"
-#include "tests/frame/HostView.h"
+#include "tests/core/HostView.h"
 #include "tests/support/HostLog.h"
 #include "tests/support/HostRecord.h"
 

@@ -3,13 +3,13 @@
 #include <thread>
 
 #include "shared/Parameter.h"
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 
 namespace {
 
 using simulator::Step;
 
-TEST_F(FrameTest, TheSettingsAreCopiedAndCleaned)
+TEST_F(CoreTest, TheSettingsAreCopiedAndCleaned)
 {
   settings::current.fileVersion = L"of another file";
   make(
@@ -26,7 +26,7 @@ TEST_F(FrameTest, TheSettingsAreCopiedAndCleaned)
   EXPECT_EQ(tessel_->serialFilter_, (std::vector<std::int32_t>{1, 65534}));
 }
 
-TEST_F(FrameTest, OddElementCountsMakeNoRecordOrNoObject)
+TEST_F(CoreTest, OddElementCountsMakeNoRecordOrNoObject)
 {
   const struct {
     const char* lines;
@@ -46,7 +46,7 @@ TEST_F(FrameTest, OddElementCountsMakeNoRecordOrNoObject)
   }
 }
 
-TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
+TEST_F(CoreTest, SavedSettingsAreTheObjectsOwn)
 {
   make(
       "TesselElementCount\t-1\nTesselSerialNumber\t2 17 70000\nTesselMetaData\t\"left "
@@ -70,7 +70,7 @@ TEST_F(FrameTest, SavedSettingsAreTheObjectsOwn)
   EXPECT_TRUE(settings::current.skipSensorStartupCheck);
 }
 
-TEST_F(FrameTest, FilterAndSensorCheckReachTheLink)
+TEST_F(CoreTest, FilterAndSensorCheckReachTheLink)
 {
   addGlove("KVXGL00017").config.sensorStatus[0] = 1;
   make("TesselElementCount\t125\nTesselSkipSensorStartupCheck\t1\n");
@@ -80,7 +80,7 @@ TEST_F(FrameTest, FilterAndSensorCheckReachTheLink)
   EXPECT_EQ(tessel_->lastError_, L"Not enough remote BLE modules detected.\nExpected: 1; detected: 0");
 }
 
-TEST_F(FrameTest, EachCodeHasItsMessage)
+TEST_F(CoreTest, EachCodeHasItsMessage)
 {
   make("TesselNumBleModules\t2\n");
   tessel_->configure();  // fails for want of gloves; the texts need a link
@@ -119,7 +119,7 @@ TEST_F(FrameTest, EachCodeHasItsMessage)
   }
 }
 
-TEST_F(FrameTest, ConfigureReportsWhatWentWrong)
+TEST_F(CoreTest, ConfigureReportsWhatWentWrong)
 {
   const std::string settings = "TesselElementCount\t125\nTesselNumSensors\t1\n";
   const auto errorOf = [this](const std::string& lines) {
@@ -144,7 +144,7 @@ TEST_F(FrameTest, ConfigureReportsWhatWentWrong)
       << "a third glove fails the table's assertion";
 }
 
-TEST_F(FrameTest, ALogThatCannotBeMadeFailsConfigure)
+TEST_F(CoreTest, ALogThatCannotBeMadeFailsConfigure)
 {
   log_.setLevel(1);
   make("TesselElementCount\t125\n");
@@ -154,7 +154,7 @@ TEST_F(FrameTest, ALogThatCannotBeMadeFailsConfigure)
   EXPECT_EQ(tessel_->bleDevice_.load(), nullptr);
 }
 
-TEST_F(FrameTest, TheObjectsLogTellsItsStory)
+TEST_F(CoreTest, TheObjectsLogTellsItsStory)
 {
   log_.setLevel(2);
   addGlove("KVXGL00017");
@@ -167,7 +167,7 @@ TEST_F(FrameTest, TheObjectsLogTellsItsStory)
                 "Trying to open BLE sensor\nDone setting up Tessel sensor\n");
 }
 
-TEST_F(FrameTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
+TEST_F(CoreTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
 {
   auto& glove = addGlove("KVXGL00017");
   make("TesselElementCount\t125\nTesselNumSensors\t1\n");
@@ -186,7 +186,7 @@ TEST_F(FrameTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
   EXPECT_TRUE(transcript_.empty());
 }
 
-TEST_F(FrameTest, TheDestructorClosesTheLink)
+TEST_F(CoreTest, TheDestructorClosesTheLink)
 {
   auto& glove = addGlove("KVXGL00017");
   make("TesselElementCount\t125\n");
@@ -197,7 +197,7 @@ TEST_F(FrameTest, TheDestructorClosesTheLink)
   EXPECT_TRUE(platform_.open.empty());
 }
 
-TEST_F(FrameTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
+TEST_F(CoreTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
 {
   auto& glove = addGlove("KVXGL00017");
   for (const bool isFirstGood : {true, false}) {
@@ -215,7 +215,7 @@ TEST_F(FrameTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
   }
 }
 
-TEST_F(FrameTest, TheDestructorLetsNothingOutAndClosesThePort)
+TEST_F(CoreTest, TheDestructorLetsNothingOutAndClosesThePort)
 {
   addGlove("KVXGL00017", 1);
   addGlove("KVXGR00018", 2);
@@ -226,7 +226,7 @@ TEST_F(FrameTest, TheDestructorLetsNothingOutAndClosesThePort)
   EXPECT_TRUE(platform_.open.empty());
 }
 
-TEST_F(FrameTest, ASignalBeforeConfigureHasBegunHasNoEffect)
+TEST_F(CoreTest, ASignalBeforeConfigureHasBegunHasNoEffect)
 {
   addGlove("KVXGL00017");
   make("TesselElementCount\t125\n");
@@ -234,7 +234,7 @@ TEST_F(FrameTest, ASignalBeforeConfigureHasBegunHasNoEffect)
   EXPECT_EQ(tessel_->configure(), 0);
 }
 
-TEST_F(FrameTest, AShutdownSignalledFromAnotherThreadEndsConfigure)
+TEST_F(CoreTest, AShutdownSignalledFromAnotherThreadEndsConfigure)
 {
   dongle_.faults.mute = true;
   make("TesselElementCount\t125\n");
@@ -246,7 +246,7 @@ TEST_F(FrameTest, AShutdownSignalledFromAnotherThreadEndsConfigure)
       << "by chance, who is first";
 }
 
-TEST_F(FrameTest, AShutdownSignalledDuringConfigureAbandonsIt)
+TEST_F(CoreTest, AShutdownSignalledDuringConfigureAbandonsIt)
 {
   addGlove("KVXGL00017");
   make("TesselElementCount\t125\n");

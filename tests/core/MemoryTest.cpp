@@ -1,11 +1,11 @@
 // What must go well when there is no memory at all.
 
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 #include "tests/support/FailingMemory.h"
 
 namespace {
 
-TEST_F(FrameTest, AnObjectEndsWithoutMemoryAndItsLastLinesAreLostInSilence)
+TEST_F(CoreTest, AnObjectEndsWithoutMemoryAndItsLastLinesAreLostInSilence)
 {
   log_.setLevel(2);
   addGlove("KVXGL00017");

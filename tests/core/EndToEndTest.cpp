@@ -2,14 +2,14 @@
 
 #include <map>
 
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 
 namespace {
 
 using simulator::Glove;
 using simulator::SentFrame;
 
-class EndToEnd : public FrameTest {
+class EndToEnd : public CoreTest {
  public:
   static constexpr std::size_t perGlove = 125;
   // By then the filter has taken in how late the first frame was read.
@@ -189,7 +189,7 @@ TEST(EndToEndRuns, AnHourOfAClockThatRunsFastOrSlowStaysWithTheHosts)
       const auto step = static_cast<std::int32_t>(records[index].stamp - records[index - 1].stamp);
       ASSERT_NEAR(step, 25, 2) << "record " << index << " at " << error;
     }
-    const auto late = static_cast<std::int32_t>(FrameTest::clock() - records.back().stamp);
+    const auto late = static_cast<std::int32_t>(CoreTest::clock() - records.back().stamp);
     EXPECT_NEAR(late, 0, 25) << error;
   }
 }

@@ -14,14 +14,14 @@ class OpenTessel : public HWTessel {
       HWTessel::openingError, HWTessel::serialFilter_, HWTessel::elemCount_, HWTessel::settings_;
 };
 
-class FrameTest : public DongleTest {
+class CoreTest : public DongleTest {
  public:
-  FrameTest()
+  CoreTest()
   {
     currentTest = this;
     resetSettings();
   }
-  ~FrameTest() override { resetSettings(); }
+  ~CoreTest() override { resetSettings(); }
 
   // The settings as a library that was just loaded has them.
   static void resetSettings() { settings::current = {}; }
@@ -31,7 +31,7 @@ class FrameTest : public DongleTest {
   {
     tessel_.reset();
     tessel_ =
-        std::make_unique<OpenTessel>(folder_.write("settings", lines).c_str(), &FrameTest::clock, L"host");
+        std::make_unique<OpenTessel>(folder_.write("settings", lines).c_str(), &CoreTest::clock, L"host");
   }
 
   // Gives the object a record store.
@@ -52,5 +52,5 @@ class FrameTest : public DongleTest {
   std::uint32_t clockOffset_ = 0;  // what the host's clock shows when the test begins
 
  private:
-  static inline FrameTest* currentTest = nullptr;
+  static inline CoreTest* currentTest = nullptr;
 };

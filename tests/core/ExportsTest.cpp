@@ -1,20 +1,20 @@
 // The five exports, linked in.
 
 #include "shared/PluginApi.h"
-#include "tests/frame/FrameFixture.h"
+#include "tests/core/CoreFixture.h"
 
 namespace {
 
 using namespace plugin;
 
-TEST_F(FrameTest, ObjectsAreReleasedOnceAndByIdentity)
+TEST_F(CoreTest, ObjectsAreReleasedOnceAndByIdentity)
 {
   int other = 0;
   EXPECT_STREQ(getName(), L"Tessel");
   EXPECT_FALSE(release(nullptr));
   const std::wstring file = folder_.write("settings", "TesselElementCount\t5\n");
-  HwInterface* const first = create(file.c_str(), &FrameTest::clock, L"host");
-  HwInterface* const second = create(L"no such file", &FrameTest::clock, L"");
+  HwInterface* const first = create(file.c_str(), &CoreTest::clock, L"host");
+  HwInterface* const second = create(L"no such file", &CoreTest::clock, L"");
   EXPECT_EQ(first->hostText_, L"host");
   EXPECT_EQ(first->getNativeSize(), 5U);
   EXPECT_FALSE(release(reinterpret_cast<HwInterface*>(&other)));
@@ -25,7 +25,7 @@ TEST_F(FrameTest, ObjectsAreReleasedOnceAndByIdentity)
   EXPECT_FALSE(release(second));
 }
 
-TEST_F(FrameTest, FoldersAndLogAreTheHosts)
+TEST_F(CoreTest, FoldersAndLogAreTheHosts)
 {
   folder::FolderMap folders;
   setFolders(&folders);
