@@ -1,4 +1,4 @@
-// HWTessel::sendCommand: the host's lines of text.
+// HWTessel::sendCommand: text commands of the host.
 
 #include <algorithm>
 #include <array>
@@ -9,8 +9,8 @@
 
 namespace {
 
-// The answer of the latest command that had one, of all objects. Meant so: it is never cleared, and a text
-// that matches nothing is answered with it.
+// The reply to the latest command that had one, shared by all objects. Intentional: it is never cleared, and
+// an unknown command returns it again.
 std::wstring& commandReply()
 {
   static std::wstring reply;
@@ -25,7 +25,7 @@ std::wstring firstWord(const std::wstring& text)
   return word;
 }
 
-// Two delimiters in a row make an empty piece; one at the end makes none.
+// Two delimiters in a row yield an empty piece; one at the end does not.
 std::vector<std::wstring> splitText(const std::wstring& text, wchar_t delimiter)
 {
   std::vector<std::wstring> pieces;
@@ -36,7 +36,8 @@ std::vector<std::wstring> splitText(const std::wstring& text, wchar_t delimiter)
   return pieces;
 }
 
-// Meant so: a text that is no number is no error. It counts as what the stream leaves, 0 or the limit.
+// Intentional: a text that is not a number is no error; it counts as the value that the stream stores, 0 or
+// the limit.
 std::uint16_t toWord(const std::wstring& text)
 {
   std::uint16_t number = 0;
@@ -49,7 +50,7 @@ std::uint8_t toByte(const std::wstring& text)
   return static_cast<std::uint8_t>(toWord(text));
 }
 
-// The battery level from 0 to 1: eight steps below the top code, 19. Meant so: a code above it reads as
+// The battery level from 0 to 1 in eight steps below the top code, 19. Intentional: a code above it reads as
 // empty.
 std::wstring levelText(std::int32_t code)
 {
@@ -72,7 +73,7 @@ constexpr std::array queuedCommands{QueuedCommand{L"AutoTune", 64}, QueuedComman
 
 struct TextCommand {
   const wchar_t* word;
-  std::wstring (*answer)(const BleDevice& device);
+  std::wstring (*reply)(const BleDevice& device);
 };
 constexpr std::array textCommands{
     TextCommand{L"Identify", [](const BleDevice& device) { return device.identity(); }},
@@ -104,9 +105,8 @@ std::int32_t HWTessel::sendCommand(const wchar_t* text, std::wstring& reply)
   } else if (const auto command = std::ranges::find_if(queuedCommands, isWord);
              command != queuedCommands.end()) {
     if (queueCommand(command->opcode, {}, 0)) commandReply() = queued;
-  } else if (const auto question = std::ranges::find_if(textCommands, isWord);
-             question != textCommands.end()) {
-    if (device != nullptr) commandReply() = question->answer(*device);
+  } else if (const auto query = std::ranges::find_if(textCommands, isWord); query != textCommands.end()) {
+    if (device != nullptr) commandReply() = query->reply(*device);
   } else if (const auto words = splitText(text, L' '); !words.empty() && words[0] == L"SensorSelect") {
     if (words.size() < 2) {
       reply = tooFew;

@@ -1,6 +1,6 @@
 // The five functions of shared/PluginApi.h.
 
-// The other compilers of Windows than this project's own take the same mark.
+// This attribute also works with other Windows compilers than this project's own.
 #ifdef _WIN32
 #define PLUGIN_EXPORT __declspec(dllexport)
 #else
@@ -20,9 +20,9 @@ namespace {
 
 using Instances = std::list<std::shared_ptr<HwInterface>>;
 
-// The objects that the host has, oldest first; their only owner. Made on the first use, so that it goes
-// before the library's other statics: an object that the host forgot closes its link when the library is
-// unloaded.
+// The host's objects, oldest first; this list is their only owner. It is created on first use so that it is
+// destroyed before the library's other statics: an object that the host forgot still closes its link when the
+// library is unloaded.
 Instances& instances()
 {
   static Instances list;

@@ -1,4 +1,4 @@
-// The life of the object: settings, link, end.
+// Construction, settings, opening and closing of the hardware object.
 
 #include "HWTessel.h"
 
@@ -23,7 +23,7 @@ HWTessel::HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t
 void HWTessel::loadSettings()
 {
   settings::current.fileVersion.clear();
-  // Intentional: without the file the variables stay as an earlier object left them.
+  // Intentional: without the file the variables keep the values that an earlier object left.
   parameter::readFile(configFile_);
 
   settings_ = settings::current;
@@ -31,7 +31,7 @@ void HWTessel::loadSettings()
   const auto isSerialNumber = [](std::int32_t number) { return number >= 1 && number <= 65534; };
   std::ranges::copy_if(settings_.serialNumber, std::back_inserter(serialFilter_), isSerialNumber);
 
-  // Divided in 64 bits, where nothing overflows; a record of no modules has no elements of one.
+  // 64-bit division cannot overflow here. Without modules there are no elements for one.
   if (settings_.numBleModules != 0) {
     const std::int64_t quotient = std::int64_t{settings_.elementCount} / settings_.numBleModules;
     moduleElemCount_ = std::in_range<std::int32_t>(quotient) ? static_cast<std::int32_t>(quotient) : 0;
@@ -49,9 +49,9 @@ HWTessel::~HWTessel()
   try {
     HWTessel::close();
   } catch (...) {
-    // The link is closed all the same, and a destructor must not end the host.
+    // The link is closed in any case, and a destructor must not terminate the host.
   }
-  // Intentional: the last line, which the base logs, finds no log any more.
+  // Intentional: the base class logs one more line, which finds no log any more.
   currentLogManager->remove(this);
   delete bleDevice_.load();
 }
@@ -63,11 +63,11 @@ std::int32_t HWTessel::getMaxValue()
 
 void HWTessel::makeDevice()
 {
-  // Intentional: the new link is made before the old one goes, which leaves neither current. A host gets a
-  // working link again from a new object.
+  // Intentional: the new link is created before the old one is destroyed, which leaves no current device. The
+  // host gets a working link again by creating a new object.
   auto device = std::make_unique<BleDevice>();
   const std::unique_ptr<BleDevice> previous(bleDevice_.exchange(device.release()));
-  // An open port would stay claimed by this process, and no later object could open it.
+  // This process would keep an open port claimed, and no later object could open it.
   if (previous) previous->abandonPort();
 }
 

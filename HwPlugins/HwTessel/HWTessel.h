@@ -1,8 +1,8 @@
 // The hardware object of the gloves: one or two of them behind one dongle.
 //
-// Settings are copied from the process-wide values of Settings.h once, when the object is made, and go back
-// to them before they are saved. Threads and errors: as in shared/HwInterface.h. Time: records get timestamps
-// in ms of the host's clock.
+// The constructor copies the process-wide settings of Settings.h once; they are copied back before they are
+// saved. Threads and errors: as in shared/HwInterface.h.
+// Time: records get timestamps in ms of the host's clock.
 #pragma once
 
 #include <atomic>
@@ -15,10 +15,10 @@
 
 class HWTessel : public HwInterface {
  public:
-  // The name under which the plug-in and each of its objects is known.
+  // Name of the plug-in and of each of its objects.
   static constexpr const wchar_t* name = L"Tessel";
 
-  // Reads the settings file, if it is there; touches no hardware. A log manager must be set.
+  // Reads the settings file if it exists; touches no hardware. A log manager must be set.
   HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText);
   // Closes the link.
   ~HWTessel() override;
@@ -34,18 +34,18 @@ class HWTessel : public HwInterface {
   void syncParameters(std::wstring oldFile, std::wstring newFile) override;
 
  protected:
-  // Owned. Null until `configure`; read by `signalShutdown` on its own thread, for which it must stay until
-  // that has returned.
+  // Owned. Null until `configure`. `signalShutdown` reads it on its own thread; the device must not be
+  // destroyed before that call has returned.
   std::atomic<BleDevice*> bleDevice_{nullptr};
-  settings::Values settings_;   // as loaded; the members below come from them
-  std::int32_t elemCount_ = 0;  // glove elements in a record; behind them stand the host's auxiliary ones
-  std::int32_t moduleElemCount_ = 0;    // elements of one module, as the settings divide them
+  settings::Values settings_;         // as loaded; the members below come from them
+  std::int32_t elemCount_ = 0;        // glove elements in a record, followed by the host's auxiliary elements
+  std::int32_t moduleElemCount_ = 0;  // elements of one module, as the settings divide them
   std::vector<std::int32_t> channels_;  // 0, 1, 2 ..., one for each element of a record
   std::uint32_t recordStamp_ = 0;       // of the newest record
   std::uint32_t deviceBase_ = 0;        // device time of the first frame, in ms
   std::uint32_t hostBase_ = 0;          // host clock at the first frame
-  bool firstFrame_ = true;              // until the first frame is stamped
-  double driftFilter_ = 0.0;            // smoothed host clock minus stamp, in ms
+  bool firstFrame_ = true;              // until the first frame has its timestamp
+  double driftFilter_ = 0.0;            // smoothed host clock minus timestamp, in ms
   std::uint32_t lastDelivery_ = 0;      // host clock at the latest frame; 0 for none yet
   std::int64_t lastFrameNumber_ = 0;
   std::int64_t lostFrames_ = 0;  // sum of the gaps between frame numbers
@@ -53,7 +53,7 @@ class HWTessel : public HwInterface {
   std::vector<std::int32_t>
       serialFilter_;  // serial numbers of the gloves that may be connected; empty for any
 
-  // The words for a code of BleDevice::open; of sensor faults they need the link.
+  // The message for a result of BleDevice::open. For sensor faults the link must exist.
   std::wstring openingError(std::int32_t code) const;
 
  private:
@@ -61,9 +61,9 @@ class HWTessel : public HwInterface {
   void makeDevice();
   std::wstring sensorFaultReport(std::uint32_t module) const;
   std::int32_t decideOnSilence() const;
-  void stampRecord(const Framelet& frame, std::uint64_t backlog);
+  void timestampRecord(const Framelet& frame, std::uint64_t backlog);
   std::int32_t fillRecord();
   bool queueCommand(std::uint8_t opcode, std::span<const std::uint8_t> payload, std::int32_t module);
 
-  std::vector<Framelet> frames_;  // of the read that runs; kept for its memory
+  std::vector<Framelet> frames_;  // of the current read; a member to reuse its memory
 };

@@ -1,4 +1,4 @@
-// HWTessel::readRecord: from a turn of the link to a stamped record.
+// HWTessel::readRecord: polls the link and fills one record with its timestamp.
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-// The low 32 bits of a number truncated towards zero; 0 for one that no 64-bit integer holds.
+// The low 32 bits of a number truncated towards zero; 0 if no 64-bit integer can hold it.
 std::uint32_t lowBits(double number)
 {
   constexpr double limit = 9223372036854775808.0;  // 2 to the 63rd
@@ -14,13 +14,13 @@ std::uint32_t lowBits(double number)
   return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
 }
 
-// Device time in ms. Without a divisor it is the host's.
+// Device time in ms; the host's time if there is no divisor.
 std::uint32_t deviceTime(std::uint32_t ticks, double ticksPerMs, std::uint32_t now)
 {
   constexpr std::uint32_t sevenDaysMs = 604'800'000;
   if (!(ticksPerMs > 0.0)) return now;
   const std::uint32_t rounded = lowBits(ticks / ticksPerMs + 0.5);
-  // Meant so: from seven days on the stamps fall back to the first frame's.
+  // Intentional: after seven days timestamps fall back to that of the first frame.
   return rounded > sevenDaysMs ? 0 : rounded;
 }
 
@@ -28,7 +28,7 @@ std::uint32_t deviceTime(std::uint32_t ticks, double ticksPerMs, std::uint32_t n
 
 std::int32_t HWTessel::readRecord()
 {
-  // On every way out, an exception too.
+  // Also when an exception leaves the function.
   struct Emptied {
     std::vector<Framelet>& frames;
     ~Emptied() { frames.clear(); }
@@ -38,23 +38,23 @@ std::int32_t HWTessel::readRecord()
   if (!device.poll()) return -1;
   std::uint64_t backlog = 0;
   if (!device.fetchFrame(frames_, settings_.numSensors, backlog)) return decideOnSilence();
-  stampRecord(frames_.front(), backlog);
+  timestampRecord(frames_.front(), backlog);
   return fillRecord();
 }
 
 std::int32_t HWTessel::decideOnSilence() const
 {
-  // Meant so: before the first frame, and after one that came when the host's clock read 0, no silence is too
-  // long.
+  // Intentional: no silence is too long before the first frame, or after one that arrived when the host's
+  // clock read 0.
   if (lastDelivery_ == 0) return 0;
-  // Meant so: a negative time-out is a very large one.
+  // Intentional: a negative timeout becomes a very large one.
   return clock_() - lastDelivery_ > static_cast<std::uint32_t>(settings_.readTimeout) ? -1 : 0;
 }
 
-void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
+void HWTessel::timestampRecord(const Framelet& frame, std::uint64_t backlog)
 {
   constexpr double kept = 0.95;
-  constexpr double taken = 1 - kept;  // 0.050000000000000044, not 0.05: stamps are the same to the bit
+  constexpr double taken = 1 - kept;  // 0.050000000000000044, not 0.05: timestamps must match to the bit
   constexpr std::uint64_t lateBacklog = 6;
 
   lastDelivery_ = clock_();
@@ -66,10 +66,11 @@ void HWTessel::stampRecord(const Framelet& frame, std::uint64_t backlog)
     driftFilter_ = 0.0;
   }
   recordStamp_ = hostBase_ - deviceBase_ + time;
-  // A frame that waited in a queue says nothing about the clocks. Meant so: it gets no correction at all.
+  // A frame that waited in a queue carries no information about the clocks. Intentional: its timestamp gets
+  // no correction at all.
   if (backlog < lateBacklog) {
-    // Meant so: as plain numbers. Where the host's clock has wrapped and the stamp not, or the other way
-    // round, the stamps swerve, and come back within some hundred frames.
+    // Intentional: the difference ignores wrapping. If only one of host clock and timestamp has wrapped, the
+    // timestamps jump and recover within some hundred frames.
     const double difference = static_cast<double>(clock_()) - static_cast<double>(recordStamp_);
     driftFilter_ = difference * taken + driftFilter_ * kept;
     recordStamp_ += lowBits(driftFilter_);

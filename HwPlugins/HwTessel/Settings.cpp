@@ -11,7 +11,7 @@ Values current;
 
 namespace {
 
-// A satellite for one member; `name` only for one that is to be in the module's registry.
+// A satellite for one member; with `name` it registers itself.
 template <class... Name>
 std::unique_ptr<SateliteInterface> bind(Values& values, const Member& member, const Name&... name)
 {

@@ -1,7 +1,8 @@
 // The settings of the plug-in: their values, and the one table of their keys in the settings file.
 //
-// All hardware objects of the process share `current`. A key that a file leaves out keeps what the load or
-// save before it left there. Threads: one at a time.
+// All hardware objects of the process share `current`. A key that is missing from a file keeps the value of
+// the previous load or save.
+// Threads: one at a time.
 #pragma once
 
 #include <array>
@@ -15,7 +16,7 @@
 
 namespace settings {
 
-// The value of an element count and of a number of sensors that no file has given: not a usable one.
+// Element count and number of sensors before a file sets them; not a usable value.
 inline constexpr std::int32_t notConfigured = -1;
 
 struct Values {
@@ -39,7 +40,7 @@ using Member = std::variant<std::wstring Values::*, double Values::*, std::int32
 struct Key {
   const wchar_t* name;
   Member member;
-  const char* meaning;  // for people
+  const char* meaning;  // shown to the user
 };
 
 // In the order in which the variables are bound.
@@ -53,16 +54,16 @@ inline constexpr std::array keys{
     Key{L"TesselWriteTimeout", &Values::writeTimeout, "Carried along, without effect."},
     Key{L"TesselNumBleModules", &Values::numBleModules, "Gloves to connect to: 1 or 2."},
     Key{L"TesselMetaData", &Values::metaData, "Free text in double quotes."},
-    Key{L"TesselExecDelay", &Values::execDelay, "Execution delay that the host is told."},
+    Key{L"TesselExecDelay", &Values::execDelay, "Execution delay reported to the host."},
     Key{L"TesselSerialNumber", &Values::serialNumber,
         "The gloves that may be connected: their number, then a serial number each. 0 is any."},
     Key{L"TesselSkipSensorStartupCheck", &Values::skipSensorStartupCheck,
         "1 leaves out the check of the sensors on connecting."}};
 
-// Bound to the module's registry.
+// The variables of the registered satellites.
 extern Values current;
 
-// Values of the caller's own that a settings file can be read into. The values must outlive it.
+// Lets a settings file be read into the caller's own values, which must outlive it.
 class Binding {
  public:
   explicit Binding(Values& values);

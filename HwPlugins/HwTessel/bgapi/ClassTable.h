@@ -1,5 +1,5 @@
-// The received messages of the protocol version in use, by class and id. A message outside the table is
-// unknown; one inside it without a handler of its own is known and ignored.
+// Messages received from the dongle, by class and id. A message outside the table is unknown; one inside it
+// without a handler of its own is known and ignored.
 #pragma once
 
 #include <numeric>
@@ -24,7 +24,8 @@ static_assert(total(eventCounts) == 35);
 template <const ClassCounts& counts>
 class ClassTable {
  public:
-  // Each record of `handled` takes the place that its header names; one that names none does not compile.
+  // Each record of `handled` is stored at the class and id in its header; one outside the table does not
+  // compile.
   constexpr ClassTable(std::uint8_t type, std::initializer_list<MessageRecord> handled)
   {
     std::size_t first = 0;
@@ -41,7 +42,7 @@ class ClassTable {
     }
   }
 
-  // Null for a class or an id that is not there.
+  // Null if the table does not have this class or id.
   constexpr const MessageRecord* find(std::uint8_t messageClass, std::uint8_t id) const
   {
     return has(messageClass, id) ? &records_[position(messageClass, id)] : nullptr;

@@ -1,4 +1,4 @@
-// Commands to the dongle: the rows that the library sends, and their encoding.
+// Commands to the dongle: the messages that the library sends, and their encoding.
 //
 // Threads: the thread that runs the link. Encoding allocates nothing and copies no array.
 #pragma once
@@ -10,10 +10,11 @@
 
 namespace bgapi {
 
-// A value for one parameter: a number, an address, or an array with its length. Refers to the caller's bytes.
+// The value of one parameter: a number, an address, or an array with its length. Refers to the caller's
+// bytes.
 class Argument {
  public:
-  // A number is cut to the size of its parameter.
+  // A number is truncated to the size of its parameter.
   template <std::integral Number>
   constexpr Argument(Number value) : number_(static_cast<std::uint32_t>(value))
   {
@@ -35,17 +36,17 @@ class Argument {
   std::span<const std::uint8_t> bytes_;
 };
 
-// Eight parameters fit into a code, and an address is the longest.
+// A parameter code holds eight types, and an address is the largest.
 inline constexpr std::size_t maxFixedBytes = headerSize + 8 * addressSize;
 
 struct EncodedMessage {
   std::array<std::uint8_t, maxFixedBytes> bytes{};  // header and fixed parameters
   std::size_t length = 0;                           // of these
-  std::span<const std::uint8_t> array;              // goes out behind them; the caller's memory
+  std::span<const std::uint8_t> array;              // sent after them; the caller's memory
 };
 
-// A message carries at most one array: a second takes the place of the first. Arguments that are missing
-// count as 0 and as empty.
+// A message carries at most one array; a second one replaces the first. Missing arguments count as 0 or
+// empty.
 EncodedMessage encode(const MessageRecord& record, std::initializer_list<Argument> arguments);
 
 constexpr MessageRecord command(MessageClass messageClass, std::uint8_t id,

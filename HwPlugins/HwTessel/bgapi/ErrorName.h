@@ -1,7 +1,7 @@
-// Names of the protocol's 16-bit result codes, for people who debug.
+// Names of the protocol's 16-bit result codes, for debugging.
 #pragma once
 
 #include <cstdint>
 
-// "unknown" for a code that has no name. Never null; the text lasts as long as the library.
+// "unknown" for a code without a name. Never null; valid while the library is loaded.
 const char* ble_error_name(std::uint16_t code);

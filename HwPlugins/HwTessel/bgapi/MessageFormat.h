@@ -1,4 +1,4 @@
-// The frame of BGAPI, the dongle's protocol, as the published protocol lays it out:
+// Format of a message of BGAPI, the dongle's published protocol:
 //
 //   byte 0  bit 7: event, else command or response; bits 0-2: bits 8-10 of the payload length
 //   byte 1  bits 0-7 of the payload length
@@ -6,7 +6,7 @@
 //   byte 3  id within the class; a command and its response share both
 //   then    payload, numbers with the low byte first
 //
-// Bytes only: no port, no clock, no state.
+// Independent of port, clock and state.
 #pragma once
 
 #include <array>
@@ -35,8 +35,8 @@ enum class MessageClass : std::uint8_t {
 };
 inline constexpr std::size_t classCount = 10;
 
-// A received payload stands at the front of a buffer of this size, whatever its length: a handler is told no
-// length and may read it all.
+// A received payload is passed at the start of a buffer of this size: a handler gets no length and may read
+// all of it.
 inline constexpr std::size_t payloadCapacity = 256;
 using Payload = std::span<const std::uint8_t, payloadCapacity>;
 

@@ -1,13 +1,13 @@
-// One message of the protocol: its header, what its fixed parameters are, and who handles it.
+// Description of one message: its header, the types of its fixed parameters, and its handler.
 #pragma once
 
 #include <initializer_list>
 
-#include "bgapi/Frame.h"
+#include "bgapi/MessageFormat.h"
 
 namespace bgapi {
 
-// The published types, by their codes in a parameter code. A code that is not named stands for nothing.
+// The published types, as they are numbered in a parameter code. Other numbers are unused.
 enum class ParameterType : std::uint8_t {
   uint8 = 2,
   int8 = 3,
@@ -21,7 +21,7 @@ enum class ParameterType : std::uint8_t {
   uint16array = 11  // a length of two bytes
 };
 
-// The types of a message in order, four bits each, the first one lowest.
+// The types of a message in order, four bits each, the first one in the lowest bits.
 using ParameterCode = std::uint32_t;
 
 constexpr ParameterCode parameters(std::initializer_list<ParameterType> types)
@@ -40,7 +40,7 @@ constexpr ParameterType firstType(ParameterCode code)
   return static_cast<ParameterType>(code & 0x0F);
 }
 
-// Bytes of one parameter among the fixed ones.
+// Size of one parameter among the fixed ones, in bytes.
 constexpr std::size_t wireSize(ParameterType type)
 {
   switch (type) {
@@ -73,7 +73,7 @@ constexpr std::uint8_t fixedLength(ParameterCode code)
 
 using Handler = void (*)(Payload payload);
 
-// For messages that are known and of no interest.
+// For messages that are known and not used.
 constexpr void ignore(Payload) {}
 
 struct MessageRecord {

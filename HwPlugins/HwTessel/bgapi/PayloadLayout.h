@@ -1,8 +1,8 @@
-// The fields that are read from received payloads, at their published offsets. A field is called with the
-// payload: `scan_response::dataLength(payload)`.
+// Fields of received payloads, at their published offsets. A field is called with the payload:
+// `scan_response::dataLength(payload)`.
 #pragma once
 
-#include "bgapi/Frame.h"
+#include "bgapi/MessageFormat.h"
 
 namespace bgapi {
 
@@ -19,7 +19,7 @@ struct U16Field {
   }
 };
 
-// What a payload ends with: from the field on to the end of the buffer, however long it claims to be.
+// The end of a payload: from the offset to the end of the buffer, whatever length the payload claims.
 template <std::size_t offset>
 constexpr std::span<const std::uint8_t, payloadCapacity - offset> rest(Payload payload)
 {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Type of an advertising element, from the Bluetooth core's assigned numbers.
+// AD type, from the Bluetooth assigned numbers.
 constexpr std::uint8_t completeLocalName = 9;
 
 constexpr std::string_view leftGlove = "KVXGL";
@@ -22,7 +22,7 @@ bool beginsWith(std::span<const std::uint8_t> bytes, std::string_view letters)
   return bytes.size() >= letters.size() && std::equal(letters.begin(), letters.end(), bytes.begin());
 }
 
-// As far as the bytes reach, up to a terminating zero. What is no number counts as 0.
+// Reads up to the end of the bytes or a terminating zero. Text without a number counts as 0.
 int readSerialNumber(std::span<const std::uint8_t> bytes)
 {
   std::array<char, serialLength + 1> text{};
@@ -35,18 +35,18 @@ int readSerialNumber(std::span<const std::uint8_t> bytes)
 
 std::optional<GloveName> findGloveName(bgapi::Payload payload)
 {
-  // An element: a length, then so many bytes, the first of which is its type.
+  // An AD structure: a length byte, then that many bytes, the first of which is the AD type.
   const auto data = bgapi::scan_response::data(payload);
   const std::size_t end = std::min<std::size_t>(bgapi::scan_response::dataLength(payload), data.size());
   std::size_t length = 0;
-  for (std::size_t element = 0; element + 1 < end; element += length + 1) {
-    length = data[element];
-    if (length == 0 || data[element + 1] != completeLocalName) continue;
-    // The letters are compared whatever the element's length says, as far as the buffer reaches.
-    const auto name = data.subspan(element + 2);
+  for (std::size_t structure = 0; structure + 1 < end; structure += length + 1) {
+    length = data[structure];
+    if (length == 0 || data[structure + 1] != completeLocalName) continue;
+    // The letters are compared beyond the structure's length if need be, as far as the buffer reaches.
+    const auto name = data.subspan(structure + 2);
     const auto isGlove = [&](std::string_view letters) { return beginsWith(name, letters); };
     if (std::ranges::none_of(gloves, isGlove)) continue;
-    const std::size_t inEvent = end - (element + 2);
+    const std::size_t inEvent = end - (structure + 2);
     return GloveName{.text = name.first(std::min(length - 1, inEvent)),
                      .isLeft = isGlove(leftGlove),
                      .serialNumber = readSerialNumber(name.subspan(lettersLength))};

@@ -1,17 +1,17 @@
-// Reads a glove's name out of what a module advertises.
+// Finds a glove's name in the advertising data of a module.
 #pragma once
 
 #include <optional>
 #include <span>
 
-#include "bgapi/Frame.h"
+#include "bgapi/MessageFormat.h"
 
 struct GloveName {
-  std::span<const std::uint8_t> text;  // in the payload; ends with the event's data at the latest
+  std::span<const std::uint8_t> text;  // points into the payload; never beyond the event's data
   bool isLeft;
-  int serialNumber;  // as the five characters behind the letters give it, 0 for no digits
+  int serialNumber;  // from the five characters after the letters; 0 without digits
 };
 
-// The first complete local name in the data of a ble_evt_gap_scan_response that is a glove's: it begins with
-// KVXGL, KVXGR or KVXSS.
+// The first complete local name in the data of a ble_evt_gap_scan_response that belongs to a glove: it begins
+// with KVXGL, KVXGR or KVXSS.
 std::optional<GloveName> findGloveName(bgapi::Payload scanResponse);

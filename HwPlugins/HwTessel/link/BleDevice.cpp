@@ -24,7 +24,7 @@ BleDevice::BleDevice()
 
 BleDevice::~BleDevice()
 {
-  // Intentional: a device that was built before this one went is no longer current either.
+  // Intentional: this also clears a newer device that has become current since.
   currentDevice = nullptr;
   currentLogManager->logQuietly(this, 1, L"Destroying BLE Device.\n");
   currentLogManager->remove(this);
@@ -32,7 +32,7 @@ BleDevice::~BleDevice()
 
 bool BleDevice::fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCount, std::uint64_t& backlog)
 {
-  constexpr std::size_t tolerated = 3;  // frames between the queues
+  constexpr std::size_t tolerated = 3;  // difference between the queues, in frames
 
   backlog = 0;
   const std::size_t depth0 = stores[0].frameletCount();

@@ -32,7 +32,7 @@ OpeningResult openPort(Transport& transport, std::int32_t number)
   return OpeningResult::portRefused;
 }
 
-// The port of a dongle that is restarting, or -1.
+// The port number of the restarting dongle, or -1.
 std::int32_t awaitPort()
 {
   for (int look = 0; look < portTries; ++look) {
@@ -57,8 +57,8 @@ ScanResult awaitDiscovery()
   return ScanResult::unanswered;
 }
 
-// Takes scan responses until enough modules are found. Meant so: messages count and not seconds, whatever
-// they bring; the caller scans again for what is missing.
+// Receives scan responses until enough modules are found. Intentional: the limit is a number of messages of
+// any kind, not a time; the caller scans again for missing modules.
 ScanResult receiveModules()
 {
   constexpr int receives = 3;
@@ -70,7 +70,7 @@ ScanResult receiveModules()
   return ScanResult::done;
 }
 
-// Takes what is still on its way, up to the confirmation or a second of silence.
+// Receives pending messages until the confirmation or a second of silence.
 ScanResult awaitEnd()
 {
   constexpr int receives = 10000;

@@ -1,7 +1,7 @@
-// The steps of opening the link. BleDevice::open puts them together.
+// The steps of opening the link, in the order in which BleDevice::open runs them.
 //
-// Threads: the thread that runs the link. They wait by receiving messages, whose handlers move the states.
-// A failed step leaves port and modules as they are. What a handler throws passes through.
+// Threads: the thread that runs the link. The steps wait by receiving messages, whose handlers change the
+// states. A failed step leaves port and modules as they are. Exceptions of handlers are passed on.
 #pragma once
 
 #include "link/Modules.h"
@@ -16,24 +16,23 @@ enum class [[nodiscard]] ScanResult : std::int32_t{
     unanswered = 200,  // the dongle did not accept in time
 };
 
-// Finds the dongle, resets it, and opens its port when it is back. `noDongle` or
-// `portRefused` if not. Looks for the port once, and after the reset up to six times; tries to open it up to
-// six times each; 500 ms apart. Does not look at the stop flag.
+// Finds the dongle, resets it, and opens its port when it is back; `noDongle` or `portRefused` otherwise.
+// Looks for the port once before and up to six times after the reset, and tries up to six times to open it
+// each time, 500 ms apart. Ignores the stop flag.
 OpeningResult openDongle(Transport& transport);
 
-// Has the dongle discover, and enters the gloves it hears of in `modules`. Works on the current device.
+// Starts discovery and enters the gloves that the dongle reports in `modules`. Works on the current device.
 ScanResult scanForModules();
 
-// Connects the module at this index of the table, which must be in it. What waitForState returns.
+// Connects the module at this index, which must be within the table. Results as for waitForState.
 OpeningResult connectModule(Transport& transport, std::uint32_t index);
 
-// Takes a module that connectModule connected into the count. `notConfigurable` if
-// its configuration attribute was not found.
+// Counts a module that connectModule has connected. `notConfigurable` if its CCCD was not found.
 OpeningResult countModule(std::uint32_t index);
 
-// Receives until a message leaves the module in the wanted state. Otherwise `stopped`,
-// `portFailed` or `moduleTimedOut`. Silence and unknown messages do not end the wait before its time, and a
-// state that is right from the start is noticed with the next message. An index outside the table fails an
-// assertion; without assertions it returns `portFailed`.
+// Receives until a message leaves the module in the wanted state; otherwise `stopped`, `portFailed` or
+// `moduleTimedOut`. Silence and unknown messages do not end the wait early, and a state that is already
+// reached is noticed only with the next message. An index outside the table fails an assertion; without
+// assertions it returns `portFailed`.
 OpeningResult waitForState(Transport& transport, std::uint32_t index, ConnectionState wanted,
                            std::int32_t timeoutMs);

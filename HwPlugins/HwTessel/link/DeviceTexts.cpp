@@ -1,4 +1,4 @@
-// The texts that the link has for people.
+// The texts of the link for the user.
 
 #include <algorithm>
 #include <array>
@@ -67,7 +67,7 @@ std::wstring BleDevice::versionText() const
     if (index > 0) text << L",";
     text << L"PN" << version.partNumber() << L"R" << version.revision();
     if (version.buildTime() != 0) text << L"  ( " << dateText(version.buildTime()) << L" )  ";
-    // Meant so: the base stays hexadecimal, so that all numbers of the second module come out in it.
+    // Intentional: the base stays hexadecimal, so all numbers of the second module are hexadecimal.
     text << L":Build " << version.build() << L" from commit " << std::hex << version.commit();
   }
   return text.str();
@@ -98,8 +98,7 @@ std::wstring BleDevice::sensorStatusText(std::uint32_t module, std::uint32_t pos
 {
   const std::size_t positions = modules[0].sensorStatus.size();
   if (module >= modules.size() || position > positions) return invalid;
-  // Meant so: the position behind the last one answers from what follows the status, the low byte of the
-  // state.
+  // Intentional: the position after the last one reports what follows the status, the low byte of the state.
   if (position == positions) return faultText(static_cast<std::uint8_t>(modules[module].state));
   return faultText(modules[module].sensorStatus[position]);
 }

@@ -23,19 +23,19 @@ using enum DiscoveryState;
 
 constexpr std::uint16_t success = 0;
 
-// Oldest good firmware of the dongle: major, minor, patch, build.
-constexpr std::tuple goodFirmware{1, 4, 2, 130};
+// Oldest accepted firmware of the dongle: major, minor, patch, build.
+constexpr std::tuple minFirmware{1, 4, 2, 130};
 
 // The pause after a follow-up read.
 constexpr std::uint32_t followUpPauseMs = 50;
 
-// The record of a connection, or null if the table has none.
+// The module of a connection, or null if it is outside the table.
 BleModule* moduleOf(std::uint8_t connection)
 {
   return connection < modules.size() ? &modules[connection] : nullptr;
 }
 
-// Likewise, but blind until the module was counted at the end of its connection step.
+// Likewise, but null until the module is counted at the end of its connection step.
 BleModule* countedModuleOf(std::uint8_t connection)
 {
   return connection < connectedCount ? moduleOf(connection) : nullptr;
@@ -46,7 +46,7 @@ void move(BleModule* module, ConnectionState from, ConnectionState to)
   if (module != nullptr && module->state == from) module->state = to;
 }
 
-// Moves the module that a response of the class connection or attclient is about, if it reports success.
+// Moves the module of a response of the class connection or attclient, if it reports success.
 void moveOnSuccess(Payload payload, BleModule* (*find)(std::uint8_t), ConnectionState from,
                    ConnectionState to)
 {
@@ -59,7 +59,7 @@ using AttributeValue = decltype(bgapi::attribute_value::value(std::declval<Paylo
 void takeVersion(BleModule& module, AttributeValue value)
 {
   constexpr std::uint8_t marker = 0x85;
-  // Meant so: even a record that proves bad moves the state, and the module then counts as of revision 0.
+  // Intentional: even an invalid record changes the state; the module then counts as revision 0.
   move(&module, state_version_response, state_version_received);
   const auto record = value.first<std::tuple_size_v<decltype(VersionRecord::bytes)>>();
   const auto summed = record.subspan<2>();
@@ -94,7 +94,7 @@ void ble_rsp_system_get_info(Payload payload)
   namespace field = bgapi::firmware;
   const std::tuple firmware{field::majorNumber(payload), field::minorNumber(payload), field::patch(payload),
                             field::build(payload)};
-  dongleVerdict = firmware < goodFirmware ? -1 : 1;
+  dongleVerdict = firmware < minFirmware ? -1 : 1;
 }
 
 void ble_rsp_gap_discover(Payload payload)
@@ -134,7 +134,7 @@ void ble_rsp_attclient_find_information(Payload payload)
 
 void ble_rsp_attclient_read_by_handle(Payload payload)
 {
-  // Meant so: the result is not looked at. A refused read shows by the value that never comes.
+  // Intentional: the result is ignored. After a refused read the value never arrives.
   BleModule* const module = moduleOf(bgapi::connection_response::connection(payload));
   move(module, state_version_request, state_version_response);
   move(module, state_status_request, state_status_response);
@@ -147,7 +147,7 @@ void ble_rsp_connection_disconnect(Payload payload)
 
 void ble_evt_connection_disconnected(Payload payload)
 {
-  // Meant so: a module that drops while it measures keeps its state; its silence tells.
+  // Intentional: a module that disconnects while it measures keeps its state; the host notices the silence.
   move(countedModuleOf(bgapi::disconnected::connection(payload)), disconnecting, finish);
 }
 
@@ -168,14 +168,14 @@ void ble_evt_attclient_find_information_found(Payload payload)
   namespace field = bgapi::information_found;
   BleModule* const module = moduleOf(field::connection(payload));
   if (module == nullptr || module->state != info_responded) return;
-  // Meant so: the length of the identifier is not looked at.
+  // Intentional: the length of the UUID is not checked.
   const auto is = [&](const auto& uuid) {
     return std::equal(uuid.begin(), uuid.end(), field::uuid(payload).begin());
   };
   const std::uint16_t handle = field::handle(payload);
   if (is(gatt::command)) {
     module->commandHandle = handle;
-  } else if (is(gatt::clientConfiguration)) {
+  } else if (is(gatt::clientCharacteristicConfiguration)) {
     module->configHandle = handle;
   } else if (is(gatt::version)) {
     module->versionHandle = handle;

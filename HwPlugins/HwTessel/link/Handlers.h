@@ -1,8 +1,7 @@
-// What the received messages do to the module table. A handler looks at the table, moves a state and returns;
-// it reports nothing. Those who wait look at the states after each message. Only the handler of a completed
-// procedure sends, and blocks 50 ms then.
+// Handlers of received messages. A handler updates the module table and reports nothing; waiting code checks
+// the states after each message. Only the handler of a completed procedure sends, and then blocks for 50 ms.
 //
-// Opening, as a module sees it; `>` to the dongle, `<` from it, the state behind:
+// Opening one module; `>` to the dongle, `<` from it, with the resulting state:
 //   > connect_direct                                   connecting
 //   < rsp connect_direct                               connect_responded
 //   < evt connection_status                            finding_services, then connected
@@ -17,10 +16,10 @@
 //   < evt attribute_value 17, again and again
 //
 // Threads: the thread that runs the link, within a receive. Fields are read only within the payload buffer,
-// whatever a message claims to be.
+// whatever the message claims.
 #pragma once
 
-#include "bgapi/Frame.h"
+#include "bgapi/MessageFormat.h"
 
 void ble_rsp_system_get_info(bgapi::Payload payload);
 void ble_rsp_connection_disconnect(bgapi::Payload payload);
@@ -37,5 +36,5 @@ void ble_evt_attclient_procedure_completed(bgapi::Payload payload);
 void ble_evt_attclient_group_found(bgapi::Payload payload);
 void ble_evt_attclient_find_information_found(bgapi::Payload payload);
 void ble_evt_attclient_attribute_value(bgapi::Payload payload);
-// Throws the text of a failed assertion if a module more than the table holds is to be entered.
+// Throws the text of a failed assertion if the table has no entry left for the module.
 void ble_evt_gap_scan_response(bgapi::Payload payload);

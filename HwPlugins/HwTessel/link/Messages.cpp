@@ -61,7 +61,7 @@ constexpr bgapi::ClassTable<bgapi::eventCounts> events(
               ble_evt_gap_scan_response),
     });
 
-// The result of a receive whose read gave no bytes.
+// The result of a receive whose read returned no bytes.
 ReceiveResult refusal(ReadResult readResult)
 {
   if (readResult == ReadResult::failed) return ReceiveResult::failed;
@@ -97,8 +97,8 @@ void ble_output(std::span<const std::uint8_t> fixed, std::span<const std::uint8_
 
 ReceiveResult ble_receive_message(std::uint32_t timeoutMs)
 {
-  // Not cleared between messages: what a short message leaves out reads as an earlier one had it. Static, so
-  // that it is never memory that nobody wrote.
+  // Not cleared between messages: fields that a short message lacks keep the values of an earlier one.
+  // Static, so that it is never uninitialised.
   static std::array<std::uint8_t, bgapi::payloadCapacity> payload;
 
   if (currentDevice == nullptr) return ReceiveResult::stopped;
@@ -107,7 +107,7 @@ ReceiveResult ble_receive_message(std::uint32_t timeoutMs)
   const ReadResult headerRead = serialRead(port, &currentDevice->stopFlag(), header, timeoutMs);
   if (headerRead != ReadResult::filled) return refusal(headerRead);
 
-  // Meant so: the high length bits are ignored, and a stop does not interrupt the payload.
+  // Intentional: the high length bits are ignored, and a stop does not interrupt the payload.
   const std::size_t length = header[1];
   if (length != 0) {
     const ReadResult payloadRead = serialRead(port, nullptr, std::span(payload).first(length), timeoutMs);

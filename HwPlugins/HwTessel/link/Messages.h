@@ -1,8 +1,8 @@
 // Messages to and from the current device's dongle.
 //
 // Threads: the thread that runs the link; a handler runs within the receive that read its message, and may
-// send. Allocates nothing of its own but for the device's error list; a frame that a packet completes and a
-// transfer that the system splits do.
+// send. Allocates only for the device's error list, a completed frame and a transfer that the operating
+// system splits.
 #pragma once
 
 #include <initializer_list>
@@ -17,24 +17,25 @@ enum class [[nodiscard]] ReceiveResult : std::int32_t{
     failed = 4,   // the system reported a failure
 };
 
-// Reads one message and calls its handler. Header and payload each have the whole time-out. There is no
-// resynchronisation: after a time-out within a frame the next bytes are taken as a header. Throws what a
+// Reads one message and calls its handler. Header and payload each have the whole timeout. There is no
+// resynchronisation: after a timeout within a message the next bytes are taken as a header. Passes on what a
 // handler throws.
 ReceiveResult ble_receive_message(std::uint32_t timeoutMs);
 
 // Encodes a command and hands it to the output hook.
 void ble_send_message(const bgapi::MessageRecord& command, std::initializer_list<bgapi::Argument> arguments);
 
-// Takes the header with the fixed parameters, and the array; both are the sender's and valid during the call.
+// Receives header and fixed parameters, and the array; both belong to the caller and are valid during the
+// call.
 using OutputHook = void (*)(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array);
 
-// Where messages go; null lets them vanish.
+// Destination of messages; null discards them.
 extern OutputHook ble_output_hook;
 
-// Writes one message to the current device's port; what the output hook points to while a link is in use.
-// Drops it if there is no device or its stop flag is raised.
+// Writes one message to the current device's port; the output hook while a link is in use. Discards it if
+// there is no device or its stop flag is raised.
 void ble_output(std::span<const std::uint8_t> fixed, std::span<const std::uint8_t> array);
 
-// The record of a received header, its four bytes read as one little-endian word; null for one that is not in
-// the tables.
+// The record for a received header, whose four bytes are read as one little-endian word; null if it is in
+// neither table.
 const bgapi::MessageRecord* ble_find_handler(std::uint32_t header);

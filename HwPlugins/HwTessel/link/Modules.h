@@ -1,5 +1,5 @@
-// The remote modules, one in each glove, and the few words that describe the link as a whole. They are
-// statics, because a message handler is given nothing but a payload.
+// The remote modules, one in each glove, and the global state of the link: statics, because a message handler
+// has no parameter but the payload.
 //
 // Threads: the thread that runs the link.
 #pragma once
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-#include "bgapi/Frame.h"
+#include "bgapi/MessageFormat.h"
 #include "stream/PacketStore.h"
 
 class Transport;
@@ -16,14 +16,14 @@ class Transport;
 // Progress of the scan.
 enum class DiscoveryState : std::uint32_t {
   discovery_idle,
-  discovery_requested,  // asked for
-  discovery_running,    // the dongle accepted
-  discovery_refused,    // the dongle refused
-  discovery_enough,     // as many modules as wanted are in the table
-  discovery_ended       // the dongle ended the procedure
+  discovery_requested,
+  discovery_running,  // the dongle accepted
+  discovery_refused,  // the dongle refused
+  discovery_enough,   // as many modules as wanted are in the table
+  discovery_ended     // the dongle ended the procedure
 };
 
-// Progress of one module. docs/states.md draws it.
+// Progress of one module; docs/states.md has the diagram.
 enum class ConnectionState : std::uint32_t {
   disconnected,
   connecting,
@@ -47,10 +47,10 @@ enum class ConnectionState : std::uint32_t {
 };
 inline constexpr std::size_t connectionStateCount = 19;
 
-// For people who debug.
+// For debugging.
 extern const std::array<const char*, connectionStateCount> connectionStateNames;
 
-// What the version attribute gives, as it stands. All zero until a valid one arrived.
+// The value of the version attribute. All zero until a valid one arrives.
 struct VersionRecord {
   std::array<std::uint8_t, 16> bytes{};
 
@@ -71,7 +71,7 @@ struct VersionRecord {
   }
 };
 
-// From this revision on a module gives a sensor status and confirms the start of notifications.
+// From this revision on a module reports its sensor status and confirms the start of notifications.
 inline constexpr std::uint16_t confirmingRevision = 5;
 
 struct BleModule {
@@ -90,42 +90,42 @@ struct BleModule {
   ConnectionState state = ConnectionState::disconnected;
 };
 
-// The state of the link. Grouped by how long it lasts.
+// The state of the link, grouped by lifetime.
 namespace link_state {
 
 // Cleared by each new BleDevice.
 inline namespace of_device {
 
-// A module's index is also its connection at the dongle, which numbers them from 0.
+// A module's index is also the dongle's connection number, which counts from 0.
 extern std::array<BleModule, MAX_DEVICES> modules;
 
 // -1 while not connected.
 extern std::array<std::int32_t, MAX_DEVICES> connectionHandles;
 
 extern std::int32_t connectedCount;  // modules connected
-extern std::int32_t foundCount;      // modules that the scan entered
-extern std::int32_t wantedCount;     // modules asked for, at most MAX_DEVICES
+extern std::int32_t foundCount;      // modules that the scan found
+extern std::int32_t wantedCount;     // modules requested, at most MAX_DEVICES
 
 }  // namespace of_device
 
-// As long as the library is loaded; nothing resets it.
+// Lives as long as the library is loaded; never reset.
 inline namespace of_process {
 
 using stream_state::stores;
 
-// Serial numbers that a module may have; `noSerialFilter` in the first place lets all pass.
+// Serial numbers of accepted modules; `noSerialFilter` in the first entry accepts all.
 inline constexpr std::uint16_t noSerialFilter = 0xFFFF;
 extern std::array<std::uint16_t, 2> serialFilter;
 
 extern DiscoveryState discoveryState;
 
-// The dongle's firmware: 0 not known, 1 good, -1 too old.
+// The dongle's firmware: 0 unknown, 1 accepted, -1 too old.
 extern std::int32_t dongleVerdict;
 
 // Counts the changes of the connection interval.
 extern std::uint32_t intervalToggle;
 
-// The device whose port, stop flag and error notes messages use; null for none. Not owned.
+// The device whose port, stop flag and error list the messages use; may be null. Not owned.
 extern Transport* currentDevice;
 
 }  // namespace of_process

@@ -1,4 +1,4 @@
-// BleDevice::open: from nothing to listening.
+// BleDevice::open and its steps.
 
 #include <algorithm>
 #include <tuple>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::int32_t valueTimeoutMs = 1000;
 
-// Asks for an attribute's value and waits for it.
+// Requests an attribute's value and waits for it.
 OpeningResult readAttribute(BleDevice& device, std::uint32_t index, std::uint16_t handle,
                             ConnectionState requested, ConnectionState received)
 {
@@ -65,7 +65,7 @@ OpeningResult BleDevice::checkFirmware()
 {
   constexpr std::uint32_t answerMs = 1000;
   ble_send_message(ble_cmd_system_get_info, {});
-  // Meant so: a verdict of an earlier opening stands, and a dongle that does not answer passes.
+  // Intentional: the verdict of an earlier opening is kept, and a dongle that does not answer is accepted.
   while (dongleVerdict == 0 && ble_receive_message(answerMs) == ReceiveResult::handled) {
   }
   return dongleVerdict < 0 ? OpeningResult::firmwareTooOld : OpeningResult::done;
@@ -86,7 +86,7 @@ OpeningResult BleDevice::findModules()
 
 OpeningResult BleDevice::connectModules()
 {
-  // The left glove comes first. Meant so: two right gloves change places all the same.
+  // The left glove comes first. Intentional: two right gloves are swapped, too.
   if (foundCount == 2 && modules[0].isLeft == 0) std::swap(modules[0], modules[1]);
 
   OpeningResult result = OpeningResult::done;
@@ -102,7 +102,7 @@ OpeningResult BleDevice::startModule(std::uint32_t index, bool skipSensorCheck)
 {
   using enum ConnectionState;
   BleModule& module = modules[index];
-  // Intentional: without a version the module counts as of revision 0.
+  // Intentional: without a version the module counts as revision 0.
   std::ignore =
       readAttribute(*this, index, module.versionHandle, state_version_request, state_version_received);
   const bool confirms = module.version.revision() >= confirmingRevision;

@@ -1,4 +1,4 @@
-// Results of opening the link. The values are known outside the link: HWTessel turns them into words.
+// Results of opening the link. The values are visible to hosts: HWTessel puts them into its messages.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +12,15 @@ enum class [[nodiscard]] OpeningResult : std::int32_t{
     startFailed = -5,     // a module did not confirm its notifications
     portFailed = 20,      // while connecting a module
     modulesMissing = 30,  // plus the number found
-    wrongResponse = 40,   // has its words, and no step returns it; likewise the next one
+    wrongResponse = 40,   // has a message, but no step returns it; likewise the next one
     signalled = 50,
     moduleTimedOut = 60,   // while connecting a module
-    notConfigurable = 70,  // a module without a configuration attribute
+    notConfigurable = 70,  // a module without a CCCD
     sensorFault = 80,      // plus the index of the module
     statusMissing = 89,    // a module did not report its sensor status
 };
 
-// A result that counts on from another one.
+// A result with an offset: a count or an index.
 constexpr OpeningResult operator+(OpeningResult base, std::int32_t offset)
 {
   return static_cast<OpeningResult>(static_cast<std::int32_t>(base) + offset);

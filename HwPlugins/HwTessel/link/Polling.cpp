@@ -1,4 +1,4 @@
-// BleDevice while the host reads, and at its end: poll, connection interval, close.
+// BleDevice while the host reads and closes: polling, connection interval, closing.
 
 #include <algorithm>
 #include <tuple>
@@ -15,7 +15,7 @@ using namespace link_state;
 bool BleDevice::poll()
 {
   constexpr std::uint32_t messageMs = 1000;
-  constexpr std::int32_t fatal = 2;  // polls in a row that got nothing
+  constexpr std::int32_t fatal = 2;  // polls in a row without a message
 
   if (!errors_.empty()) probeAfterErrors();
   if (!commands_.empty()) sendNextCommand();
@@ -30,7 +30,7 @@ bool BleDevice::poll()
 void BleDevice::probeAfterErrors()
 {
   for (const LinkError error : errors_) {
-    // The answer is not used: a dead port shows by the receive.
+    // The result is ignored: the receive notices a dead port.
     if (error == LinkError::writeFailed) serialIsAlive(port_);
   }
   errors_.clear();
@@ -69,7 +69,7 @@ void BleDevice::toggleConnectionInterval()
 void BleDevice::close()
 {
   if (port_ == platform::closedPort) return;
-  // On every way out: a handler may throw while a module is waited for.
+  // Also when a handler throws while a module is being waited for.
   struct PortCloser {
     platform::PortHandle& port;
     ~PortCloser() { serialClose(port); }
@@ -84,7 +84,7 @@ void BleDevice::disconnectModule(std::uint32_t index)
   constexpr std::int32_t notListeningMs = 300;
   constexpr std::int32_t disconnectedMs = 700;
 
-  // A raised flag would make the sends and waits below give up at once.
+  // A raised flag would end the sends and waits below at once.
   struct LoweredStop {
     StopFlag& flag;
     const std::uint32_t before;
@@ -102,7 +102,7 @@ void BleDevice::disconnectModule(std::uint32_t index)
   }
   module.state = ConnectionState::disconnecting;
   ble_send_message(ble_cmd_connection_disconnect, {connectionHandles[index]});
-  // Whatever came of it, the port is closed next.
+  // The port is closed next, whatever the result.
   std::ignore = waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
   connectionHandles[index] = -1;
 }

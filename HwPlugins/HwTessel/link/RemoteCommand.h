@@ -6,7 +6,7 @@
 #include <vector>
 
 struct RemoteCommand {
-  // The value is complete from here on: opcode, low byte of the target, payload.
+  // Builds the complete value: opcode, low byte of the target, payload.
   RemoteCommand(std::uint8_t commandOpcode, std::span<const std::uint8_t> payload, std::int32_t moduleIndex,
                 std::uint32_t commandTarget)
       : opcode(commandOpcode), target(commandTarget), module(moduleIndex)

@@ -24,11 +24,11 @@ void ble_trace(const char* format, ...)
 char* ble_hex_dump(std::span<const std::uint8_t> bytes, std::span<char> output)
 {
   constexpr std::size_t perByte = 3;
-  auto room = output;
+  auto free = output;
   for (const std::uint8_t byte : bytes) {
-    if (room.size() <= perByte) break;
-    std::snprintf(room.data(), room.size(), "%02X ", static_cast<unsigned>(byte));
-    room = room.subspan(perByte);
+    if (free.size() <= perByte) break;
+    std::snprintf(free.data(), free.size(), "%02X ", static_cast<unsigned>(byte));
+    free = free.subspan(perByte);
   }
   return output.data();
 }

@@ -1,7 +1,6 @@
-// What the messages need of the device they belong to: its port, its stop flag, and a place for notes of
-// errors.
+// What messages need of their device: its port, its stop flag and its error list.
 //
-// Threads: the thread that runs the link; the stop flag alone may be raised by another one at any moment.
+// Threads: the thread that runs the link; only the stop flag may be raised by another thread at any time.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +8,7 @@
 
 #include "serial/SerialPort.h"
 
-// What is noted between polls.
+// Errors noted between polls.
 enum class LinkError : std::uint32_t { writeFailed = 0, unknownMessage = 1 };
 
 class Transport {

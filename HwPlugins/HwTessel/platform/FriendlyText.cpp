@@ -23,7 +23,7 @@ void skipSpace(std::string_view& text)
 
 std::optional<std::int32_t> portNumber(std::string_view friendlyText, const std::string& name)
 {
-  // A pattern is held to this many characters; a name that pushes its number out of it matches nothing.
+  // A pattern is cut after this many characters; a name so long that its number is cut off matches nothing.
   constexpr std::size_t maxPattern = 259;
   constexpr std::string_view numberPrefix = " (COM";
   constexpr std::string_view numberMark = "%d";

@@ -1,5 +1,4 @@
-// The friendly text of a port, "NAME (COMn)": one reading of it for whoever looks for a port and whoever
-// opens it.
+// The friendly text of a port, "NAME (COMn)": one parser for finding a port and for opening it.
 #pragma once
 
 #include <cstdint>
@@ -9,9 +8,9 @@
 
 namespace platform {
 
-// The number n of a text that begins with `name (COMn`, read as scanf reads it: a space in the pattern
-// matches any run of white space, and what follows the digits does not matter. A name that contains a scanf
-// pattern is plain text here.
+// The number n of a text that begins with `name (COMn`, parsed as by scanf: a space in the pattern matches
+// any run of white space, and whatever follows the digits is ignored. Conversion specifiers in a name are
+// plain text.
 std::optional<std::int32_t> portNumber(std::string_view friendlyText, const std::string& name);
 
 }  // namespace platform

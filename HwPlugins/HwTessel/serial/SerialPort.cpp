@@ -21,8 +21,8 @@ bool isRaised(const StopFlag& flag)
   return flag.load(std::memory_order_relaxed) != 0;
 }
 
-// After a short delivery the position advances by the bytes still wanted, not by those delivered: a read of
-// 10 that delivers 3 goes on at offset 7. Meant so; callers see split data as this rule leaves it.
+// After a short transfer the position advances by the bytes still missing, not by those transferred: a read
+// of 10 that returns 3 continues at offset 7. Intentional: split data reaches the caller this way.
 struct Progress {
   std::size_t position = 0;
   std::size_t wanted = 0;
@@ -34,8 +34,7 @@ struct Progress {
   }
 };
 
-// One read of the bytes still wanted. Those that fall behind the buffer are taken from the port and thrown
-// away.
+// One read of the missing bytes. Those that fall beyond the buffer are read and discarded.
 PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress)
 {
   if (progress.position + progress.wanted <= buffer.size()) {
@@ -49,7 +48,7 @@ PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const P
   return result;
 }
 
-// One write of the bytes still to go. Those that would lie behind the caller's are sent as zero bytes.
+// One write of the missing bytes. Those beyond the caller's buffer are sent as zeros.
 PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, const Progress& progress)
 {
   if (progress.position + progress.wanted <= bytes.size()) {
@@ -110,7 +109,7 @@ ReadResult serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std
   timeouts.readInterval = platform::noInterval;
   timeouts.readTotalMultiplier = 0;
   timeouts.readTotalConstant = timeoutMs;
-  platform::setTimeouts(handle, timeouts);  // meant so: a port that refuses is read with the time-outs it has
+  platform::setTimeouts(handle, timeouts);  // Intentional: if this fails, the old timeouts apply
 
   Progress progress{.wanted = buffer.size()};
   while (progress.wanted > 0) {

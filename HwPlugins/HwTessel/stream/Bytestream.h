@@ -1,5 +1,5 @@
-// The payload of the frame in assembly. Like a vector, but what is appended is written once: a vector fills
-// new bytes with zeros first, which a packet would notice.
+// The payload of the frame being assembled. Unlike a vector it does not fill new bytes with zeros before they
+// are written, a cost that would show at each packet.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 
 class Bytestream {
  public:
-  // Grows beyond the usual size when it has to.
+  // Grows beyond the usual size if necessary.
   explicit Bytestream(std::size_t usualSize) : memory_(usualSize) {}
 
   std::size_t size() const { return size_; }
   const std::uint8_t* data() const { return memory_.data(); }
   void clear() { size_ = 0; }
 
-  // A length that the compiler knows makes this a few moves.
+  // A length known at compile time makes this a few moves.
   template <std::size_t length>
   void append(std::span<const std::uint8_t, length> bytes)
   {
@@ -30,7 +30,7 @@ class Bytestream {
   }
 
  private:
-  // Where so many new bytes go.
+  // Appends uninitialised bytes and returns their address.
   std::uint8_t* extend(std::size_t count)
   {
     const std::size_t begin = size_;
@@ -40,5 +40,5 @@ class Bytestream {
   }
 
   std::vector<std::uint8_t> memory_;
-  std::size_t size_ = 0;  // of what is in use
+  std::size_t size_ = 0;  // bytes in use
 };

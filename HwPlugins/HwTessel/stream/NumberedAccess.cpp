@@ -1,5 +1,5 @@
-// The operations of PacketStore beside the live path: access by frame number, repeat notices, texts for
-// diagnosis.
+// The operations of PacketStore that reading a record does not use: access by frame number, repeat notices,
+// diagnostic texts.
 
 #include <algorithm>
 #include <locale>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Samples of a repeated frame when there is no earlier one to copy.
+// Samples of a repeated frame if there is no earlier one to copy.
 constexpr std::size_t repeatedSamples = 240;
 
 auto findNumber(auto& framelets, std::int32_t frameNumber)
@@ -19,7 +19,7 @@ auto findNumber(auto& framelets, std::int32_t frameNumber)
                       [=](const Framelet& framelet) { return framelet.frameNumber == frameNumber; });
 }
 
-// A text stream whose numbers look the same in every locale.
+// A text stream whose numbers do not depend on the locale.
 std::ostringstream plainText()
 {
   std::ostringstream text;
@@ -58,7 +58,7 @@ int PacketStore::addRepeat(Packet notice)
   const auto moduleBit = static_cast<std::uint16_t>(1U << (static_cast<std::uint32_t>(module_) % 32));
   if ((extended::moduleMask(notice) & moduleBit) == 0) return done;
   widenClock(extended::clock(notice));
-  widenCounter(extended::counter(notice), 8);  // always the width of a notice, whatever the packets' is
+  widenCounter(extended::counter(notice), 8);  // always the width of a notice, whatever that of the packets
 
   Framelet repeated;
   if (!framelets_.empty()) {

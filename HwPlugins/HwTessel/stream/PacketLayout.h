@@ -1,4 +1,4 @@
-// The two layouts of a measurement packet, byte by byte. Bits and bytes that are not named are ignored.
+// The two layouts of a measurement packet, byte by byte. Bits and bytes not named are ignored.
 //
 // Compact                                        Extended
 //   first packet of a frame                        first packet of a frame
@@ -14,7 +14,7 @@
 //   2-19 payload                                   4-   payload
 //
 // A repeat notice has counter and clock of an extended first packet, and in bytes 8-9, low byte first, a mask
-// of the modules that it is for. The clock counts 0.1 ms. The payloads of a frame make up its samples: 16
+// of the modules that it addresses. The clock counts 0.1 ms. The payloads of a frame form its samples: 16
 // bits each, high byte first.
 #pragma once
 

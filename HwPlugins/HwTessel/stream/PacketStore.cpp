@@ -6,10 +6,10 @@
 
 namespace {
 
-// Room for 240 samples and more: no compact frame makes the bytestream grow.
+// Enough for 240 samples and more: no compact frame makes the bytestream grow.
 constexpr std::size_t usualBytestream = 512;
 
-// A fuller queue is cut to this depth when two gloves have to be brought together.
+// The longer queue is trimmed to this depth to realign two gloves.
 constexpr std::size_t trimmedDepth = 2;
 
 }  // namespace
@@ -21,7 +21,7 @@ PacketStore::PacketStore() : bytestream_(usualBytestream) {}
 void PacketStore::setPacketFormat(std::uint32_t format)
 {
   packetFormat_ = format;
-  // Meant so: going back to extended packets does not restore the width of 8.
+  // Intentional: switching back to extended packets does not restore the width of 8.
   if (format == 0) counterShift_ = 4;
 }
 
@@ -30,7 +30,8 @@ int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> behind)
   const bool isCompact = packetFormat_ == 0;
   const std::uint8_t index = isCompact ? compact::index(packet) : extended::index(packet);
   if (index != expectedPacket_) {
-    // Meant so: even a packet 0 is dropped here and begins nothing, so a lost last packet costs two frames.
+    // Intentional: even a packet 0 is dropped here and starts no frame, so a lost last packet costs two
+    // frames.
     bytestream_.clear();
     expectedPacket_ = 0;
     return refused;
@@ -78,7 +79,7 @@ int PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
 int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
                                        std::span<const std::uint8_t> behind)
 {
-  // Meant so: the length is taken as it stands, and a longer payload runs on into what follows the packet.
+  // Intentional: the length is not limited, and a longer payload continues into the bytes after the packet.
   const std::size_t length = extended::payloadLength(packet);
   const auto inPacket = packet.subspan<extended::laterHeader>();
   const std::size_t taken = std::min(length, inPacket.size());
@@ -115,8 +116,8 @@ int PacketStore::publish()
 
 void PacketStore::widenClock(std::uint16_t clock)
 {
-  // Meant so: a repeated clock counts as a full wrap, unlike a repeated frame counter, so stamps never stand
-  // still.
+  // Intentional: a repeated clock counts as a full wrap, unlike a repeated frame counter, so timestamps
+  // always advance.
   if (lastClock_ >= clock) ++clockWraps_;
   timeStamp_ = std::uint32_t{clockWraps_} << 16 | clock;
   lastClock_ = clock;

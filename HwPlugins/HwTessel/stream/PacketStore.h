@@ -1,16 +1,15 @@
 // Joins the 20-byte packets of one glove into frames and queues them.
 //
-// A frame is either complete and in order or it does not exist: any packet out of sequence throws away the
-// frame in assembly, and itself, and the store waits for the next packet with index 0.
+// Only complete frames are queued: a packet out of sequence is discarded together with the frame being
+// assembled, and the store waits for the next packet with index 0.
 //
 //   waiting     -- packet 0 --------------> assembling
 //   assembling  -- expected packet -------> assembling
 //   assembling  -- expected, last packet -> waiting, frame queued
 //   either      -- any other packet ------> waiting, packet dropped
 //
-// Threads: the reading thread only. Owns its queues; keeps no memory that it is given.
-// Errors: the results below; nothing throws but for memory. A packet that completes no frame allocates
-// nothing.
+// Threads: the reading thread only. Owns its queues; keeps no reference to the caller's memory.
+// Errors: the results below; throws only std::bad_alloc. A packet that completes no frame allocates nothing.
 #pragma once
 
 #include <array>
@@ -32,45 +31,44 @@ class PacketStore {
 
   // Results of the operations that can fail.
   static constexpr int done = 0;
-  static constexpr int unusable = 5;  // nothing to hand out, or a complete frame with half a sample
+  static constexpr int unusable = 5;  // nothing queued, or a complete frame with half a sample
   static constexpr int refused = 10;  // packet out of sequence, or a complete frame that carries a fault
 
   PacketStore();
 
-  // The index that framelets carry; 42 until it is set.
+  // The module index that framelets carry; 42 until it is set.
   void setModule(std::int32_t module) { module_ = module; }
 
   // 0: compact packets. Anything else: extended packets.
   void setPacketFormat(std::uint32_t format);
 
-  // Takes the next packet. `behind` is what may be read behind it in the received message: an extended packet
-  // may claim more payload than it has room for. Payload that is not there reads as zero.
+  // Processes the next packet. `behind` is the readable memory after it in the received message: an extended
+  // packet may claim more payload than fits into it. Missing payload reads as zero.
   int addPacket(Packet packet, std::span<const std::uint8_t> behind = {});
 
-  // Appends the oldest framelet to `out` and removes it from the queue. `trim` first throws away the oldest
-  // of more than two. `unusable` if there is none; `out` is then untouched.
+  // Appends the oldest framelet to `out` and removes it from the queue; `trim` first discards all but the
+  // newest two. `unusable` if there is none; `out` is then unchanged.
   int takeFramelet(std::vector<Framelet>& out, bool trim);
 
   std::size_t frameletCount() const { return framelets_.size(); }
 
-  // The glove's 5-bit battery code, taken over when the frame after the one that carried it begins. 0 at
-  // first.
+  // The glove's 5-bit battery code, updated when the frame after the one that carried it begins. Initially 0.
   std::int32_t batteryCode() const { return batteryCode_; }
 
   bool hasNumber(std::int32_t frameNumber) const;
 
-  // The number of the first framelet in the queue that is not below `frameNumber`; -1 if there is none.
+  // The number of the first queued framelet that is not below `frameNumber`; -1 if there is none.
   std::int32_t nextNumber(std::int32_t frameNumber) const;
 
-  // Appends the first framelet of exactly this number to `out` and removes it and all older ones. `unusable`
-  // if there is none; `out` is then untouched.
+  // Appends the first framelet with exactly this number to `out` and removes it and all older ones.
+  // `unusable` if there is none; `out` is then unchanged.
   int takeNumbered(std::vector<Framelet>& out, std::int32_t frameNumber);
 
-  // Takes a repeat notice: if it is for this module, queues the newest samples again under the notice's
-  // number and time. Always `done`.
+  // Processes a repeat notice: if it addresses this module, queues the newest samples again under the
+  // notice's number and time. Always `done`.
   int addRepeat(Packet notice);
 
-  // Texts for diagnosis: all queued samples with the mean time between frames, and the state of the assembly.
+  // Diagnostic texts: all queued samples with the mean time between frames, and the state of the assembly.
   std::string report() const;
   std::string dump() const;
 
@@ -100,19 +98,19 @@ class PacketStore {
   std::int32_t lastPacket_ = 0;      // index of the last packet of the frame in assembly
   std::int32_t completed_ = 0;       // frames whose last packet arrived, queued or not
   std::deque<Framelet> framelets_;   // oldest first
-  std::deque<Framelet> published_;   // the last one that went out by number, at most one
+  std::deque<Framelet> published_;   // the latest framelet taken by number, at most one
   std::int32_t batteryCode_ = 0;
   std::int32_t batteryLow_ = -1;   // bits 0 to 3 of the code as seen in this frame, -1 for none
   std::int32_t batteryHigh_ = -1;  // 0 or 16 likewise
 };
 
-// The most gloves that the library serves.
+// Maximum number of gloves.
 inline constexpr std::size_t MAX_DEVICES = 2;
 
 namespace stream_state {
 
 // One store for each module, by module index. They live as long as the library and are never emptied:
-// counters and queued frames outlast a connection.
+// counters and queued frames survive a connection.
 extern std::array<PacketStore, MAX_DEVICES> stores;
 
 }  // namespace stream_state

@@ -1,6 +1,6 @@
-// Serial ports over POSIX terminals. A port is opened raw, exclusively, without becoming the controlling
-// terminal, and its speed is left as the driver has it. Received bytes are taken from the system in large
-// reads and served from a buffer in the port.
+// Serial ports as POSIX terminals. A port is opened raw and exclusively, without becoming the controlling
+// terminal; its speed stays as the driver set it. Received bytes are read in large blocks into a buffer of
+// the port.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -40,8 +40,8 @@ struct Port {
   std::size_t unread() const { return endOfReceived - firstUnread; }
 };
 
-// All open ports. A plain list, because ports may have to be closed while the library's other statics are
-// already being destroyed.
+// All open ports. An intrusive list, because ports may have to be closed while the library's other statics
+// are already being destroyed.
 constinit Port* openPorts = nullptr;
 constinit PortHandle lastHandle = 0;
 
@@ -89,8 +89,8 @@ bool isPseudoTerminal(int descriptor)
   return kind >= firstSlaveMajor && kind <= lastSlaveMajor;
 }
 
-// The lock keeps out programs that ask, this one among them; the terminal's own mark keeps out the others. A
-// pseudo terminal gets no mark: there it would outlive a program that was killed, and lock out its next run.
+// The lock excludes programs that also lock, including this one; TIOCEXCL excludes the others. A pseudo
+// terminal is not marked: the mark would outlive a killed program and lock out its next run.
 bool claim(int descriptor)
 {
   if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) return false;
@@ -116,7 +116,8 @@ std::size_t takeReceived(Port& port, std::span<std::uint8_t> buffer)
   return count;
 }
 
-// Waits for the descriptor until the deadline, or for ever without one. False when the deadline has passed.
+// Waits for the descriptor until the deadline, or without limit if there is none. False when the deadline has
+// passed.
 bool waitFor(int descriptor, short events, std::optional<Clock::time_point> deadline)
 {
   pollfd wanted{.fd = descriptor, .events = events, .revents = 0};
@@ -212,7 +213,7 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
     } else if (got < 0 && errno == EAGAIN) {
       if (!waitFor(port->descriptor, POLLIN, deadline)) break;
     } else if (got == 0 || errno != EINTR) {
-      // The device is gone: a terminal that still lives never reads as ended.
+      // The device is gone: end of file never occurs on a live terminal.
       if (count > 0) break;
       return got == 0 ? failed(EIO) : failedSystem();
     }

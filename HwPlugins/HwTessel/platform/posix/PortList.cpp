@@ -80,7 +80,7 @@ std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass)
   fs::directory_iterator tty(ttyClass, error);
   if (error) return std::nullopt;
 
-  std::map<std::pair<bool, DeviceName>, PortEntry> sorted;  // what no dongle is comes later
+  std::map<std::pair<bool, DeviceName>, PortEntry> sorted;  // dongles first
   for (; !error && tty != fs::directory_iterator(); tty.increment(error)) {
     const std::string deviceName = tty->path().filename();
     const auto split = splitDeviceName(deviceName);

@@ -1,8 +1,8 @@
-// The serial ports that are present on a POSIX system.
+// The serial ports of a POSIX system.
 //
-// The list comes from the environment variable TESSEL_SERIAL_PORTS where it is set, otherwise from sysfs. The
-// variable holds entries `FRIENDLY TEXT=PATH` separated by ";", for example
-// `Bluegiga Bluetooth Low Energy (COM7)=/tmp/dongle`.
+// The list comes from the environment variable TESSEL_SERIAL_PORTS if it is set, otherwise from sysfs. The
+// variable holds entries `FRIENDLY TEXT=PATH` separated by ";", for example `Bluegiga Bluetooth Low Energy
+// (COM7)=/tmp/dongle`.
 #pragma once
 
 #include <cstdint>
@@ -21,19 +21,19 @@ struct PortEntry {
   friend bool operator==(const PortEntry&, const PortEntry&) = default;
 };
 
-// The ports that are present now. Nothing if there is neither the variable nor sysfs.
+// The ports that are present now; nothing if there is neither the variable nor sysfs.
 std::optional<std::vector<PortEntry>> portList();
 
-// The entries of the variable's text whose path is there at this moment. Pieces with no "=" are passed over.
+// The entries of the variable's text whose path exists. Pieces without "=" are skipped.
 std::vector<PortEntry> portsFromText(std::string_view text);
 
-// The USB serial devices below a directory laid out like /sys/class/tty, the dongles first, each group by
-// name and then by number. A dongle is known by its USB ids, any other device keeps its product text as name;
-// n is the number at the end of the device's name. Nothing if there is no such directory.
+// The USB serial devices below a directory laid out like /sys/class/tty, dongles first, each group sorted by
+// name and then by number. A dongle is recognised by its USB ids; any other device is named by its product
+// text. n is the number at the end of the device's name. Nothing if there is no such directory.
 std::optional<std::vector<PortEntry>> portsFromSysfs(const std::filesystem::path& ttyClass);
 
-// The device of the first dongle with this port number: the one that looking for the dongle by name has
-// found. Other ports of the same number do no harm. Nothing if there is none.
+// The device of the first dongle with this port number, which is the one that a search by name finds; other
+// ports may have the same number. Nothing if there is none.
 std::optional<std::filesystem::path> donglePath(std::int32_t number);
 
 }  // namespace platform::posix

@@ -1,4 +1,4 @@
-// Serial ports by the Windows calls that the operations are named after.
+// Serial ports by the Windows functions of the same names.
 
 #include <windows.h>
 
@@ -75,8 +75,8 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
   DWORD count = 0;
   const BOOL done =
       WriteFile(native(handle), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr);
-  // Intentional: the system calls a write that ran out of time a success; here it fails, because a device
-  // that takes nothing must not hold the host.
+  // Intentional: the operating system reports a write that timed out as a success; here it fails, because a
+  // device that accepts nothing must not block the host.
   if (done != 0 && count == 0 && !bytes.empty()) return {.error = ERROR_TIMEOUT};
   return outcome(done, count);
 }

@@ -1,5 +1,5 @@
 #include <windows.h>
-// The device setup calls need the types above.
+// Needs the types declared above.
 #include <setupapi.h>
 
 #include "platform/Platform.h"
@@ -8,13 +8,13 @@ namespace platform {
 
 namespace {
 
-// The system's class of ports.
+// The device setup class of ports.
 constexpr GUID portsClass = {0x4D36E978, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
 
 std::optional<std::string> friendlyName(HDEVINFO devices, SP_DEVINFO_DATA& device)
 {
   DWORD size = 0;
-  // Asked without a buffer the call fails, and says how large the buffer has to be.
+  // Called without a buffer, the function fails and returns the size needed.
   SetupDiGetDeviceRegistryPropertyA(devices, &device, SPDRP_FRIENDLYNAME, nullptr, nullptr, 0, &size);
   std::vector<char> text(std::size_t{size} + 1);
   if (SetupDiGetDeviceRegistryPropertyA(devices, &device, SPDRP_FRIENDLYNAME, nullptr,
