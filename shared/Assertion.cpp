@@ -6,7 +6,7 @@
 
 namespace {
 
-// A plain array: a text with a destructor would keep the library loaded until the thread ends.
+// A plain array: thread-local data with a destructor would keep the library loaded until the thread ends.
 thread_local std::array<wchar_t, 512> reportText;
 
 }  // namespace

@@ -1,6 +1,6 @@
-// The assertion report that host and plug-ins share.
-// A failed assertion leaves the operation as a thrown `const wchar_t*`. Its text stays readable until the
-// same thread fails another assertion, so a handler may print it; text beyond 511 characters is cut.
+// The assertion report that host and plug-ins share. A failed assertion leaves the operation as a thrown
+// `const wchar_t*`. Its text stays valid until the same thread fails another assertion, so a handler may
+// print it; it is cut after 511 characters.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 [[noreturn]] void reportAssertion(const wchar_t* expression, const wchar_t* file, std::uint32_t line,
                                   const wchar_t* function);
 
-// Does nothing if `condition` holds; otherwise reports. Inline: it is asked for each element of a record.
+// Does nothing if `condition` holds; otherwise reports. Inline, because it runs for each element of a record.
 inline void checkAssertion(bool condition, const wchar_t* expression, const wchar_t* file, std::uint32_t line,
                            const wchar_t* function)
 {

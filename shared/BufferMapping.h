@@ -1,4 +1,4 @@
-// What a plug-in's hardware object knows of the host's record.
+// Access of a plug-in's hardware object to the host's record.
 //
 // Field order and virtual order are a contract between host and plug-in, which must both be built from this
 // header with the same compiler and standard library.
@@ -13,9 +13,9 @@ class BufferMapping {
   BufferMapping& operator=(const BufferMapping&) = delete;
   virtual ~BufferMapping() = default;
 
-  // Elements of a record: as the host's map has it, or the native size without a map.
+  // Elements of a record: the size of the host's map, or the native size without a map.
   virtual std::uint64_t getSize() { return mapping_ != nullptr ? mapping_->size_ : getNativeSize(); }
-  // Elements of a record as the hardware object makes it.
+  // Elements of a record as the hardware object produces it.
   virtual std::uint64_t getNativeSize() = 0;
 
   // The host's record. Reports an assertion if the host has installed none.

@@ -1,4 +1,4 @@
-// Reading and writing of interlace files: plain text, one whole number a line.
+// Reading and writing of interlace files: plain text, one integer per line.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +10,19 @@ namespace interlace {
 
 struct Entry {
   std::int32_t number;
-  std::int64_t context;  // whatever the caller gave
+  std::int64_t context;  // supplied by the caller
   std::uint16_t spare;   // 0
 };
 
-// The numbers of the file in their order, those below zero left out, up to the first word that is no number.
-// A null path gives no entries. Throws the narrow text "Error reading interlace file" as a plain `char*` if
-// the file does not open.
+// The numbers of the file in order, without negative ones, up to the first word that is not a number. A null
+// path returns no entries. Throws the narrow text "Error reading interlace file" as a plain `char*` if the
+// file does not open.
 std::vector<Entry> readInterlaceFile(const wchar_t* path, std::int64_t context);
 
-// Replaces the file by the numbers of the entries. False if it does not open.
+// Replaces the file with the numbers of the entries. False if it does not open.
 bool writeInterlaceFile(const std::vector<Entry>& entries, const std::wstring& path);
 
-// The larger of two counts: of the numbers with bit 0 set, and of those with bit 1 set.
+// The larger of two counts: numbers with bit 0 set, and numbers with bit 1 set.
 std::size_t interlaceCount(const std::vector<Entry>& entries);
 
 }  // namespace interlace

@@ -17,7 +17,7 @@ folder::Folder& logFolder()
   return folder::folders()[L"log"];
 }
 
-// 16 capital hexadecimal digits on every system, so that tools find the file by one pattern.
+// 16 upper-case hexadecimal digits on every system, so that tools find the file by one pattern.
 std::wstring addressText(const void* object)
 {
   std::array<wchar_t, 17> text{};
@@ -34,7 +34,7 @@ LogManager::Node::Node(const LogManager& manager, const std::wstring& fileName, 
   if (systemLevel_ < 1) return;
   open();
   if (!stream_.is_open()) throw L"Could not create log file " + fileName_;
-  // Item by item, so that a path that the locale can't narrow takes nothing else with it.
+  // Item by item, so that only a path that the locale can't narrow is lost.
   *this << L"Log file " << fileName_ << L" created on " << os::dateText() << L" at " << os::timeText()
         << L"\n";
   *this << L"System Logging Level = " << systemLevel_ << L"\n";
@@ -61,7 +61,7 @@ void LogManager::Node::close()
   try {
     stream_.close();
   } catch (const std::exception&) {
-    // Characters that could not be narrowed are met again here.
+    // A character that can't be narrowed fails the stream here.
     stream_.setstate(std::ios_base::failbit);
   }
 }
@@ -92,7 +92,7 @@ void LogManager::logQuietly(const void* object, std::int32_t level, const wchar_
   try {
     node(object, level) << text;
   } catch (...) {
-    // Whoever ends an object must not end the process with it.
+    // A destructor that logs must not terminate the process.
   }
 }
 

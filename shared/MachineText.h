@@ -1,5 +1,5 @@
-// Streams for numbers that a machine reads back: without the separators and grouping of the locale in force,
-// which would turn 12000 into 12.000, and that into 12. Texts for people use plain streams.
+// Streams for numbers that a machine reads back: without the separators and grouping of the current locale,
+// which would write 12000 as 12.000 and read that as 12. Texts for the user use plain streams.
 #pragma once
 
 #include <locale>
@@ -8,7 +8,7 @@
 
 namespace machine {
 
-// The locale in force with the numbers of the classic one.
+// The current locale with the number format of the classic one.
 inline std::locale locale()
 {
   return {std::locale(), std::locale::classic(), std::locale::numeric};

@@ -16,8 +16,8 @@ namespace {
 
 constexpr wchar_t quote = L'"';
 
-// More elements than any settings file holds: a damaged count must not make the host take gigabytes.
-constexpr std::uint64_t mostElements = 65536;
+// More elements than any settings file holds: a damaged count must not make the host allocate gigabytes.
+constexpr std::uint64_t maxElements = 65536;
 
 template <class T>
 void print(std::wostream& stream, const T& value)
@@ -49,7 +49,7 @@ std::wistream& extract(std::wistream& stream, std::wstring& value)
   return readQuoted(stream, value);
 }
 
-// A value that does not parse leaves the variable as it was.
+// A value that does not parse leaves the variable unchanged.
 template <class T>
 std::wistream& parse(std::wistream& stream, T& value)
 {
@@ -62,8 +62,8 @@ std::wistream& parse(std::wistream& stream, std::vector<std::int32_t>& value)
 {
   std::uint64_t count = 0;
   if (!(stream >> count)) count = 0;
-  // Meant so: a count too large to hold is no fault, and the sequence stays as it is.
-  if (count > mostElements) return stream;
+  // Intentional: a count that is too large is no error, and the sequence stays unchanged.
+  if (count > maxElements) return stream;
   try {
     value.resize(static_cast<std::size_t>(count));
   } catch (const std::exception&) {
@@ -91,7 +91,7 @@ bool writeToFile(const Registry::value_type& entry, std::ofstream& file)
   return static_cast<bool>(file << textfile::encode(entryText(entry)) << std::flush);
 }
 
-// Writes the entries whose names begin with the prefix. `write` returns whether an entry was written.
+// Writes the entries whose names begin with the prefix. `write` returns whether it wrote an entry.
 template <class Write>
 std::uint32_t countWritten(const std::wstring& prefix, const Write& write)
 {
@@ -161,7 +161,7 @@ std::int32_t readStream(std::wistream& stream)
 
 std::int32_t readStream(std::wistream& stream, const Registry& registry, ReadingObserver& observer)
 {
-  // With no base set, 0x10 reads as hexadecimal and 010 as octal.
+  // Without a base, 0x10 is read as hexadecimal and 010 as octal.
   stream.unsetf(std::ios_base::basefield);
   stream.imbue(machine::locale());
   std::int32_t read = 0;
@@ -241,15 +241,15 @@ std::wstring trim(const std::wstring& text)
 
 std::wstring expand(const std::wstring& text)
 {
-  // A value that refers to itself would go on, or grow, without end.
-  constexpr int mostReplacements = 1000;
-  constexpr std::size_t mostGrowth = 1'000'000;
+  // A value that refers to itself would be replaced, or grow, without end.
+  constexpr int maxReplacements = 1000;
+  constexpr std::size_t maxGrowth = 1'000'000;
   std::wstring expanded = text;
-  for (int replacements = 0; replacements < mostReplacements; ++replacements) {
-    if (expanded.size() > text.size() + mostGrowth) break;
+  for (int replacements = 0; replacements < maxReplacements; ++replacements) {
+    if (expanded.size() > text.size() + maxGrowth) break;
     const std::size_t begin = expanded.find(L'<');
     const std::size_t end = expanded.find(L'>');
-    // Meant so: a stray closing bracket ahead of the first reference ends all replacing.
+    // Intentional: an unmatched closing bracket before the first reference ends all replacing.
     if (begin == std::wstring::npos || end == std::wstring::npos || end < begin) break;
     const SateliteInterface* const satelite = find(expanded.substr(begin + 1, end - begin - 1));
     expanded.replace(begin, end - begin + 1, satelite == nullptr ? L"N/A" : satelite->toString());

@@ -1,6 +1,6 @@
-// A built plug-in in this process, for hosts: loaded, its five functions found, and unloaded at the end.
-// Threads: one at a time. Errors: std::runtime_error with what the system says, or with the name that is
-// missing.
+// Loads a built plug-in into a host's process, finds its five functions, and unloads it at the end.
+// Threads: one at a time.
+// Errors: std::runtime_error with the operating system's message or the name of the missing function.
 #pragma once
 
 #include <filesystem>
@@ -11,7 +11,7 @@
 namespace plugin {
 
 class Library {
-  os::SharedObject object_;  // ahead of what is found in it
+  os::SharedObject object_;  // declared first: the functions are found in it
 
  public:
   explicit Library(const std::filesystem::path& file);

@@ -1,6 +1,6 @@
-// A record store for hosts that need no more than one record at a time: the plug-in fills it, and the host
-// takes the record out before the next read. Elements that the plug-in does not fill stay 0. Threads: the
-// reading thread. Keep it where it is: the map in it points to its memory.
+// A record store for hosts that need only one record at a time: the plug-in fills it, and the host takes the
+// record before the next read. Elements that the plug-in does not fill stay 0.
+// Threads: the reading thread. Must not be moved: the map in it points to its memory.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace plugin {
 
 class RecordStore : public RecordBuffer {
  public:
-  // For records of so many elements, which is what HwInterface::getNativeSize returns.
+  // `elements` per record, as HwInterface::getNativeSize returns.
   explicit RecordStore(std::size_t elements) : elements_(elements)
   {
     map.data_ = elements_.data();

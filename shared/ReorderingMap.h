@@ -1,4 +1,4 @@
-// The host's view of the record being filled: where each element of the plug-in's order goes.
+// The host's view of the record being filled: maps the plug-in's element order to the host's.
 //
 // Field order and virtual order are a contract between host and plug-in, which must both be built from this
 // header with the same compiler and standard library.
@@ -11,14 +11,14 @@
 
 #include "shared/Assertion.h"
 
-// The host's record store: rows of elements, with a time stamp in ms beside each.
+// The host's record store: rows of elements, each with a timestamp in ms.
 class RecordBuffer {
  public:
-  // The record that was filled is complete.
+  // Commits the record that was filled.
   virtual void advance() = 0;
-  // Where the elements of the next record go.
+  // Address of the elements of the next record.
   virtual unsigned short* writePointer() = 0;
-  // Where the time stamp of the record being filled goes.
+  // Address of the timestamp of the record being filled.
   virtual std::uint32_t* stampCell() = 0;
 
  protected:
@@ -28,12 +28,12 @@ class RecordBuffer {
 template <class Element>
 class ReorderingMap;
 
-// Built and owned by the host.
+// Created and owned by the host.
 template <>
 class ReorderingMap<unsigned short> {
  public:
-  // The place of the plug-in's position k. A position that the map drops, or does not know, has the spare
-  // cell; without a map each has its own place. Reports an assertion if there is no record.
+  // The element for the plug-in's position k. A position that the map drops or does not contain is the spare
+  // cell; without a map, position k is element k. Reports an assertion if there is no record.
   unsigned short& operator[](std::uint32_t k)
   {
     checkAssertion(nullptr != data_, L"0 != data_", L"..\\shared\\ReorderingMap", 46,
@@ -44,8 +44,8 @@ class ReorderingMap<unsigned short> {
   }
 
   unsigned short* data_ = nullptr;     // first element of the record being filled; the host's memory
-  unsigned short spare_ = 0;           // what goes here is lost
-  std::uint64_t size_ = 0;             // elements of the record, as the host sees it
+  unsigned short spare_ = 0;           // written and never read
+  std::uint64_t size_ = 0;             // elements of the host's record
   std::vector<std::int32_t> indices_;  // position k goes to element indices_[k]; empty for the identity
   RecordBuffer* buffer_ = nullptr;     // not owned
 };

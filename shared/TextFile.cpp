@@ -20,7 +20,7 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 // No character of any locale takes more bytes.
 constexpr std::size_t maxCharacter = 16;
 
-// Appends a character: where wide characters have 16 bits, those above U+FFFF are two of them.
+// Appends a character: two wide characters above U+FFFF where they have 16 bits.
 void append(std::wstring& text, char32_t code)
 {
   if (sizeof(wchar_t) > 2 || code < 0x10000) {
@@ -31,7 +31,7 @@ void append(std::wstring& text, char32_t code)
   text += static_cast<wchar_t>(0xDC00 + (code & 0x3FF));
 }
 
-// The first character of a text, and how many wide characters it takes.
+// The first character of a text, and its number of wide characters.
 struct WideCharacter {
   char32_t code;
   std::size_t length;
@@ -52,11 +52,11 @@ class Decoder {
 
   std::wstring run()
   {
-    // Most text decodes as it stands; a stretch that does not is taken character by character.
-    constexpr std::size_t stretch = 256;
+    // Most text decodes without error; a chunk that does not is decoded character by character.
+    constexpr std::size_t chunk = 256;
     while (!rest_.empty()) {
-      if (takeAll(rest_.substr(0, stretch))) continue;
-      const std::size_t end = rest_.size() - std::min(stretch, rest_.size());
+      if (takeAll(rest_.substr(0, chunk))) continue;
+      const std::size_t end = rest_.size() - std::min(chunk, rest_.size());
       while (rest_.size() > end) {
         takeOne();
       }
@@ -65,11 +65,11 @@ class Decoder {
   }
 
  private:
-  // The bytes that the locale decodes out of these, and the characters that they make.
+  // The number of bytes that the locale decoded, and the resulting characters.
   struct Decoded {
     std::size_t bytes;
     std::size_t characters;
-    bool isWhole;  // and nothing is left over
+    bool isWhole;  // no byte is left over
   };
 
   Decoded decode(std::string_view bytes, wchar_t* characters, std::size_t count) const
@@ -79,7 +79,7 @@ class Decoder {
     wchar_t* end = nullptr;
     const auto result = facet_.in(state, bytes.data(), bytes.data() + bytes.size(), next, characters,
                                   characters + count, end);
-    // An incomplete character at the end counts as taken, and leaves its trace in the state.
+    // An incomplete character at the end counts as consumed and is kept in the conversion state.
     const bool isWhole =
         result == Facet::ok && next == bytes.data() + bytes.size() && std::mbsinit(&state) != 0;
     return {static_cast<std::size_t>(next - bytes.data()), static_cast<std::size_t>(end - characters),
@@ -131,7 +131,7 @@ class Decoder {
   std::string_view rest_;
   const ForeignObserver& onForeign_;
   std::wstring text_;
-  // Of what was counted so far, for reports.
+  // Position up to which lines were counted, for reports.
   std::size_t counted_ = 0;
   std::size_t line_ = 1;
   std::size_t lineStart_ = 0;

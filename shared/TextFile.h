@@ -1,9 +1,8 @@
-// Text files in 8-bit text, read and written so that no byte and no character is lost, whatever locale the
-// host has set, or none.
+// 8-bit text files, read and written without losing a byte or character, whatever locale the host has set.
 //
-// The locale in force decodes and encodes what it can. Bytes that it can't decode are foreign: a valid UTF-8
-// sequence is read as such, any other byte as Latin-1. A character that it can't encode is written as UTF-8.
-// Files are in the platform's text mode; a UTF-8 byte order mark at the beginning is skipped.
+// The current locale decodes and encodes what it can. Bytes that it can't decode are foreign: a valid UTF-8
+// sequence is read as UTF-8, any other byte as Latin-1. A character that it can't encode is written as UTF-8.
+// Files use the platform's text mode; a UTF-8 byte order mark at the beginning is skipped.
 #pragma once
 
 #include <cstddef>
@@ -17,17 +16,17 @@ namespace textfile {
 struct ForeignBytes {
   std::size_t line;    // from 1
   std::size_t column;  // in characters, from 1
-  std::string bytes;   // one, or a UTF-8 sequence
+  std::string bytes;   // one byte, or a UTF-8 sequence
   bool isUtf8;         // otherwise it was read as Latin-1
 };
 
-// Called for each foreign sequence, in the order of the text.
+// Called for each foreign sequence, in text order.
 using ForeignObserver = std::function<void(const ForeignBytes& foreign)>;
 
-// The whole text of a file; nothing if the file does not open.
+// The whole text of a file; nothing if it does not open.
 std::optional<std::wstring> read(const std::wstring& path, const ForeignObserver& onForeign = nullptr);
 
-// The bytes of a text that came out of a file, or goes into one.
+// Decode the bytes of a file, and encode a text for one.
 std::wstring decode(std::string_view bytes, const ForeignObserver& onForeign = nullptr);
 std::string encode(std::wstring_view text);
 

@@ -1,6 +1,5 @@
-// Order of wide texts by UTF-16 code unit: the first difference decides, then the shorter text comes first.
-// The order is the same whether wchar_t is 16 or 32 bits wide, so a settings file written on one system
-// lists its keys in the same order on every other.
+// Orders wide texts by UTF-16 code unit; a prefix comes first. The order is the same whether wchar_t has 16
+// or 32 bits, so a settings file lists its keys in the same order on every system.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +18,7 @@ struct Utf16Less {
   }
 
  private:
-  // The one or two code units of a character, as a number that compares as they do.
+  // The one or two code units of a character, as a number with the same order.
   static std::uint64_t codeUnits(wchar_t character)
   {
     const auto code = static_cast<std::uint32_t>(character);

@@ -19,7 +19,7 @@ std::size_t lengthOf(char32_t code)
   return code < 0x10000 ? 3 : 4;
 }
 
-// What the first byte of a sequence says: its length and its own bits. A length of 0 is no first byte.
+// Length and own bits of a sequence, from its first byte. A length of 0 means that it is not a first byte.
 Character beginning(unsigned char byte)
 {
   if (byte < 0x80) return {byte, 1};

@@ -1,4 +1,4 @@
-// UTF-8, strictly: no overlong forms, no surrogates, nothing above U+10FFFF. Needs no locale.
+// Strict UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF. Independent of the locale.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ struct Character {
 
 Character first(std::string_view text);
 
-// Appends the sequence of a character; of what is none, of U+FFFD.
+// Appends the sequence of a character, or of U+FFFD if `code` is not a character.
 void append(std::string& text, char32_t code);
 
 }  // namespace utf8

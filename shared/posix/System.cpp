@@ -31,7 +31,7 @@ std::wstring dateText()
 
 std::wstring timeText()
 {
-  // Written by hand because many locales have no text for the halves of the day.
+  // Written by hand because many locales have no text for AM and PM.
   const std::tm now = localNow();
   const int hour = now.tm_hour % 12 == 0 ? 12 : now.tm_hour % 12;
   std::array<wchar_t, 256> text{};
@@ -52,14 +52,14 @@ std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring
   std::error_code error;
   std::filesystem::directory_iterator entry(*directory, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    // A name that is no text is none of ours.
+    // A name that can't be converted is not one of ours.
     auto name = wideText(entry->path().filename());
     if (name && name->starts_with(prefix) && name->ends_with(suffix)) names.push_back(std::move(*name));
   }
   return names;
 }
 
-// Over 32-bit characters, because the library knows wide ones by the locale only.
+// Converts through 32-bit characters, because the standard library converts wide ones only with the locale.
 std::optional<std::filesystem::path> nativePath(const std::wstring& path)
 {
   try {

@@ -31,7 +31,7 @@ std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring
   do {
     names.emplace_back(found.cFileName);
   } while (FindNextFileW(search, &found) != 0);
-  // Meant so: the search handle is never closed and goes with the process.
+  // Intentional: the search handle is never closed; the operating system closes it when the process ends.
   return names;
 }
 
