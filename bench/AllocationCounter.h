@@ -3,5 +3,5 @@
 
 #include <cstdint>
 
-// Allocations since the program began.
+// Allocations since program start.
 std::uint64_t allocationCount();

@@ -1,5 +1,5 @@
-// The open link: polling notifications of a glove that wait in memory, beside only reading their bytes; and
-// fetching the frames of two gloves, beside only copying their samples.
+// The open link: polling notifications of a glove from memory, compared with only reading their bytes; and
+// fetching the frames of two gloves, compared with only copying their samples.
 
 #include <benchmark/benchmark.h>
 
@@ -21,7 +21,7 @@ constexpr std::size_t payloadSize = 25;
 constexpr std::size_t framesInRun = 256;
 constexpr std::size_t messages = packetsPerFrame * framesInRun;
 
-// Notifications of a run of frames, as the dongle sends them.
+// Notifications of a series of frames, as the dongle sends them.
 std::vector<std::uint8_t> makeRun()
 {
   std::vector<std::uint8_t> bytes;
@@ -49,7 +49,7 @@ benchmark::Counter secondsPer(std::size_t things)
   return {static_cast<double>(things), Counter::kIsIterationInvariantRate | Counter::kInvert};
 }
 
-// Reads a run in pieces of header and payload. `read` fills a span.
+// Reads a series in pieces of header and payload. `read` fills a span.
 void readPieces(benchmark::State& state, const auto& read)
 {
   const std::vector<std::uint8_t> run = makeRun();
@@ -74,7 +74,7 @@ void readPiecesOnly(benchmark::State& state)
   readPieces(state, [&](std::span<std::uint8_t> piece) { platform::readPort(link.device.port(), piece); });
 }
 
-// The same by the serial layer, which sets the time-outs of each read.
+// The same through the serial layer, which sets the timeouts of each read.
 void serialReadPiecesOnly(benchmark::State& state)
 {
   OpenLink link;
@@ -83,14 +83,14 @@ void serialReadPiecesOnly(benchmark::State& state)
   });
 }
 
-// The frames are taken out of the queue between the runs, untimed.
+// The frames are removed from the queue between the timed parts.
 void poll(benchmark::State& state)
 {
   const std::vector<std::uint8_t> run = makeRun();
   OpenLink link;
   std::vector<Framelet> taken;
-  std::uint64_t mostInside = 0;
-  std::uint64_t mostCompleting = 0;
+  std::uint64_t maxInside = 0;
+  std::uint64_t maxCompleting = 0;
   for ([[maybe_unused]] auto _ : state) {
     serve(run);
     for (std::size_t frame = 0; frame < framesInRun; ++frame) {
@@ -100,8 +100,8 @@ void poll(benchmark::State& state)
       }
       const std::uint64_t last = allocationCount();
       link.device.poll();
-      mostInside = std::max(mostInside, last - first);
-      mostCompleting = std::max(mostCompleting, allocationCount() - last);
+      maxInside = std::max(maxInside, last - first);
+      maxCompleting = std::max(maxCompleting, allocationCount() - last);
     }
     state.PauseTiming();
     taken.clear();
@@ -111,8 +111,8 @@ void poll(benchmark::State& state)
     state.ResumeTiming();
   }
   state.counters["per_message"] = secondsPer(messages);
-  state.counters["most_allocs_inside"] = static_cast<double>(mostInside);
-  state.counters["most_allocs_completing"] = static_cast<double>(mostCompleting);
+  state.counters["max_allocs_inside"] = static_cast<double>(maxInside);
+  state.counters["max_allocs_completing"] = static_cast<double>(maxCompleting);
 }
 
 void copySamplesOnly(benchmark::State& state)
@@ -129,7 +129,7 @@ void copySamplesOnly(benchmark::State& state)
   }
 }
 
-// Only the fetch counts, not the packets that fill the stores before it.
+// Times only the fetch, not the packets that fill the stores before it.
 void fetchFrame(benchmark::State& state)
 {
   OpenLink link;
@@ -137,7 +137,7 @@ void fetchFrame(benchmark::State& state)
   std::vector<Framelet> frames;
   frames.reserve(2);
   std::uint64_t backlog = 0;
-  std::uint64_t mostAllocations = 0;
+  std::uint64_t maxAllocations = 0;
   for ([[maybe_unused]] auto _ : state) {
     fillStores();
     frames.clear();
@@ -145,10 +145,10 @@ void fetchFrame(benchmark::State& state)
     bool isFetched = false;
     state.SetIterationTime(
         stopwatch.seconds([&] { isFetched = link.device.fetchFrame(frames, 2, backlog); }));
-    mostAllocations = std::max(mostAllocations, allocationCount() - before);
+    maxAllocations = std::max(maxAllocations, allocationCount() - before);
     if (!isFetched || frames.size() != 2) return state.SkipWithError("no set of frames");
   }
-  state.counters["most_allocs"] = static_cast<double>(mostAllocations);
+  state.counters["max_allocs"] = static_cast<double>(maxAllocations);
 }
 
 BENCHMARK(readPiecesOnly);

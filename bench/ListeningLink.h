@@ -1,4 +1,4 @@
-// A link over the platform in memory whose two modules are connected and listen, and frames to put into it.
+// A link on the in-memory platform whose two modules are connected and listening, and frames for it.
 #pragma once
 
 #include <algorithm>
@@ -15,16 +15,16 @@
 inline constexpr std::size_t packetsPerFrame = 14;
 inline constexpr std::size_t samplesPerFrame = 125;
 
-// A packet of a compact frame; frames come 25 ms apart.
+// A packet of a compact frame; frames are 25 ms apart.
 std::array<std::uint8_t, PacketStore::packetSize> packetOf(std::size_t frame, std::size_t index);
 
-// Puts the next frame of each glove into the stores, which must be empty of frames.
+// Adds the next frame of each glove to the stores, which must be empty.
 void fillStores();
 
-// Brings the current device's link up without a dialogue.
+// Puts the current device's link into the listening state without a dialogue.
 void listen(BleDevice& device);
 
-// A log manager that writes nothing. It deletes what lies in its folder, so it has one of its own.
+// A log manager that writes nothing. It deletes the contents of its folder, so it has its own.
 class NoLogs {
  public:
   NoLogs();
@@ -33,7 +33,7 @@ class NoLogs {
   std::unique_ptr<LogManager> manager_;
 };
 
-// Times what is too short for the clock's own cost not to count.
+// A stopwatch that subtracts the cost of reading the clock, for very short operations.
 class Stopwatch {
  public:
   using Clock = std::chrono::steady_clock;
@@ -58,5 +58,5 @@ class Stopwatch {
     return Clock::now() - before;
   }
 
-  Clock::duration cost_ = Clock::duration::max();  // of looking at the clock twice
+  Clock::duration cost_ = Clock::duration::max();  // of reading the clock twice
 };

@@ -7,7 +7,7 @@
 namespace {
 
 std::span<const std::uint8_t> waiting;
-std::uint32_t readTimeoutMs = 0;  // all that is kept of the time-outs; nothing ever waits
+std::uint32_t readTimeoutMs = 0;  // the only timeout that is kept; nothing ever waits
 
 }  // namespace
 
@@ -76,7 +76,7 @@ PortResult writePort(PortHandle port, std::span<const std::uint8_t> bytes)
   return result;
 }
 
-// Each look is a second later, so that waits for what never comes end.
+// Advances by a second with each call, so that every wait ends.
 std::uint32_t tickCount()
 {
   static std::uint32_t now = 0;

@@ -1,5 +1,5 @@
-// A run of complete compact frames of 14 packets through the store, beside only appending the same payload
-// bytes to a vector with its capacity reserved. The row of the store takes each framelet out again.
+// Complete compact frames of 14 packets through the store, compared with only appending the same payload
+// bytes to a vector with reserved capacity. The store benchmark also removes each framelet.
 
 #include <benchmark/benchmark.h>
 
@@ -38,7 +38,7 @@ std::vector<Frame> makeRun()
   return run;
 }
 
-// Seconds for each packet of the runs.
+// Seconds per packet.
 benchmark::Counter perPacket()
 {
   using benchmark::Counter;
@@ -65,7 +65,7 @@ void copyPayloadOnly(benchmark::State& state)
   state.counters["per_packet"] = perPacket();
 }
 
-// Takes each framelet out again without copying it, as the queue must not grow from row to row.
+// Removes each framelet without copying it, so that the queue does not grow.
 void addPacket(benchmark::State& state)
 {
   const std::vector<Frame> run = makeRun();
@@ -73,8 +73,8 @@ void addPacket(benchmark::State& state)
   store.setPacketFormat(0);
   std::vector<Framelet> taken;
   taken.reserve(1);
-  std::uint64_t mostInside = 0;
-  std::uint64_t mostCompleting = 0;
+  std::uint64_t maxInside = 0;
+  std::uint64_t maxCompleting = 0;
   std::int64_t frames = 0;
   for ([[maybe_unused]] auto _ : state) {
     for (const Frame& frame : run) {
@@ -84,8 +84,8 @@ void addPacket(benchmark::State& state)
       }
       const std::uint64_t inside = allocationCount();
       store.addPacket(frame.back());
-      mostInside = std::max(mostInside, inside - before);
-      mostCompleting = std::max(mostCompleting, allocationCount() - inside);
+      maxInside = std::max(maxInside, inside - before);
+      maxCompleting = std::max(maxCompleting, allocationCount() - inside);
       frames += static_cast<std::int64_t>(store.frameletCount());
       taken.clear();
       store.takeFramelet(taken, false);
@@ -95,8 +95,8 @@ void addPacket(benchmark::State& state)
   if (frames != state.iterations() * static_cast<std::int64_t>(framesInRun))
     state.SkipWithError("frames were lost");
   state.counters["per_packet"] = perPacket();
-  state.counters["most_allocs_inside"] = static_cast<double>(mostInside);
-  state.counters["most_allocs_completing"] = static_cast<double>(mostCompleting);
+  state.counters["max_allocs_inside"] = static_cast<double>(maxInside);
+  state.counters["max_allocs_completing"] = static_cast<double>(maxCompleting);
 }
 
 BENCHMARK(copyPayloadOnly);

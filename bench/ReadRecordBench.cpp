@@ -1,5 +1,5 @@
-// Reads that deliver a record of two gloves, beside a loop that only stores as many elements through the same
-// map.
+// Reads that return a record of two gloves, compared with a loop that only stores as many elements through
+// the same map.
 
 #include <benchmark/benchmark.h>
 
@@ -63,7 +63,7 @@ void storeElementsOnly(benchmark::State& state)
   }
 }
 
-// Only the read counts, not the packets that fill the stores before it.
+// Times only the read, not the packets that fill the stores before it.
 void readRecord(benchmark::State& state)
 {
   const NoLogs noLogs;
@@ -73,17 +73,17 @@ void readRecord(benchmark::State& state)
   CountingStore record(state.range(0) != 0);
   tessel.mapping_ = &record.map;
   const Stopwatch stopwatch;
-  constexpr std::array<std::uint8_t, 4> message{0x80, 0x00, 0x00, 0x06};  // one of no interest
-  std::uint64_t mostAllocations = 0;
+  constexpr std::array<std::uint8_t, 4> message{0x80, 0x00, 0x00, 0x06};  // known and ignored
+  std::uint64_t maxAllocations = 0;
   for ([[maybe_unused]] auto _ : state) {
     fillStores();
     serve(message);
     const std::uint64_t before = allocationCount();
     state.SetIterationTime(stopwatch.seconds([&] { tessel.readRecord(); }));
-    if (record.records > 1) mostAllocations = std::max(mostAllocations, allocationCount() - before);
+    if (record.records > 1) maxAllocations = std::max(maxAllocations, allocationCount() - before);
   }
   if (record.records != state.iterations()) state.SkipWithError("records were lost");
-  state.counters["most_allocs"] = static_cast<double>(mostAllocations);
+  state.counters["max_allocs"] = static_cast<double>(maxAllocations);
 }
 
 BENCHMARK(storeElementsOnly)->ArgName("map")->Arg(0)->Arg(1);

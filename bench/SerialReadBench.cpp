@@ -1,5 +1,5 @@
-// Reading 1,000 messages of 4 + 25 bytes that wait in a pseudo terminal through the serial layer, beside only
-// taking the same bytes from the terminal in blocks of 4,096.
+// Reading 1,000 messages of 4 + 25 bytes from a pseudo terminal through the serial layer, compared with only
+// reading the same bytes in blocks of 4,096.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -20,15 +20,15 @@ namespace {
 constexpr std::size_t headerSize = 4;
 constexpr std::size_t payloadSize = 25;
 constexpr std::size_t messages = 1000;
-// So many surely fit into a terminal at once.
+// Few enough to fit into a terminal's buffer at once.
 constexpr std::size_t messagesAtOnce = 250;
 
 std::uint64_t systemCalls = 0;
 
 }  // namespace
 
-// The linker sends the program's calls of these here, and leaves the real ones under the other names.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// The linker redirects the program's calls of these functions here and keeps the real ones under the __real
+// names.
 extern "C" {
 ssize_t __real_read(int descriptor, void* buffer, size_t size);
 ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
@@ -48,7 +48,7 @@ int __wrap_poll(pollfd* descriptors, nfds_t count, int timeoutMs)
 
 namespace {
 
-// A pseudo terminal that stands in the port list as COM7.
+// A pseudo terminal that the port list contains as COM7.
 class Terminal {
  public:
   Terminal() : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK))
@@ -73,7 +73,7 @@ class Terminal {
   int master_;
 };
 
-// Fills the terminal and has it emptied until all messages are through. `empty` gives false if it could not.
+// Fills the terminal and calls `empty` until all messages are read. `empty` returns false on failure.
 void measure(benchmark::State& state, Terminal& terminal, const auto& empty)
 {
   const std::uint64_t before = systemCalls;

@@ -15,9 +15,9 @@ using std::chrono::seconds;
 
 constexpr Duration intervalUnit{1'250};
 constexpr Duration packetAirTime{676};
-constexpr int eventsOfProcedure = 2;  // the request goes out in one event, the answer comes in the next
+constexpr int eventsOfProcedure = 2;  // request in one connection event, answer in the next
 constexpr int intervalsOfUpdate = 6;
-constexpr std::size_t longestWrite = 20;
+constexpr std::size_t maxWriteSize = 20;
 
 enum StatusFlags : std::uint8_t { connected = 0x01, completed = 0x04, parametersChanged = 0x08 };
 enum ValueType : std::uint8_t { readValue = 0, notifiedValue = 1 };
@@ -65,7 +65,7 @@ void Connection::writeAttribute(std::uint16_t attribute, std::span<const std::ui
 void Connection::begin(Procedure procedure, std::uint8_t command)
 {
   std::uint16_t outcome = result::success;
-  if (procedure.written && procedure.written->size() > longestWrite) {
+  if (procedure.written && procedure.written->size() > maxWriteSize) {
     outcome = result::invalidParameter;
   } else if (procedure_) {
     outcome = result::wrongState;

@@ -1,6 +1,6 @@
-// One connection of the dongle to a glove: GATT procedures, notifications, change of the interval, end.
-// Connection events are simulated only where there is something to carry; in between nothing is scheduled.
-// A message handed to the radio may bring a command back at once, even one that ends the connection.
+// One connection of the dongle to a glove: GATT procedures, notifications, interval changes, disconnection.
+// Connection events are simulated only when there is something to transfer; otherwise nothing is scheduled.
+// Sending a message may call back with a command at once, even one that ends the connection.
 #pragma once
 
 #include <cstddef>
@@ -17,31 +17,31 @@
 
 namespace simulator {
 
-// As BGAPI counts them.
+// In the units of BGAPI.
 struct ConnectionParameters {
   std::uint16_t interval = 0;  // 1.25 ms
   std::uint16_t timeout = 0;   // 10 ms
   std::uint16_t latency = 0;   // connection events
 
-  // Whether Bluetooth allows them.
+  // True if Bluetooth allows them.
   bool areValid() const
   {
     return interval >= 6 && interval <= 3200 && timeout >= 10 && timeout <= 3200 && latency < 500;
   }
 };
 
-// What a connection needs of its dongle.
+// A connection's interface to its dongle.
 class Radio {
  public:
   virtual void send(std::vector<std::uint8_t> message) = 0;
-  // Connections that share the air, this one included.
+  // Connections that share the radio, this one included.
   virtual std::size_t connectionCount() const = 0;
-  // The connection has ended and may be let go.
+  // The connection has ended and may be destroyed.
   virtual void forget(std::uint8_t connection) = 0;
   virtual ~Radio() = default;
 };
 
-// Lives in a shared_ptr, so that what it has scheduled does nothing once it is gone.
+// Held by a shared_ptr, so that its scheduled actions do nothing after its destruction.
 class Connection final : public Glove::Peer, public std::enable_shared_from_this<Connection> {
  public:
   // Clock, radio and glove must outlive it.
@@ -50,15 +50,15 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
 
   const Glove& glove() const { return glove_; }
 
-  // Binds the glove and reports the connection.
+  // Attaches the glove and reports the connection.
   void establish();
-  // Each answers its command at once, and sends what follows at later connection events.
+  // Each responds to its command at once and sends the rest at later connection events.
   void update(ConnectionParameters parameters);
   void readByHandle(std::uint16_t attribute);
   void writeAttribute(std::uint16_t attribute, std::span<const std::uint8_t> value);
   void disconnect();
 
-  // Ends it now, with a report to the host or without.
+  // Ends the connection now, with or without a report to the host.
   void end(std::uint16_t reason);
   void close();
 
@@ -66,7 +66,7 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   struct Procedure {
     std::uint16_t attribute;
     std::optional<std::vector<std::uint8_t>> written;  // none: a read
-    int eventsLeft;                                    // until the glove's answer is due
+    int eventsLeft;                                    // connection events until the glove's answer is due
 
     std::optional<Step> responseStep() const;
     std::optional<Step> endStep() const;
@@ -78,7 +78,7 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   bool leavesOut(std::optional<Step> step) const;
   Duration interval() const;
   Duration untilNextEvent() const;
-  // The action is left out if the connection has ended by then.
+  // Skips the action if the connection has ended by then.
   void after(Duration delay, std::function<void()> action);
   void begin(Procedure procedure, std::uint8_t command);
   void scheduleEvent();
@@ -96,7 +96,7 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   Glove& glove_;
   const std::uint8_t number_;
   ConnectionParameters parameters_;
-  Duration anchor_{0};  // of the raster of connection events
+  Duration anchor_{0};  // of the connection-event grid
   bool isOpen_ = false;
   bool isEventScheduled_ = false;
   std::optional<Procedure> procedure_;

@@ -1,8 +1,8 @@
-// Text commands that act on a dongle and its gloves while they run, for people at a terminal and for
-// scenarios. A command is understood first, which changes nothing, and done then.
-// Everything happens on the thread of the simulation. Errors: std::invalid_argument when a line is
-// understood, with what is possible instead; what makes no difference at the moment (a drop of a glove that
-// is not connected) is told in the reply.
+// Text commands that control a running dongle and its gloves, for people at a terminal and for scenarios. A
+// command is parsed first, which changes nothing, and executed afterwards. Everything runs on the
+// simulation's thread.
+// Errors: parsing throws std::invalid_argument, which names the valid choices; the reply reports a command
+// without effect (a drop of a glove that is not connected).
 #pragma once
 
 #include <cstdint>
@@ -23,25 +23,26 @@ namespace simulator {
 
 class Control {
  public:
-  // Does the command and gives the reply: a line, or several, without a break at the end.
+  // Executes the command and returns the reply: one or more lines, without a newline at the end.
   using Action = std::function<std::string()>;
 
-  // The dongle must outlive it, and it its actions. `seed`: of noise and of packets that go wrong.
+  // The dongle must outlive the control, and the control its actions. `seed`: of noise and random packet
+  // faults.
   Control(Dongle& dongle, std::uint64_t seed);
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
 
-  // The glove becomes known to commands by its name, such as "left".
+  // Makes the glove known to commands by its name, such as "left".
   void addGlove(std::string_view name, Glove& glove);
 
-  // What "busy" and "quit" do; without them they do nothing.
+  // Actions of "busy" and "quit"; without them these commands do nothing.
   std::function<void(bool hold)> holdPort;
   std::function<void()> quit;
 
   Action understand(std::string_view line);
   std::string execute(std::string_view line) { return understand(line)(); }
 
-  // All commands, a line each.
+  // All commands, one per line.
   static std::string help();
   // "not connected", "connected" or "streaming"
   static std::string_view linkOf(const Glove& glove);
@@ -67,10 +68,10 @@ class Control {
   Selection gloves(WordReader& words);
   // All gloves, if the next word names none.
   Selection glovesOrAll(WordReader& words);
-  // The reply has the name of each glove and what is told of it.
+  // The reply lists each glove's name with the text that `act` returns for it.
   static Action forEach(Selection selection, std::function<std::string(NamedGlove&)> act);
 
-  // One for each command: reads its parameters.
+  // One for each command: parses its parameters.
   Action drop(WordReader& words);
   Action silent(WordReader& words);
   Action leave(WordReader& words);

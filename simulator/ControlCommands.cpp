@@ -1,4 +1,4 @@
-// What each command of the control reads and does.
+// Parsing and execution of each control command.
 
 #include <algorithm>
 #include <array>
@@ -108,7 +108,7 @@ Control::Action Control::packets(WordReader& words)
   const std::uint32_t count = words.integer("N", 2, 15);
   return forEach(std::move(selection), [count](NamedGlove& each) {
     each.glove.config.packetsPerFrame = static_cast<std::uint8_t>(count);
-    return toText(count, " packets a frame, ", each.glove.config.elements(), " samples");
+    return toText(count, " packets per frame, ", each.glove.config.elements(), " samples");
   });
 }
 
@@ -169,7 +169,7 @@ Control::Action Control::plug(WordReader&)
     if (!dongle_.isUnplugged()) return "dongle: is plugged in already";
     dongle_.plugIn();
     const std::chrono::duration<double> wait = dongle_.restartTime;
-    return toText("dongle: plugged in, there in ", wait.count(), " s");
+    return toText("dongle: plugged in, ready in ", wait.count(), " s");
   };
 }
 
@@ -211,7 +211,7 @@ Control::Action Control::noise(WordReader& words)
     std::vector<std::uint8_t> bytes(count);
     std::ranges::generate(bytes, [this] { return static_cast<std::uint8_t>(random_()); });
     dongle_.inject(bytes);
-    return toText("dongle: ", count, " random bytes", dongle_.isPresent() ? "" : " to nobody, it is away");
+    return toText("dongle: ", count, " random bytes", dongle_.isPresent() ? "" : " discarded, it is away");
   };
 }
 

@@ -11,12 +11,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::uint8_t mostConnections = 3;
+constexpr std::uint8_t maxConnections = 3;
 constexpr std::uint8_t lastDiscoverMode = 2;
 constexpr Duration advertisingInterval = milliseconds{100};
 constexpr Duration connectTime = milliseconds{8};
 
-// Gloves are heard in the order in which they were added, and drift against each other.
+// Gloves advertise in the order in which they were added, and drift against each other.
 Duration firstAdvertisement(std::size_t glove)
 {
   return milliseconds{4 + 7 * glove};
@@ -29,10 +29,10 @@ Duration advertisingIntervalOf(std::size_t glove)
 
 std::vector<std::uint8_t> advertisingData(std::string_view name)
 {
-  // The payload of ble_evt_gap_scan_response stays within 255 bytes.
-  constexpr std::size_t longestName = 239;
+  // Keeps the payload of ble_evt_gap_scan_response within 255 bytes.
+  constexpr std::size_t maxNameLength = 239;
   constexpr std::uint8_t completeLocalName = 9;
-  name = name.substr(0, longestName);
+  name = name.substr(0, maxNameLength);
   constexpr std::array<std::uint8_t, 3> flags{2, 1, 6};
   std::vector<std::uint8_t> data(flags.size() + 2 + name.size());
   auto next = std::ranges::copy(flags, data.begin()).out;
@@ -42,7 +42,7 @@ std::vector<std::uint8_t> advertisingData(std::string_view name)
   return data;
 }
 
-// The dongle takes the shortest interval allowed. An empty range gives an interval that is not valid.
+// The dongle uses the shortest interval allowed. An empty range yields an invalid interval.
 ConnectionParameters connectionParameters(std::uint16_t intervalMin, std::uint16_t intervalMax,
                                           std::uint16_t timeout, std::uint16_t latency)
 {
@@ -154,7 +154,7 @@ void Dongle::plugIn()
   if (std::exchange(isUnplugged_, false)) start();
 }
 
-// The port is gone before the rest of the host's bytes is looked at.
+// The port disappears before the rest of the host's bytes is processed.
 void Dongle::reset(PayloadReader)
 {
   goAway();
@@ -248,7 +248,7 @@ void Dongle::connectDirect(PayloadReader payload)
     outcome = result::invalidParameter;
   } else if (faults.refusesConnect || gapProcedure_) {
     outcome = result::wrongState;
-  } else if (number == mostConnections) {
+  } else if (number == maxConnections) {
     outcome = result::outOfMemory;
   } else {
     gapProcedure_ = std::make_shared<const bool>(true);
@@ -349,7 +349,7 @@ void Dongle::lookForGlove(Duration delay)
       return;
     }
     const std::uint8_t number = pendingConnect_->connection;
-    Radio& radio = *this;  // private, so that make_shared can't see it
+    Radio& radio = *this;  // a private base, which make_shared can't access
     const auto connection =
         std::make_shared<Connection>(clock_, radio, *glove, number, pendingConnect_->parameters);
     endGapProcedure();
@@ -361,7 +361,7 @@ void Dongle::lookForGlove(Duration delay)
 std::uint8_t Dongle::freeConnection() const
 {
   std::uint8_t number = 0;
-  while (number < mostConnections && connections_.contains(number)) {
+  while (number < maxConnections && connections_.contains(number)) {
     ++number;
   }
   return number;

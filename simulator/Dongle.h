@@ -1,9 +1,8 @@
-// A simulated radio dongle that speaks BGAPI over a serial byte stream, with gloves in its range.
-// Everything happens on the thread that moves the clock or calls in; messages leave through onSend, which
-// may call back into the dongle.
-// Not emulated: bonding and encryption, the peripheral, advertiser and server roles, service discovery,
-// link-layer errors and repeats, scan modes other than one that hears every advertisement, white lists,
-// the 31 bytes of an advertisement, the firmware update mode, flow control.
+// A simulated radio dongle that speaks BGAPI over a serial byte stream, with gloves in range. Everything runs
+// on the thread that moves the clock or calls in; messages leave through onSend, which may call back into the
+// dongle. Not emulated: bonding and encryption, the peripheral, advertiser and server roles, service
+// discovery, link-layer errors and retransmissions, scan modes other than one that receives every
+// advertisement, white lists, the 31-byte limit of an advertisement, the firmware update mode, flow control.
 #pragma once
 
 #include <array>
@@ -33,27 +32,27 @@ struct Firmware {
 
 class Dongle final : private Radio {
  public:
-  // The clock must outlive it. What it has scheduled does nothing once it is destroyed or restarted.
+  // The clock must outlive it. Scheduled actions do nothing after its destruction or restart.
   explicit Dongle(VirtualClock& clock);
   Dongle(const Dongle&) = delete;
   Dongle& operator=(const Dongle&) = delete;
 
-  // Puts a glove into range; the dongle owns it, and the reference is good as long as the dongle lives.
-  // If its address is taken, it gets the next free one.
+  // Adds a glove in range; the dongle owns it, and the reference is valid while the dongle lives. If its
+  // address is in use, it gets the next free one.
   Glove& addGlove(GloveConfig config);
 
-  // Bytes that the host wrote, split or merged in any way. Dropped while the port is away.
+  // Processes bytes from the host, split or merged in any way. Discarded while the port is away.
   void receive(std::span<const std::uint8_t> bytes);
-  // Takes each message to the host, one call each; the bytes are good during the call.
+  // Called with each message to the host; the bytes are valid during the call.
   std::function<void(std::span<const std::uint8_t>)> onSend;
-  // Told when the port goes away and comes back, with a restart or by hand.
+  // Called when the port disappears and returns, with a restart or by a command.
   std::function<void(bool present)> onPresence;
   bool isPresent() const { return isPresent_; }
 
-  // Pulled out of its socket: port and connections are gone without a report, and a restart under way comes
-  // to nothing.
+  // Simulates pulling out the dongle: port and connections end without a report, and a running restart is
+  // cancelled.
   void unplug();
-  // Put back: starts as after a reset, whatever its faults. Nothing, if it is not unplugged.
+  // Simulates plugging it in: starts as after a reset, whatever its faults. No effect if it is not unplugged.
   void plugIn();
   bool isUnplugged() const { return isUnplugged_; }
 
@@ -62,9 +61,9 @@ class Dongle final : private Radio {
   Duration restartTime{300'000};  // from the reset until the port is back
   Duration answerTime{1'000};     // from a command to its response
 
-  // Sends these bytes as they are, unless the port is away.
+  // Sends these bytes unchanged, unless the port is away.
   void inject(std::span<const std::uint8_t> bytes);
-  // Of the next message only so many bytes go out.
+  // Truncates the next message to this many bytes.
   void cutNext(std::size_t bytes) { cut_ = bytes; }
   // Ends the glove's connection, if it has one, with the BGAPI reason.
   void drop(Glove& glove, std::uint16_t reason);
@@ -73,7 +72,7 @@ class Dongle final : private Radio {
   struct CommandRow {
     std::uint8_t group;
     std::uint8_t id;
-    std::size_t length;  // of the fixed parameters, with the length byte of an array
+    std::size_t length;  // of the fixed parameters, including the length byte of an array
     bool endsWithArray;
     void (Dongle::*execute)(PayloadReader payload);
 
@@ -96,7 +95,7 @@ class Dongle final : private Radio {
   void comeBack();
   std::vector<std::uint8_t> withVersions(MessageWriter message) const;
 
-  // One for each command. What they send comes last, since the host may answer it with a reset at once.
+  // One for each command. Each sends last, since the host may respond with a reset at once.
   void reset(PayloadReader payload);
   void getInfo(PayloadReader payload);
   void discover(PayloadReader payload);
@@ -107,14 +106,14 @@ class Dongle final : private Radio {
   void readByHandle(PayloadReader payload);
   void writeAttribute(PayloadReader payload);
 
-  // Null if there is none; the command of this class and id is then answered.
+  // Null if there is none; the command of this class and id has then been answered.
   std::shared_ptr<Connection> connectionOf(std::uint8_t number, std::uint8_t group, std::uint8_t id);
   bool isScanning() const { return gapProcedure_ && !pendingConnect_; }
   void endGapProcedure();
   void listenTo(std::size_t index, Duration delay);
   void sendScanResponse(const Glove& glove);
   void lookForGlove(Duration delay);
-  // The lowest one; the number of connections possible if none is free.
+  // The lowest free number; the maximum number of connections if none is free.
   std::uint8_t freeConnection() const;
   Glove* gloveAt(const Address& address);
 
@@ -126,9 +125,9 @@ class Dongle final : private Radio {
   bool isUnplugged_ = false;
   Duration lastAnswer_{0};
   std::optional<std::size_t> cut_;
-  std::shared_ptr<const bool> gapProcedure_;  // life of a scan or a pending connect
+  std::shared_ptr<const bool> gapProcedure_;  // lifetime of a scan or a pending connect
   std::optional<PendingConnect> pendingConnect_;
-  std::shared_ptr<const bool> life_;  // of what is scheduled; ends with a restart
+  std::shared_ptr<const bool> life_;  // lifetime of scheduled actions; ends with a restart
 };
 
 }  // namespace simulator

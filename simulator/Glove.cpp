@@ -103,7 +103,7 @@ Packet Glove::takePacket()
   return packet.bytes;
 }
 
-// Marker, checksum of what follows it, part number, revision, build, commit, build time.
+// Marker, checksum of the remaining bytes, part number, revision, build, commit, build time.
 std::vector<std::uint8_t> Glove::versionRecord() const
 {
   std::vector<std::uint8_t> record{0x85, 0};
@@ -219,7 +219,7 @@ void Glove::queuePacket(const QueuedPacket& packet)
   if (swapped_) queue_.push_back(*std::exchange(swapped_, std::nullopt));
 }
 
-// The rest of a frame that is already on its way stays.
+// Keeps the rest of a frame that is already being sent.
 void Glove::dropOldestFrame()
 {
   const auto oldest = std::ranges::find_if(

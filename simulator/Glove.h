@@ -1,6 +1,6 @@
-// A simulated glove as the radio sees it: a GATT server that samples frames and queues them as packets.
-// It samples only while notifications are on. Time: the virtual clock, and a device clock of 0.1 ms ticks
-// that starts anew with each start of notifications.
+// A simulated glove as the radio sees it: a GATT server that samples frames and queues them as packets. It
+// samples only while notifications are on.
+// Time: the virtual clock, and a device clock of 0.1 ms ticks that restarts with each start of notifications.
 #pragma once
 
 #include <array>
@@ -32,8 +32,8 @@ inline constexpr std::uint16_t followUp = 26;
 }  // namespace handle
 
 struct GloveConfig {
-  Address address{0x21, 0x43, 0x65, 0x80, 0x07, 0x00};  // in the order of the wire
-  std::string name = "KVXGL00017";                      // advertised; at most 239 characters go out
+  Address address{0x21, 0x43, 0x65, 0x80, 0x07, 0x00};  // in wire order
+  std::string name = "KVXGL00017";                      // advertised, up to 239 characters
   std::uint16_t partNumber = 4711;
   std::uint16_t revision = 5;
   std::uint16_t build = 212;
@@ -45,16 +45,16 @@ struct GloveConfig {
   std::uint8_t packetsPerFrame = 14;  // 2 to 15
   std::uint16_t firstClock = 1;       // device clock when notifications begin, ticks of 0.1 ms
   double clockError = 0;              // fraction by which the device clock runs fast, e.g. 75e-6
-  // The sample of an element in a frame, frames counted since the glove was made. Empty: a pattern that
-  // differs from element to element and from frame to frame.
+  // The sample of an element in a frame, counted since the glove was created. Empty: a pattern that differs
+  // from element to element and from frame to frame.
   std::function<std::uint16_t(std::size_t element, std::uint64_t frame)> movement;
 
-  // Samples in a frame of so many packets.
+  // Samples per frame with this number of packets.
   std::size_t elements() const;
 };
 
 struct SentFrame {
-  std::uint64_t number;  // since the glove was made
+  std::uint64_t number;  // since the glove was created
   std::uint32_t ticks;   // device clock, not wrapped, 0.1 ms
   std::vector<std::uint16_t> samples;
 };
@@ -63,7 +63,7 @@ using Packet = std::array<std::uint8_t, 20>;
 
 class Glove {
  public:
-  // The other end of its connection, told of what the glove does by itself.
+  // The other end of its connection, which receives the glove's own events.
   class Peer {
    public:
     virtual void packetsWait() = 0;
@@ -85,32 +85,32 @@ class Glove {
   bool isConnected() const { return peer_ != nullptr; }
   bool isNotifying() const { return sampling_ != nullptr; }
   bool isSilent() const { return silent_; }
-  std::uint64_t frames() const { return frames_; }                // sampled since it was made
-  std::uint64_t droppedFrames() const { return droppedFrames_; }  // of them, for want of radio time
+  std::uint64_t frames() const { return frames_; }                // sampled since its creation
+  std::uint64_t droppedFrames() const { return droppedFrames_; }  // of these, for lack of radio time
   std::size_t waitingPackets() const { return queue_.size(); }
 
   // Stops sampling and answering, but keeps its connection.
   void fallSilent();
-  // No more radio: its connection ends by the supervision time-out that the host asked for, unless it is
+  // Stops the radio: its connection ends by the supervision timeout that the host requested, unless it is
   // back by then.
   void leaveRange();
-  // Ends both. Sampling begins with the next start of notifications.
+  // Ends both states. Sampling restarts with the next start of notifications.
   void comeBack();
 
-  // What the radio does with it. The peer must stay until disconnect().
+  // Interface to the radio. The peer must exist until disconnect().
   bool isInRange() const { return inRange_; }
   bool advertises() const { return answers() && !faults.hidden && !isConnected(); }
   bool answers() const { return inRange_ && !silent_; }
   void connect(Peer& peer) { peer_ = &peer; }
   void disconnect();
 
-  // None: there is nothing to read at this handle.
+  // Nothing if this handle can't be read.
   std::optional<std::vector<std::uint8_t>> read(std::uint16_t attribute) const;
-  // Gives the result code of the procedure.
+  // Returns the result code of the procedure.
   std::uint16_t write(std::uint16_t attribute, std::span<const std::uint8_t> value);
 
   bool hasPackets() const { return !queue_.empty(); }
-  // There must be one.
+  // The queue must not be empty.
   Packet takePacket();
 
  private:
@@ -118,7 +118,7 @@ class Glove {
     std::uint64_t frame;
     Packet bytes;
   };
-  // Where the counting of frames and ticks began: the start of notifications, or a change of the rates.
+  // Start of the counting of frames and ticks: the start of notifications, or a rate change.
   struct Pace {
     Duration start;
     double ticks;
@@ -143,13 +143,13 @@ class Glove {
   bool inRange_ = true;
   bool silent_ = false;
   std::vector<std::vector<std::uint8_t>> commands_;
-  std::shared_ptr<const bool> sampling_;  // life of the scheduled sampling
+  std::shared_ptr<const bool> sampling_;  // lifetime of the scheduled sampling
   Pace pace_{};
   std::uint64_t frames_ = 0;
   std::uint64_t droppedFrames_ = 0;
   std::uint64_t packets_ = 0;
   std::deque<QueuedPacket> queue_;
-  std::optional<QueuedPacket> swapped_;  // waits for the packet that goes before it
+  std::optional<QueuedPacket> swapped_;  // waits until the next packet is sent before it
   std::optional<std::uint64_t> lastFrameTaken_;
 };
 

@@ -11,7 +11,7 @@ namespace {
 struct Region {
   double share;     // of the glove's elements
   double strength;  // of the grip, 0 to 1
-  double delay;     // seconds behind the beginning of the grip
+  double delay;     // seconds after the beginning of the grip
 };
 
 // Palm, thumb, index, middle, ring, pinky.
@@ -27,7 +27,7 @@ struct Habit {
   double start;       // seconds
   double strength;    // counts
   double centre;      // of the pressure within a region, 0 to 1
-  double unevenness;  // period in seconds in which grips grow and shrink
+  double unevenness;  // period in seconds of the variation from grip to grip
 };
 
 constexpr Habit leftHabit{3.0, 0.0, 46'000, 0.62, 17};
@@ -36,7 +36,7 @@ constexpr Habit rightHabit{3.4, 1.2, 43'000, 0.45, 23};
 constexpr double baseline = 320;
 constexpr double noise = 40;
 
-// Even from 0 up to 1, and the same for the same numbers.
+// Uniformly distributed from 0 up to 1, and reproducible for equal arguments.
 double random(std::uint64_t seed, std::uint64_t frame, std::uint64_t element)
 {
   std::uint64_t bits = seed * 0x9E3779B97F4A7C15 + frame * 0xD1B54A32D192ED03 + element * 0x8CB92BA72F3D8DD7;

@@ -1,5 +1,5 @@
-// A hand that closes and opens around something, again and again, as the samples of its glove show it: the
-// fingers one after the other, thumb and palm with their share. The same seed gives the same samples.
+// Samples of a hand that closes around something and opens again: the fingers one after the other, thumb and
+// palm in proportion. The same seed yields the same samples.
 #pragma once
 
 #include <array>
@@ -17,16 +17,16 @@ enum class Hand { left, right };
 // For GloveConfig::movement.
 class Grasp {
  public:
-  // Follows the rate and the packets of the glove, which must outlive it.
+  // Uses the current rate and packet count of the glove, which must outlive it.
   Grasp(const GloveConfig& glove, Hand hand, std::uint64_t seed);
 
-  // In counts, a few hundred at rest and about 50,000 in the grip. Frames come in their order.
+  // In counts: a few hundred at rest, about 50,000 in the grip. Call it for frames in order.
   std::uint16_t operator()(std::size_t element, std::uint64_t frame);
 
  private:
   struct Element {
     std::size_t region;
-    double weight;  // of the region's pressure, 0 to 1
+    double weight;  // share of the region's pressure, 0 to 1
   };
 
   void layOut(std::size_t elements);

@@ -1,4 +1,4 @@
-// Packets that go wrong by chance on a glove's way to the dongle. The same seed gives the same faults.
+// Random packet faults between a glove and the dongle. The same seed yields the same faults.
 #pragma once
 
 #include <cstdint>
@@ -8,11 +8,11 @@
 
 namespace simulator {
 
-// For GloveFaults::packetFault, which gets its own random numbers.
+// For GloveFaults::packetFault; has its own random generator.
 struct RandomFaults {
   explicit RandomFaults(std::uint64_t seed) : random_(static_cast<std::mt19937::result_type>(seed)) {}
 
-  // Of all packets, of those that are not lost, and of those that are neither lost nor doubled.
+  // Percentages of all packets, of those not lost, and of those neither lost nor doubled.
   double lossPercent = 0;
   double doublePercent = 0;
   double swapPercent = 0;

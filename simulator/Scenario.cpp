@@ -11,9 +11,9 @@ namespace simulator {
 
 ScenarioStep readScenarioStep(std::string_view line, Control& control)
 {
-  constexpr double longest = 100'000;
+  constexpr double maxSeconds = 100'000;
   WordReader words(line);
-  const std::chrono::duration<double> time(words.number("the time in seconds", 0, longest));
+  const std::chrono::duration<double> time(words.number("the time in seconds", 0, maxSeconds));
   return {std::chrono::round<Duration>(time), std::string(words.rest()), control.understand(words.rest())};
 }
 

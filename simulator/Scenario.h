@@ -1,6 +1,6 @@
-// A simulation's programme: commands of the control, each at its time. As text, a line each of SECONDS
-// COMMAND, counted from the beginning of the simulation, in any order; `#` begins a comment. Errors:
-// std::invalid_argument, when it is read; nothing is done by then.
+// A scenario: control commands, each with its time. As text, one line each, SECONDS COMMAND, counted from the
+// start of the simulation, in any order; `#` begins a comment.
+// Errors: std::invalid_argument while it is parsed, before any command is executed.
 #pragma once
 
 #include <functional>
@@ -22,12 +22,12 @@ struct ScenarioStep {
 
 using Scenario = std::vector<ScenarioStep>;
 
-// The control must outlive what is read.
+// The control must outlive the result.
 ScenarioStep readScenarioStep(std::string_view line, Control& control);
-// Its errors begin with the number of the line: "line 3: ...".
+// Error messages begin with the line number: "line 3: ...".
 Scenario readScenario(std::istream& text, Control& control);
 
-// Told of each command that was done, and of its reply. May be empty.
+// Called for each executed command with its reply. May be empty.
 using ScenarioReport = std::function<void(const std::string& command, const std::string& reply)>;
 
 void schedule(Scenario scenario, VirtualClock& clock, const ScenarioReport& report);

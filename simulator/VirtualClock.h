@@ -1,6 +1,5 @@
-// Time for simulations: it stands still until somebody moves it on, and then runs what is due.
-// A unit test, or a simulated wait, moves it at once; a program in real time moves it along with its own
-// clock.
+// Simulated time: it advances only when it is moved, and then runs the actions that are due. A unit test, or
+// a simulated wait, moves it at once; a real-time program moves it with its own clock.
 #pragma once
 
 #include <algorithm>
@@ -13,10 +12,10 @@ class VirtualClock {
  public:
   using Duration = std::chrono::microseconds;
 
-  // Since the simulation began.
+  // Time since the simulation began.
   Duration now() const { return now_; }
 
-  // When something is due next.
+  // Time of the next action.
   std::optional<Duration> next() const
   {
     return due_.empty() ? std::nullopt : std::optional(due_.begin()->first);
@@ -29,7 +28,7 @@ class VirtualClock {
     advanceUntil(now_ + duration, [] { return false; });
   }
 
-  // Runs what is due, in order, up to the deadline or until the condition holds. True if it holds.
+  // Runs due actions in order, up to the deadline or until the condition holds. True if it holds.
   bool advanceUntil(Duration deadline, const std::function<bool()>& condition)
   {
     while (!condition()) {

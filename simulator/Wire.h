@@ -1,7 +1,7 @@
-// The simulator's own reading of BGAPI on the wire: commands in, responses and events out.
+// The simulator's own implementation of the BGAPI wire format: parses commands, builds responses and events.
 // A message is four header bytes and a payload, all little-endian:
 //   bit 7 event, bits 0-2 length bits 8-10 | length bits 0-7 | class | id | payload
-// No input is an error here: what is not a command of this dongle is for the dongle to refuse.
+// Parsing has no errors: the dongle itself refuses what is not one of its commands.
 #pragma once
 
 #include <array>
@@ -38,13 +38,13 @@ inline constexpr std::uint16_t invalidValueLength = 0x040D;
 }  // namespace result
 
 struct Command {
-  bool isCommand;      // the bits of the first byte beside the length are those of a command
+  bool isCommand;      // the bits of the first byte besides the length are those of a command
   std::uint8_t group;  // message class
   std::uint8_t id;
   std::vector<std::uint8_t> payload;
 };
 
-// Cuts the host's bytes into commands, however they arrive.
+// Splits the host's bytes into commands, however they arrive.
 class CommandParser {
  public:
   void add(std::span<const std::uint8_t> bytes);
@@ -56,7 +56,7 @@ class CommandParser {
   std::vector<std::uint8_t> bytes_;
 };
 
-// Reads the parameters of a payload in their order. Beyond the end everything is zero or empty.
+// Reads the parameters of a payload in order. Beyond the end everything is zero or empty.
 class PayloadReader {
  public:
   // The payload must outlive it.
@@ -65,7 +65,7 @@ class PayloadReader {
   std::uint8_t u8();
   std::uint16_t u16();
   std::array<std::uint8_t, 6> address();
-  // A uint8array: its length byte, then its bytes. Good as long as the payload is.
+  // A uint8array: its length byte, then its bytes. Valid as long as the payload.
   std::span<const std::uint8_t> array();
 
  private:
@@ -84,10 +84,10 @@ class MessageWriter {
   MessageWriter& u8(std::uint8_t value);
   MessageWriter& u16(std::uint16_t value);
   MessageWriter& bytes(std::span<const std::uint8_t> values);
-  // A uint8array; what does not fit its length byte is cut off.
+  // A uint8array; truncated to what its length byte can express.
   MessageWriter& array(std::span<const std::uint8_t> values);
 
-  // The whole message. The writer is spent then.
+  // The complete message. The writer can't be used afterwards.
   std::vector<std::uint8_t> message();
 
  private:

@@ -12,13 +12,13 @@ namespace simulator {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r";
+constexpr std::string_view spaces = " \t\r";
 
 std::string_view trimmed(std::string_view text)
 {
-  const std::size_t first = text.find_first_not_of(blanks);
+  const std::size_t first = text.find_first_not_of(spaces);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+  return text.substr(first, text.find_last_not_of(spaces) + 1 - first);
 }
 
 char lowered(char letter)
@@ -60,7 +60,7 @@ WordReader::WordReader(std::string_view line) : rest_(trimmed(line)) {}
 
 std::string_view WordReader::peek() const
 {
-  return rest_.substr(0, rest_.find_first_of(blanks));
+  return rest_.substr(0, rest_.find_first_of(spaces));
 }
 
 std::string_view WordReader::word(std::string_view name)

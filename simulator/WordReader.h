@@ -1,5 +1,5 @@
-// The words of a line of text, taken one after the other and read as what is wanted. A word that does not fit
-// throws std::invalid_argument, which says what it should be.
+// Parses a line of text word by word. A word that does not fit throws std::invalid_argument, whose message
+// says what is expected.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace simulator {
 
-// Written one after the other.
+// Concatenates the parts as text.
 std::string toText(const auto&... parts)
 {
   std::ostringstream text;
@@ -18,7 +18,7 @@ std::string toText(const auto&... parts)
   return text.str();
 }
 
-// Words that mean the same whether written in capitals or not.
+// Compares words regardless of case.
 bool isSameWord(std::string_view left, std::string_view right);
 
 // "left, right or both"
@@ -34,7 +34,7 @@ class WordReader {
   std::string_view peek() const;
   std::string_view rest() const { return rest_; }
 
-  // `name` is what the word stands for, in messages.
+  // `name` describes the word in messages.
   std::string_view word(std::string_view name);
   double number(std::string_view name, double lowest, double highest);
   // Also in hexadecimal, 0x...
@@ -43,9 +43,9 @@ class WordReader {
   std::size_t choice(std::string_view name, std::span<const std::string_view> choices);
   // "on" or "off"
   bool onOrOff();
-  // All that is left, with the spaces in it.
+  // The rest of the line, including spaces.
   std::string_view text(std::string_view name);
-  // Nothing may be left.
+  // Fails unless all words are read.
   void end();
 
  private:

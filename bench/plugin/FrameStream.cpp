@@ -8,7 +8,7 @@
 
 namespace {
 
-// A dongle's radio that keeps what it would send.
+// A radio that records what a dongle would send.
 class Recorder final : public simulator::Radio {
  public:
   void send(std::vector<std::uint8_t> message) override
@@ -52,7 +52,7 @@ std::vector<std::uint8_t> makeFrames(std::size_t count)
     glove->write(simulator::handle::configuration, notificationsOn);
   }
   while (radio.bytes.size() < count * bytesPerFrame) {
-    if (!clock.next()) throw std::logic_error("the simulated gloves stand still");
+    if (!clock.next()) throw std::logic_error("the simulated gloves do not send");
     clock.advance(std::chrono::milliseconds(25));
   }
   radio.bytes.resize(count * bytesPerFrame);

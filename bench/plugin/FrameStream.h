@@ -1,5 +1,5 @@
-// The bytes that a dongle sends for frames of two gloves, made by the simulator beforehand, so that nothing
-// but writing them is left to do while somebody measures.
+// The bytes that a dongle sends for frames of two gloves, prepared by the simulator, so that only writing
+// them happens during a measurement.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +11,6 @@ inline constexpr std::size_t messagesPerFrame = 28;  // of both gloves
 inline constexpr std::size_t messageSize = 29;
 inline constexpr std::size_t bytesPerFrame = messagesPerFrame * messageSize;
 
-// Each frame is one of both gloves, their notifications by turns as the radio carries them. Frames are
-// numbered from 0 in the first element of either glove.
+// Each frame covers both gloves, their notifications alternating as on the radio. Both gloves' first element
+// is the frame number, from 0.
 std::vector<std::uint8_t> makeFrames(std::size_t count);

@@ -1,6 +1,6 @@
-// The whole reading path through the built plug-in and a real pseudo terminal, beside a program that only
-// reads the bytes: CPU time, headroom over the radio, latency. Exits with 1 if anything but the figures is
-// not as it should be.
+// The whole data path through the built plug-in and a real pseudo terminal, compared with a program that only
+// reads the bytes: CPU time, headroom over the radio, latency. Exits with 1 on any error; the figures
+// themselves are not judged.
 
 #include <fmt/core.h>
 
@@ -44,8 +44,9 @@ int run(int count, char** arguments)
   std::size_t pairs = 7;
   Plan plan;
   plan.plugin = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "HwTessel.so";
-  CLI::App app("Measures the plug-in's reading path over a pseudo terminal, beside only reading the bytes.");
-  app.add_flag("--quick", isQuick, "One small pair: shows that all works, the figures mean little");
+  CLI::App app(
+      "Measures the plug-in's data path over a pseudo terminal, compared with only reading the bytes.");
+  app.add_flag("--quick", isQuick, "One small pair: a smoke test without meaningful figures");
   app.add_option("--pairs", pairs, "Pairs of runs")->check(CLI::Range(1, 1000))->capture_default_str();
   app.add_option("--frames", plan.burstFrames, "Frames of both gloves in a run's burst")
       ->check(CLI::Range(1, 100'000))

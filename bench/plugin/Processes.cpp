@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr unsigned mostSeconds = 60;  // of a run; the slowest opening and the longest pace fit in
+constexpr unsigned maxSeconds = 60;  // of a run; enough for the slowest opening and pace
 constexpr std::array interrupts{SIGINT, SIGTERM, SIGHUP};
 constexpr std::array names{"writer", "reader"};
 
@@ -27,7 +27,7 @@ volatile std::sig_atomic_t isInterrupted = 0;
     ::signal(signal, SIG_DFL);
   }
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  ::alarm(mostSeconds);
+  ::alarm(maxSeconds);
   try {
     work();
     ::_exit(0);
@@ -37,7 +37,7 @@ volatile std::sig_atomic_t isInterrupted = 0;
   ::_exit(1);
 }
 
-// Kills what still runs at its end.
+// Kills running children when it is destroyed.
 class Children {
  public:
   ~Children()
@@ -53,7 +53,7 @@ class Children {
   void start(std::size_t index, const std::function<void()>& work, Run& run)
   {
     const pid_t child = ::fork();
-    if (child < 0) throw std::system_error(errno, std::generic_category(), "no process can be started");
+    if (child < 0) throw std::system_error(errno, std::generic_category(), "can't start a process");
     if (child == 0) runChild(work, run.failures.at(index));
     pids_.at(index) = child;
   }
@@ -71,7 +71,7 @@ class Children {
     if (!WIFSIGNALED(status))
       throw std::runtime_error(fmt::format("the {}: {}", names.at(index), run.failures.at(index).data()));
     if (WTERMSIG(status) == SIGALRM)
-      throw std::runtime_error(fmt::format("the {} did not end in {} s", names.at(index), mostSeconds));
+      throw std::runtime_error(fmt::format("the {} did not end in {} s", names.at(index), maxSeconds));
     throw std::runtime_error(fmt::format("the {} was ended by signal {}", names.at(index), WTERMSIG(status)));
   }
 
@@ -90,7 +90,8 @@ SharedRun::SharedRun()
 {
   void* const memory =
       ::mmap(nullptr, sizeof(Run), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "no shared memory");
+  if (memory == MAP_FAILED)
+    throw std::system_error(errno, std::generic_category(), "can't create shared memory");
   run_ = new (memory) Run;
 }
 
@@ -103,7 +104,7 @@ SharedRun::~SharedRun()
 void catchInterrupts()
 {
   struct sigaction action {};
-  action.sa_handler = [](int) { isInterrupted = 1; };  // without a restart, so that a wait ends
+  action.sa_handler = [](int) { isInterrupted = 1; };  // without SA_RESTART, so that a wait ends
   for (const int signal : interrupts) {
     ::sigaction(signal, &action, nullptr);
   }
@@ -111,7 +112,7 @@ void catchInterrupts()
 
 void runProcesses(Run& run, const std::function<void()>& writer, const std::function<void()>& reader)
 {
-  std::fflush(nullptr);  // what waits for output must not come out of the children, too
+  std::fflush(nullptr);  // otherwise the children would print buffered output again
   Children children;
   children.start(0, writer, run);
   children.start(1, reader, run);

@@ -1,13 +1,13 @@
-// Runs a writer and a reader as processes of their own. Nothing outlasts the call: whichever way it ends,
-// both are gone. Errors: std::runtime_error with the words of the process that failed first; one that takes
-// too long counts as failed.
+// Runs a writer and a reader in separate processes, both of which have ended when the call returns or throws.
+// Errors: std::runtime_error with the message of the process that failed first; a process that takes too long
+// counts as failed.
 #pragma once
 
 #include <functional>
 
 #include "bench/plugin/Run.h"
 
-// Memory that this process shares with those it starts.
+// Memory shared with the child processes.
 class SharedRun {
  public:
   SharedRun();
@@ -22,7 +22,7 @@ class SharedRun {
   Run* run_;
 };
 
-// From here on an interrupt ends a run as a failure does, instead of the process.
+// Makes an interrupt end a run as a failure does, instead of the process.
 void catchInterrupts();
 
 void runProcesses(Run& run, const std::function<void()>& writer, const std::function<void()>& reader);

@@ -28,12 +28,12 @@ std::uint64_t readCalls()
   return 0;
 }
 
-// What the process has used since the meter was made.
+// Resources that the process has used since the meter was created.
 class Meter {
  public:
   Cost used() const
   {
-    const Usage now;  // before the reads are looked up, which costs time itself
+    const Usage now;  // before the reads are looked up, which takes time itself
     return {.cpuSeconds = now.cpu - begin_.cpu,
             .userSeconds = now.user - begin_.user,
             .waits = now.waits - begin_.waits,
@@ -70,7 +70,7 @@ void noteBurst(Run& run, Cost cost, std::uint64_t frames)
   run.isBurstRead = true;
 }
 
-// Notes the moment at which each record of the paced frames is there, and whether all are in order.
+// Records when each paced frame's record arrives, and whether all are in order.
 class TimedStore final : public plugin::RecordStore {
  public:
   TimedStore(const Plan& plan, Run& run) : RecordStore(2 * elementsPerGlove), plan_(plan), run_(run) {}
@@ -100,7 +100,7 @@ void readRecords(HwInterface& hardware, const TimedStore& store, std::uint64_t w
   while (store.records < wanted) {
     if (hardware.readRecord() == 0) continue;
     throw std::runtime_error(
-        fmt::format("reading failed behind {} of {} records: messages were lost", store.records, wanted));
+        fmt::format("reading failed after {} of {} records: messages were lost", store.records, wanted));
   }
   if (!store.isInOrder)
     throw std::runtime_error(fmt::format("not all of {} records hold the frames sent, in order", wanted));
@@ -119,7 +119,7 @@ void readWithPlugin(const Plan& plan, Run& run)
   HwInterface* const hardware = library.create(plan.settings.wstring().c_str(), clockMs, L"bench");
   if (hardware->configure() != 0) {
     const std::wstring& words = hardware->lastError_;
-    throw std::runtime_error("the opening failed: " + std::string(words.begin(), words.end()));
+    throw std::runtime_error("opening failed: " + std::string(words.begin(), words.end()));
   }
   TimedStore store(plan, run);
   hardware->mapping_ = &store.map;
@@ -142,7 +142,7 @@ void readBlocks(const Plan& plan, Run& run)
   std::uint64_t largest = 0;
   const auto read = [&] {
     const ssize_t got = ::read(descriptor, block.data(), block.size());
-    if (got <= 0) throw std::runtime_error("the terminal can't be read");
+    if (got <= 0) throw std::runtime_error("can't read the terminal");
     largest = std::max(largest, static_cast<std::uint64_t>(got));
     return static_cast<std::size_t>(got);
   };

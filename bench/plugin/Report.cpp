@@ -37,8 +37,8 @@ double sumOf(const std::vector<Cost>& costs, double Cost::*figure)
   return sum;
 }
 
-// Where the least was in the way: other programs, and waiting for the writer.
-double leastOf(const std::vector<Cost>& costs)
+// The run with the least interference by other programs and waits for the writer.
+double minOf(const std::vector<Cost>& costs)
 {
   const auto isLess = [](const Cost& one, const Cost& other) { return one.cpuSeconds < other.cpuSeconds; };
   return std::min_element(costs.begin(), costs.end(), isLess)->cpuSeconds;
@@ -53,7 +53,7 @@ void printCost(const char* name, const std::vector<Cost>& costs, const Plan& pla
 {
   const double cpu = medianOf(costs, &Cost::cpuSeconds);
   const double perMessage = 1e9 * cpu / burstMessages(plan);
-  // The share is that of all runs, as the system's ticks in one of them are few.
+  // The share is computed over all runs, because one run has few clock ticks.
   const double userShare = sumOf(costs, &Cost::userSeconds) / sumOf(costs, &Cost::cpuSeconds);
   const double user = perMessage * std::min(userShare, 1.0);
   const double reads = medianOf(costs, &Cost::reads);
@@ -72,16 +72,16 @@ void printCosts(const Results& plugin, const Results& blocks, const Plan& plan)
              "user", "system", "reads", "bytes/read", "waits", "frames");
   printCost("blocks only", blocks.costs, plan);
   printCost("plug-in", plugin.costs, plan);
-  const double fastest = leastOf(plugin.costs) / leastOf(blocks.costs);
+  const double fastest = minOf(plugin.costs) / minOf(blocks.costs);
   std::vector<double> ratios;
   for (std::size_t pair = 0; pair < plugin.costs.size(); ++pair) {
     ratios.push_back(plugin.costs[pair].cpuSeconds / blocks.costs[pair].cpuSeconds);
   }
   fmt::print(
-      "  ratio: {:.2f}, median of the pairs ({:.2f} to {:.2f}); {:.2f} of the two fastest runs; wanted: at "
+      "  ratio: {:.2f}, median of the pairs ({:.2f} to {:.2f}); {:.2f} of the two fastest runs; target: at "
       "most 2\n",
       quantile(ratios, 0.5), quantile(ratios, 0), quantile(ratios, 1), fastest);
-  fmt::print("  the terminal gave at most {:.0f} bytes to a read of 4096\n",
+  fmt::print("  the terminal returned at most {:.0f} bytes for a read of 4096\n",
              medianOf(blocks.costs, &Cost::largestRead));
 }
 
@@ -94,7 +94,7 @@ void printHeadroom(const Results& plugin, const Plan& plan)
   };
   fmt::print("\nHeadroom of the plug-in over the radio's ceiling, {} messages a second\n", radioCeiling);
   print(medianOf(plugin.costs, &Cost::cpuSeconds), "of CPU time, on one core");
-  print(medianOf(plugin.costs, &Cost::wallSeconds), "by the clock, as fast as the writer writes");
+  print(medianOf(plugin.costs, &Cost::wallSeconds), "of wall-clock time, as fast as the writer writes");
 }
 
 double microseconds(const Results& results, double share)
@@ -114,7 +114,7 @@ void printLatencies(const Results& plugin, const Results& blocks, const Plan& pl
       "\nLatency in microseconds, {} frames each, one every {} ms: from just before the one write of a\n"
       "frame of both gloves, {} bytes, until the record is committed, or its last byte read\n",
       plugin.latencies.size(), plan.pace.count() / 1000, bytesPerFrame);
-  fmt::print("  {:<12} {:>8} {:>8} {:>8}\n", "", "median", "99 %", "most");
+  fmt::print("  {:<12} {:>8} {:>8} {:>8}\n", "", "median", "99 %", "max");
   printLatency("blocks only", blocks);
   printLatency("plug-in", plugin);
   fmt::print("  {:<12} {:>8.1f} {:>8.1f}\n", "difference",

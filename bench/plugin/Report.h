@@ -1,4 +1,4 @@
-// Puts the figures of all runs together and prints them: the median of each, and the plug-in against its
+// Summarises and prints the figures of all runs: the median of each, and the plug-in compared with its
 // baseline.
 #pragma once
 
@@ -9,7 +9,7 @@
 
 #include "bench/plugin/Run.h"
 
-// What the runs of one kind of reader gave.
+// Results of the runs of one kind of reader.
 struct Results {
   std::vector<Cost> costs;              // one for each run
   std::vector<std::int64_t> latencies;  // of all paced frames, ns
@@ -17,5 +17,5 @@ struct Results {
   void add(const Run& run, const Plan& plan);
 };
 
-// The runs of both are pairs, in their order; there must be at least one.
+// Both lists are in the same order of pairs; there must be at least one pair.
 void printReport(const Results& plugin, const Results& blocks, const Plan& plan);

@@ -20,7 +20,7 @@ void writeAll(int descriptor, std::span<const std::uint8_t> bytes)
 {
   while (!bytes.empty()) {
     const ssize_t taken = ::write(descriptor, bytes.data(), bytes.size());
-    if (taken < 0) throw std::system_error(errno, std::generic_category(), "the terminal takes no bytes");
+    if (taken < 0) throw std::system_error(errno, std::generic_category(), "can't write to the terminal");
     bytes = bytes.subspan(static_cast<std::size_t>(taken));
   }
 }
@@ -46,7 +46,7 @@ void writeFrames(const Plan& plan, Run& run)
   for (const char* const name : {"KVXGL00017", "KVXGR00018"}) {
     simulator::GloveConfig config;
     config.name = name;
-    config.framesPerSecond = 0.001;  // none of its own while the run lasts
+    config.framesPerSecond = 0.001;  // sends no frames of its own during the run
     dongle.addGlove(config);
   }
   simulator::PtyPort port(clock, dongle, plan.port);
@@ -59,7 +59,7 @@ void writeFrames(const Plan& plan, Run& run)
   waitUntil(run.isBurstRead);
   writePaced(port.descriptor(), plan, run);
 
-  // From here on it answers the end of the link.
+  // From here on it only handles the end of the link.
   setBlocking(port.descriptor(), false);
   port.run(run.isOver);
 }

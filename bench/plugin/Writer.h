@@ -1,5 +1,6 @@
-// The writer's process: a dongle with two gloves at a pseudo terminal, simulated until the reader is ready,
-// then a source of prepared bytes. Errors: std::system_error.
+// The writer process: a dongle with two gloves on a pseudo terminal, simulated until the reader is ready,
+// then a source of prepared bytes.
+// Errors: std::system_error.
 #pragma once
 
 #include "bench/plugin/Run.h"

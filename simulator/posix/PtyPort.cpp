@@ -22,11 +22,11 @@ namespace {
 using std::chrono::duration_cast;
 using std::chrono::steady_clock;
 
-// Beyond this a host that does not read loses messages, as with a real dongle.
-constexpr std::size_t mostWaiting = 1'000'000;
+// Beyond this, messages to a host that does not read are lost, as with a real dongle.
+constexpr std::size_t maxWaiting = 1'000'000;
 
-// The host's writes and the stop flag are looked at this often at least.
-constexpr std::chrono::milliseconds longestWait{5};
+// The host's writes and the stop flag are checked at least this often.
+constexpr std::chrono::milliseconds maxWait{5};
 
 [[noreturn]] void fail(const char* what)
 {
@@ -77,7 +77,7 @@ void PtyPort::plugIn()
 void PtyPort::unplug()
 {
   if (master_ < 0) return;
-  // Another simulation may have taken the path over.
+  // Another simulation may have replaced the path.
   std::error_code ignored;
   if (std::filesystem::read_symlink(path_, ignored) == terminal_) std::filesystem::remove(path_, ignored);
   waiting_.clear();
@@ -101,7 +101,7 @@ void PtyPort::claim()
 
 void PtyPort::send(std::span<const std::uint8_t> message)
 {
-  if (waiting_.size() + message.size() > mostWaiting) return;
+  if (waiting_.size() + message.size() > maxWaiting) return;
   waiting_.insert(waiting_.end(), message.begin(), message.end());
   flush();
 }
@@ -123,9 +123,9 @@ void PtyPort::receive()
   }
 }
 
-void PtyPort::wait(std::chrono::nanoseconds longest) const
+void PtyPort::wait(std::chrono::nanoseconds limit) const
 {
-  const auto duration = std::clamp<std::chrono::nanoseconds>(longest, {}, longestWait);
+  const auto duration = std::clamp<std::chrono::nanoseconds>(limit, {}, maxWait);
   const timespec timeout{.tv_sec = 0, .tv_nsec = duration.count()};
   pollfd terminal{.fd = master_, .events = POLLIN, .revents = 0};
   ::ppoll(&terminal, 1, &timeout, nullptr);
@@ -144,7 +144,7 @@ void PtyPort::run(const std::atomic<bool>& stop, double speed)
     flush();
     receive();
     const auto next = clock_.next();
-    wait(next ? duration_cast<std::chrono::nanoseconds>(Seconds(*next - target) / speed) : longestWait);
+    wait(next ? duration_cast<std::chrono::nanoseconds>(Seconds(*next - target) / speed) : maxWait);
   }
 }
 

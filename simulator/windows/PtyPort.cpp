@@ -1,4 +1,4 @@
-// There are no pseudo terminals here, so there is no simulated port to be had.
+// Windows has no pseudo terminals, so there is no simulated port.
 
 #include <system_error>
 
