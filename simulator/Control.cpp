@@ -35,9 +35,9 @@ const std::vector<Control::Row>& Control::rows()
       {"stay-away", "on|off", "the dongle does not come back after a reset until it is plugged in again",
        &Control::stayAway},
       {"mute", "on|off", "the dongle answers nothing and sends nothing", &Control::mute},
-      {"noise", "BYTES", "so many random bytes go to the host", &Control::noise},
+      {"noise", "BYTES", "this number of random bytes is sent to the host", &Control::noise},
       {"firmware", "A.B.C.D", "version of the dongle's firmware", &Control::firmware},
-      {"status", "", "what the dongle and the gloves do", &Control::status},
+      {"status", "", "state of the dongle and the gloves", &Control::status},
       {"help", "", "this list", &Control::showHelp},
       {"quit", "", "ends the simulation", &Control::end},
   };
