@@ -1,4 +1,4 @@
-// sendCommand: what each line of text answers, and what it queues.
+// sendCommand: the reply to each text command, and the command that it queues.
 
 #include "tests/core/CoreFixture.h"
 #include "tests/support/GroupingLocale.h"
@@ -7,7 +7,7 @@ namespace {
 
 class CommandsTest : public CoreTest {
  protected:
-  // The reply, or "-1" and what stands in the reply then.
+  // The reply, or "-1" and the content of the reply.
   std::wstring answer(const wchar_t* text)
   {
     std::wstring reply = L"untouched";
@@ -15,7 +15,7 @@ class CommandsTest : public CoreTest {
     return result == 0 ? reply : L"-1 " + reply;
   }
 
-  // An object with a link to two gloves.
+  // Configures an object with a link to two gloves.
   void open()
   {
     make("TesselElementCount\t250\nTesselNumBleModules\t2\n");
@@ -26,11 +26,11 @@ class CommandsTest : public CoreTest {
   simulator::Glove& right_ = addGlove("KVXGR00018", 2);
 };
 
-// One test, because the answer that is repeated lasts for the process.
-TEST_F(CommandsTest, AnUnknownTextRepeatsTheLatestAnswerOfTheProcess)
+// One test, because the repeated reply lives as long as the process.
+TEST_F(CommandsTest, AnUnknownCommandRepeatsTheLatestReplyOfTheProcess)
 {
   make("");
-  EXPECT_EQ(answer(L"AutoTune"), L"-1 untouched") << "no link, and no answer yet";
+  EXPECT_EQ(answer(L"AutoTune"), L"-1 untouched") << "no link, and no reply yet";
   EXPECT_EQ(answer(L"nonsense"), L"-1 untouched");
   EXPECT_EQ(answer(L""), L"-1 untouched");
   EXPECT_EQ(answer(L"SensorSelect"), L"-1 Not enough parameters");
@@ -41,17 +41,18 @@ TEST_F(CommandsTest, AnUnknownTextRepeatsTheLatestAnswerOfTheProcess)
   EXPECT_EQ(answer(L"SetSerialNumber,0,5"), L"0");
   open();
   EXPECT_EQ(answer(L"Identify"), L"FingerMapper");
-  EXPECT_EQ(answer(L"identify"), L"FingerMapper") << "case counts, so this is the answer before";
+  EXPECT_EQ(answer(L"identify"), L"FingerMapper")
+      << "commands are case-sensitive, so this is the previous reply";
   EXPECT_EQ(answer(L"SensorSelect"), L"-1 Not enough parameters");
   EXPECT_EQ(answer(L""), L"FingerMapper") << "a failure is not repeated";
   EXPECT_EQ(answer(L"GetModuleMap"), L"2:KVXGL00017:KVXGR00018");
   EXPECT_TRUE(answer(L"  GetFirmwareVersion and more").starts_with(L"PN4711R5"));
   foundCount = 0;
   EXPECT_EQ(answer(L"GetModuleMap"), L"0");
-  EXPECT_EQ(answer(L"GetFirmwareVersion"), L"-1 untouched") << "an empty answer is none";
+  EXPECT_EQ(answer(L"GetFirmwareVersion"), L"-1 untouched") << "an empty reply is none";
 }
 
-TEST_F(CommandsTest, AnswersAndArgumentsAreTheSameInEveryLocale)
+TEST_F(CommandsTest, RepliesAndArgumentsDoNotDependOnTheLocale)
 {
   const GroupingLocale grouping;
   left_.config.batteryCode = right_.config.batteryCode = 18;
@@ -67,7 +68,7 @@ TEST_F(CommandsTest, AnswersAndArgumentsAreTheSameInEveryLocale)
   EXPECT_EQ(left_.commands(), (std::vector<std::vector<std::uint8_t>>{{114, 254, 0x39, 0x30}}));
 }
 
-TEST_F(CommandsTest, CommandsReachTheirModuleOneForEachRead)
+TEST_F(CommandsTest, EachReadSendsOneCommandToItsModule)
 {
   open();
   install();
@@ -94,7 +95,7 @@ TEST_F(CommandsTest, CommandsReachTheirModuleOneForEachRead)
     const std::size_t before = left_.commands().size() + right_.commands().size();
     EXPECT_EQ(answer(text), L"OK");
     tessel_->readRecord();
-    for (int read = 0; read < 300; ++read) {  // the follow-up has to be through before the next command
+    for (int read = 0; read < 300; ++read) {  // the follow-up must be complete before the next command
       tessel_->readRecord();
     }
     const bool isQueued = *value != '\0';
@@ -114,7 +115,7 @@ TEST_F(CommandsTest, TheBatteryHasEightSteps)
                {13, L"0.25"}, {12, L"0.125"}, {11, L"0"},    {0, L"0"},      {20, L"0"},   {31, L"0"}};
   make("");
   port_.present = false;
-  tessel_->configure();  // fails, and leaves a link
+  tessel_->configure();  // fails, but creates a link
   for (const auto& [code, level] : cases) {
     stores[0] = {};
     stores[0].setPacketFormat(0);

@@ -1,4 +1,4 @@
-// The classes that host and plug-in share: order of virtual operations, the map, saving, errors.
+// The classes shared by host and plug-in: order of virtual operations, the map, saving, errors.
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Notes which operation was called.
+// Records which operation was called.
 class Noting : public HwInterface {
  public:
   Noting() : HwInterface(L"file", nullptr, L"host") {}
@@ -46,7 +46,7 @@ class Contract : public testing::Test {
   HostLog log_{1};
 };
 
-TEST_F(Contract, TheVirtualOperationsStandInTheOrderThatHostsRelyOn)
+TEST_F(Contract, TheVirtualOperationsAreInTheOrderThatHostsExpect)
 {
   EXPECT_EQ(callInOrder(new Noting, Noting::called),
             (std::vector<std::string>{"getSize", "getNativeSize", "sendCommand", "getMaxValue",
@@ -55,7 +55,7 @@ TEST_F(Contract, TheVirtualOperationsStandInTheOrderThatHostsRelyOn)
                                       "saveParameters", "reportError", "syncParameters", "destructor"}));
 }
 
-// A plug-in that leaves everything as the base has it.
+// A plug-in that overrides nothing optional.
 class Plain : public HwInterface {
  public:
   explicit Plain(const wchar_t* file) : HwInterface(file, nullptr, L"host") {}
@@ -68,7 +68,7 @@ class Plain : public HwInterface {
   std::wstring synced;
 };
 
-TEST_F(Contract, TheFieldsStandInTheirOrder)
+TEST_F(Contract, TheFieldsAreInTheirOrder)
 {
   Plain object(L"file");
   const auto* const begin = reinterpret_cast<const char*>(&object);
@@ -83,7 +83,7 @@ TEST_F(Contract, TheFieldsStandInTheirOrder)
   EXPECT_EQ(offset(object.metaData_), 32 + 3 * text);
 }
 
-TEST_F(Contract, APlainPluginAnswersWithTheDefaults)
+TEST_F(Contract, APlainPluginReturnsTheDefaults)
 {
   Plain object(L"file");
   std::wstring reply = L"before";
@@ -103,7 +103,7 @@ TEST_F(Contract, APlainPluginAnswersWithTheDefaults)
   EXPECT_EQ(&object.getRecord(), &record.map);
 }
 
-TEST_F(Contract, TheMapSendsPositionsToElementsOrToTheSpareCell)
+TEST_F(Contract, TheMapAssignsPositionsToElementsOrToTheSpareCell)
 {
   const struct {
     std::vector<std::int32_t> indices;

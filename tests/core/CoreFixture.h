@@ -1,4 +1,4 @@
-// A glove object over a simulated dongle, with the host around it: clock, settings file, record store.
+// A hardware object with a simulated dongle and its host environment: clock, settings file, record store.
 #pragma once
 
 #include "HWTessel.h"
@@ -7,7 +7,7 @@
 #include "tests/support/HostRecord.h"
 #include "tests/support/TemporaryFolder.h"
 
-// What is kept and decided inside shows here.
+// Exposes internal state.
 class OpenTessel : public HWTessel {
  public:
   using HWTessel::bleDevice_, HWTessel::HWTessel, HWTessel::lostFrames_, HWTessel::moduleElemCount_,
@@ -23,10 +23,10 @@ class CoreTest : public DongleTest {
   }
   ~CoreTest() override { resetSettings(); }
 
-  // The settings as a library that was just loaded has them.
+  // Resets the settings to those of a library that was just loaded.
   static void resetSettings() { settings::current = {}; }
 
-  // An object from a settings file with these lines.
+  // Creates an object from a settings file with these lines.
   void make(const std::string& lines)
   {
     tessel_.reset();
@@ -34,7 +34,7 @@ class CoreTest : public DongleTest {
         std::make_unique<OpenTessel>(folder_.write("settings", lines).c_str(), &CoreTest::clock, L"host");
   }
 
-  // Gives the object a record store.
+  // Installs a record store for the object.
   void install(std::vector<std::int32_t> indices = {})
   {
     record_ = std::make_unique<HostRecord>(tessel_->getNativeSize(), std::move(indices));
@@ -49,7 +49,7 @@ class CoreTest : public DongleTest {
   TemporaryFolder folder_;
   std::unique_ptr<OpenTessel> tessel_;
   std::unique_ptr<HostRecord> record_;
-  std::uint32_t clockOffset_ = 0;  // what the host's clock shows when the test begins
+  std::uint32_t clockOffset_ = 0;  // the host's clock at the start of the test
 
  private:
   static inline CoreTest* currentTest = nullptr;

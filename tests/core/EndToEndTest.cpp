@@ -1,4 +1,4 @@
-// A host records simulated gloves under virtual time: every element and stamp against what was sent.
+// A host records simulated gloves in virtual time: checks every element and timestamp against what was sent.
 
 #include <map>
 
@@ -12,10 +12,10 @@ using simulator::SentFrame;
 class EndToEnd : public CoreTest {
  public:
   static constexpr std::size_t perGlove = 125;
-  // By then the filter has taken in how late the first frame was read.
+  // Frames until the filter has settled after the late read of the first one.
   static constexpr std::size_t settled = 200;
 
-  // The object closes its link, and the gloves still send, while what they are recorded in lives.
+  // The object closes its link while the gloves still send, so it must go before what records them.
   ~EndToEnd() override { tessel_.reset(); }
 
   Glove& addRecorded(const std::string& name, std::uint8_t address)
@@ -34,7 +34,7 @@ class EndToEnd : public CoreTest {
     install(std::move(indices));
   }
 
-  // Reads up to this moment; the result of the last read.
+  // Reads until this time; returns the result of the last read.
   std::int32_t readUntil(std::int64_t endMs)
   {
     std::int32_t result = 0;
@@ -49,7 +49,7 @@ class EndToEnd : public CoreTest {
     VirtualClock::Duration at;
   };
 
-  // Which frame of the glove this part of a record is; nothing if it is none that it sent.
+  // The frame of the glove that this part of a record contains; nothing if the glove did not send it.
   std::optional<Sent> frameOf(const Glove& glove, const HostRecord::Record& record, std::size_t first) const
   {
     const auto begin = record.elements.begin() + static_cast<std::ptrdiff_t>(first);
@@ -60,7 +60,7 @@ class EndToEnd : public CoreTest {
   std::map<const Glove*, std::map<std::vector<std::uint16_t>, Sent>> sent_;
 };
 
-// One of several in a test.
+// One of several runs in a test.
 class EndToEndRun : public EndToEnd {
   void TestBody() override {}
 };
@@ -68,7 +68,7 @@ class EndToEndRun : public EndToEnd {
 const std::string one = "TesselElementCount\t125\nTesselNumSensors\t1\n";
 const std::string two = "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n";
 
-TEST_F(EndToEnd, TwoGlovesLeftFirstWhateverWasHeardFirst)
+TEST_F(EndToEnd, TheLeftGloveIsFirstWhicheverAdvertisedFirst)
 {
   const auto& right = addRecorded("KVXGR00002", 2);
   const auto& left = addRecorded("KVXGL00001", 1);
@@ -76,7 +76,7 @@ TEST_F(EndToEnd, TwoGlovesLeftFirstWhateverWasHeardFirst)
   ASSERT_EQ(readUntil(30'000), 0);
   ASSERT_GT(record_->records.size(), 1150U);
   std::optional<Sent> last;
-  std::uint32_t lastStamp = 0;
+  std::uint32_t lastTimestamp = 0;
   std::size_t frames = 0;
   for (const auto& record : record_->records) {
     const auto leftFrame = frameOf(left, record, 0);
@@ -84,17 +84,17 @@ TEST_F(EndToEnd, TwoGlovesLeftFirstWhateverWasHeardFirst)
     ASSERT_TRUE(leftFrame && rightFrame);
     if (last) {
       EXPECT_EQ(leftFrame->number, last->number + 1);
-      EXPECT_NEAR(record.stamp - lastStamp, 25, frames++ < settled ? 5 : 2);
+      EXPECT_NEAR(record.timestamp - lastTimestamp, 25, frames++ < settled ? 5 : 2);
     }
     last = leftFrame;
-    lastStamp = record.stamp;
+    lastTimestamp = record.timestamp;
   }
 }
 
 TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
 {
   const auto& glove = addRecorded("KVXGL00001", 1);
-  // The elements backwards, without the first and the last of the glove, behind two of the host's.
+  // The elements in reverse order, without the glove's first and last, after two of the host's.
   std::vector<std::int32_t> indices;
   indices.reserve(125);
   for (std::int32_t element = 0; element < 125; ++element) {
@@ -114,10 +114,10 @@ TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
   }
 }
 
-TEST_F(EndToEnd, LostAndDoubledPacketsCostTheFramesThatTheLossRulesTell)
+TEST_F(EndToEnd, LostAndDoubledPacketsCostTheExpectedFrames)
 {
   auto& glove = addRecorded("KVXGL00001", 1);
-  // Packets of 14 to a frame: frame 10 loses one in the middle, 20 its last, and 30 has one twice.
+  // With 14 packets per frame: frame 10 loses a middle packet, 20 its last, and 30 has one twice.
   glove.faults.packetFault = [](std::uint64_t packet) {
     if (packet == 10 * 14 + 5 || packet == 20 * 14 + 13) return simulator::PacketFault::lost;
     return packet == 30 * 14 + 3 ? simulator::PacketFault::doubled : simulator::PacketFault::none;
@@ -169,8 +169,8 @@ TEST(EndToEndRuns, SilenceEndsTheReading)
   }
 }
 
-// The device clock wraps every 6.5 s, which must not show.
-TEST(EndToEndRuns, AnHourOfAClockThatRunsFastOrSlowStaysWithTheHosts)
+// The device clock wraps every 6.5 s, which must not be visible.
+TEST(EndToEndRuns, AFastOrSlowDeviceClockFollowsTheHostsForAnHour)
 {
   for (const double error : {75e-6, -75e-6}) {
     EndToEndRun run;
@@ -178,7 +178,7 @@ TEST(EndToEndRuns, AnHourOfAClockThatRunsFastOrSlowStaysWithTheHosts)
     glove.config.clockError = error;
     glove.config.packetsPerFrame = 2;
     run.configure("TesselElementCount\t17\nTesselNumSensors\t1\n");
-    // An hour is too long for a transcript.
+    // No transcript, because an hour is too long for one.
     run.dongle_.onSend = [&run](std::span<const std::uint8_t> message) {
       run.arrive({message.begin(), message.end()});
     };
@@ -186,15 +186,15 @@ TEST(EndToEndRuns, AnHourOfAClockThatRunsFastOrSlowStaysWithTheHosts)
     const auto& records = run.record_->records;
     ASSERT_GT(records.size(), 143'900U);
     for (std::size_t index = EndToEnd::settled; index < records.size(); ++index) {
-      const auto step = static_cast<std::int32_t>(records[index].stamp - records[index - 1].stamp);
+      const auto step = static_cast<std::int32_t>(records[index].timestamp - records[index - 1].timestamp);
       ASSERT_NEAR(step, 25, 2) << "record " << index << " at " << error;
     }
-    const auto late = static_cast<std::int32_t>(CoreTest::clock() - records.back().stamp);
+    const auto late = static_cast<std::int32_t>(CoreTest::clock() - records.back().timestamp);
     EXPECT_NEAR(late, 0, 25) << error;
   }
 }
 
-TEST(EndToEndRuns, TheReadingGoesOnWhenTheHostsClockWraps)
+TEST(EndToEndRuns, ReadingContinuesWhenTheHostsClockWraps)
 {
   EndToEndRun run;
   auto& left = run.addRecorded("KVXGL00001", 1);
@@ -203,7 +203,7 @@ TEST(EndToEndRuns, TheReadingGoesOnWhenTheHostsClockWraps)
   ASSERT_EQ(run.readUntil(6000), 0);
   EXPECT_GT(run.record_->records.size(), 200U);
   left.config.framesPerSecond = 1;
-  EXPECT_EQ(run.readUntil(8000), -1) << "and so does the read time-out";
+  EXPECT_EQ(run.readUntil(8000), -1) << "and so does the read timeout";
 }
 
 }  // namespace

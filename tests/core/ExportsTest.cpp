@@ -1,4 +1,4 @@
-// The five exports, linked in.
+// The five exported functions, linked statically.
 
 #include "shared/PluginApi.h"
 #include "tests/core/CoreFixture.h"

@@ -1,4 +1,4 @@
-// The glove object's life: settings, configure with all its messages, end.
+// The life cycle of the hardware object: settings, configure with all its messages, end.
 
 #include <thread>
 
@@ -54,7 +54,7 @@ TEST_F(CoreTest, SavedSettingsAreTheObjectsOwn)
       "TesselNumSensors\t1\nTesselNumBleModules\t2\nTesselReadTimeout\t3\nTesselWriteTimeout\t4\nTesselExecDe"
       "lay\t5\n"
       "TesselSkipSensorStartupCheck\t1\n");
-  resetSettings();  // another object may have come with settings of its own
+  resetSettings();  // another object may have changed them
   const std::wstring saved = folder_.wide() + L"saved";
   EXPECT_TRUE(tessel_->saveParameters(saved.c_str()));
   resetSettings();
@@ -80,10 +80,10 @@ TEST_F(CoreTest, FilterAndSensorCheckReachTheLink)
   EXPECT_EQ(tessel_->lastError_, L"Not enough remote BLE modules detected.\nExpected: 1; detected: 0");
 }
 
-TEST_F(CoreTest, EachCodeHasItsMessage)
+TEST_F(CoreTest, EachResultHasItsMessage)
 {
   make("TesselNumBleModules\t2\n");
-  tessel_->configure();  // fails for want of gloves; the texts need a link
+  tessel_->configure();  // fails without gloves; the texts need a link
   modules[1].sensorStatus[5] = 248;
   const struct {
     std::int32_t code;
@@ -148,13 +148,13 @@ TEST_F(CoreTest, ALogThatCannotBeMadeFailsConfigure)
 {
   log_.setLevel(1);
   make("TesselElementCount\t125\n");
-  log_.folders[L"log"] = folder::Folder(folder_.wide() + L"settings/none/");  // settings is a file
+  log_.folders[L"log"] = folder::Folder(folder_.wide() + L"settings/none/");  // `settings` is a file
   EXPECT_EQ(tessel_->configure(), -1);
   EXPECT_TRUE(tessel_->lastError_.starts_with(L"Could not create log file "));
   EXPECT_EQ(tessel_->bleDevice_.load(), nullptr);
 }
 
-TEST_F(CoreTest, TheObjectsLogTellsItsStory)
+TEST_F(CoreTest, TheLogRecordsTheObjectsLifeCycle)
 {
   log_.setLevel(2);
   addGlove("KVXGL00017");
@@ -207,7 +207,7 @@ TEST_F(CoreTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
     transcript_.clear();
     EXPECT_EQ(tessel_->configure(), -1);
     EXPECT_EQ(currentDevice, nullptr);
-    EXPECT_EQ(noted("> "), 0) << "the dongle is told nothing";
+    EXPECT_EQ(noted("> "), 0) << "nothing is sent to the dongle";
     EXPECT_EQ(platform_.open.size(), 1U) << "the old link's port is closed";
     glove.config.sensorStatus[0] = 0;
     make("TesselElementCount\t125\n");
@@ -215,7 +215,7 @@ TEST_F(CoreTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
   }
 }
 
-TEST_F(CoreTest, TheDestructorLetsNothingOutAndClosesThePort)
+TEST_F(CoreTest, TheDestructorThrowsNothingAndClosesThePort)
 {
   addGlove("KVXGL00017", 1);
   addGlove("KVXGR00018", 2);

@@ -1,10 +1,10 @@
-// A source of its own: a compiler that sees both classes at once knows that one is not the other.
+// A separate source file: a compiler that sees both classes at once knows that one is not the other.
 
 #include "tests/core/HostView.h"
 
 #include <cstdint>
 
-// The operations in the order that a host relies on, listed anew.
+// The operations in the order that hosts expect, declared independently.
 class AsTheHostSeesIt {
  public:
   virtual ~AsTheHostSeesIt() = default;
@@ -25,7 +25,7 @@ class AsTheHostSeesIt {
   virtual void operation15(std::wstring oldFile, std::wstring newFile) = 0;
 };
 
-// The object is of another class on purpose.
+// The object is intentionally of another class.
 __attribute__((no_sanitize("undefined"))) std::vector<std::string> callInOrder(void* address,
                                                                                const std::string& called)
 {

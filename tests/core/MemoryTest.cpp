@@ -1,11 +1,11 @@
-// What must go well when there is no memory at all.
+// Operations that must succeed when memory is exhausted.
 
 #include "tests/core/CoreFixture.h"
 #include "tests/support/FailingMemory.h"
 
 namespace {
 
-TEST_F(CoreTest, AnObjectEndsWithoutMemoryAndItsLastLinesAreLostInSilence)
+TEST_F(CoreTest, AnObjectIsDestroyedWithoutMemoryAndItsLastLinesAreSilentlyLost)
 {
   log_.setLevel(2);
   addGlove("KVXGL00017");

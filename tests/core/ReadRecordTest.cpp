@@ -1,4 +1,4 @@
-// Stamps, filling and silence of readRecord, with frames put into the stores by hand.
+// Timestamps, filling and silence of readRecord, with frames added to the stores by hand.
 
 #include "tests/core/CoreFixture.h"
 
@@ -6,18 +6,18 @@ namespace {
 
 class ReadRecordTest : public CoreTest {
  protected:
-  // An object whose link is open, with nothing to hear.
+  // Opens an object's link without incoming messages.
   void open(const std::string& lines)
   {
     make(lines);
     port_.present = false;
-    tessel_->configure();  // fails at once, and leaves a link to be opened by hand
+    tessel_->configure();  // fails at once, but creates a link to open by hand
     port_.present = true;
     ASSERT_EQ(serialOpen("COM7", tessel_->bleDevice_.load()->port()), OpenResult::done);
     install();
   }
 
-  // A frame of 17 samples, or 26 with three packets; the samples are 1, 2, 3...
+  // Adds a frame of 17 samples, or 26 with three packets; the samples are 1, 2, 3...
   static void deliver(std::size_t glove, std::uint16_t clockTicks, std::uint8_t counter = 1,
                       std::uint8_t packets = 2)
   {
@@ -38,33 +38,34 @@ class ReadRecordTest : public CoreTest {
     }
   }
 
-  // A read with something to hear.
+  // A read with an incoming message.
   std::int32_t read()
   {
     arrive(hex("80 00 00 06"));
     return tessel_->readRecord();
   }
 
-  // Sets the host's clock, which stands still but for the test.
+  // Sets the host's clock, which otherwise does not advance.
   void setClock(std::uint32_t ms) { clockOffset_ = ms - static_cast<std::uint32_t>(nowMs()); }
 
-  std::uint32_t stamp() const { return record_->records.back().stamp; }
+  std::uint32_t timestamp() const { return record_->records.back().timestamp; }
 };
 
 const std::string oneGlove = "TesselElementCount\t17\nTesselNumSensors\t1\n";
 
-TEST_F(ReadRecordTest, TheStampFollowsTheDeviceAndSlowlyTheHost)
+TEST_F(ReadRecordTest, TheTimestampFollowsTheDeviceAndSlowlyTheHost)
 {
   const struct {
     const char* name;
     std::string settings;
-    std::vector<std::array<std::uint32_t, 3>> steps;  // device ticks, host clock, stamp
+    std::vector<std::array<std::uint32_t, 3>> steps;  // device ticks, host clock, timestamp
   } cases[] = {
       {"device clock", "", {{10000, 5000, 5000}, {10400, 5040, 5040}, {10800, 5080, 5080}}},
       {"half a millisecond is rounded up",
        "",
        {{10000, 5000, 5000}, {10004, 5000, 5000}, {10005, 5000, 5001}}},
-      // 100 ms apart: the filter takes 5 per cent of what is left, and a part of a millisecond adds nothing
+      // 100 ms apart: the filter takes 5 per cent of the difference, and fractions of a millisecond are
+      // dropped
       {"late host", "", {{10000, 5000, 5000}, {10400, 5140, 5045}, {10800, 5180, 5089}, {11200, 5220, 5134}}},
       {"early host", "", {{10000, 5000, 5000}, {10400, 5020, 5039}, {10800, 5060, 5079}}},
       {"wrapping host", "", {{10000, 0xFFFFFFF0, 0xFFFFFFF0}, {10200, 4, 4}}},
@@ -80,12 +81,12 @@ TEST_F(ReadRecordTest, TheStampFollowsTheDeviceAndSlowlyTheHost)
       setClock(hostClock);
       deliver(0, static_cast<std::uint16_t>(ticks));
       ASSERT_EQ(read(), 0) << name;
-      EXPECT_EQ(stamp(), expected) << name << ticks;
+      EXPECT_EQ(timestamp(), expected) << name << ticks;
     }
   }
 }
 
-TEST_F(ReadRecordTest, AStampBeyondAWrapOfTheHostsClockSwervesByAPartOfItsRange)
+TEST_F(ReadRecordTest, ATimestampThatWrapsApartFromTheHostsClockJumps)
 {
   open(oneGlove);
   setClock(0xFFFFFFF0);
@@ -94,23 +95,23 @@ TEST_F(ReadRecordTest, AStampBeyondAWrapOfTheHostsClockSwervesByAPartOfItsRange)
   setClock(0xFFFFFFFF);
   deliver(0, 10200);
   EXPECT_EQ(read(), 0);
-  EXPECT_EQ(stamp(), 4U + 214'748'364) << "5 per cent of 4294967291";
+  EXPECT_EQ(timestamp(), 4U + 214'748'364) << "5 per cent of 4294967291";
 }
 
-TEST_F(ReadRecordTest, FromSevenDaysOnTheStampFallsBackToTheFirst)
+TEST_F(ReadRecordTest, AfterSevenDaysTheTimestampFallsBackToTheFirst)
 {
   open(oneGlove + "TesselTimeDivisor\t0.0001\n");
   setClock(1000);
   deliver(0, 1000);  // 10,000,000 ms
   EXPECT_EQ(read(), 0);
-  deliver(0, 60480);  // 604,800,000 ms: just seven days
+  deliver(0, 60480);  // 604,800,000 ms: exactly seven days
   setClock(1000U + 594'800'000);
   EXPECT_EQ(read(), 0);
-  EXPECT_EQ(stamp(), 1000U + 594'800'000);
+  EXPECT_EQ(timestamp(), 1000U + 594'800'000);
   deliver(0, 60481);
   setClock(1000U - 10'000'000);
   EXPECT_EQ(read(), 0);
-  EXPECT_EQ(stamp(), 1000U - 10'000'000);
+  EXPECT_EQ(timestamp(), 1000U - 10'000'000);
 }
 
 TEST_F(ReadRecordTest, ABacklogOfSixIsNotCorrected)
@@ -124,9 +125,9 @@ TEST_F(ReadRecordTest, ABacklogOfSixIsNotCorrected)
     deliver(0, static_cast<std::uint16_t>(1000 + 100 * frame));
   }
   ASSERT_EQ(read(), 0);
-  EXPECT_EQ(stamp(), 5010U) << "six were waiting";
+  EXPECT_EQ(timestamp(), 5010U) << "six were waiting";
   ASSERT_EQ(read(), 0);
-  EXPECT_EQ(stamp(), 5020U + 99) << "five were: 5 per cent of 1980";
+  EXPECT_EQ(timestamp(), 5020U + 99) << "five were: 5 per cent of 1980";
 }
 
 TEST_F(ReadRecordTest, SilenceFailsAfterTheReadTimeout)
@@ -161,7 +162,7 @@ TEST_F(ReadRecordTest, LostFramesAreCountedFromTheFirstOn)
   }
 }
 
-TEST_F(ReadRecordTest, GlovesFillTheRecordOneAfterTheOtherAndNothingElse)
+TEST_F(ReadRecordTest, GlovesFillTheRecordInOrderAndNothingElse)
 {
   constexpr unsigned short none = HostRecord::untouched;
   open("TesselElementCount\t6\nTesselAuxCount\t2\nTesselNumSensors\t2\n");
@@ -208,7 +209,7 @@ TEST_F(ReadRecordTest, AFrameTooShortFailsTheReadAndStoresNothing)
   EXPECT_TRUE(record_->records.empty());
   EXPECT_EQ(record_->map.data_[0], HostRecord::untouched);
   setClock(clock() + 10000);
-  EXPECT_EQ(read(), 0) << "it counts as a delivery for the read time-out";
+  EXPECT_EQ(read(), 0) << "it counts as a delivery for the read timeout";
 }
 
 TEST_F(ReadRecordTest, AMissingRecordIsTheHostsMistake)

@@ -1,5 +1,5 @@
-// Takes all memory away from the thread: while an object lives, each `new` of it throws std::bad_alloc.
-// Replaces the program's operator new.
+// Simulates exhausted memory for the thread: while an object lives, each `new` of the thread throws
+// std::bad_alloc. Replaces the program's operator new.
 #pragma once
 
 class FailingMemory {

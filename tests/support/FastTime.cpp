@@ -12,10 +12,12 @@ namespace {
 using std::chrono::steady_clock;
 
 std::atomic<std::int64_t> simulatedMs{0};
-// Of the loop that serves the terminal: what was written before one of them has been taken after the next.
+// Iterations of the loop that serves the terminal: bytes written before one iteration have been read after
+// the next.
 std::atomic<std::int64_t> turns{0};
 
-// Beyond the moment up to which the clock is being moved, so that each call comes in a turn of its own.
+// Schedules itself beyond the time that the clock is being moved to, so that each call is in an iteration of
+// its own.
 void noteNextTurn(VirtualClock& clock, double speed, steady_clock::time_point begin)
 {
   using Seconds = std::chrono::duration<double>;

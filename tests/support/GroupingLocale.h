@@ -1,4 +1,4 @@
-// A host's locale that writes twelve thousand and a half as 12.000,5, for as long as an object lives.
+// Sets a host's locale that writes twelve thousand and a half as 12.000,5, while the object lives.
 #pragma once
 
 #include <locale>

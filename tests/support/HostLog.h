@@ -1,5 +1,5 @@
-// A host's log manager and log folder for a test; a folder of its own, because a manager deletes the logs
-// that lie in its folder.
+// A host's log manager and log folder for a test; a separate folder, because a manager deletes the logs in
+// its folder.
 #pragma once
 
 #include "shared/Folder.h"
@@ -23,14 +23,14 @@ class HostLog {
   HostLog(const HostLog&) = delete;
   HostLog& operator=(const HostLog&) = delete;
 
-  // Goes on with another level.
+  // Replaces the manager by one with another level.
   void setLevel(std::int32_t level)
   {
     manager = std::make_unique<LogManager>(level);
     currentLogManager = manager.get();
   }
 
-  // What stands behind the two header lines of the one log whose name begins with this.
+  // The content after the two header lines of the only log whose name begins with this text.
   std::string entries(const std::string& name) const
   {
     const std::string files = folder.list();

@@ -10,15 +10,15 @@
 
 class HostRecord final : public RecordBuffer {
  public:
-  // What elements hold that nobody wrote.
+  // Value of elements that were not written.
   static constexpr unsigned short untouched = 0xEEEE;
 
   struct Record {
     std::vector<unsigned short> elements;
-    std::uint32_t stamp;
+    std::uint32_t timestamp;
   };
 
-  // A store of records of so many elements, and the map that the hardware object gets.
+  // A store for records of `size` elements, with the map for the hardware object.
   explicit HostRecord(std::size_t size, std::vector<std::int32_t> indices = {})
   {
     rows_.fill(std::vector<unsigned short>(size, untouched));
@@ -30,17 +30,17 @@ class HostRecord final : public RecordBuffer {
 
   void advance() override
   {
-    records.push_back({rows_[0], stamp_});
+    records.push_back({rows_[0], timestamp_});
     std::fill(rows_[0].begin(), rows_[0].end(), untouched);
     rows_[0].swap(rows_[1]);
   }
   unsigned short* writePointer() override { return rows_[0].data(); }
-  std::uint32_t* stampCell() override { return &stamp_; }
+  std::uint32_t* stampCell() override { return &timestamp_; }
 
   ReorderingMap<unsigned short> map;
   std::vector<Record> records;
 
  private:
-  std::array<std::vector<unsigned short>, 2> rows_;  // in turn, so that the next record lies elsewhere
-  std::uint32_t stamp_ = 0;
+  std::array<std::vector<unsigned short>, 2> rows_;  // used in turn, so that the address changes
+  std::uint32_t timestamp_ = 0;
 };

@@ -1,4 +1,4 @@
-// Measurement packets for tests, written by hand from the wire format.
+// Measurement packets for tests, built by hand from the wire format.
 #pragma once
 
 #include <array>
@@ -7,7 +7,7 @@
 
 using PacketBytes = std::array<std::uint8_t, 20>;
 
-// A packet that begins with the given bytes and goes on with `fill`.
+// A packet that begins with the given bytes, filled up with `fill`.
 inline PacketBytes packet(std::initializer_list<int> begin, std::uint8_t fill = 0)
 {
   PacketBytes bytes;

@@ -1,8 +1,7 @@
 // Serves the far end of a serial port to tests that run under Wine, which has no pseudo terminals of its own:
 //   serial-peer LINK
-// LINK is what Wine takes for the port, such as PREFIX/dosdevices/com7. Prints the number of its TCP port,
-// takes one connection after the other, and gives each a peer of its own. A request is a line, and so is its
-// answer.
+// LINK is the path that Wine uses as the port, such as PREFIX/dosdevices/com7. Prints the number of its TCP
+// port and accepts one connection after the other, each with a separate peer. Requests and replies are lines.
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -35,7 +34,7 @@ fs::path terminalPath()
   return entry.substr(entry.find('=') + 1);
 }
 
-// Wine leaves a terminal as it is, which at first is one for people. Raw it stays while it is open somewhere.
+// Wine keeps the terminal's mode, which is initially canonical. Raw mode lasts while it is open anywhere.
 int openRaw(const fs::path& terminal)
 {
   const int descriptor = ::open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -64,7 +63,7 @@ std::string answer(SerialPeer& peer, const fs::path& link, const std::string& re
   } else if (verb == "plugIn") {
     peer.plugIn();
   } else if (verb == "occupy") {
-    linkTo(link, "/");  // Wine lets any number of programs open a terminal; a folder opens for none
+    linkTo(link, "/");  // Wine lets several programs open a terminal, but none open a folder
   } else if (verb == "vacate") {
     linkTo(link, terminalPath());
   } else {

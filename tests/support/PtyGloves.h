@@ -1,5 +1,5 @@
-// A dongle with a left and a right glove on a pseudo terminal, on a thread of its own, ten times as fast as
-// real ones.
+// A dongle with a left and a right glove on a pseudo terminal, run by a thread of its own, ten times as fast
+// as real ones.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@
 
 class PtyGloves {
  public:
-  // The first element is the frame's number; the others come from element, frame and glove.
+  // The first element is the frame number; the others depend on element, frame and glove.
   static std::uint16_t movement(unsigned glove, std::size_t element, std::uint64_t frame)
   {
     if (element == 0) return static_cast<std::uint16_t>(frame);
@@ -22,7 +22,7 @@ class PtyGloves {
   using Adjust =
       std::function<void(VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config)>;
 
-  // `adjust` is called before each glove is there, with what it will be.
+  // `adjust` is called with each glove's configuration before the glove is created.
   explicit PtyGloves(const std::filesystem::path& path, double speed = 10, const Adjust& adjust = nullptr)
       : port_(clock_, dongle_, path)
   {
@@ -44,7 +44,7 @@ class PtyGloves {
   PtyGloves(const PtyGloves&) = delete;
   PtyGloves& operator=(const PtyGloves&) = delete;
 
-  // From here on the gloves can be looked at.
+  // Stops the thread, so that the gloves can be examined.
   const simulator::Glove& halt(std::size_t glove = 0)
   {
     stop_ = true;

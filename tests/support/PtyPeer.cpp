@@ -96,10 +96,10 @@ bool SerialPeer::occupy()
     }
   }
   char opened = 0;
-  const bool told = ::read(report[0], &opened, 1) == 1;
+  const bool reported = ::read(report[0], &opened, 1) == 1;
   ::close(report[0]);
   ::close(report[1]);
-  return told && opened == 1;
+  return reported && opened == 1;
 }
 
 void SerialPeer::vacate()

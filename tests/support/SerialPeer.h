@@ -1,5 +1,5 @@
-// The far end of the serial port "Bluegiga Bluetooth Low Energy (COM7)", for the tests that hold for every
-// platform. Which kind stands there is decided by what is linked in: SimulatedPeer.cpp or PtyPeer.cpp.
+// The far end of the serial port "Bluegiga Bluetooth Low Energy (COM7)", for tests that apply to every
+// platform. SimulatedPeer.cpp or PtyPeer.cpp is linked to implement it.
 #pragma once
 
 #include <chrono>
@@ -19,17 +19,17 @@ class SerialPeer {
 
   void send(const Bytes& bytes);
 
-  // Waits for so many bytes from the port.
+  // Waits for `count` bytes from the port.
   Bytes receive(std::size_t count);
 
-  // Does something while the test waits in the port.
+  // Runs the action while the test waits in the port.
   void after(std::chrono::milliseconds delay, std::function<void()> action);
 
-  // The device goes away and comes back.
+  // The device disappears and returns.
   void unplug();
   void plugIn();
 
-  // Another program takes the port, and dies with the port still open. True if it got it.
+  // Another program opens the port, and is killed with the port still open. True if it could open it.
   bool occupy();
   void vacate();
 

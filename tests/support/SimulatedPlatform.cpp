@@ -112,7 +112,7 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::readError);
   if (port == nullptr) return refusal;
   ++port->reads;
-  const std::size_t wanted = std::min(buffer.size(), port->mostPerRead);
+  const std::size_t wanted = std::min(buffer.size(), port->maxPerRead);
   const auto timeout = milliseconds(port->timeouts.readTotalConstant);
   current->clock.advanceUntil(current->clock.now() + timeout,
                               [&, port = port] { return port->waiting.size() >= wanted || !port->present; });
@@ -130,7 +130,7 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
   if (port == nullptr) return refusal;
   if (!port->present) return {.error = SimulatedPlatform::deviceGone};
-  const auto piece = bytes.first(std::min(bytes.size(), port->mostPerWrite));
+  const auto piece = bytes.first(std::min(bytes.size(), port->maxPerWrite));
   port->written.insert(port->written.end(), piece.begin(), piece.end());
   if (port->onWrite) port->onWrite(piece);
   return {.count = piece.size()};

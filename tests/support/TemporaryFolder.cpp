@@ -28,7 +28,7 @@ std::wstring TemporaryFolder::write(const std::string& name, const std::string& 
 
 std::string TemporaryFolder::read(const std::string& name) const
 {
-  std::ifstream file(path_ / name);  // as text: line ends are those of the program
+  std::ifstream file(path_ / name);  // text mode converts newlines
   return {std::istreambuf_iterator<char>(file), {}};
 }
 

@@ -1,4 +1,4 @@
-// A folder that lasts as long as the object, with what tests do to files.
+// A folder that exists while the object lives, with file operations for tests.
 #pragma once
 
 #include <filesystem>
@@ -14,14 +14,14 @@ class TemporaryFolder {
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
   const std::filesystem::path& path() const { return path_; }
 
-  // The wide path with a separator at its end, as the host's folders are written.
+  // The wide path with a trailing separator, as for the host's folders.
   std::wstring wide() const { return path_.wstring() + L"/"; }
 
-  // Writes the bytes as they stand and gives the file's wide path.
+  // Writes the bytes unchanged and returns the file's wide path.
   std::wstring write(const std::string& name, const std::string& content) const;
   std::string read(const std::string& name) const;
 
-  // The names of all files, in their order.
+  // The names of all files, sorted.
   std::string list() const;
 
  private:

@@ -1,9 +1,8 @@
-// The far end of a port as seen from Wine: the terminal is held by a Linux process, serial-peer, which is
-// asked over the TCP port that the variable TESSEL_PEER names. Whether the device is there is also a matter
-// of the registry.
+// The far end of a port as seen from Wine: a Linux process, serial-peer, holds the terminal and is controlled
+// over the TCP port in the variable TESSEL_PEER. The registry determines whether the device is present.
 
 #include <winsock2.h>
-// The calls for the registry need the types above.
+// The registry functions need the types above.
 #include <windows.h>
 
 #include <cstdlib>
@@ -69,7 +68,7 @@ SerialPeer::SerialPeer() : impl_(std::make_unique<Impl>())
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<u_short>(std::atoi(port != nullptr ? port : "0")));
   ::connect(impl_->connection, reinterpret_cast<sockaddr*>(&address), sizeof address);
-  impl_->ask("vacate");  // once it answers, the port is there
+  impl_->ask("vacate");  // once it answers, the port is present
   enterDevice();
 }
 
