@@ -1,4 +1,4 @@
-// Encoding of commands, and result names. Bytes are written by hand.
+// Encoding of commands, and result names. The expected bytes are written by hand.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ constexpr bgapi::MessageRecord row(std::initializer_list<bgapi::ParameterType> t
   return bgapi::command(MessageClass::hardware, 9, types);
 }
 
-TEST(Encode, PutsHeaderAndFixedParametersInOnePieceAndTheArrayInAnother)
+TEST(Encode, SeparatesHeaderAndFixedParametersFromTheArray)
 {
   const bgapi::Address sender{1, 2, 3, 4, 5, 6};
   const Bytes two{0x01, 0x00}, other{0xAB}, long300(300, 7);
@@ -41,7 +41,10 @@ TEST(Encode, PutsHeaderAndFixedParametersInOnePieceAndTheArrayInAnother)
        encode(ble_cmd_gap_connect_direct, {sender, 0, 8, 8, 1000, 0}),
        "00 0F 06 03 01 02 03 04 05 06 00 08 00 08 00 E8 03 00 00",
        {}},
-      {"a number is cut to its field", encode(ble_cmd_connection_disconnect, {-1}), "00 01 03 00 FF", {}},
+      {"a number is truncated to its field",
+       encode(ble_cmd_connection_disconnect, {-1}),
+       "00 01 03 00 FF",
+       {}},
       {"signed and wide",
        encode(row({int8, int16, uint32, int32}), {-2, -3, 0x04030201, -4}),
        "00 0B 07 09 FE FD FF 01 02 03 04 FC FF FF FF",

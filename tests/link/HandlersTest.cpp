@@ -1,4 +1,4 @@
-// What each message does to the states, from every state and for every connection.
+// State changes by each message, from every state and for every connection.
 
 #include "link/Handlers.h"
 
@@ -10,9 +10,9 @@ namespace {
 using enum ConnectionState;
 using enum DiscoveryState;
 
-// Which modules a message reaches.
+// The modules that a message applies to.
 enum class Reach {
-  anyModule,     // of the table
+  anyModule,     // in the table
   countedModule  // connected and counted
 };
 
@@ -34,7 +34,7 @@ std::vector<Case> cases()
     module.statusHandle = 22;
     module.configHandle = 18;
   };
-  // A completed procedure ends the discovery of services, whatever its handle, if one runs.
+  // A completed procedure ends a running service discovery, whatever its handle.
   const std::pair noService{primary_responded, finish}, noConfig{info_responded, finish};
   return {
       {"connect accepted", "00 03 06 03 00 00 cc", Reach::anyModule, {{connecting, connect_responded}}},
@@ -71,19 +71,19 @@ std::vector<Case> cases()
        Reach::anyModule,
        {{primary_responded, finding_attributes}, noConfig},
        hasService},
-      {"procedure completed, configuration found",
+      {"procedure completed, CCCD found",
        "80 05 04 01 cc 00 00 00 00",
        Reach::anyModule,
        {noService, {info_responded, connected}},
        hasConfig},
-      {"write of the configuration completed",
+      {"write of the CCCD completed",
        "80 05 04 01 cc 00 00 12 00",
        Reach::anyModule,
        {noService,
         noConfig,
         {starting_notifications, listening_measurements},
         {listening_measurements, not_listening}}},
-      {"write of the configuration failed", "80 05 04 01 cc 03 04 12 00", Reach::anyModule, {}},
+      {"write of the CCCD failed", "80 05 04 01 cc 03 04 12 00", Reach::anyModule, {}},
       {"version value",
        value + "18 00 00 03 1 2 3",
        Reach::countedModule,
@@ -110,7 +110,7 @@ Bytes bytesOf(std::string message, int connection)
   return hex(message);
 }
 
-TEST_F(LinkTest, EachMessageMovesTheStatesItIsForAndNoOther)
+TEST_F(LinkTest, EachMessageChangesOnlyItsOwnStates)
 {
   openPort();
   for (const Case& row : cases()) {
@@ -143,7 +143,7 @@ TEST_F(LinkTest, EachMessageMovesTheStatesItIsForAndNoOther)
   }
 }
 
-TEST_F(LinkTest, TheDiscoveryFollowsTheDonglesAnswers)
+TEST_F(LinkTest, DiscoveryFollowsTheDonglesResponses)
 {
   openPort();
   const struct {
@@ -182,7 +182,7 @@ TEST_F(LinkTest, TheFirmwareIsComparedFieldByField)
   }
 }
 
-TEST_F(LinkTest, AVersionRecordCountsWithMarkerAndSumAlone)
+TEST_F(LinkTest, AVersionRecordNeedsMarkerAndChecksum)
 {
   openPort();
   connectedCount = 1;
@@ -205,7 +205,7 @@ TEST_F(LinkTest, AVersionRecordCountsWithMarkerAndSumAlone)
   }
 }
 
-TEST_F(LinkTest, ANotificationReachesTheStoreOnlyWhileListeningAndWhole)
+TEST_F(LinkTest, OnlyACompleteNotificationWhileListeningReachesTheStore)
 {
   openPort();
   const struct {
@@ -251,7 +251,7 @@ TEST_F(LinkTest, ACompletedCommandIsFollowedByAReadAndAPause)
   EXPECT_EQ(nowMs(), 50);
 }
 
-TEST_F(LinkTest, AReportedServiceIsTakenOnceAndOnlyByItsIdentifier)
+TEST_F(LinkTest, AReportedServiceIsAcceptedOnceAndOnlyByItsUuid)
 {
   openPort();
   connectedCount = 1;
@@ -268,7 +268,7 @@ TEST_F(LinkTest, AReportedServiceIsTakenOnceAndOnlyByItsIdentifier)
   EXPECT_EQ(modules[0].serviceEnd, 26);
 }
 
-TEST_F(LinkTest, ReportedAttributesAreTakenByTheirIdentifiers)
+TEST_F(LinkTest, ReportedAttributesAreRecognisedByTheirUuids)
 {
   openPort();
   modules[0].state = info_responded;

@@ -1,5 +1,5 @@
-// A BleDevice on a simulated platform with one dongle's port, COM7. What lasts for the process is as at its
-// start.
+// A BleDevice on a simulated platform with one dongle's port, COM7. State that lives as long as the process
+// is reset.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 
 using namespace link_state;
 
-// The published value of a result.
+// The numeric value of a result.
 constexpr std::int32_t code(OpeningResult result)
 {
   return static_cast<std::int32_t>(result);
@@ -42,7 +42,7 @@ class LinkTest : public testing::Test {
     ASSERT_EQ(serialOpen("COM7", device_.port()), OpenResult::done);
   }
 
-  // Bytes that the dongle has sent.
+  // Adds bytes from the dongle to the receive buffer.
   void arrive(const Bytes& bytes) { port_.waiting.insert(port_.waiting.end(), bytes.begin(), bytes.end()); }
 
   std::int64_t nowMs() const
@@ -57,7 +57,7 @@ class LinkTest : public testing::Test {
   BleDevice device_;
 };
 
-// With a simulated dongle at the port.
+// Adds a simulated dongle at the port.
 class DongleTest : public LinkTest {
  public:
   DongleTest()
@@ -79,7 +79,7 @@ class DongleTest : public LinkTest {
     };
   }
 
-  // A glove in range; `address` tells it from others.
+  // Adds a glove in range; `address` distinguishes it from others.
   simulator::Glove& addGlove(const std::string& name, std::uint8_t address = 1)
   {
     simulator::GloveConfig config;
@@ -88,7 +88,7 @@ class DongleTest : public LinkTest {
     return dongle_.addGlove(config);
   }
 
-  // A stray response to a discovery, and behind it the advertising of a third glove, KVXGL00099: with two
+  // Adds a stray response to a discovery, followed by an advertisement of a third glove, KVXGL00099: with two
   // gloves in the table it fails the handler's assertion.
   void arriveThirdGlove()
   {
@@ -96,7 +96,7 @@ class DongleTest : public LinkTest {
     arrive(hex("80 18 06 00 C0 04 09 02 03 04 05 06 00 FF 0D 0C 09 4B 56 58 47 4C 30 30 30 39 39"));
   }
 
-  // Calls the action once, when the transcript's next line that begins with this is noted.
+  // Calls the action once, at the next line of the transcript that begins with this text.
   void when(const std::string& beginning, std::function<void()> action)
   {
     awaited_ = beginning;
@@ -111,7 +111,7 @@ class DongleTest : public LinkTest {
     action_();
   }
 
-  // How many lines of the transcript begin with this.
+  // Number of transcript lines that begin with this text.
   std::ptrdiff_t noted(const std::string& beginning) const
   {
     return std::ranges::count_if(transcript_,
@@ -119,7 +119,7 @@ class DongleTest : public LinkTest {
   }
 
   simulator::Dongle dongle_{platform_.clock};
-  std::vector<std::string> transcript_;  // what the host wrote (>) and the dongle sent (<)
+  std::vector<std::string> transcript_;  // bytes from the host (>) and from the dongle (<)
 
  private:
   std::string awaited_;

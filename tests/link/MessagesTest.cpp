@@ -1,4 +1,4 @@
-// Sending and receiving over the current device's port.
+// Sending and receiving through the current device's port.
 
 #include "link/Messages.h"
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
+TEST_F(LinkTest, AReceiveReportsItsResult)
 {
   openPort();
   const struct {
@@ -16,7 +16,7 @@ TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
     std::int64_t tookMs;
   } cases[] = {
       {"handled", "00 02 06 02 00 00", ReceiveResult::handled, 0},
-      {"known and of no interest", "00 01 06 00 00", ReceiveResult::handled, 0},
+      {"known and ignored", "00 01 06 00 00", ReceiveResult::handled, 0},
       {"no payload, no second read", "00 00 00 01", ReceiveResult::handled, 0},
       {"high length bits are ignored", "07 02 06 02 00 00", ReceiveResult::handled, 0},
       {"last event of class 0", "80 00 00 06", ReceiveResult::handled, 0},
@@ -25,11 +25,11 @@ TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
       {"event of class 9", "80 00 09 00", ReceiveResult::handled, 0},
       {"response 18 of class 0", "00 00 00 12", ReceiveResult::unknown, 0},
       {"response of class 10", "00 00 0A 00", ReceiveResult::unknown, 0},
-      {"unknown, payload taken", "00 02 FF FF 11 22", ReceiveResult::unknown, 0},
+      {"unknown, payload consumed", "00 02 FF FF 11 22", ReceiveResult::unknown, 0},
       {"silence", "", ReceiveResult::nothing, 100},
-      // The part that came is one read of the system, the rest that does not come another.
-      {"cut in the header", "80 02", ReceiveResult::nothing, 200},
-      {"cut in the payload", "00 02 06 02 00", ReceiveResult::nothing, 200},
+      // The received part is one read of the operating system, the missing part another.
+      {"truncated header", "80 02", ReceiveResult::nothing, 200},
+      {"truncated payload", "00 02 06 02 00", ReceiveResult::nothing, 200},
   };
   for (const auto& [name, bytes, result, tookMs] : cases) {
     arrive(hex(bytes));
@@ -40,7 +40,7 @@ TEST_F(LinkTest, AReceiveTellsWhatBecameOfIt)
   }
 }
 
-TEST_F(LinkTest, AReceiveWithoutALinkGivesUpAtOnce)
+TEST_F(LinkTest, AReceiveWithoutALinkReturnsAtOnce)
 {
   EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped) << "port closed";
   openPort();
@@ -87,7 +87,7 @@ TEST_F(LinkTest, AFailedWriteIsProbedByTheNextPollAlone)
   port_.writeError = 5;
   const int before = port_.writes;
   ble_send_message(ble_cmd_attclient_attribute_write, {1, 18, hex("01 00")});
-  EXPECT_EQ(port_.writes - before, 1) << "no array behind a header that failed";
+  EXPECT_EQ(port_.writes - before, 1) << "no array after a header that failed";
   EXPECT_EQ(probes(), 1);
   EXPECT_EQ(probes(), 0);
   arrive(hex("80 00 08 00"));
@@ -98,7 +98,7 @@ TEST_F(LinkTest, AFailedWriteIsProbedByTheNextPollAlone)
   EXPECT_EQ(probes(), 0) << "what was dropped did not fail";
 }
 
-TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
+TEST_F(LinkTest, AnArrayIsSentInASeparateWrite)
 {
   openPort();
   std::vector<std::string> writes;
@@ -115,7 +115,7 @@ TEST_F(LinkTest, AnArrayGoesOutInAWriteOfItsOwn)
   EXPECT_EQ(port_.written.size(), 8U) << "dropped while stopped, and without a device";
 }
 
-TEST(SendMessage, VanishesWithoutAHook)
+TEST(SendMessage, IsDiscardedWithoutAHook)
 {
   ble_output_hook = nullptr;
   ble_send_message(ble_cmd_gap_discover, {1});

@@ -1,4 +1,4 @@
-// Opening the link to simulated gloves: every result, every time-out, the order of traffic.
+// Opening the link to simulated gloves: every result, every timeout, the order of messages.
 
 #include <thread>
 
@@ -24,7 +24,7 @@ class OpeningTest : public DongleTest {
  public:
   using DongleTest::device_, DongleTest::dongle_, DongleTest::platform_, DongleTest::port_, DongleTest::when;
 
-  // Right glove first in the air, so that the records have to change places.
+  // The right glove advertises first, so that the modules have to be swapped.
   simulator::Glove& right_ = addGlove("KVXGR00002", 2);
   simulator::Glove& left_ = addGlove("KVXGL00001", 1);
 
@@ -41,7 +41,7 @@ class OpeningTest : public DongleTest {
   }
 
  protected:
-  // Milliseconds since the host's latest write.
+  // Milliseconds since the host's last write.
   std::int64_t sinceWriteMs() const
   {
     return nowMs() - std::chrono::duration_cast<milliseconds>(wroteAt_).count();
@@ -57,7 +57,7 @@ class OpeningTest : public DongleTest {
   }
 
   VirtualClock::Duration wroteAt_{0};
-  std::vector<std::string> waits_;  // each write with its distance in ms from the one before
+  std::vector<std::string> waits_;  // each write with the time in ms since the previous one
 };
 
 // One of several openings in a test.
@@ -85,8 +85,8 @@ void PrintTo(const Row& row, std::ostream* stream)
 
 using simulator::Step;
 
-// Silence is heard in quarters of a time-out, and a wait ends when it has lasted longer than the time-out:
-// 1000 ms of full silence end after five quarters.
+// Silence is received in quarters of a timeout, and a wait ends after more than the timeout: 1000 ms of
+// complete silence end after five quarters.
 const Row rows[] = {
     {"up", 0, 21, [](auto&) {}},
     {"noDongle", -1, 0, [](auto& t) { t.port_.present = false; }},
@@ -97,13 +97,13 @@ const Row rows[] = {
     {"verdictOfAnEarlierOpening", -3, 0, [](auto&) { dongleVerdict = -1; }},
     {"stopBeforeFirmwareAnswer", -4, 0, [](auto& t) { t.stopAt(getInfo); }},
     {"stopWhileDiscovering", -4, 0, [](auto& t) { t.stopAt(discover); }},
-    {"stopWhileHearingModules", -4, 1, [](auto& t) { t.stopAt(discoverAccepted); }},
+    {"stopWhileReceivingModules", -4, 1, [](auto& t) { t.stopAt(discoverAccepted); }},
     {"stopWhileEndingTheScan", -4, 0, [](auto& t) { t.stopAt(endProcedure); }},
-    {"stopBehindTheScan", -4, 1, [](auto& t) { t.stopAt(procedureEnded); }},
+    {"stopAfterTheScan", -4, 1, [](auto& t) { t.stopAt(procedureEnded); }},
     {"stopWhileConnecting", -4, 0, [](auto& t) { t.stopAt(connect); }},
-    {"stopWithTheVersionGives89", 89, 0, [](auto& t) { t.stopAt(versionValue); }},
-    {"stopWithTheVersionGivesMinus5WithoutStatus", -5, 0, [](auto& t) { t.stopAt(versionValue); }, 2, true},
-    // The module then counts as of revision 0, which waits for nothing more.
+    {"stopWithTheVersionReturns89", 89, 0, [](auto& t) { t.stopAt(versionValue); }},
+    {"stopWithTheVersionReturnsMinus5WithoutStatus", -5, 0, [](auto& t) { t.stopAt(versionValue); }, 2, true},
+    // The module then counts as revision 0, which has no further waits.
     {"stopBeforeTheVersionIsNotNoticed", 0, 0, [](auto& t) { t.stopAt(readVersion); }},
     {"portFails", 20, 0, [](auto& t) { t.when(connect, [&t] { t.port_.readError = 5; }); }},
     {"portClosed", 20, 0, [](auto& t) { t.when(connect, [&t] { serialClose(t.device_.port()); }); }},
@@ -113,7 +113,8 @@ const Row rows[] = {
     {"discoveryRefusedThreeTimes", 30, 501, [](auto& t) { t.dongle_.faults.refusedDiscoveries = 3; }},
     {"discoveryRefusedTwice", 0, 21, [](auto& t) { t.dongle_.faults.refusedDiscoveries = 2; }},
     {"discoveryNotAccepted", 30, 3500, [](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }},
-    {"aCutAnswerCostsOneScan", 0, 21, [](auto& t) { t.when(endProcedure, [&t] { t.dongle_.cutNext(5); }); }},
+    {"aTruncatedAnswerCostsOneScan", 0, 21,
+     [](auto& t) { t.when(endProcedure, [&t] { t.dongle_.cutNext(5); }); }},
     {"oneOfTwoModules", 31, 501, [](auto& t) { t.left_.faults.hidden = true; }},
     {"allFoundButNoScanEnds", 32, 1500, [](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }},
     {"noConnectResponse", 60, 1250, [](auto& t) { t.left_.faults.silentAt = {Step::connectResponse}; }},
@@ -122,8 +123,8 @@ const Row rows[] = {
     {"notConnected", 60, 2501, [](auto& t) { t.right_.faults.silentAt = {Step::connection}; }},
     {"sensorFaultLeft", 80, 21, [](auto& t) { t.left_.config.sensorStatus[19] = 248; }},
     {"sensorFaultRight", 81, 21, [](auto& t) { t.right_.config.sensorStatus[0] = 1; }},
-    {"sensorFaultNotLookedAt", 0, 21, [](auto& t) { t.left_.config.sensorStatus[0] = 1; }, 2, true},
-    {"sensorFaultOfAnOldModuleNotLookedAt", 0, 0,
+    {"sensorFaultIgnored", 0, 21, [](auto& t) { t.left_.config.sensorStatus[0] = 1; }, 2, true},
+    {"sensorFaultOfAnOldModuleIgnored", 0, 0,
      [](auto& t) {
        for (auto* glove : {&t.left_, &t.right_}) {
          glove->config.revision = 4;
@@ -151,11 +152,11 @@ const Row rows[] = {
 
 class OpeningCode : public OpeningTest, public testing::WithParamInterface<Row> {};
 
-TEST_P(OpeningCode, ComesAfterItsTime)
+TEST_P(OpeningCode, IsReturnedAfterItsTime)
 {
   GetParam().prepare(*this);
   EXPECT_EQ(code(device_.open(GetParam().wanted, {}, GetParam().skipSensorCheck)), GetParam().result);
-  // Connection events fall where they fall.
+  // Tolerance for the phase of the connection events.
   EXPECT_NEAR(static_cast<double>(sinceWriteMs()), static_cast<double>(GetParam().sinceWriteMs), 25);
 }
 
@@ -198,7 +199,7 @@ TEST_F(OpeningTest, AGoodOpeningIsThisDialogue)
       "> 01 00",
       "< 00 03 04 05 00 00 00",
       "< 80 05 04 01 00 00 00 12 00",  // procedure_completed 18
-      "> 00 03 04 04 01 18 00",        // the same with the right glove
+      "> 00 03 04 04 01 18 00",        // the same for the right glove
       "< 00 03 04 04 01 00 00",
       "< 80 15 04 05 01 18 00 00 10 85 2D 67 12 05 00 D4 00 34 12 ED 5E 00 E1 0B 5E",
       "> 00 03 04 04 01 16 00",
@@ -214,29 +215,29 @@ TEST_F(OpeningTest, AGoodOpeningIsThisDialogue)
     EXPECT_EQ(modules[index].state, ConnectionState::listening_measurements);
     EXPECT_EQ(connectionHandles[index], static_cast<std::int32_t>(index));
   }
-  // Notifications of the first module that come while the second is started are kept.
+  // Notifications of the first module that arrive while the second is started are kept.
   EXPECT_EQ(stores[0].frameletCount(), 1U);
 }
 
-TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
+TEST(OpeningRun, WaitsForTheExpectedTimes)
 {
   const struct {
     const char* name;
     std::function<void(OpeningTest&)> prepare;
-    const char* wait;  // a write of the opening, and how long after the write before it
+    const char* wait;  // a write of the opening, and its time since the previous write
     std::int32_t result = 0;
   } cases[] = {
-      {"the port opens at the sixth try",
+      {"the port opens at the sixth attempt",
        [](auto& t) {
          t.port_.busy = true;
          t.platform_.clock.after(milliseconds(2400), [&t] { t.port_.busy = false; });
        },
        "00 01 00 00 after 2500"},
-      {"the dongle is back at the sixth look", [](auto& t) { t.dongle_.restartTime = milliseconds(2900); },
+      {"the dongle is back at the sixth attempt", [](auto& t) { t.dongle_.restartTime = milliseconds(2900); },
        "00 00 00 08 after 3000"},
-      {"the port opens at the sixth try after the reset", [](auto& t) { t.occupyAt(reset, 2900); },
+      {"the port opens at the sixth attempt after the reset", [](auto& t) { t.occupyAt(reset, 2900); },
        "00 00 00 08 after 3000"},
-      {"a dongle without a firmware answer passes",
+      {"a dongle without a firmware answer is accepted",
        [](auto& t) { t.dongle_.faults.silentAt = {Step::getInfo}; }, "00 01 06 02 after 1000"},
       {"an unknown message ends the wait for the firmware",
        [](auto& t) {
@@ -254,8 +255,8 @@ TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
          t.when(discoverAccepted, [&t] { t.dongle_.inject(hex("80 00 00 06 80 00 00 06 80 00 00 06")); });
        },
        "00 00 06 04 after 1", 30},
-      {"a scan that fell short is repeated after half a second",
-       [](auto& t) { t.left_.faults.hidden = true; }, "00 01 06 02 after 501", 31},
+      {"an incomplete scan is repeated after half a second", [](auto& t) { t.left_.faults.hidden = true; },
+       "00 01 06 02 after 501", 31},
       {"the end of a scan is awaited for 10000 messages",
        [](auto& t) {
          t.dongle_.faults.silentAt = {Step::endProcedure};
@@ -266,7 +267,7 @@ TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
          });
        },
        "00 01 06 02 after 10499", 32},
-      {"a version that does not come costs its time",
+      {"a missing version costs its timeout",
        [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; }, "00 06 04 05 after 1250"},
   };
   for (const auto& [name, prepare, wait, result] : cases) {
@@ -281,7 +282,7 @@ TEST(OpeningRun, WaitsAsLongAsItHasToAndNoLonger)
 TEST(OpeningRun, TheLeftGloveComesFirst)
 {
   const struct {
-    std::array<const char*, 2> heard;
+    std::array<const char*, 2> advertised;
     std::int32_t wanted;
     std::array<const char*, 2> kept;
   } cases[] = {{{"KVXGL00001", "KVXGR00002"}, 2, {"KVXGL00001", "KVXGR00002"}},
@@ -289,10 +290,10 @@ TEST(OpeningRun, TheLeftGloveComesFirst)
                {{"KVXGL00001", "KVXGL00002"}, 2, {"KVXGL00001", "KVXGL00002"}},
                {{"KVXGR00001", "KVXGR00002"}, 2, {"KVXGR00002", "KVXGR00001"}},
                {{"KVXGR00001", "KVXGL00002"}, 1, {"KVXGR00001", ""}}};
-  for (const auto& [heard, wanted, kept] : cases) {
+  for (const auto& [advertised, wanted, kept] : cases) {
     Opening run;
-    run.right_.config.name = heard[0];
-    run.left_.config.name = heard[1];
+    run.right_.config.name = advertised[0];
+    run.left_.config.name = advertised[1];
     EXPECT_EQ(run.device_.open(wanted, {}, false), OpeningResult::done);
     for (std::size_t index = 0; index < modules.size(); ++index) {
       const BleModule& module = modules[index];
@@ -316,11 +317,11 @@ TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
   const auto kept = serialFilter;
   EXPECT_EQ(kept, (std::array<std::uint16_t, 2>{2, 7}));
   Opening run;
-  serialFilter = kept;  // which the fixture had reset
+  serialFilter = kept;  // the fixture has reset it
   EXPECT_EQ(code(run.device_.open(2, {}, false)), 31);
 }
 
-TEST_F(OpeningTest, AStopBeforeTheScanLeavesItUnbegun)
+TEST_F(OpeningTest, AStopBeforeTheScanPreventsIt)
 {
   stopAt(getInfo);
   EXPECT_EQ(device_.open(2, {}, false), OpeningResult::stopped);
@@ -336,7 +337,7 @@ TEST_F(OpeningTest, AStopFromAnotherThreadEndsTheOpening)
   EXPECT_TRUE(result == OpeningResult::stopped || result == OpeningResult::modulesMissing) << code(result);
 }
 
-TEST_F(OpeningTest, AModuleWithoutConfigurationGives70)
+TEST_F(OpeningTest, AModuleWithoutACccdReturns70)
 {
   modules[0].configHandle = 18;
   modules[0].state = ConnectionState::finish;
@@ -346,7 +347,7 @@ TEST_F(OpeningTest, AModuleWithoutConfigurationGives70)
   EXPECT_EQ(connectedCount, 0);
 }
 
-TEST(OpeningRun, AScanNamesItsFailures)
+TEST(OpeningRun, AScanReportsItsFailures)
 {
   const struct {
     std::function<void(OpeningTest&)> prepare;
@@ -376,11 +377,11 @@ TEST_F(OpeningTest, AScanLeavesNothingInTheReceiveBuffer)
   EXPECT_TRUE(port_.waiting.empty());
 }
 
-TEST_F(OpeningTest, AStateThatIsRightFromTheStartIsNoticedWithTheNextMessage)
+TEST_F(OpeningTest, AStateThatIsAlreadyReachedIsNoticedWithTheNextMessage)
 {
   openPort();
   modules[0].state = ConnectionState::connected;
-  platform_.clock.after(milliseconds(120), [this] { arrive(hex("80 00 08 00")); });  // unknown: not looked at
+  platform_.clock.after(milliseconds(120), [this] { arrive(hex("80 00 08 00")); });  // unknown: ignored
   platform_.clock.after(milliseconds(480), [this] { arrive(hex("80 00 00 06")); });
   EXPECT_EQ(waitForState(device_, 0, ConnectionState::connected, 1000), OpeningResult::done);
   EXPECT_EQ(nowMs(), 480);

@@ -1,4 +1,4 @@
-// The open link: poll, commands, connection interval, fetch, texts, and its end.
+// The open link: polling, commands, connection interval, fetching, texts and closing.
 
 #include "link/Connection.h"
 #include "tests/link/LinkFixture.h"
@@ -10,7 +10,7 @@ using std::chrono::milliseconds;
 
 class PollingTest : public DongleTest {
  protected:
-  // Both gloves, left and right, listening.
+  // Opens both gloves, left and right, listening.
   void open()
   {
     ASSERT_EQ(device_.open(2, {}, false), OpeningResult::done);
@@ -29,7 +29,7 @@ class PollingTest : public DongleTest {
   simulator::Glove& right_ = addGlove("KVXGR00018", 2);
 };
 
-TEST_F(LinkTest, APollForgivesOneSilenceAndCountsAnewAfterAMessage)
+TEST_F(LinkTest, APollToleratesOneSilenceAndCountsAgainAfterAMessage)
 {
   openPort();
   const auto message = [this] { arrive(hex("80 00 00 06")); };
@@ -80,7 +80,7 @@ TEST_F(PollingTest, APollSendsOneCommandAndNoneOutsideTheTable)
   EXPECT_EQ(noted("> "), 6) << "two commands in two writes each, two follow-ups";
 }
 
-TEST_F(PollingTest, ACommandCostsHalfASecondAndIsGoneEvenIfItCouldNotBeWritten)
+TEST_F(PollingTest, ACommandTakesHalfASecondAndIsRemovedEvenIfItsWriteFails)
 {
   open();
   port_.writeError = 5;
@@ -94,7 +94,7 @@ TEST_F(PollingTest, ACommandCostsHalfASecondAndIsGoneEvenIfItCouldNotBeWritten)
   EXPECT_TRUE(left_.commands().empty());
 }
 
-TEST_F(LinkTest, ACommandToAModuleThatIsNotConnectedIsWrittenAllTheSame)
+TEST_F(LinkTest, ACommandToAModuleThatIsNotConnectedIsStillWritten)
 {
   openPort();
   device_.enqueue(RemoteCommand(0x21, 1, 0xFE));
@@ -117,7 +117,7 @@ TEST_F(PollingTest, TheConnectionIntervalChangesBetween25And20Ms)
   EXPECT_EQ(intervalToggle, 3U);
 }
 
-// Queues so many frames of 17 samples in a store, the n-th of them filled with n.
+// Queues frames of 17 samples in a store, the n-th filled with n.
 void fill(PacketStore& store, int frames)
 {
   store.setPacketFormat(0);
@@ -132,14 +132,14 @@ void fill(PacketStore& store, int frames)
   }
 }
 
-TEST_F(PollingTest, AFetchTakesOneFrameOfEachGloveAndCutsTheFullerQueue)
+TEST_F(PollingTest, AFetchTakesOneFrameOfEachGloveAndTrimsTheLongerQueue)
 {
   open();
   const struct {
     int sensorCount, depth0, depth1;
     bool fetched;
     std::uint64_t backlog;
-    int taken0, taken1;  // which frame, counted from 1
+    int taken0, taken1;  // number of the frame, from 1
     std::size_t left0, left1;
     bool toggles;
   } cases[] = {
@@ -189,7 +189,7 @@ TEST_F(PollingTest, TheBatteryCodeIsTheLowerOneOfTheGlovesConnected)
   EXPECT_EQ(device_.batteryCode(), 17);
 }
 
-TEST_F(PollingTest, TheTextsTellOfEachModuleFound)
+TEST_F(PollingTest, TheTextsListEachModuleFound)
 {
   left_.config.buildTime = 0;
   left_.config.commit = 0xABC;
@@ -280,13 +280,13 @@ TEST_F(PollingTest, AModuleThatDoesNotAnswerDelaysTheCloseByASecondAndAQuarterAt
   port_.waiting.clear();
   const std::int64_t before = nowMs();
   device_.close();
-  // Four quarters reach a time-out and a fifth exceeds it; the response to the write of 00 00 comes after 1
+  // Four quarters reach a timeout and a fifth exceeds it; the response to the write of 00 00 arrives after 1
   // ms.
   EXPECT_NEAR(static_cast<double>(nowMs() - before), 2 * (300 + 1 + 700 + 175), 10);
   EXPECT_EQ(device_.port(), platform::closedPort);
 }
 
-TEST_F(PollingTest, ClosingAStoppedLinkStillStopsTheGlovesAndLeavesTheFlagUp)
+TEST_F(PollingTest, ClosingAStoppedLinkStopsTheGlovesAndRestoresTheFlag)
 {
   open();
   device_.raiseStop();
@@ -299,7 +299,7 @@ TEST_F(PollingTest, ClosingAStoppedLinkStillStopsTheGlovesAndLeavesTheFlagUp)
   EXPECT_TRUE(transcript_.empty()) << "a second close finds the port closed";
 }
 
-TEST_F(PollingTest, WhatAHandlerThrowsWhileClosingLeavesThePortClosedAndTheFlagUp)
+TEST_F(PollingTest, AnExceptionWhileClosingLeavesThePortClosedAndTheFlagRaised)
 {
   open();
   device_.raiseStop();
@@ -310,7 +310,7 @@ TEST_F(PollingTest, WhatAHandlerThrowsWhileClosingLeavesThePortClosedAndTheFlagU
   EXPECT_TRUE(device_.isStopRaised());
 }
 
-TEST_F(LinkTest, ANewDeviceTakesOverAndTheEndOfAnyLeavesNone)
+TEST_F(LinkTest, ANewDeviceBecomesCurrentAndDestroyingAnyLeavesNone)
 {
   modules[1].state = listening_measurements;
   foundCount = connectedCount = wantedCount = 2;
@@ -331,10 +331,10 @@ TEST_F(LinkTest, ANewDeviceTakesOverAndTheEndOfAnyLeavesNone)
   EXPECT_EQ(currentDevice, nullptr) << "though the third one lives";
 }
 
-TEST_F(DongleTest, TheLogTellsOfSuccessStopAndEnd)
+TEST_F(DongleTest, TheLogRecordsSuccessStopAndEnd)
 {
   addGlove("KVXGL00001");
-  // What a device logs that is stopped at this line of the transcript.
+  // The log of a device that is stopped at this line of the transcript.
   const auto logOf = [this](const std::string& stopLine) {
     log_.setLevel(2);
     {
@@ -348,7 +348,7 @@ TEST_F(DongleTest, TheLogTellsOfSuccessStopAndEnd)
   EXPECT_EQ(logOf("never"), "Successfully connected to device.\nDestroying BLE Device.\n");
   for (const char* stopLine : {"> 00 00 00 08", "> 00 01 06 02", "< 00 02 06 04 00 00"}) {
     EXPECT_EQ(logOf(stopLine), "Terminating.\nDestroying BLE Device.\n") << stopLine;
-    dongle_.receive(hex("00 00 06 04"));  // ends a scan that was left running
+    dongle_.receive(hex("00 00 06 04"));  // ends a scan that is still running
     platform_.clock.advance(milliseconds(10));
   }
 }

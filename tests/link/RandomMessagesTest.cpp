@@ -1,5 +1,5 @@
-// A million random, mutated and cut messages through every state: nothing leaves its buffer (the sanitizers
-// watch), nothing hangs, and what the handlers leave behind keeps its bounds.
+// A million random, mutated and truncated messages in every state: no access leaves its buffer (checked by
+// the sanitizers), nothing blocks, and all state stays within its bounds.
 
 #include <map>
 #include <random>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Messages that the link knows, connection and values to be mutated.
+// Messages known to the link, whose connection and values are mutated.
 const Bytes known[] = {
     hex("00 0C 00 08 01 00 04 00 02 00 82 00 03 00 01 02"),
     hex("00 03 03 00 00 00 00"),
@@ -52,7 +52,7 @@ class RandomMessages : public LinkTest {
     return bytes;
   }
 
-  // The link as it may stand at any moment.
+  // Puts the link into a random state.
   void shuffle()
   {
     connectedCount = static_cast<std::int32_t>(below(3));
@@ -119,7 +119,7 @@ TEST_F(RandomMessages, LeaveTheLinkWithinItsBounds)
       port_.written.clear();
     }
   }
-  // The dice reach every kind of end.
+  // Every kind of result must occur.
   EXPECT_GT(results[ReceiveResult::handled], messages / 4);
   EXPECT_GT(results[ReceiveResult::nothing], messages / 100);
   EXPECT_GT(results[ReceiveResult::unknown], messages / 100);

@@ -1,4 +1,4 @@
-// Which advertisements enter a module, and what is kept of them.
+// Which advertisements add a module, and what is stored of them.
 
 #include "link/Messages.h"
 #include "tests/link/LinkFixture.h"
@@ -7,8 +7,7 @@ namespace {
 
 using enum DiscoveryState;
 
-// A scan response with this advertising data. `claimed`: data length as the event states it, if not the true
-// one.
+// A scan response with this advertising data. `claimed`: the data length in the event, if wrong.
 Bytes scanResponse(std::uint8_t address, const Bytes& data, std::optional<std::size_t> claimed = {})
 {
   Bytes message = hex("80 00 06 00 C8 00 00 02 03 04 05 06 00 FF");
@@ -19,14 +18,14 @@ Bytes scanResponse(std::uint8_t address, const Bytes& data, std::optional<std::s
   return message;
 }
 
-// An advertising element of a name. `length`: as the element states it, if not the true one.
-Bytes nameElement(const std::string& name, std::uint8_t type = 9, std::optional<std::size_t> length = {})
+// An AD structure with a name. `length`: the length in the structure, if wrong.
+Bytes nameStructure(const std::string& name, std::uint8_t type = 9, std::optional<std::size_t> length = {})
 {
-  Bytes element(2 + name.size());
-  element[0] = static_cast<std::uint8_t>(length.value_or(name.size() + 1));
-  element[1] = type;
-  std::ranges::copy(name, element.begin() + 2);
-  return element;
+  Bytes structure(2 + name.size());
+  structure[0] = static_cast<std::uint8_t>(length.value_or(name.size() + 1));
+  structure[1] = type;
+  std::ranges::copy(name, structure.begin() + 2);
+  return structure;
 }
 
 Bytes operator+(Bytes left, const Bytes& right)
@@ -44,7 +43,7 @@ class ScanResponseTest : public LinkTest {
     wantedCount = 2;
   }
 
-  void hear(const Bytes& message)
+  void receive(const Bytes& message)
   {
     arrive(message);
     std::ignore = ble_receive_message(100);
@@ -56,7 +55,7 @@ class ScanResponseTest : public LinkTest {
   }
 };
 
-TEST_F(ScanResponseTest, AGloveIsKnownByItsCompleteName)
+TEST_F(ScanResponseTest, AGloveIsRecognisedByItsCompleteName)
 {
   const Bytes flags = hex("02 01 06");
   const std::string longName = "KVXGL00017" + std::string(200, '.');
@@ -66,36 +65,37 @@ TEST_F(ScanResponseTest, AGloveIsKnownByItsCompleteName)
     std::optional<std::string> name;
     std::uint8_t isLeft = 0;
   } cases[] = {
-      {"left", scanResponse(1, flags + nameElement("KVXGL00017")), "KVXGL00017", 1},
-      {"right", scanResponse(1, flags + nameElement("KVXGR00017")), "KVXGR00017"},
-      {"single", scanResponse(1, nameElement("KVXSS00017")), "KVXSS00017"},
-      {"letters alone", scanResponse(1, nameElement("KVXGL")), "KVXGL", 1},
-      {"behind a stranger's name", scanResponse(1, nameElement("LAMP") + nameElement("KVXGR1")), "KVXGR1"},
-      {"other prefix", scanResponse(1, nameElement("KVXGX00017")), std::nullopt},
-      {"shortened name", scanResponse(1, nameElement("KVXGL00017", 8)), std::nullopt},
+      {"left", scanResponse(1, flags + nameStructure("KVXGL00017")), "KVXGL00017", 1},
+      {"right", scanResponse(1, flags + nameStructure("KVXGR00017")), "KVXGR00017"},
+      {"single", scanResponse(1, nameStructure("KVXSS00017")), "KVXSS00017"},
+      {"letters alone", scanResponse(1, nameStructure("KVXGL")), "KVXGL", 1},
+      {"after another device's name", scanResponse(1, nameStructure("LAMP") + nameStructure("KVXGR1")),
+       "KVXGR1"},
+      {"other prefix", scanResponse(1, nameStructure("KVXGX00017")), std::nullopt},
+      {"shortened name", scanResponse(1, nameStructure("KVXGL00017", 8)), std::nullopt},
       {"no name", scanResponse(1, flags), std::nullopt},
       {"no data", scanResponse(1, {}), std::nullopt},
-      {"an element without a type is skipped", scanResponse(1, hex("00 00") + nameElement("KVXGR1")),
+      {"an AD structure without a type is skipped", scanResponse(1, hex("00 00") + nameStructure("KVXGR1")),
        "KVXGR1"},
-      {"letters compared beyond the element", scanResponse(1, nameElement("KVXGL00017", 9, 3)), "KV", 1},
-      {"an element of its type alone", scanResponse(1, nameElement("KVXGL00017", 9, 1)), "", 1},
-      {"an element longer than the data", scanResponse(1, nameElement("KVXGL00017", 9, 255)), "KVXGL00017",
+      {"letters compared beyond the structure", scanResponse(1, nameStructure("KVXGL00017", 9, 3)), "KV", 1},
+      {"a structure with only its type", scanResponse(1, nameStructure("KVXGL00017", 9, 1)), "", 1},
+      {"a structure longer than the data", scanResponse(1, nameStructure("KVXGL00017", 9, 255)), "KVXGL00017",
        1},
-      {"a name longer than the record", scanResponse(1, nameElement(longName)), longName.substr(0, 32), 1},
-      {"data that end before a type", scanResponse(1, flags + nameElement("KVXGL00017"), 4), std::nullopt},
+      {"a name longer than the record", scanResponse(1, nameStructure(longName)), longName.substr(0, 32), 1},
+      {"data that end before a type", scanResponse(1, flags + nameStructure("KVXGL00017"), 4), std::nullopt},
       {"a length of 0 before a name's type", scanResponse(1, hex("00 09 4B 56 58 47 4C")), std::nullopt},
-      {"a name cut by the data's end", scanResponse(1, nameElement("KVXGL00017"), 9), "KVXGL00", 1},
-      {"data that claim to go on behind the message", scanResponse(1, nameElement("KVXGL00017", 9, 40), 255),
-       "KVXGL00017" + std::string(22, '\0'), 1},
-      {"a name at the buffer's very end", scanResponse(1, Bytes(240, 0) + nameElement("KV"), 255),
+      {"a name cut by the data's end", scanResponse(1, nameStructure("KVXGL00017"), 9), "KVXGL00", 1},
+      {"data that claim to continue after the message",
+       scanResponse(1, nameStructure("KVXGL00017", 9, 40), 255), "KVXGL00017" + std::string(22, '\0'), 1},
+      {"a name at the buffer's very end", scanResponse(1, Bytes(240, 0) + nameStructure("KV"), 255),
        std::nullopt},
   };
   for (const auto& [what, message, name, isLeft] : cases) {
     modules = {};
     foundCount = 0;
     discoveryState = discovery_running;
-    hear(hex("80 FF 00 01") + Bytes(255, 0));  // a message that leaves zeros behind
-    hear(message);
+    receive(hex("80 FF 00 01") + Bytes(255, 0));  // fills the payload buffer with zeros
+    receive(message);
     ASSERT_EQ(foundCount, name ? 1 : 0) << what;
     if (!name) continue;
     EXPECT_EQ(nameOf(modules[0]), *name) << what;
@@ -106,12 +106,12 @@ TEST_F(ScanResponseTest, AGloveIsKnownByItsCompleteName)
 
 TEST_F(ScanResponseTest, AModuleIsEnteredOnce)
 {
-  hear(scanResponse(1, nameElement("KVXGL00017")));
-  hear(scanResponse(1, nameElement("KVXGR00099")));
+  receive(scanResponse(1, nameStructure("KVXGL00017")));
+  receive(scanResponse(1, nameStructure("KVXGR00099")));
   EXPECT_EQ(foundCount, 1);
   EXPECT_EQ(nameOf(modules[0]), "KVXGL00017");
   EXPECT_EQ(discoveryState, discovery_running);
-  hear(scanResponse(2, nameElement("KVXGR00099")));
+  receive(scanResponse(2, nameStructure("KVXGR00099")));
   EXPECT_EQ(foundCount, 2);
   EXPECT_EQ(discoveryState, discovery_enough);
 }
@@ -119,23 +119,23 @@ TEST_F(ScanResponseTest, AModuleIsEnteredOnce)
 TEST_F(ScanResponseTest, NothingIsEnteredOnceThereIsEnough)
 {
   wantedCount = 1;
-  hear(scanResponse(1, nameElement("KVXGR00001")));
+  receive(scanResponse(1, nameStructure("KVXGR00001")));
   EXPECT_EQ(discoveryState, discovery_enough);
   for (const auto state : {discovery_enough, discovery_ended}) {
     discoveryState = state;
-    hear(scanResponse(2, nameElement("KVXGL00002")));
+    receive(scanResponse(2, nameStructure("KVXGL00002")));
     EXPECT_EQ(foundCount, 1);
   }
 }
 
 TEST_F(ScanResponseTest, AThirdModuleFailsTheAssertionOfTheTable)
 {
-  hear(scanResponse(1, nameElement("KVXGL00001")));
-  hear(scanResponse(2, nameElement("KVXGL00002")));
+  receive(scanResponse(1, nameStructure("KVXGL00001")));
+  receive(scanResponse(2, nameStructure("KVXGL00002")));
   discoveryState = discovery_running;
   std::wstring report;
   try {
-    hear(scanResponse(3, nameElement("KVXGL00003")));
+    receive(scanResponse(3, nameStructure("KVXGL00003")));
   } catch (const wchar_t* text) {
     report = text;
   }
@@ -145,13 +145,13 @@ TEST_F(ScanResponseTest, AThirdModuleFailsTheAssertionOfTheTable)
   EXPECT_EQ(foundCount, 2);
 }
 
-TEST_F(ScanResponseTest, TheSerialFilterComparesTheFiveCharactersBehindTheLetters)
+TEST_F(ScanResponseTest, TheSerialFilterComparesTheFiveCharactersAfterTheLetters)
 {
   const struct {
     std::array<std::uint16_t, 2> filter;
     const char* name;
     bool passes;
-  } cases[] = {{{noSerialFilter, 17}, "KVXGL00018", true},  // the first place alone turns it on
+  } cases[] = {{{noSerialFilter, 17}, "KVXGL00018", true},  // only the first entry turns the filter on
                {{17, noSerialFilter}, "KVXGL00017", true},
                {{17, noSerialFilter}, "KVXGL00018", false},
                {{4, 17}, "KVXGL00017", true},
@@ -164,7 +164,7 @@ TEST_F(ScanResponseTest, TheSerialFilterComparesTheFiveCharactersBehindTheLetter
     serialFilter = filter;
     modules = {};
     foundCount = 0;
-    hear(scanResponse(1, nameElement(name)));
+    receive(scanResponse(1, nameStructure(name)));
     EXPECT_EQ(foundCount, passes ? 1 : 0) << name << " by " << filter[0] << ", " << filter[1];
   }
 }

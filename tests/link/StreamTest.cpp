@@ -1,4 +1,4 @@
-// Simulated gloves stream through the link: what is fetched against what was sent.
+// Simulated gloves stream through the link: compares the fetched frames with those sent.
 
 #include "tests/link/LinkFixture.h"
 
@@ -16,7 +16,7 @@ class StreamTest : public DongleTest {
     return glove;
   }
 
-  // What a host does: polls and fetches, up to this moment of link time.
+  // Polls and fetches as a host does, until this moment of link time.
   std::vector<std::vector<Framelet>> streamUntil(std::int64_t endMs, std::int32_t sensorCount)
   {
     std::vector<std::vector<Framelet>> sets;
@@ -32,7 +32,7 @@ class StreamTest : public DongleTest {
   std::map<const simulator::Glove*, std::vector<SentFrame>> sent_;
 };
 
-TEST_F(StreamTest, AMinuteOfTwoGlovesArrivesWhole)
+TEST_F(StreamTest, AMinuteOfTwoGlovesArrivesComplete)
 {
   const auto& left = addRecordedGlove("KVXGL00001", 1);
   const auto& right = addRecordedGlove("KVXGR00002", 2);
@@ -42,7 +42,7 @@ TEST_F(StreamTest, AMinuteOfTwoGlovesArrivesWhole)
   for (std::size_t index = 0; index < sets.size(); ++index) {
     const std::array gloves{&left, &right};
     for (std::size_t side = 0; side < gloves.size(); ++side) {
-      // A queue is cut when the other glove began later, so the number tells which frame it is.
+      // A queue is trimmed when the other glove started later, so the frame number identifies the frame.
       const Framelet& frame = sets[index][side];
       const SentFrame& sent = sent_[gloves[side]].at(static_cast<std::size_t>(frame.frameNumber));
       ASSERT_EQ(frame.samples, sent.samples) << index;
@@ -54,10 +54,10 @@ TEST_F(StreamTest, AMinuteOfTwoGlovesArrivesWhole)
   }
 }
 
-TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
+TEST_F(StreamTest, ALossCostsTheFramesThatItAffects)
 {
   constexpr std::uint64_t packets = 14;
-  constexpr std::uint64_t hit = 5;  // the frame that the fault falls into
+  constexpr std::uint64_t hit = 5;  // the frame with the fault
   const struct {
     const char* name;
     PacketFault fault;
@@ -78,7 +78,7 @@ TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
   streamUntil(nowMs() + 1000, 1);
   for (const auto& row : cases) {
     const auto begin = static_cast<std::int32_t>(sent_[&glove].size());
-    // Sampled and not yet sent packets of the frame before count as well.
+    // Includes packets of the previous frame that are sampled but not yet sent.
     std::uint64_t asked = 0;
     bool began = false;
     glove.faults.packetFault = [&](std::uint64_t number) {
@@ -97,7 +97,7 @@ TEST_F(StreamTest, ALossCostsTheFramesItFallsInto)
   }
 }
 
-TEST_F(StreamTest, ADroppedGloveShowsBySilenceAlone)
+TEST_F(StreamTest, ADisconnectedGloveIsOnlySilent)
 {
   auto& left = addRecordedGlove("KVXGL00001", 1);
   auto& right = addRecordedGlove("KVXGR00002", 2);

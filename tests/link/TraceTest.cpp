@@ -15,7 +15,7 @@ TEST(Trace, ShowsTickAndTextCutTo127Characters)
   EXPECT_EQ(platform.debugText, "TESL: [00001234] 5 " + std::string(125, 'x'));
 }
 
-TEST(HexDump, WritesNoFurtherThanTheOutput)
+TEST(HexDump, DoesNotWriteBeyondTheOutput)
 {
   std::array<char, 9> output{"before"};
   EXPECT_STREQ(ble_hex_dump({}, output), "before");

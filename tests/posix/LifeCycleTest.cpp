@@ -1,5 +1,4 @@
-// A host that opens and closes the gloves again and again over a real pseudo terminal: nothing may be left
-// behind.
+// A host that opens and closes the gloves repeatedly over a real pseudo terminal must leak nothing.
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -38,7 +37,7 @@ class LifeCycle : public testing::Test {
     return std::make_unique<HWTessel>(file.c_str(), standingClock, L"test");
   }
 
-  // Two lives of an object: one whose link opens, and one whose link fails for a faulty sensor. Each is
+  // Two life cycles: one whose link opens, and one whose link fails for a faulty sensor. Each object is
   // configured a second time, which fails, and must not keep the port from the next one.
   void liveTwice()
   {
@@ -58,7 +57,7 @@ class LifeCycle : public testing::Test {
   HostLog log_{0};
   static constexpr double speed = 100;
   bool followsClock_ = false;
-  // A hundred times as fast as real gloves, soon back after a restart, and with little to send.
+  // A hundred times as fast as real gloves, with a short restart time and little data.
   PtyGloves gloves_{folder_ / "dongle", speed,
                     [this](VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config) {
                       if (!std::exchange(followsClock_, true)) fast_time::follow(clock, speed);
@@ -81,7 +80,7 @@ TEST_F(LifeCycle, AThousandOpeningsLeaveNoDescriptorAndNoMemory)
     bytes = ::mallinfo2().uordblks;
   }
   EXPECT_EQ(openDescriptors(), descriptors);
-  // The simulated gloves' queues waver on their own thread. Anything that each cycle left would be more.
+  // The simulated gloves' queues vary on their own thread. A leak in each cycle would exceed this.
   constexpr std::size_t tolerated = 32 * std::size_t{cycles - warmUp};
   EXPECT_LT(::mallinfo2().uordblks, bytes + tolerated);
 }

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using platform::posix::PortEntry;
 
-// A tree laid out as the kernel does it: each tty is a link into the directory of its USB interface.
+// The directory layout of the kernel: each tty is a link into the directory of its USB interface.
 TEST(PortsFromSysfs, ListsUsbSerialDevicesDonglesFirstByNumber)
 {
   const TemporaryFolder folder;
@@ -46,7 +46,7 @@ TEST(PortsFromSysfs, ListsUsbSerialDevicesDonglesFirstByNumber)
   EXPECT_EQ(platform::posix::portsFromSysfs(folder / "nothing"), std::nullopt);
 }
 
-TEST(PortsFromText, ListsTheEntriesWhosePathIsThere)
+TEST(PortsFromText, ListsTheEntriesWhosePathExists)
 {
   const TemporaryFolder folder;
   folder.write("a", "");
@@ -69,12 +69,12 @@ TEST(PortsFromText, TheVariableReplacesTheSystemsListEvenWhenEmpty)
   EXPECT_EQ(platform::presentPorts(), std::vector<std::string>{"Anything (COM1)"});
 }
 
-TEST(DonglePath, IsTheEntryThatLookingForTheDongleFinds)
+TEST(DonglePath, IsTheEntryThatASearchForTheDongleFinds)
 {
   const std::string name = platform::dongleName;
   const struct {
     std::string variable;
-    const char* path;  // of the port that is found and opened
+    const char* path;  // of the port found and opened
   } cases[] = {
       {name + " (COM7)=/dev/tty", "/dev/tty"},
       {name + " (COM7) =/dev/tty", "/dev/tty"},

@@ -1,4 +1,4 @@
-// What is particular to ports over POSIX terminals, beside the conformance of the serial layer.
+// Properties of POSIX terminal ports beyond the conformance of the serial layer.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
+TEST(PosixPort, BytesReceivedBeforeTheDeviceWentAwayAreReturned)
 {
   SerialPeer peer;
   platform::PortHandle port = platform::closedPort;
@@ -34,7 +34,7 @@ TEST(PosixPort, WhatCameBeforeTheDeviceWentAwayIsDelivered)
   serialClose(port);
 }
 
-TEST(PosixPort, PurgingThrowsAwayWhatTheSystemStillHolds)
+TEST(PosixPort, PurgingDiscardsWhatTheSystemHolds)
 {
   SerialPeer peer;
   platform::PortHandle port = platform::closedPort;

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(PosixSystem, TheClockHasTwelveHoursAndAMarker)
+TEST(PosixSystem, TheTimeHasTwelveHoursWithAmAndPm)
 {
   // The time zones from UTC to 23 hours behind it show each hour of the day once.
   for (int behind = 0; behind < 24; ++behind) {

@@ -1,4 +1,4 @@
-// What the serial layer promises on every platform. The same cases run over the simulated platform and over a
+// Guarantees of the serial layer on every platform. The same cases run on the simulated platform and on a
 // real pseudo terminal; see SerialPeer.h.
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using Bytes = SerialPeer::Bytes;
 
-// The tick count of some systems moves in steps of so many milliseconds.
+// Resolution of the tick count on some systems, in ms.
 constexpr std::uint32_t rounding = 16;
 
 class SerialConformance : public testing::Test {
@@ -21,7 +21,7 @@ class SerialConformance : public testing::Test {
   void SetUp() override { ASSERT_EQ(serialOpen("COM7", port_), OpenResult::done); }
   void TearDown() override { serialClose(port_); }
 
-  // The bytes of a read that succeeded, or none.
+  // The bytes of a successful read, otherwise none.
   Bytes read(std::size_t count, std::uint32_t timeoutMs)
   {
     Bytes bytes(count);
@@ -32,7 +32,7 @@ class SerialConformance : public testing::Test {
 
   platform::PortHandle port_ = platform::closedPort;
   StopFlag stop_{0};
-  SerialPeer peer_;  // last: what it still does when it goes may use the others
+  SerialPeer peer_;  // last: its destructor may use the others
 };
 
 TEST_F(SerialConformance, EveryByteValuePassesUnchangedInBothDirections)
@@ -45,7 +45,7 @@ TEST_F(SerialConformance, EveryByteValuePassesUnchangedInBothDirections)
   EXPECT_EQ(peer_.receive(all.size()), all);
 }
 
-TEST_F(SerialConformance, BytesThatComeInPiecesAreOneRead)
+TEST_F(SerialConformance, OneReadJoinsBytesThatArriveInPieces)
 {
   peer_.send({1, 2, 3});
   peer_.after(20ms, [this] { peer_.send({4, 5, 6, 7}); });
@@ -59,12 +59,12 @@ TEST_F(SerialConformance, APartThatTimesOutIsLostAndTheNextReadStartsFresh)
   const std::uint32_t before = platform::tickCount();
   EXPECT_EQ(read(10, 40), Bytes());
   EXPECT_GE(platform::tickCount() - before + rounding, 80U)
-      << "each read of the system has the whole time-out";
+      << "each read of the system has the whole timeout";
   peer_.send({4, 5});
   EXPECT_EQ(read(2, 2000), Bytes({4, 5}));
 }
 
-TEST_F(SerialConformance, WithATimeoutOfZeroItTakesWhatIsThere)
+TEST_F(SerialConformance, ATimeoutOfZeroReadsWhatHasArrived)
 {
   peer_.send({1, 2, 3, 4});
   ASSERT_EQ(read(1, 2000), Bytes({1}));
@@ -72,7 +72,7 @@ TEST_F(SerialConformance, WithATimeoutOfZeroItTakesWhatIsThere)
   EXPECT_EQ(read(1, 0), Bytes());
 }
 
-TEST_F(SerialConformance, OpeningAgainAndPurgingThrowAwayWhatWasReceived)
+TEST_F(SerialConformance, OpeningAgainAndPurgingDiscardReceivedBytes)
 {
   peer_.send({1, 2, 3, 4});
   ASSERT_EQ(read(1, 2000), Bytes({1}));

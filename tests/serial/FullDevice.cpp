@@ -1,5 +1,5 @@
-// A device that takes nothing, which only real platforms have: over a pseudo terminal, and on the Windows
-// calls.
+// A device that accepts nothing, which only real platforms have: a pseudo terminal, and the Windows
+// functions.
 
 #include <gtest/gtest.h>
 
@@ -11,12 +11,12 @@
 namespace {
 
 #ifdef _WIN32
-constexpr std::uint32_t timedOut = 1460;  // ERROR_TIMEOUT: the system itself calls such a write a success
+constexpr std::uint32_t timedOut = 1460;  // ERROR_TIMEOUT, which Windows itself does not report here
 #else
 constexpr std::uint32_t timedOut = ETIMEDOUT;
 #endif
 
-TEST(FullDevice, EndsAWriteInTimeAndAWriteOfNothingAtAllFails)
+TEST(FullDevice, AWriteEndsInTimeAndFailsIfNothingWasWritten)
 {
   const SerialPeer peer;
   const platform::PortHandle port = platform::openPort("\\\\.\\COM7");

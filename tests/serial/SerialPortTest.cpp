@@ -1,4 +1,4 @@
-// The serial layer against a platform that misbehaves in ways that no real one can be asked for.
+// The serial layer on a platform with faults that no real one produces on demand.
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ TEST(FindPort, TakesTheFirstPresentPortThatMatches)
   EXPECT_EQ(serialFindPort("Radio"), -1);
 }
 
-TEST(FindPort, ANameIsTextEvenIfItLooksLikeAFormatAndLeavesRoomForTheNumber)
+TEST(FindPort, ANameIsNoFormatAndMustLeaveSpaceForTheNumber)
 {
   SimulatedPlatform platform;
   const std::string fits = "100%d%n" + std::string(245, 'x');
@@ -84,7 +84,7 @@ TEST_F(SerialPort, OpeningClosesAnOpenPortThenPurgesAndSetsTheTimeouts)
   EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 0, 0, 3000}));
 }
 
-TEST_F(SerialPort, AFailedOpeningSaysWhichStepFailedAndLeavesThePortClosed)
+TEST_F(SerialPort, AFailedOpenReportsItsStepAndLeavesThePortClosed)
 {
   for (const auto& [error, result] : {std::pair(&SimulatedPlatform::Port::setTimeoutsError, -2),
                                       std::pair(&SimulatedPlatform::Port::purgeError, -3)}) {
@@ -104,26 +104,27 @@ TEST_F(SerialPort, AReadOfNothingStillSetsTheTimeoutsAndLeavesThePortAlone)
   open();
   port_.timeouts = {1, 2, 3, 4, 5};
   EXPECT_EQ(serialRead(handle_, &stop_, {}, 250), ReadResult::nothing);
-  EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 250, 4, 5})) << "a write's time-outs stay";
+  EXPECT_EQ(port_.timeouts, (PortTimeouts{0xFFFFFFFF, 0, 250, 4, 5})) << "the write timeouts stay";
   EXPECT_EQ(port_.reads, 0);
 }
 
-TEST_F(SerialPort, ASplitReadGoesOnBehindTheBytesStillWanted)
+TEST_F(SerialPort, ASplitReadContinuesAfterTheBytesStillMissing)
 {
-  // Ten bytes that come as 3, 3, 3 and 1: the second piece lands at 7, the rest falls behind the buffer.
+  // Ten bytes that arrive as 3, 3, 3 and 1: the second piece is stored at 7, the rest falls beyond the
+  // buffer.
   open();
   receive({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
-  port_.mostPerRead = 3;
+  port_.maxPerRead = 3;
   Bytes guarded(14, 0xEE);
   EXPECT_EQ(serialRead(handle_, &stop_, std::span(guarded).subspan(2, 10), 100), ReadResult::filled);
   EXPECT_EQ(guarded, Bytes({0xEE, 0xEE, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 4, 5, 6, 0xEE, 0xEE}));
   EXPECT_EQ(port_.waiting, (std::deque<std::uint8_t>{11})) << "exactly ten bytes were taken from the port";
 }
 
-TEST_F(SerialPort, ASplitWriteGoesOnBehindTheBytesStillToGoAndSendsZeroesBeyondTheEnd)
+TEST_F(SerialPort, ASplitWriteContinuesAfterTheBytesStillMissingAndSendsZerosBeyondTheEnd)
 {
   open();
-  port_.mostPerWrite = 3;
+  port_.maxPerWrite = 3;
   EXPECT_EQ(serialWrite(handle_, stop_, Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10})), WriteResult::done);
   EXPECT_EQ(port_.written, Bytes({1, 2, 3, 8, 9, 10, 0, 0, 0, 0}));
 }
@@ -134,8 +135,7 @@ TEST_F(SerialPort, AFailedReadIsAFailureUnlessTheSystemNamesNoError)
   receive({1});
   Bytes bytes(1);
   port_.setTimeoutsError = 5;
-  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::filled)
-      << "a read does without new time-outs";
+  EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::filled) << "a read needs no new timeouts";
   port_.readError = 31;
   EXPECT_EQ(serialRead(handle_, &stop_, bytes, 100), ReadResult::failed);
   port_.readError = 0;
@@ -145,7 +145,7 @@ TEST_F(SerialPort, AFailedReadIsAFailureUnlessTheSystemNamesNoError)
   EXPECT_TRUE(serialIsAlive(handle_)) << "only a handle that the system does not know is dead";
 }
 
-TEST_F(SerialPort, AFailedWriteGivesTheSystemsErrorAndAnEmptyOneIgnoresTheFlag)
+TEST_F(SerialPort, AFailedWriteReturnsTheSystemsErrorAndAnEmptyOneIgnoresTheFlag)
 {
   open();
   port_.writeError = 1117;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-TEST(Assertion, AFailedOneThrowsItsTextWhichOutlivesTheUnwindingAndIsCutWhenLong)
+TEST(Assertion, AFailureThrowsItsTextWhichOutlivesUnwindingAndIsCutWhenLong)
 {
   checkAssertion(true, L"", L"", 0, L"");
   const wchar_t* caught = L"";

@@ -21,7 +21,7 @@ TEST(Folders, TheHostsMapIsInUseOrElseOneEmptyMap)
   folder::folders_ = nullptr;
 }
 
-TEST(Folder, IsTheTextThatNamesAreAppendedToAndIsMadeIfItIsNotThere)
+TEST(Folder, IsTheTextThatNamesAreAppendedToAndIsCreatedIfMissing)
 {
   const TemporaryFolder temporary;
   Folder folder(temporary.wide() + L"new/");

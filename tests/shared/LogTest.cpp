@@ -33,7 +33,7 @@ class Log : public testing::Test {
     return std::string("A_") + address + ".log";
   }
 
-  // What stands in the object's file behind the two header lines.
+  // The content of the object's file after the two header lines.
   std::string entries() const
   {
     const std::string text = temporary_.read(fileName());
@@ -71,7 +71,7 @@ TEST_F(Log, TheSystemLevelDecidesWhatIsWritten)
   }
 }
 
-TEST_F(Log, TheFirstRegistrationStandsAndAnObjectThatWasNeverAddedIsSilentUntilItIsRemoved)
+TEST_F(Log, TheFirstRegistrationIsKeptAndAnObjectThatWasNeverAddedIsSilentUntilItIsRemoved)
 {
   LogManager manager(1);
   manager.node(&object_, 1) << L"lost\n";
@@ -87,7 +87,7 @@ TEST_F(Log, TheFirstRegistrationStandsAndAnObjectThatWasNeverAddedIsSilentUntilI
   EXPECT_EQ(entries(), "1\n");
 }
 
-TEST_F(Log, AFileThatGoesOrCannotBeOpenedLosesNoLaterItem)
+TEST_F(Log, AFileThatDisappearsOrCannotBeOpenedLosesNoLaterItem)
 {
   LogManager manager(1);
   manager.add(&object_, L"A");
@@ -96,7 +96,7 @@ TEST_F(Log, AFileThatGoesOrCannotBeOpenedLosesNoLaterItem)
   manager.node(&object_, 1) << L"lost\n";
   std::filesystem::remove(temporary_ / fileName());
   manager.node(&object_, 1) << L"kept\n";
-  EXPECT_EQ(temporary_.read(fileName()), "kept\n") << "made anew, without a header";
+  EXPECT_EQ(temporary_.read(fileName()), "kept\n") << "created again, without a header";
 }
 
 TEST_F(Log, AFileThatCannotBeCreatedThrowsAWideString)
@@ -117,7 +117,7 @@ TEST_F(Log, ACopyOfANodeThatKeepsItsFileOpenOpensItAtOnceWithoutAHeader)
 {
   const LogManager manager(1);
   const LogManager::Node node(manager, temporary_.wide() + L"kept.log", true);
-  std::error_code stillOpen;  // a system may refuse to remove the file; then it is there all the same
+  std::error_code stillOpen;  // a system may refuse to remove an open file
   std::filesystem::remove(temporary_ / "kept.log", stillOpen);
   auto copy = std::make_unique<LogManager::Node>(node);
   EXPECT_TRUE(std::filesystem::exists(temporary_ / "kept.log"));
@@ -126,7 +126,7 @@ TEST_F(Log, ACopyOfANodeThatKeepsItsFileOpenOpensItAtOnceWithoutAHeader)
   EXPECT_EQ(temporary_.read("kept.log"), "copy\n");
 }
 
-TEST_F(Log, ANewManagerDeletesTheLogsOfTheRunBeforeAndNothingElse)
+TEST_F(Log, ANewManagerDeletesOnlyTheLogsOfThePreviousRun)
 {
   temporary_.write("old.log", "");
   temporary_.write("a.log.keep", "");
@@ -136,7 +136,8 @@ TEST_F(Log, ANewManagerDeletesTheLogsOfTheRunBeforeAndNothingElse)
   }
   EXPECT_EQ(temporary_.list(), "a.log.keep folder.log");
 
-  // Without a separator names are glued to the folder, and none of these is what the clean-up looks for.
+  // Without a separator file names are appended directly to the folder's name, and the clean-up must not
+  // match these files.
   temporary_.write("folder.log/in.log", "");
   temporary_.write("other.log", "");
   temporary_.write("folderother.log", "");
@@ -163,7 +164,7 @@ TEST_F(Log, FoldersMayHaveNamesOfAnyAlphabet)
   EXPECT_TRUE(std::filesystem::is_empty(*os::nativePath(path)));
 }
 
-TEST_F(Log, WithoutAManagerThereIsOneOfTheProcessItself)
+TEST_F(Log, WithoutAManagerTheProcessCreatesItsOwn)
 {
   EXPECT_THROW(logManager(-1), const wchar_t*) << "a negative level only fetches";
   LogManager* const own = logManager(1);

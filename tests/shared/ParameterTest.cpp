@@ -18,7 +18,7 @@ namespace {
 
 using parameter::Satelite;
 
-// One parameter of each type, with the values that a failed reading must not touch.
+// One parameter of each type, with values that a failed read must not change.
 std::wstring text;
 double fraction;
 std::int32_t number;
@@ -31,7 +31,7 @@ Satelite<std::vector<std::int32_t>> listSatelite(L"List", list);
 Satelite<bool> flagSatelite(L"Flag", flag);
 Satelite<std::int32_t> lowerCaseSatelite(L"number", number);
 
-// Each byte is a character.
+// A character set in which each byte is a character.
 class Latin1 final : public std::codecvt<wchar_t, char, std::mbstate_t> {
   result do_in(std::mbstate_t&, const char* from, const char* fromEnd, const char*& fromNext, wchar_t* to,
                wchar_t* toEnd, wchar_t*& toNext) const override
@@ -76,7 +76,7 @@ class Parameter : public testing::Test {
 constexpr const wchar_t* unchanged =
     L"Flag\t1\nFraction\t2.5\nList\t2 1 2\nNumber\t7\nText\t\"old\"\nnumber\t7\n";
 
-TEST_F(Parameter, ReadsRecordsAndCountsFaults)
+TEST_F(Parameter, ReadsRecordsAndCountsErrors)
 {
   struct Case {
     const wchar_t* input;
@@ -122,7 +122,7 @@ TEST_F(Parameter, ReadsRecordsAndCountsFaults)
   }
 }
 
-TEST_F(Parameter, ACountThatNoFileCouldHoldIsNoFaultAndLeavesTheList)
+TEST_F(Parameter, ACountThatIsTooLargeIsNoErrorAndKeepsTheList)
 {
   for (const wchar_t* count : {L"65537", L"18446744073709551615", L"-1"}) {
     std::wistringstream input(std::wstring(L"List ") + count + L" Number 9");
@@ -173,7 +173,7 @@ TEST_F(Parameter, AFileThatDoesNotOpenChangesNothing)
   EXPECT_EQ(values(), unchanged);
 }
 
-TEST_F(Parameter, DamagedFilesEndAndTouchNoOtherParameter)
+TEST_F(Parameter, DamagedFilesChangeNoOtherParameter)
 {
   const TemporaryFolder folder;
   std::string everyByte(256, '\0');
@@ -190,7 +190,7 @@ TEST_F(Parameter, DamagedFilesEndAndTouchNoOtherParameter)
   }
 }
 
-// A host's character set, in force for as long as an object lives.
+// Sets a host's character set while the object lives.
 class CharacterSet {
  public:
   explicit CharacterSet(const std::locale& locale) : before_(std::locale::global(locale)) {}
@@ -202,7 +202,7 @@ class CharacterSet {
   std::locale before_;
 };
 
-// Those that this system has. Latin-1 is our own, because few systems have it installed.
+// The character sets of this system. Latin-1 is implemented here, because few systems have it installed.
 std::map<std::string, std::locale> characterSets()
 {
   std::map<std::string, std::locale> sets{{"C", std::locale::classic()},
@@ -210,19 +210,19 @@ std::map<std::string, std::locale> characterSets()
   try {
     sets.emplace("UTF-8", std::locale("C.UTF-8"));
   } catch (const std::runtime_error&) {
-    // Windows has none.
+    // Windows has none of these locales.
   }
   return sets;
 }
 
-// The character set that takes each byte for a character: of Windows the C locale.
+// The character set in which each byte is a character: the C locale on Windows.
 #ifdef _WIN32
 constexpr const char* byteByByte = "C";
 #else
 constexpr const char* byteByByte = "none";
 #endif
 
-TEST_F(Parameter, NoByteOfAFileEndsItAndSavedItReadsTheSameInEveryLocale)
+TEST_F(Parameter, AFileWithAnyBytesIsReadToItsEndAndSurvivesSavingInEveryLocale)
 {
   const TemporaryFolder folder;
   const struct {
@@ -245,8 +245,7 @@ TEST_F(Parameter, NoByteOfAFileEndsItAndSavedItReadsTheSameInEveryLocale)
   for (auto& [set, locale] : characterSets()) {
     const CharacterSet inForce(locale);
     for (const auto& [name, bytes, expected] : cases) {
-      // The comment's byte must not take the rest with it, and neither must the value's, nor a mark of the
-      // byte order.
+      // Neither the comment's byte, the value's, nor a byte order mark may affect the rest.
       const std::string file = "\xEF\xBB\xBF// " + bytes + "\nText \"" + bytes + "\"\nNumber 9";
       reset();
       EXPECT_EQ(parameter::readFile(folder.write("settings.txt", file)), 2) << set << ", " << name;
@@ -260,7 +259,7 @@ TEST_F(Parameter, NoByteOfAFileEndsItAndSavedItReadsTheSameInEveryLocale)
       EXPECT_EQ(parameter::readFile(folder.wide() + L"saved"), 6) << set << ", " << name;
       EXPECT_EQ(text, once) << set << ", " << name;
     }
-    // What no file brought, but a host.
+    // A text that came from a host, not from a file.
     text = L"\u20AC";
     fraction = 1.5;
     EXPECT_EQ(parameter::writeFile(L"", folder.wide() + L"saved"), 6U) << set;
@@ -306,7 +305,7 @@ TEST_F(Parameter, ExpandReplacesReferences)
   }
   text = L"<Text>";
   EXPECT_NE(parameter::expand(L"<Text>").find(L"<Text>"), std::wstring::npos)
-      << "a value that names itself ends";
+      << "a value that refers to itself ends";
   text = L"<Text>" + std::wstring(100'000, L'x');
   EXPECT_LT(parameter::expand(L"<Text>").size(), 1'200'000U) << "and does not grow without end";
 }

@@ -69,7 +69,7 @@ TEST_F(NumberedAccess, ANoticeForOthersChangesNothing)
   EXPECT_EQ(takeNewest().timeStamp, 150U) << "the notice's clock of 50 was not noted";
 }
 
-TEST_F(NumberedAccess, ANoticeRepeatsZeroesThenTheNewestThenThePublished)
+TEST_F(NumberedAccess, ANoticeRepeatsZerosThenTheNewestThenThePublished)
 {
   store_.setModule(9);
   repeat(1, 100, 1 << 9);
@@ -90,7 +90,7 @@ TEST_F(NumberedAccess, ANoticeRepeatsZeroesThenTheNewestThenThePublished)
   EXPECT_EQ(takeNewest().samples, std::vector<std::uint16_t>(17, 0x4444));
 }
 
-TEST_F(NumberedAccess, ANoticeLeavesTheFrameInAssemblyAloneAndAlwaysCountsWithEightBits)
+TEST_F(NumberedAccess, ANoticeKeepsTheFrameBeingAssembledAndAlwaysHasAnEightBitCounter)
 {
   store_.setModule(0);
   store_.setPacketFormat(0);

@@ -1,4 +1,4 @@
-// Any bytes in any order: what holds between the store's parts must hold after every packet.
+// Random packets: invariants that must hold after every packet.
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ class RandomPackets : public testing::TestWithParam<std::uint32_t> {
 
   int upTo(int most) { return std::uniform_int_distribution<>(0, most)(random_); }
 
-  // Mostly what a glove would send next, now and then any bytes at all.
+  // Usually the packet that a glove would send next, sometimes random bytes.
   PacketBytes nextPacket(bool isCompact, unsigned expected)
   {
     PacketBytes bytes;
@@ -50,7 +50,7 @@ class RandomPackets : public testing::TestWithParam<std::uint32_t> {
   }
 };
 
-TEST_P(RandomPackets, LeaveTheInvariantsStanding)
+TEST_P(RandomPackets, KeepTheInvariants)
 {
   const bool isCompact = GetParam() == 0;
   PacketStore store;
@@ -65,7 +65,7 @@ TEST_P(RandomPackets, LeaveTheInvariantsStanding)
     SCOPED_TRACE("seed 20261121, step " + std::to_string(step) + "\n" + store.dump());
 
     ASSERT_EQ(after.expected == 0, after.bytestream == 0)
-        << "bytes are held exactly while a frame is in assembly";
+        << "bytes are held exactly while a frame is being assembled";
     const unsigned index = isCompact ? bytes[0] & 0x0FU : bytes[2];
     if (index != before.expected) {
       ASSERT_EQ(std::pair(result, after.expected), std::pair(10, 0U));

@@ -33,7 +33,7 @@ class CompactPackets : public testing::Test {
   PacketStore store_;
 };
 
-TEST_F(CompactPackets, AFrameByTheByteWithIgnoredBitsSet)
+TEST_F(CompactPackets, AFrameByteByByteWithIgnoredBitsSet)
 {
   store_.setModule(1);
   EXPECT_EQ(store_.addPacket(packet({0x50, 0xF3, 0x12, 0x34, 0x01, 0x02, 0xFF, 0xFE}, 0x11)), done);
@@ -51,19 +51,19 @@ TEST_F(CompactPackets, AFrameByTheByteWithIgnoredBitsSet)
   samples.resize(26, 0x3333);
   EXPECT_EQ(frame.samples, samples);
 
-  EXPECT_EQ(store_.batteryCode(), 0) << "the code comes with the beginning of the next frame";
+  EXPECT_EQ(store_.batteryCode(), 0) << "the code is updated when the next frame begins";
   store_.addPacket(packet({0x60, 0x03, 0x12, 0x35}));
   EXPECT_EQ(store_.batteryCode(), 27);
 }
 
 TEST_F(CompactPackets, ClocksWidenAndARepeatedClockCountsAsAWrap)
 {
-  // The very first clock meets a previous one of 0, so 0 is a repeat there.
+  // The first clock is compared with 0, so a clock of 0 is a repeat.
   const std::pair<int, std::uint32_t> cases[] = {{0, 65536},  {250, 65786}, {65535, 131071},
                                                  {0, 131072}, {0, 196608},  {7, 196615}};
-  for (const auto& [clock, stamp] : cases) {
+  for (const auto& [clock, timestamp] : cases) {
     add(compactFrame(0, clock, 2));
-    EXPECT_EQ(take().timeStamp, stamp);
+    EXPECT_EQ(take().timeStamp, timestamp);
   }
   for (int wrap = 3; wrap < 65536; ++wrap) {
     add(compactFrame(0, 0, 2));
@@ -85,8 +85,8 @@ TEST_F(CompactPackets, LossAndDoublingCostWholeFrames)
 {
   struct Case {
     const char* name;
-    std::size_t lost;     // index of the packet of the second frame that does not arrive
-    std::size_t doubled;  // index of its packet that arrives twice
+    std::size_t lost;     // index of the lost packet of the second frame
+    std::size_t doubled;  // index of its doubled packet
     std::string kept;
   };
   constexpr std::size_t none = 99;
@@ -141,7 +141,7 @@ TEST_F(CompactPackets, TheBatteryCodeNeedsBothHalvesOfOneFrameEvenAnIncompleteOn
   EXPECT_EQ(codeAfter({packet({1, 0xF0}), packet({2, 0xEF})}), 15);
 }
 
-TEST_F(CompactPackets, TakingCutsAFullerQueueToTwoOnlyWhenAsked)
+TEST_F(CompactPackets, TakingTrimsTheQueueToTwoOnlyOnRequest)
 {
   for (int counter = 0; counter < 9; ++counter) {
     add(compactFrame(counter, counter, 2));
@@ -170,7 +170,7 @@ class ExtendedPackets : public testing::Test {
   std::vector<Framelet> out_;
 };
 
-TEST_F(ExtendedPackets, AFrameByTheByte)
+TEST_F(ExtendedPackets, AFrameByteByByte)
 {
   EXPECT_EQ(store_.addPacket(first(200, 3)), done);
   EXPECT_EQ(store_.addPacket(packet({0xFF, 0xFF, 1, 4, 0x0A, 0x0B, 0x0C, 0x0D}, 0x77)), done);
@@ -198,7 +198,7 @@ TEST_F(ExtendedPackets, TheCounterIsWidenedByEightBitsUntilTheStoreWasOnceCompac
   }
 }
 
-TEST_F(ExtendedPackets, AFaultOrHalfASampleThrowsTheCompleteFrameAway)
+TEST_F(ExtendedPackets, AFaultOrHalfASampleDiscardsTheCompleteFrame)
 {
   store_.addPacket(first(1, 2, 5));
   EXPECT_EQ(store_.addPacket(packet({0, 0, 1, 2})), refused);
@@ -207,9 +207,9 @@ TEST_F(ExtendedPackets, AFaultOrHalfASampleThrowsTheCompleteFrameAway)
   EXPECT_NE(store_.dump().find("Framelets size: 0, published: 0 completed: 2\n"), std::string::npos);
 }
 
-TEST_F(ExtendedPackets, APayloadLongerThanThePacketRunsOnAndEndsInZeroes)
+TEST_F(ExtendedPackets, APayloadLongerThanThePacketContinuesBehindItAndEndsInZeros)
 {
-  // Exactly as many bytes in memory as may be read, so that a sanitizer sees a step too far.
+  // Exactly as many bytes as may be read, so that a sanitizer detects an overrun.
   const std::unique_ptr<std::uint8_t[]> behind(new std::uint8_t[4]{0x51, 0x52, 0x53, 0x54});
   const std::vector<std::uint16_t> ends{0x5152, 0x5354, 0, 0};
   for (const std::size_t more : {0U, 1U, 2U, 4U}) {
