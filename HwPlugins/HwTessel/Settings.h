@@ -49,7 +49,7 @@ inline constexpr std::array keys{
     Key{L"TesselTimeDivisor", &Values::timeDivisor, "Device clock ticks per millisecond."},
     Key{L"TesselElementCount", &Values::elementCount, "Sensor elements in a record, all gloves together."},
     Key{L"TesselNumSensors", &Values::numSensors, "Gloves in a record: 1 or 2."},
-    Key{L"TesselAuxCount", &Values::auxCount, "Elements behind them that the host fills."},
+    Key{L"TesselAuxCount", &Values::auxCount, "Elements after them that the host fills."},
     Key{L"TesselReadTimeout", &Values::readTimeout, "Milliseconds without a frame that make a read fail."},
     Key{L"TesselWriteTimeout", &Values::writeTimeout, "Carried along, without effect."},
     Key{L"TesselNumBleModules", &Values::numBleModules, "Gloves to connect to: 1 or 2."},

@@ -59,8 +59,8 @@ TEST_P(RandomPackets, KeepTheInvariants)
   int frames = 0;
   for (int step = 0; step < 100'000; ++step) {
     const PacketBytes bytes = nextPacket(isCompact, before.expected);
-    std::vector<std::uint8_t> behind(static_cast<std::size_t>(upTo(30)));
-    const int result = store.addPacket(bytes, behind);
+    std::vector<std::uint8_t> following(static_cast<std::size_t>(upTo(30)));
+    const int result = store.addPacket(bytes, following);
     const State after = stateOf(store);
     SCOPED_TRACE("seed 20261121, step " + std::to_string(step) + "\n" + store.dump());
 

@@ -210,12 +210,12 @@ TEST_F(ExtendedPackets, AFaultOrHalfASampleDiscardsTheCompleteFrame)
 TEST_F(ExtendedPackets, APayloadLongerThanThePacketContinuesBehindItAndEndsInZeros)
 {
   // Exactly as many bytes as may be read, so that a sanitizer detects an overrun.
-  const std::unique_ptr<std::uint8_t[]> behind(new std::uint8_t[4]{0x51, 0x52, 0x53, 0x54});
+  const std::unique_ptr<std::uint8_t[]> following(new std::uint8_t[4]{0x51, 0x52, 0x53, 0x54});
   const std::vector<std::uint16_t> ends{0x5152, 0x5354, 0, 0};
   for (const std::size_t more : {0U, 1U, 2U, 4U}) {
     store_.addPacket(first(0, 2));
     const PacketBytes later = packet({0, 0, 1, static_cast<int>(16 + 2 * more)}, 0x22);
-    ASSERT_EQ(store_.addPacket(later, {behind.get(), 4}), done);
+    ASSERT_EQ(store_.addPacket(later, {following.get(), 4}), done);
     ASSERT_EQ(store_.takeFramelet(out_, false), done);
     const auto& samples = out_.back().samples;
     ASSERT_EQ(samples.size(), 14 + more);

@@ -82,7 +82,7 @@ class BleDevice : public Transport {
   OpeningResult startModule(std::uint32_t index, bool skipSensorCheck);
   OpeningResult stopIfRaised();
   void probeAfterErrors();
-  void sendNextCommand();  // there must be one
+  void sendNextCommand();  // the queue must not be empty
   void disconnectModule(std::uint32_t index);
 
   std::deque<RemoteCommand> commands_;  // oldest first

@@ -25,7 +25,7 @@ void PacketStore::setPacketFormat(std::uint32_t format)
   if (format == 0) counterShift_ = 4;
 }
 
-int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> behind)
+int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> following)
 {
   const bool isCompact = packetFormat_ == 0;
   const std::uint8_t index = isCompact ? compact::index(packet) : extended::index(packet);
@@ -38,7 +38,7 @@ int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> behind)
   }
   ++expectedPacket_;
   if (index == 0) return isCompact ? startCompactFrame(packet) : startExtendedFrame(packet);
-  return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, behind);
+  return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, following);
 }
 
 void PacketStore::startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount)
@@ -77,16 +77,16 @@ int PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
 }
 
 int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
-                                       std::span<const std::uint8_t> behind)
+                                       std::span<const std::uint8_t> following)
 {
   // Intentional: the length is not limited, and a longer payload continues into the bytes after the packet.
   const std::size_t length = extended::payloadLength(packet);
   const auto inPacket = packet.subspan<extended::laterHeader>();
   const std::size_t taken = std::min(length, inPacket.size());
-  const std::size_t takenBehind = std::min(length - taken, behind.size());
+  const std::size_t takenFollowing = std::min(length - taken, following.size());
   bytestream_.append(inPacket.first(taken));
-  bytestream_.append(behind.first(takenBehind));
-  bytestream_.appendZeros(length - taken - takenBehind);
+  bytestream_.append(following.first(takenFollowing));
+  bytestream_.appendZeros(length - taken - takenFollowing);
   return index == lastPacket_ ? completeFrame() : done;
 }
 

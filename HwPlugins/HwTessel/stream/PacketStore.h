@@ -42,9 +42,9 @@ class PacketStore {
   // 0: compact packets. Anything else: extended packets.
   void setPacketFormat(std::uint32_t format);
 
-  // Processes the next packet. `behind` is the readable memory after it in the received message: an extended
-  // packet may claim more payload than fits into it. Missing payload reads as zero.
-  int addPacket(Packet packet, std::span<const std::uint8_t> behind = {});
+  // Processes the next packet. `following` is the readable memory after it in the received message: an
+  // extended packet may claim more payload than fits into it. Missing payload reads as zero.
+  int addPacket(Packet packet, std::span<const std::uint8_t> following = {});
 
   // Appends the oldest framelet to `out` and removes it from the queue; `trim` first discards all but the
   // newest two. `unusable` if there is none; `out` is then unchanged.
@@ -77,7 +77,7 @@ class PacketStore {
   int startCompactFrame(Packet packet);
   int startExtendedFrame(Packet packet);
   int continueCompactFrame(Packet packet, std::uint8_t index);
-  int continueExtendedFrame(Packet packet, std::uint8_t index, std::span<const std::uint8_t> behind);
+  int continueExtendedFrame(Packet packet, std::uint8_t index, std::span<const std::uint8_t> following);
   int completeFrame();
   int publish();
   void widenClock(std::uint16_t clock);
