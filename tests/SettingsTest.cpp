@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <sstream>
 
 #include "shared/Parameter.h"
@@ -65,5 +68,27 @@ TEST(Settings, TheTwelveKeysHaveTheirDefaultsAndReachTheirVariables)
   EXPECT_EQ(parameter::readStream(text), 12);
   expectRead(settings::current);
 }
+
+#ifdef TESSEL_README
+// What people read is what the table says.
+TEST(Settings, TheReadmeListsEachKeyWithItsDefault)
+{
+  std::ifstream file(TESSEL_README);
+  const std::string readme{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  settings::Values defaults;
+  const settings::Binding binding(defaults);
+  const std::regex row("\\n\\| `(Tessel|FileVersion)");
+  EXPECT_EQ(std::distance(std::sregex_iterator(readme.begin(), readme.end(), row), std::sregex_iterator()),
+            static_cast<std::ptrdiff_t>(settings::keys.size()));
+  for (const settings::Key& key : settings::keys) {
+    const std::wstring wide = key.name;
+    const std::wstring value = binding.registry().at(wide)->toString();
+    const std::string name(wide.begin(), wide.end());
+    const std::string shown = value == L"\"\"" ? "empty" : std::string(value.begin(), value.end());
+    EXPECT_TRUE(std::regex_search(readme, std::regex("\n\\| `" + name + "` \\|[^|]*\\| " + shown + " \\|")))
+        << name;
+  }
+}
+#endif
 
 }  // namespace

@@ -1,0 +1,113 @@
+#include "host/base/PartFile.h"
+
+#include <gtest/gtest.h>
+
+#include "host/base/Failure.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Kind = PartFile::Kind;
+
+class PartFiles : public testing::Test {
+ public:
+  void grow(const PartFile& part, const std::string& text) const
+  {
+    folder_.write(part.growing().filename().string(), text);
+  }
+
+  // The words with which an output is refused; empty if it is not.
+  std::string refusal(const std::string& name, Kind kind, bool replaces) const
+  {
+    try {
+      const PartFile part(folder_ / name, kind, replaces);
+      return "";
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.code(), ExitCode::output);
+      EXPECT_FALSE(failure.advice().empty());
+      return failure.what();
+    }
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(PartFiles, WhatGrowsHasItsNameOnlyWhenItIsWhole)
+{
+  {
+    PartFile part(folder_ / "run.csv", Kind::file, false);
+    grow(part, "whole");
+    EXPECT_EQ(folder_.list(), "run.csv.part");
+    part.settle();
+  }
+  EXPECT_EQ(folder_.read("run.csv"), "whole");
+  {
+    const PartFile unwanted(folder_ / "other.csv", Kind::file, false);
+  }
+  {
+    PartFile cut(folder_ / "third.csv", Kind::file, false);
+    cut.keep(true);
+  }
+  EXPECT_EQ(folder_.list(), "run.csv third.csv.part");
+}
+
+TEST_F(PartFiles, NothingThatIsThereIsLost)
+{
+  folder_.write("run.csv", "old");
+  folder_.write("left.csv.part", "left");
+  fs::create_directory(folder_ / "folder");
+  folder_.write("folder/notes", "mine");
+  const struct {
+    const char* name;
+    Kind kind;
+    bool replaces;
+    const char* words;  // empty: it is taken
+  } cases[] = {
+      {"run.csv", Kind::file, false, "is there already"},
+      {"run.csv", Kind::file, true, ""},
+      {"run.csv", Kind::folder, true, "as a file"},
+      {"left.csv", Kind::file, false, "is left of a run"},
+      {"folder", Kind::file, true, "as a folder"},
+      {"folder", Kind::folder, false, "is there already"},
+      {"folder", Kind::folder, true, "holds more than a recording"},
+      {"nowhere/run.csv", Kind::file, false, "can't be made"},
+  };
+  for (const auto& [name, kind, replaces, words] : cases) {
+    const std::string said = refusal(name, kind, replaces);
+    EXPECT_TRUE(*words == '\0' ? said.empty() : said.find(words) != std::string::npos)
+        << name << ": " << said;
+  }
+  EXPECT_EQ(folder_.read("run.csv"), "old") << "it was not settled";
+  EXPECT_EQ(folder_.read("left.csv.part"), "left");
+  EXPECT_EQ(folder_.read("folder/notes"), "mine");
+}
+
+TEST_F(PartFiles, TwoRunsDoNotShareAName)
+{
+  const PartFile first(folder_ / "run.csv", Kind::file, false);
+  EXPECT_NE(refusal("run.csv", Kind::file, true).find("another run"), std::string::npos);
+}
+
+TEST_F(PartFiles, ANameThatAppearsMeanwhileIsNotTakenAway)
+{
+  {
+    PartFile part(folder_ / "run.csv", Kind::file, false);
+    grow(part, "new");
+    folder_.write("run.csv", "somebody else's");
+    EXPECT_THROW(part.settle(), Failure);
+  }
+  EXPECT_EQ(folder_.read("run.csv"), "somebody else's");
+  EXPECT_EQ(folder_.read("run.csv.part"), "new");
+}
+
+TEST_F(PartFiles, StandardOutputHasNoPlace)
+{
+  for (const char* name : {"-", "/dev/stdout"}) {
+    PartFile part(name, Kind::file, false);
+    EXPECT_FALSE(part.hasPlace()) << name;
+    part.settle();
+  }
+}
+
+}  // namespace
