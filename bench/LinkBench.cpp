@@ -105,7 +105,7 @@ void poll(benchmark::State& state)
     }
     state.PauseTiming();
     taken.clear();
-    while (stream_state::stores[0].takeFramelet(taken, false) == PacketStore::done) {
+    while (stream_state::stores[0].takeFramelet(taken, false) == PacketStore::Result::done) {
     }
     if (taken.size() != framesInRun) return state.SkipWithError("frames were lost");
     state.ResumeTiming();

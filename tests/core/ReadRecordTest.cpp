@@ -34,7 +34,7 @@ class ReadRecordTest : public CoreTest {
         packet[at + 1] = ++sample;
       }
       stores[glove].setPacketFormat(0);
-      ASSERT_EQ(stores[glove].addPacket(packet), PacketStore::done);
+      ASSERT_EQ(stores[glove].addPacket(packet), PacketStore::Result::done);
     }
   }
 

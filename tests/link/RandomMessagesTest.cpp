@@ -83,7 +83,7 @@ class RandomMessages : public LinkTest {
     }
     std::vector<Framelet> frames;
     for (PacketStore& store : stores) {
-      while (store.takeFramelet(frames, false) == PacketStore::done) {
+      while (store.takeFramelet(frames, false) == PacketStore::Result::done) {
         ASSERT_LE(frames.back().samples.size(), 256U * 255 / 2);
         frames.clear();
       }

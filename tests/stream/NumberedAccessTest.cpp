@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int done = 0, unusable = 5;
+using enum PacketStore::Result;
 
 class NumberedAccess : public testing::Test {
  protected:

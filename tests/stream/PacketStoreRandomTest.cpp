@@ -60,7 +60,7 @@ TEST_P(RandomPackets, KeepTheInvariants)
   for (int step = 0; step < 100'000; ++step) {
     const PacketBytes bytes = nextPacket(isCompact, before.expected);
     std::vector<std::uint8_t> following(static_cast<std::size_t>(upTo(30)));
-    const int result = store.addPacket(bytes, following);
+    const PacketStore::Result result = store.addPacket(bytes, following);
     const State after = stateOf(store);
     SCOPED_TRACE("seed 20261121, step " + std::to_string(step) + "\n" + store.dump());
 
@@ -68,11 +68,11 @@ TEST_P(RandomPackets, KeepTheInvariants)
         << "bytes are held exactly while a frame is being assembled";
     const unsigned index = isCompact ? bytes[0] & 0x0FU : bytes[2];
     if (index != before.expected) {
-      ASSERT_EQ(std::pair(result, after.expected), std::pair(10, 0U));
+      ASSERT_EQ(std::pair(result, after.expected), std::pair(PacketStore::Result::refused, 0U));
     }
     const bool completes = index == before.expected && index != 0 && static_cast<int>(index) == before.last;
     ASSERT_EQ(after.completed, before.completed + (completes ? 1 : 0));
-    const bool queues = completes && result == 0;
+    const bool queues = completes && result == PacketStore::Result::done;
     ASSERT_EQ(after.framelets, before.framelets + (queues ? 1 : 0));
     if (queues) {
       ++frames;

@@ -8,7 +8,11 @@
 
 namespace {
 
-constexpr int done = 0, unusable = 5, refused = 10;
+using enum PacketStore::Result;
+
+// The published values.
+static_assert(static_cast<int>(done) == 0 && static_cast<int>(unusable) == 5 &&
+              static_cast<int>(refused) == 10);
 
 class CompactPackets : public testing::Test {
  protected:

@@ -38,14 +38,14 @@ bool BleDevice::fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCou
   const std::size_t depth0 = stores[0].frameletCount();
   if (sensorCount == 1) {
     backlog = depth0;
-    return stores[0].takeFramelet(frames, false) == PacketStore::done;
+    return stores[0].takeFramelet(frames, false) == PacketStore::Result::done;
   }
 
   const std::size_t depth1 = stores[1].frameletCount();
   if (depth0 == 0 || depth1 == 0) return false;
   backlog = std::max(depth0, depth1);
-  if (stores[0].takeFramelet(frames, depth0 >= depth1) != PacketStore::done ||
-      stores[1].takeFramelet(frames, depth1 >= depth0) != PacketStore::done) {
+  if (stores[0].takeFramelet(frames, depth0 >= depth1) != PacketStore::Result::done ||
+      stores[1].takeFramelet(frames, depth1 >= depth0) != PacketStore::Result::done) {
     frames.clear();
     return false;
   }

@@ -42,21 +42,21 @@ std::int32_t PacketStore::nextNumber(std::int32_t frameNumber) const
   return next == framelets_.end() ? -1 : next->frameNumber;
 }
 
-int PacketStore::takeNumbered(std::vector<Framelet>& out, std::int32_t frameNumber)
+PacketStore::Result PacketStore::takeNumbered(std::vector<Framelet>& out, std::int32_t frameNumber)
 {
   const auto found = findNumber(framelets_, frameNumber);
-  if (found == framelets_.end()) return unusable;
+  if (found == framelets_.end()) return Result::unusable;
   out.push_back(*found);
   published_.push_back(*found);
   if (published_.size() > 1) published_.pop_front();
   framelets_.erase(framelets_.begin(), found + 1);
-  return done;
+  return Result::done;
 }
 
-int PacketStore::addRepeat(Packet notice)
+PacketStore::Result PacketStore::addRepeat(Packet notice)
 {
   const auto moduleBit = static_cast<std::uint16_t>(1U << (static_cast<std::uint32_t>(module_) % 32));
-  if ((extended::moduleMask(notice) & moduleBit) == 0) return done;
+  if ((extended::moduleMask(notice) & moduleBit) == 0) return Result::done;
   widenClock(extended::clock(notice));
   widenCounter(extended::counter(notice), 8);  // always the width of a notice, whatever that of the packets
 
@@ -73,7 +73,7 @@ int PacketStore::addRepeat(Packet notice)
   repeated.frameNumber = frameNumber_;
   repeated.timeStamp = timeStamp_;
   framelets_.push_back(std::move(repeated));
-  return done;
+  return Result::done;
 }
 
 std::string PacketStore::report() const

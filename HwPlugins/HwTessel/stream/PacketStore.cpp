@@ -25,7 +25,7 @@ void PacketStore::setPacketFormat(std::uint32_t format)
   if (format == 0) counterShift_ = 4;
 }
 
-int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> following)
+PacketStore::Result PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> following)
 {
   const bool isCompact = packetFormat_ == 0;
   const std::uint8_t index = isCompact ? compact::index(packet) : extended::index(packet);
@@ -34,7 +34,7 @@ int PacketStore::addPacket(Packet packet, std::span<const std::uint8_t> followin
     // frames.
     bytestream_.clear();
     expectedPacket_ = 0;
-    return refused;
+    return Result::refused;
   }
   ++expectedPacket_;
   if (index == 0) return isCompact ? startCompactFrame(packet) : startExtendedFrame(packet);
@@ -49,7 +49,7 @@ void PacketStore::startFrame(std::uint16_t clock, std::uint8_t counter, std::uin
   bytestream_.clear();
 }
 
-int PacketStore::startCompactFrame(Packet packet)
+PacketStore::Result PacketStore::startCompactFrame(Packet packet)
 {
   startFrame(compact::clock(packet), compact::counter(packet), compact::packetCount(packet));
   bytestream_.append(packet.subspan<compact::firstHeader>());
@@ -57,27 +57,27 @@ int PacketStore::startCompactFrame(Packet packet)
   if (batteryLow_ >= 0 && batteryHigh_ >= 0) batteryCode_ = batteryLow_ + batteryHigh_;
   batteryLow_ = -1;
   batteryHigh_ = -1;
-  return done;
+  return Result::done;
 }
 
-int PacketStore::startExtendedFrame(Packet packet)
+PacketStore::Result PacketStore::startExtendedFrame(Packet packet)
 {
   startFrame(extended::clock(packet), extended::counter(packet), extended::packetCount(packet));
   bytestream_.append(packet.subspan<extended::firstHeader>());
   frameFault_ = extended::fault(packet);
-  return done;
+  return Result::done;
 }
 
-int PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
+PacketStore::Result PacketStore::continueCompactFrame(Packet packet, std::uint8_t index)
 {
   if (index == 1) batteryLow_ = compact::batteryLow(packet);
   if (index == 2) batteryHigh_ = compact::batteryHigh(packet);
   bytestream_.append(packet.subspan<compact::laterHeader>());
-  return index == lastPacket_ ? completeFrame() : done;
+  return index == lastPacket_ ? completeFrame() : Result::done;
 }
 
-int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
-                                       std::span<const std::uint8_t> following)
+PacketStore::Result PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
+                                                       std::span<const std::uint8_t> following)
 {
   // Intentional: the length is not limited, and a longer payload continues into the bytes after the packet.
   const std::size_t length = extended::payloadLength(packet);
@@ -87,22 +87,22 @@ int PacketStore::continueExtendedFrame(Packet packet, std::uint8_t index,
   bytestream_.append(inPacket.first(taken));
   bytestream_.append(following.first(takenFollowing));
   bytestream_.appendZeros(length - taken - takenFollowing);
-  return index == lastPacket_ ? completeFrame() : done;
+  return index == lastPacket_ ? completeFrame() : Result::done;
 }
 
-int PacketStore::completeFrame()
+PacketStore::Result PacketStore::completeFrame()
 {
   ++completed_;
-  const int result = publish();
+  const Result result = publish();
   bytestream_.clear();
   expectedPacket_ = 0;
   return result;
 }
 
-int PacketStore::publish()
+PacketStore::Result PacketStore::publish()
 {
-  if (frameFault_ != 0) return refused;
-  if (bytestream_.size() % 2 != 0) return unusable;
+  if (frameFault_ != 0) return Result::refused;
+  if (bytestream_.size() % 2 != 0) return Result::unusable;
   Framelet framelet{.module = module_, .frameNumber = frameNumber_, .timeStamp = timeStamp_, .samples = {}};
   framelet.samples.resize(bytestream_.size() / 2);
   const std::uint8_t* bytes = bytestream_.data();
@@ -111,7 +111,7 @@ int PacketStore::publish()
     bytes += 2;
   }
   framelets_.push_back(std::move(framelet));
-  return done;
+  return Result::done;
 }
 
 void PacketStore::widenClock(std::uint16_t clock)
@@ -130,13 +130,13 @@ void PacketStore::widenCounter(std::uint8_t counter, unsigned shift)
   lastCounter_ = counter;
 }
 
-int PacketStore::takeFramelet(std::vector<Framelet>& out, bool trim)
+PacketStore::Result PacketStore::takeFramelet(std::vector<Framelet>& out, bool trim)
 {
-  if (framelets_.empty()) return unusable;
+  if (framelets_.empty()) return Result::unusable;
   while (trim && framelets_.size() > trimmedDepth) {
     framelets_.pop_front();
   }
   out.push_back(std::move(framelets_.front()));
   framelets_.pop_front();
-  return done;
+  return Result::done;
 }

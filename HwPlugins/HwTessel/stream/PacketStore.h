@@ -29,10 +29,12 @@ class PacketStore {
   static constexpr std::size_t packetSize = 20;
   using Packet = std::span<const std::uint8_t, packetSize>;
 
-  // Results of the operations that can fail.
-  static constexpr int done = 0;
-  static constexpr int unusable = 5;  // nothing queued, or a complete frame with half a sample
-  static constexpr int refused = 10;  // packet out of sequence, or a complete frame that carries a fault
+  // May be ignored: a frame that is lost shows in the numbers of those that follow.
+  enum class Result : int {
+    done = 0,
+    unusable = 5,  // nothing to hand out, or a complete frame with half a sample
+    refused = 10,  // packet out of sequence, or a complete frame that carries a fault
+  };
 
   PacketStore();
 
@@ -44,11 +46,11 @@ class PacketStore {
 
   // Processes the next packet. `following` is the readable memory after it in the received message: an
   // extended packet may claim more payload than fits into it. Missing payload reads as zero.
-  int addPacket(Packet packet, std::span<const std::uint8_t> following = {});
+  Result addPacket(Packet packet, std::span<const std::uint8_t> following = {});
 
   // Appends the oldest framelet to `out` and removes it from the queue; `trim` first discards all but the
   // newest two. `unusable` if there is none; `out` is then unchanged.
-  int takeFramelet(std::vector<Framelet>& out, bool trim);
+  Result takeFramelet(std::vector<Framelet>& out, bool trim);
 
   std::size_t frameletCount() const { return framelets_.size(); }
 
@@ -62,11 +64,11 @@ class PacketStore {
 
   // Appends the first framelet with exactly this number to `out` and removes it and all older ones.
   // `unusable` if there is none; `out` is then unchanged.
-  int takeNumbered(std::vector<Framelet>& out, std::int32_t frameNumber);
+  Result takeNumbered(std::vector<Framelet>& out, std::int32_t frameNumber);
 
   // Processes a repeat notice: if it addresses this module, queues the newest samples again under the
   // notice's number and time. Always `done`.
-  int addRepeat(Packet notice);
+  Result addRepeat(Packet notice);
 
   // Diagnostic texts: all queued samples with the mean time between frames, and the state of the assembly.
   std::string report() const;
@@ -74,12 +76,12 @@ class PacketStore {
 
  private:
   void startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount);
-  int startCompactFrame(Packet packet);
-  int startExtendedFrame(Packet packet);
-  int continueCompactFrame(Packet packet, std::uint8_t index);
-  int continueExtendedFrame(Packet packet, std::uint8_t index, std::span<const std::uint8_t> following);
-  int completeFrame();
-  int publish();
+  Result startCompactFrame(Packet packet);
+  Result startExtendedFrame(Packet packet);
+  Result continueCompactFrame(Packet packet, std::uint8_t index);
+  Result continueExtendedFrame(Packet packet, std::uint8_t index, std::span<const std::uint8_t> following);
+  Result completeFrame();
+  Result publish();
   void widenClock(std::uint16_t clock);
   void widenCounter(std::uint8_t counter, unsigned shift);
 
