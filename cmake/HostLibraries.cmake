@@ -1,7 +1,7 @@
-# The libraries that the program stands on, as the target tessel-libraries.
+# The program's third-party libraries, as the target tessel-libraries.
 add_library(tessel-libraries INTERFACE)
 if(WIN32)
-  # No cross-built packages: the headers of this machine's packages, of which these libraries consist.
+  # Debian has no cross-built packages; these libraries are header-only, so the native packages serve.
   set(headers ${PROJECT_BINARY_DIR}/headers)
   file(MAKE_DIRECTORY ${headers})
   foreach(library CLI fmt nlohmann stb)

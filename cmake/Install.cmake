@@ -1,8 +1,8 @@
-# Where things go: `runtime` is what users run and hosts load, `development` what a host is built from.
+# Install locations. Component `runtime`: the program and the plug-in; `development`: headers and library for hosts.
 set(TESSEL_BINDIR bin)
 if(WIN32)
   set(TESSEL_LIBDIR lib)
-  set(TESSEL_PLUGIN_DIR bin)  # beside the program, as users of Windows expect it
+  set(TESSEL_PLUGIN_DIR bin)  # next to the program, as is usual on Windows
 else()
   set(TESSEL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
   cmake_path(NORMAL_PATH TESSEL_LIBDIR)

@@ -1,4 +1,4 @@
-# What `cpack` makes: two Debian packages and an archive, or an archive for Windows.
+# `cpack` makes two Debian packages and a .tar.gz archive, or a .zip archive for Windows.
 set(CPACK_PACKAGE_NAME hwtessel)
 set(CPACK_PACKAGE_CONTACT "HwTessel developers <developers@hwtessel.invalid>")
 set(CPACK_PACKAGE_VENDOR "HwTessel developers")
@@ -18,13 +18,13 @@ else()
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION science)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
   set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Plug-in and program for tactile gloves
- The hardware plug-in that brings the samples of tactile gloves into a measurement
- application, and the program `tessel`, which records gloves, simulates them and
- finds out what is wrong with them.")
+ The hardware plug-in through which a measurement application reads tactile gloves,
+ and the program `tessel`, which records gloves, diagnoses problems with them and
+ simulates them.")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME hwtessel-dev)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "hwtessel (= ${PROJECT_VERSION})")
-  set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "What hosts of the plug-in for tactile gloves are built from
+  set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Development files for hosts of the plug-in for tactile gloves
  Headers, library and CMake package of the hardware plug-in HwTessel.")
 endif()
 include(CPack)

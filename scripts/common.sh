@@ -1,4 +1,4 @@
-# What the scripts share: installing packages and building. To be sourced; leaves the shell in the project's folder.
+# Shared by the scripts: installing packages and building. Source it; it changes to the project's folder.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -9,10 +9,10 @@ fail() {
   exit 1
 }
 
-# install PACKAGE...: installs those of the Debian packages that are missing.
+# install PACKAGE...: installs the Debian packages that are missing.
 install() {
   command -v dpkg-query >/dev/null ||
-    fail "this installs Debian packages; on another system install the like of these, then follow CONTRIBUTING.md: $*"
+    fail "this installs Debian packages; on other systems install their equivalents, then follow "Build" in README.md: $*"
   local missing=()
   for package in "$@"; do
     [ "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null)" = 'install ok installed' ] || missing+=("$package")
@@ -21,14 +21,14 @@ install() {
   say "Installing ${missing[*]}"
   local asRoot=()
   if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "run this as root, or install first: ${missing[*]}"
+    command -v sudo >/dev/null || fail "run this as root, or install these packages first: ${missing[*]}"
     asRoot=(sudo)
   fi
   "${asRoot[@]}" apt-get update -qq
   "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# For every build on this machine.
+# Needed for every build.
 install_build_tools() {
   install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev libstb-dev
 }
