@@ -15,10 +15,10 @@
 namespace {
 
 constexpr std::size_t bufferSize = 1 << 20;
-// Of the heading, whose columns bear names.
-constexpr std::size_t longestLine = 1 << 19;
+// The header line is the longest.
+constexpr std::size_t maxLineLength = 1 << 19;
 
-// Lines of a file that may be of any size and content, in bounded memory.
+// Reads the lines of an untrusted file of any size in bounded memory.
 class Lines {
  public:
   explicit Lines(const std::filesystem::path& path)
@@ -26,7 +26,7 @@ class Lines {
   {
   }
 
-  // The next line, without its end and good until the next call; none if no line with an end is left.
+  // The next line without its newline, valid until the next call; empty if no complete line is left.
   std::optional<std::string_view> next()
   {
     for (;;) {
@@ -34,19 +34,19 @@ class Lines {
       const std::size_t size = end_ - begin_;
       const auto* newline = static_cast<const char*>(std::memchr(start, '\n', size));
       const std::size_t length = newline ? static_cast<std::size_t>(newline - start) : size;
-      if (length > longestLine)
-        damagedRecording(path_, fmt::format("has no end of line {} in sight", number_ + 1));
+      if (length > maxLineLength)
+        damagedRecording(path_, fmt::format("has no newline in the first bytes of line {}", number_ + 1));
       if (newline) {
         begin_ += length + 1;
         ++number_;
-        const bool endsAsOnWindows = length > 0 && start[length - 1] == '\r';
-        return std::string_view(start, endsAsOnWindows ? length - 1 : length);
+        const bool endsWithReturn = length > 0 && start[length - 1] == '\r';
+        return std::string_view(start, endsWithReturn ? length - 1 : length);
       }
       if (!fill()) return std::nullopt;
     }
   }
 
-  // Of the line that next() gave, from 1.
+  // Of the line that next() returned, from 1.
   std::size_t number() const { return number_; }
   bool hasRest() const { return begin_ < end_; }
 
@@ -57,7 +57,7 @@ class Lines {
     end_ -= begin_;
     begin_ = 0;
     file_.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
-    if (file_.bad()) damagedRecording(path_, "can't be read to its end", "Check the disk it lies on.");
+    if (file_.bad()) damagedRecording(path_, "can't be read completely", "Check the disk.");
     const auto got = static_cast<std::size_t>(file_.gcount());
     end_ += got;
     return got > 0;
@@ -84,14 +84,13 @@ class CsvReader {
     while (const auto line = lines_.next()) {
       readRecord(*line);
     }
-    if (stamps_.empty()) {
-      damagedRecording(path_, "holds no record", "Record for longer, or wait until the gloves send.");
+    if (timestamps_.empty()) {
+      damagedRecording(path_, "contains no records", "Record for longer, or wait until the gloves send.");
     }
     if (lines_.hasRest()) {
-      recording_.notes.push_back(
-          fmt::format("line {} is incomplete and was passed over", lines_.number() + 1));
+      recording_.notes.push_back(fmt::format("line {} is incomplete and was skipped", lines_.number() + 1));
     }
-    setTimestamps(recording_, stamps_);
+    setTimestamps(recording_, timestamps_);
     return std::move(recording_);
   }
 
@@ -101,10 +100,10 @@ class CsvReader {
     constexpr std::string_view time = "time_ms";
     const std::string_view first = line.substr(0, line.find(','));
     if (first != time) {
-      damagedRecording(path_, fmt::format("is no recording: line 1 begins with '{}' instead of '{}'",
+      damagedRecording(path_, fmt::format("is not a recording: line 1 begins with '{}' instead of '{}'",
                                           excerpt(first), time));
     }
-    if (first == line) damagedRecording(path_, "has no elements: line 1 names none");
+    if (first == line) damagedRecording(path_, "has no elements in line 1");
     line.remove_prefix(time.size());
     while (!line.empty()) {
       line.remove_prefix(1);
@@ -122,8 +121,8 @@ class CsvReader {
     if (groups.empty() || groups.back().label != label) addGroup(recording_, path_, std::string(label));
     auto& group = groups.back();
     if (column.substr(separator) != fmt::format("_{}", group.count)) {
-      damagedRecording(path_, fmt::format("is damaged in line 1: '{}' stands where '{}_{}' belongs",
-                                          excerpt(column), excerpt(label), group.count));
+      damagedRecording(path_, fmt::format("is damaged in line 1: '{}' instead of '{}_{}'", excerpt(column),
+                                          excerpt(label), group.count));
     }
     ++group.count;
     if (++recording_.elements > maxElements) {
@@ -135,11 +134,11 @@ class CsvReader {
   {
     const char* next = line.data();
     const char* const end = next + line.size();
-    stamps_.push_back(readNumber<std::uint32_t>(next, end, 0));
+    timestamps_.push_back(readNumber<std::uint32_t>(next, end, 0));
     const std::size_t first = recording_.samples.size();
-    if (first + recording_.elements > mostSamples) {
-      damagedRecording(path_, fmt::format("is too long to be drawn: more than {} samples", mostSamples),
-                       "Cut it into several files, each with the first line.");
+    if (first + recording_.elements > maxSamples) {
+      damagedRecording(path_, fmt::format("is too large: more than {} samples", maxSamples),
+                       "Split it into several files, each with the first line.");
     }
     recording_.samples.resize(first + recording_.elements);
     for (std::size_t element = 0; element < recording_.elements; ++element) {
@@ -155,7 +154,7 @@ class CsvReader {
     }
   }
 
-  // Leaves `next` at the separator behind the number, or at the end.
+  // Moves `next` to the separator after the number, or to the end.
   template <class Number>
   Number readNumber(const char*& next, const char* end, std::size_t column) const
   {
@@ -164,7 +163,7 @@ class CsvReader {
     if (error != std::errc{} || (stop != end && *stop != ',')) {
       const std::string_view rest(next, static_cast<std::size_t>(end - next));
       damagedRecording(path_,
-                       fmt::format("is damaged in line {}, column {}: '{}' is no number from 0 to {}",
+                       fmt::format("is damaged in line {}, column {}: '{}' is not a number from 0 to {}",
                                    lines_.number(), column + 1, excerpt(rest.substr(0, rest.find(','))),
                                    std::numeric_limits<Number>::max()));
     }
@@ -175,7 +174,7 @@ class CsvReader {
   std::filesystem::path path_;
   Lines lines_;
   Recording recording_;
-  std::vector<std::uint32_t> stamps_;
+  std::vector<std::uint32_t> timestamps_;
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Reads a recording that is a text: a heading `time_ms,left_0,left_1,...`, then a line for each record.
-// A last line without an end is left out: it is still being written, or never was.
+// Reads a recording in CSV: a header line `time_ms,left_0,left_1,...`, then a line for each record.
+// A last line without a newline is skipped, because it is incomplete.
 #pragma once
 
 #include <filesystem>

@@ -16,9 +16,9 @@ CsvWriter::CsvWriter(const std::filesystem::path& file, const Layout& layout) : 
   file_.append(line_);
 }
 
-void CsvWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elements)
+void CsvWriter::add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements)
 {
-  line_ = fmt::to_string(stampMs);
+  line_ = fmt::to_string(timestampMs);
   for (const std::uint16_t element : elements) {
     fmt::format_to(std::back_inserter(line_), ",{}", element);
   }

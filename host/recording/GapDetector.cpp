@@ -7,7 +7,7 @@
 
 namespace {
 
-// Intervals that have to be there before any of them is judged.
+// No interval counts as a gap before this many are known.
 constexpr std::uint64_t minIntervals = 8;
 
 }  // namespace
@@ -33,26 +33,27 @@ std::uint64_t GapDetector::intervals() const
   return records_ == 0 ? 0 : records_ - 1 - backwardSteps_;
 }
 
-// The mean of those intervals that lie within a fifth of each other and are the most.
+// The mean of the largest group of intervals that differ from a length by at most a fifth.
 double GapDetector::usualMs() const
 {
   if (intervals() < minIntervals) return 0;
-  // Of the intervals shorter than each length: how many there are, and their sum.
+  // Number and sum of the intervals shorter than each length.
   std::array<std::uint64_t, bins + 1> counts{};
   std::array<std::uint64_t, bins + 1> sums{};
   for (std::size_t length = 0; length < bins; ++length) {
     counts[length + 1] = counts[length] + intervals_[length];
     sums[length + 1] = sums[length] + length * intervals_[length];
   }
-  std::uint64_t most = 0;
+  std::uint64_t maxCount = 0;
   double usual = 0;
   for (std::size_t length = 1; length < bins - 1; ++length) {
     const std::size_t reach = std::max<std::size_t>(length / 5, 1);
     const std::size_t first = length - reach;
-    const std::size_t end = std::min(length + reach + 1, bins - 1);  // the last ones are of any length
+    const std::size_t end =
+        std::min(length + reach + 1, bins - 1);  // the last bin holds all longer intervals
     const std::uint64_t count = counts[end] - counts[first];
-    if (count <= most) continue;
-    most = count;
+    if (count <= maxCount) continue;
+    maxCount = count;
     usual = static_cast<double>(sums[end] - sums[first]) / static_cast<double>(count);
   }
   return usual;
@@ -61,18 +62,18 @@ double GapDetector::usualMs() const
 double GapDetector::maxUsualMs() const
 {
   const double usual = usualMs();
-  // Timestamps are whole milliseconds: at high rates their rounding alone makes intervals uneven.
-  const double longest = usual + std::max(usual * 0.75, 2.5);
-  const bool isKnown = usual > 0 && longest < bins - 1;
-  return isKnown ? longest : std::numeric_limits<double>::infinity();
+  // Timestamps are whole milliseconds: at high rates rounding alone makes intervals uneven.
+  const double limit = usual + std::max(usual * 0.75, 2.5);
+  const bool isKnown = usual > 0 && limit < bins - 1;
+  return isKnown ? limit : std::numeric_limits<double>::infinity();
 }
 
 std::uint64_t GapDetector::count() const
 {
-  const double longest = maxUsualMs();
+  const double limit = maxUsualMs();
   std::uint64_t gaps = 0;
   for (std::size_t length = 0; length < bins; ++length) {
-    if (static_cast<double>(length) > longest) gaps += intervals_[length];
+    if (static_cast<double>(length) > limit) gaps += intervals_[length];
   }
   return gaps;
 }

@@ -1,5 +1,4 @@
-// What the elements of a record are: groups of neighbours, one for each glove, and one for what no glove
-// fills.
+// The elements of a record: one contiguous group for each glove, and one for the rest.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +6,7 @@
 #include <vector>
 
 struct ElementGroup {
-  std::string label;   // "left", "right", "glove", "glove1" ...; "aux" for what no glove fills
+  std::string label;   // "left", "right", "glove", "glove1" ...; "aux" for the rest
   std::string module;  // the glove's advertised name; empty for "aux"
   std::size_t first = 0;
   std::size_t count = 0;

@@ -1,5 +1,5 @@
-// A NumPy array in a file of format 1.0, numbers with the low byte first, in C order: its head, checked, and
-// then its numbers. A file that is something else is a Failure with ExitCode::recording.
+// Reads a NumPy array file of format 1.0, little-endian and in C order. Any other file is a Failure with
+// ExitCode::recording.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 class NpyFile {
  public:
   struct Wanted {
-    std::string_view type;  // as NumPy calls it
+    std::string_view type;  // in NumPy's notation
     std::size_t typeSize;
     std::size_t dimensions;  // 1 or 2
   };
@@ -24,11 +24,11 @@ class NpyFile {
   NpyFile(const std::filesystem::path& path, const Wanted& wanted);
 
   const std::filesystem::path& path() const { return path_; }
-  std::uint64_t rows() const { return rows_; }  // as the head says
+  std::uint64_t rows() const { return rows_; }  // according to the header
   std::uint64_t columns() const { return columns_; }
-  std::uint64_t rowsInFile() const { return rowsInFile_; }  // whole ones
+  std::uint64_t rowsInFile() const { return rowsInFile_; }  // complete rows
 
-  // The first numbers, so many. To be called once.
+  // The first `count` numbers. Call it only once.
   template <class Number>
   std::vector<Number> read(std::size_t count)
   {
@@ -44,8 +44,8 @@ class NpyFile {
   }
 
  private:
-  std::string readHead();
-  void readShape(std::string_view head, std::size_t dimensions);
+  std::string readHeader();
+  void readShape(std::string_view header, std::size_t dimensions);
   void readBytes(std::span<std::byte> bytes);
 
   std::filesystem::path path_;

@@ -18,21 +18,21 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t longestMeta = 1 << 20;
-constexpr std::size_t longestDate = 40;
+constexpr std::size_t maxMetaSize = 1 << 20;
+constexpr std::size_t maxDateLength = 40;
 
 Json readMeta(const std::filesystem::path& path)
 {
   std::ifstream file = openRecording(path);
-  std::string text(longestMeta, '\0');
-  file.read(text.data(), longestMeta);
+  std::string text(maxMetaSize, '\0');
+  file.read(text.data(), maxMetaSize);
   text.resize(static_cast<std::size_t>(file.gcount()));
   Json meta = Json::parse(text, nullptr, false);
   if (!meta.is_object() || meta.value("format", Json()) != "tessel-recording") {
     damagedRecording(path, "does not describe a recording");
   }
   if (meta.value("version", Json()) != 1) {
-    damagedRecording(path, "has another version than 1", "Use the `tessel` that made it.");
+    damagedRecording(path, "has another version than 1", "Use the version of `tessel` that wrote it.");
   }
   return meta;
 }
@@ -52,9 +52,8 @@ void readGroups(Recording& recording, const Json& meta, const std::filesystem::p
     addGroup(recording, path, label.is_string() ? label.get<std::string>() : "");
     const std::size_t count = sizeOf(group, "count", path);
     if (sizeOf(group, "first", path) != recording.elements || count > maxElements - recording.elements) {
-      damagedRecording(
-          path,
-          fmt::format("has groups that do not follow each other, at most {} elements in all", maxElements));
+      damagedRecording(path,
+                       fmt::format("must have contiguous groups of at most {} elements in all", maxElements));
     }
     recording.groups.back().count = count;
     recording.elements += count;
@@ -70,35 +69,36 @@ Recording readNpy(const std::filesystem::path& folder)
   Recording recording;
   readGroups(recording, meta, metaPath);
   const Json started = meta.value("started", Json());
-  if (started.is_string()) recording.started = started.get<std::string>().substr(0, longestDate);
+  if (started.is_string()) recording.started = started.get<std::string>().substr(0, maxDateLength);
 
   NpyFile samples(folder / "samples.npy", {.type = "<u2", .typeSize = 2, .dimensions = 2});
-  NpyFile stamps(folder / "stamps.npy", {.type = "<u4", .typeSize = 4, .dimensions = 1});
+  NpyFile timestamps(folder / "stamps.npy", {.type = "<u4", .typeSize = 4, .dimensions = 1});
   if (recording.elements == 0 || samples.columns() != recording.elements) {
     damagedRecording(folder,
-                     fmt::format("is damaged: samples.npy has {} elements in a record, meta.json tells of {}",
+                     fmt::format("is damaged: samples.npy has {} elements in a record, meta.json has {}",
                                  samples.columns(), recording.elements));
   }
-  std::uint64_t records = std::min(samples.rowsInFile(), stamps.rowsInFile());
+  std::uint64_t records = std::min(samples.rowsInFile(), timestamps.rowsInFile());
   if (meta.contains("frames") && folder.extension() != ".part") {
     const std::size_t frames = sizeOf(meta, "frames", metaPath);
-    for (const NpyFile* file : {&samples, &stamps}) {
+    for (const NpyFile* file : {&samples, &timestamps}) {
       if (file->rows() == frames && file->rowsInFile() == frames) continue;
       damagedRecording(
           file->path(),
-          fmt::format("is damaged: its head tells of {} records, meta.json of {}, and {} are there",
-                      file->rows(), frames, file->rowsInFile()));
+          fmt::format(
+              "is damaged: {} records according to its header, {} according to meta.json, {} in the file",
+              file->rows(), frames, file->rowsInFile()));
     }
   } else {
-    recording.notes.emplace_back("it was not finished: what its files hold is drawn");
+    recording.notes.emplace_back("it was not completed; all records in its files are used");
   }
   if (records == 0)
-    damagedRecording(folder, "holds no record", "Record for longer, or wait until the gloves send.");
-  if (records > mostSamples / recording.elements) {
-    damagedRecording(folder, fmt::format("is too long to be drawn: more than {} samples", mostSamples));
+    damagedRecording(folder, "contains no records", "Record for longer, or wait until the gloves send.");
+  if (records > maxSamples / recording.elements) {
+    damagedRecording(folder, fmt::format("is too large: more than {} samples", maxSamples));
   }
   const auto count = static_cast<std::size_t>(records);
   recording.samples = samples.read<std::uint16_t>(count * recording.elements);
-  setTimestamps(recording, stamps.read<std::uint32_t>(count));
+  setTimestamps(recording, timestamps.read<std::uint32_t>(count));
   return recording;
 }

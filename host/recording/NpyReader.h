@@ -1,6 +1,6 @@
-// Reads a recording that is a folder: samples.npy and stamps.npy, NumPy arrays of format 1.0, and meta.json,
-// which tells what the elements are. In one that was cut short the arrays hold more than their heads say: the
-// sizes of the files decide.
+// Reads a recording in a folder: the NumPy arrays samples.npy and stamps.npy, and meta.json, which describes
+// the elements. If the recording was interrupted, the arrays may hold more rows than their headers say: the
+// file sizes decide.
 #pragma once
 
 #include <filesystem>

@@ -14,11 +14,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The arrays are little-endian, and so are the systems that this is built for.
+// The arrays are little-endian, and values are written as they are in memory.
 static_assert(std::endian::native == std::endian::little);
 
-// NumPy's format 1.0: magic, version, length of the text, and the text padded with blanks, so that the data
-// begin at a multiple of 64. The size stays the same however many records there are.
+// NumPy's format 1.0: magic, version, length of the text, and the text padded with spaces to a fixed size, a
+// multiple of 64, so that the header can be rewritten.
 std::string npyHeader(const char* type, std::uint64_t records, std::optional<std::size_t> columns)
 {
   constexpr std::size_t size = 128;
@@ -38,7 +38,7 @@ std::string samplesHeader(std::uint64_t records, const Layout& layout)
   return npyHeader("<u2", records, layout.elements);
 }
 
-std::string stampsHeader(std::uint64_t records)
+std::string timestampsHeader(std::uint64_t records)
 {
   return npyHeader("<u4", records, std::nullopt);
 }
@@ -56,27 +56,27 @@ NpyWriter::NpyWriter(fs::path folder, const Layout& layout)
       layout_(layout),
       started_(fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)))),
       samples_(folder_ / "samples.npy"),
-      stamps_(folder_ / "stamps.npy")
+      timestamps_(folder_ / "stamps.npy")
 {
   samples_.append(samplesHeader(0, layout_));
-  stamps_.append(stampsHeader(0));
+  timestamps_.append(timestampsHeader(0));
   writeMeta(nullptr);
 }
 
-void NpyWriter::add(std::uint32_t stampMs, std::span<const std::uint16_t> elements)
+void NpyWriter::add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements)
 {
   samples_.append(bytesOf(elements.data(), elements.size()));
-  stamps_.append(bytesOf(&stampMs, 1));
+  timestamps_.append(bytesOf(&timestampMs, 1));
   ++records_;
-  // At each record, and behind its row: what a killed program leaves shows all whole rows, and no other.
+  // After each row, so that the arrays of a killed program show exactly the complete rows.
   samples_.replaceBeginning(samplesHeader(records_, layout_));
-  stamps_.replaceBeginning(stampsHeader(records_));
+  timestamps_.replaceBeginning(timestampsHeader(records_));
 }
 
 void NpyWriter::finish(const RecordingEnd& end)
 {
   samples_.close();
-  stamps_.close();
+  timestamps_.close();
   writeMeta(&end);
 }
 
@@ -93,7 +93,7 @@ void NpyWriter::writeMeta(const RecordingEnd* end) const
     meta["backwardSteps"] = end->backwardSteps;
     meta["ended"] = end->words;
   }
-  // The one before stays until the new one is whole.
+  // The previous file stays until the new one is complete.
   PartFile output(folder_ / "meta.json", PartFile::Kind::file, true);
   OutputFile file(output.growing());
   file.append(meta.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');

@@ -18,7 +18,7 @@ const char* nameOf(RecordFormat format)
   return format == RecordFormat::csv ? "csv" : "npy";
 }
 
-// What the name says of the format, if it says anything.
+// The format that the name implies, if any.
 std::optional<RecordFormat> formatOf(fs::path path)
 {
   if (isStandardOutput(path)) return RecordFormat::csv;
@@ -40,17 +40,17 @@ OutputName chooseOutputName(const std::optional<std::string>& name, std::optiona
   }
   if (name->empty()) {
     throw Failure(ExitCode::usage, "--output takes the name of a file or folder, not ''.",
-                  "Leave it out for a name of date and time.");
+                  "Omit it for a name of date and time.");
   }
   const auto named = formatOf(*name);
   if (named && format && named != format) {
     throw Failure(
         ExitCode::usage,
         isStandardOutput(*name)
-            ? fmt::format("--format {} and --output {} contradict each other: standard output takes csv.",
+            ? fmt::format("--format {} and --output {} contradict each other: standard output is always csv.",
                           nameOf(*format), *name)
             : fmt::format("--format {} and --output {} contradict each other.", nameOf(*format), *name),
-        "Leave --format out, or choose another name.");
+        "Omit --format, or choose another name.");
   }
   return {*name, named.value_or(format.value_or(RecordFormat::csv))};
 }

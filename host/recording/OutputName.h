@@ -1,5 +1,5 @@
-// Which name and which format a recording gets, when a person has said something of either, of both or of
-// none. Errors: a Failure with ExitCode::usage for what contradicts itself.
+// Chooses the name and the format of a recording from the options --output and --format. Errors: a Failure
+// with ExitCode::usage if they contradict each other.
 #pragma once
 
 #include <filesystem>

@@ -1,5 +1,5 @@
-// Where records go: a file of comma-separated values, or a folder of NumPy arrays.
-// Threads: one. Errors: a Failure; the records before the one that failed are kept.
+// Writes records to a CSV file or to a folder of NumPy arrays.
+// Threads: one. Errors: a Failure; earlier records are kept.
 #pragma once
 
 #include <cstdint>
@@ -21,11 +21,11 @@ class RecordWriter {
  public:
   virtual ~RecordWriter() = default;
 
-  // Hands one record to the system, of as many elements as the layout has.
-  virtual void add(std::uint32_t stampMs, std::span<const std::uint16_t> elements) = 0;
+  // Hands one record, with all elements of the layout, to the operating system.
+  virtual void add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements) = 0;
   virtual void finish(const RecordingEnd& end) = 0;
 };
 
-// Writes into a file that may be there, or into a folder that must be.
+// Creates or replaces a file, or writes into an existing folder.
 std::unique_ptr<RecordWriter> makeRecordWriter(RecordFormat format, const std::filesystem::path& place,
                                                const Layout& layout);

@@ -17,18 +17,19 @@ Recording readRecording(const fs::path& path)
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status)) return readNpy(path);
   if (fs::is_regular_file(status)) {
-    if (path.extension() == ".npy") damagedRecording(path, "is a part of a recording", "Give its folder.");
+    if (path.extension() == ".npy")
+      damagedRecording(path, "is only a part of a recording", "Use the folder that contains it.");
     return readCsv(path);
   }
   if (fs::exists(status)) damagedRecording(path, "is neither a file nor a folder");
   if (status.type() != fs::file_type::not_found) {
-    damagedRecording(path, fmt::format("can't be opened: {}", error.message()), "Check the rights.");
+    damagedRecording(path, fmt::format("can't be opened: {}", error.message()), "Check the permissions.");
   }
   fs::path growing = path;
   growing += ".part";
   const bool grows = fs::exists(growing, error);
   damagedRecording(
-      path, "is not there",
-      grows ? fmt::format("{} is: still growing, or left by a recording that was cut short.", utf8(growing))
-            : "Look for the name, or make a recording with `tessel record`.");
+      path, "does not exist",
+      grows ? fmt::format("{} does: it is still being recorded, or was interrupted.", utf8(growing))
+            : "Check the name, or make a recording with `tessel record`.");
 }

@@ -1,6 +1,5 @@
-// A recording of gloves in memory, whichever format it lies in. One thread. What can't be read, or would not
-// fit, is a Failure with ExitCode::recording that says where; what can be left out is left out with a note.
-// Samples are the gloves' counts, times are seconds.
+// A recording in memory, read from any format. Threads: one. Errors: a Failure with ExitCode::recording that
+// names the place; incomplete records at the end are skipped with a note. Samples are the gloves' raw counts.
 #pragma once
 
 #include <cstddef>
@@ -23,11 +22,11 @@ struct Recording {
 
   std::vector<Group> groups;
   std::size_t elements = 0;            // of a record, all groups together
-  std::vector<double> seconds;         // of each record, from the first one on; never falls
+  std::vector<double> seconds;         // of each record since the first; never decreases
   GapDetector gaps;                    // of the timestamps
   std::vector<std::uint16_t> samples;  // record after record
-  std::string started;                 // date and time, as the recording tells it, or empty
-  std::vector<std::string> notes;      // for the user: what was left out
+  std::string started;                 // date and time according to the recording, or empty
+  std::vector<std::string> notes;      // for the user: what was skipped or adjusted
 
   std::size_t records() const { return seconds.size(); }
   std::span<const std::uint16_t> samplesOf(std::size_t record, const Group& group) const
@@ -36,5 +35,5 @@ struct Recording {
   }
 };
 
-// A file is read as CSV, a folder as NumPy arrays; both may still grow. At least one record is there.
+// A file is read as CSV, a folder as NumPy arrays; both may still be recorded. Has at least one record.
 Recording readRecording(const std::filesystem::path& path);

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t longestLabel = 64;
+constexpr std::size_t maxLabelLength = 64;
 
 }  // namespace
 
@@ -24,13 +24,13 @@ std::ifstream openRecording(const std::filesystem::path& path)
 {
   std::error_code error;
   const auto status = std::filesystem::status(path, error);
-  if (!std::filesystem::exists(status)) damagedRecording(path, "is not there");
+  if (!std::filesystem::exists(status)) damagedRecording(path, "does not exist");
   if (!std::filesystem::is_regular_file(status)) damagedRecording(path, "is not a file");
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   if (!file) {
     damagedRecording(path, fmt::format("can't be opened: {}", std::generic_category().message(errno)),
-                     "Check the rights.");
+                     "Check the permissions.");
   }
   return file;
 }
@@ -38,14 +38,14 @@ std::ifstream openRecording(const std::filesystem::path& path)
 void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label)
 {
   auto& groups = recording.groups;
-  if (label.empty() || label.size() > longestLabel) {
+  if (label.empty() || label.size() > maxLabelLength) {
     damagedRecording(path, fmt::format("has a group without a usable name: '{}'", excerpt(label)));
   }
   if (std::ranges::any_of(groups, [&](const auto& group) { return group.label == label; })) {
     damagedRecording(path, fmt::format("has the group '{}' twice", excerpt(label)));
   }
-  if (groups.size() == mostGroups) {
-    damagedRecording(path, fmt::format("has more than {} groups of elements", mostGroups));
+  if (groups.size() == maxGroups) {
+    damagedRecording(path, fmt::format("has more than {} groups of elements", maxGroups));
   }
   groups.push_back({label, recording.elements, 0});
 }
@@ -59,6 +59,6 @@ void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& times
   }
   if (const auto steps = recording.gaps.backwardSteps(); steps > 0) {
     recording.notes.push_back(
-        fmt::format("the time steps back {} time(s); it was taken to stand still there", steps));
+        fmt::format("{} timestamp(s) step back; each is drawn at the time of the previous record", steps));
   }
 }

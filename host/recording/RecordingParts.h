@@ -1,4 +1,4 @@
-// What the readers of all formats share: the bounds of a recording, its checks, its refusal.
+// Shared by the readers of all formats: limits, checks and errors.
 #pragma once
 
 #include <cstddef>
@@ -12,18 +12,18 @@
 #include "host/recording/Layout.h"
 #include "host/recording/Recording.h"
 
-inline constexpr std::size_t mostGroups = 16;
-inline constexpr std::size_t mostSamples = std::size_t{1} << 29;  // 15 hours of two gloves
+inline constexpr std::size_t maxGroups = 16;
+inline constexpr std::size_t maxSamples = std::size_t{1} << 29;  // 15 hours of two gloves
 
 [[noreturn]] void damagedRecording(
     const std::filesystem::path& path, const std::string& what,
-    const std::string& advice = "Give a recording as `tessel record` made it, a .csv file or a folder.");
+    const std::string& advice = "Choose a recording of `tessel record`: a .csv file or a folder.");
 
-// Binary.
+// In binary mode.
 std::ifstream openRecording(const std::filesystem::path& path);
 
-// Puts an empty group behind the others.
+// Appends an empty group.
 void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label);
 
-// In ms; they wrap at 32 bits.
+// In ms, wrapping at 32 bits.
 void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps);

@@ -12,9 +12,9 @@
 
 namespace {
 
-TEST(Gaps, AreFoundByTheStampsAlone)
+TEST(Gaps, AreFoundFromTimestampsAlone)
 {
-  // Stamps at 40 frames a second, uneven by a millisecond or two; `lost` says which frames do not come.
+  // Timestamps at 40 frames a second with a jitter of up to 2 ms; `lost` selects the missing frames.
   const struct {
     std::string name;
     std::function<bool(unsigned frame)> lost;
@@ -30,7 +30,7 @@ TEST(Gaps, AreFoundByTheStampsAlone)
   for (const auto& [name, lost, count, missing, longestMs] : cases) {
     GapDetector gaps;
     for (unsigned frame = 0; frame < 400; ++frame) {
-      if (!lost(frame)) gaps.add(0xFFFFF000U + frame * 25 + frame % 3);  // wraps on the way
+      if (!lost(frame)) gaps.add(0xFFFFF000U + frame * 25 + frame % 3);  // wraps
     }
     EXPECT_EQ(gaps.count(), count) << name;
     EXPECT_NEAR(static_cast<double>(gaps.missing()), static_cast<double>(missing), 2) << name;
@@ -38,9 +38,9 @@ TEST(Gaps, AreFoundByTheStampsAlone)
   }
 }
 
-TEST(Gaps, AreThoseThatThePictureShows)
+TEST(Gaps, AreThoseInThePicture)
 {
-  // The frames that do not come; and with a second of none, timestamps that step back.
+  // The missing frames, and by how many ms the timestamps step back.
   const struct {
     std::string name;
     std::vector<unsigned> lost;
@@ -64,16 +64,15 @@ TEST(Gaps, AreThoseThatThePictureShows)
     EXPECT_EQ(recording.gaps.count(), count) << name;
     EXPECT_EQ(recording.gaps.backwardSteps(), stepBack > 0 ? 1 : 0) << name;
     EXPECT_EQ(recording.notes.size(), stepBack > 0 ? 1 : 0) << name;
-    // A column for each millisecond, and more.
+    // More than one column for each millisecond.
     const TimeAxis axis(recording, 0, duration(recording), 20'000);
     EXPECT_EQ(axis.gaps().size(), count) << name;
   }
 }
 
-TEST(Gaps, APauseOfTheComputerLooksLikeGapsOfWhichFewCountAsMissing)
+TEST(Gaps, APauseOfTheComputerLooksLikeGapsButHardlyLikeMissingFrames)
 {
-  // Each timestamp is the glove's time, moved by 5 % of its distance from the time of the read, as the
-  // plug-in does it.
+  // As in the plug-in, each timestamp moves by 5 % of its distance from the time of the read.
   for (const unsigned waiting : {20U, 120U}) {
     GapDetector gaps;
     double moved = 0;
@@ -84,7 +83,7 @@ TEST(Gaps, APauseOfTheComputerLooksLikeGapsOfWhichFewCountAsMissing)
       gaps.add(60'000 + frame * 25 + static_cast<std::uint32_t>(moved));
     }
     EXPECT_GT(gaps.count(), 0U);
-    EXPECT_LT(gaps.missing(), 15U) << "of those that waited, and all came: " << waiting;
+    EXPECT_LT(gaps.missing(), 15U) << "all frames arrived; this many waited: " << waiting;
     EXPECT_NEAR(gaps.recordsPerSecond(), 40, 0.2);
   }
 }

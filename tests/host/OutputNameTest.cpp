@@ -13,8 +13,8 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
   const std::optional npy = RecordFormat::npy;
   const struct {
     std::string name;
-    std::optional<RecordFormat> format, chosen;  // none chosen: refused
-    std::string words;                           // of the refusal
+    std::optional<RecordFormat> format, chosen;  // chosen empty: refused
+    std::string words;                           // of the error
   } cases[] = {
       {"a.csv", none, csv, ""},
       {"a.CSV", csv, csv, ""},
@@ -30,8 +30,8 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
       {"b.csv/a", npy, npy, ""},
       {"a.npy/", none, npy, ""},
       {"-", none, csv, ""},
-      {"-", npy, {}, "standard output takes csv"},
-      {"/dev/stdout", npy, {}, "standard output takes csv"},
+      {"-", npy, {}, "standard output is always csv"},
+      {"/dev/stdout", npy, {}, "standard output is always csv"},
       {"./-", npy, npy, ""},
       {"", none, {}, "not ''"},
   };

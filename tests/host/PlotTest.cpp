@@ -16,11 +16,11 @@ const std::string metaText = R"({"format":"tessel-recording","version":1,"frames
 
 std::string npy(const std::string& type, const std::string& shape, const std::string& numbers)
 {
-  const std::string head = "{'descr': '" + type + "', 'fortran_order': False, 'shape': " + shape + ", }\n";
-  return "\x93NUMPY\x01\x00"s + static_cast<char>(head.size()) + '\0' + head + numbers;
+  const std::string header = "{'descr': '" + type + "', 'fortran_order': False, 'shape': " + shape + ", }\n";
+  return "\x93NUMPY\x01\x00"s + static_cast<char>(header.size()) + '\0' + header + numbers;
 }
 
-TEST(Recordings, AreTheSameFromTextAndFromArraysAndTheirStampsMayWrap)
+TEST(Recordings, AreTheSameFromCsvAndNpyAndTimestampsMayWrap)
 {
   const TemporaryFolder folder;
   folder.write("a.csv", "time_ms,left_0,right_0\r\n4294967295,1,65535\r\n24,2,258\r\n49,3");
@@ -32,7 +32,7 @@ TEST(Recordings, AreTheSameFromTextAndFromArraysAndTheirStampsMayWrap)
   const Recording arrays = readRecording(folder / "a");
   EXPECT_EQ(text.seconds, (std::vector{0.0, 0.025}));
   EXPECT_EQ(text.samples, (std::vector<std::uint16_t>{1, 65535, 2, 258}));
-  EXPECT_EQ(text.notes, std::vector{"line 4 is incomplete and was passed over"s});
+  EXPECT_EQ(text.notes, std::vector{"line 4 is incomplete and was skipped"s});
   EXPECT_EQ(arrays.seconds, text.seconds);
   EXPECT_EQ(arrays.samples, text.samples);
   ASSERT_EQ(arrays.groups.size(), 2);
@@ -43,38 +43,38 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
 {
   const std::string heading = "time_ms,left_0,right_0\n";
   const std::string samples = npy("<u2", "(2, 2)", "12345678");
-  const std::string stamps = npy("<u4", "(2,)", "12345678");
+  const std::string timestamps = npy("<u4", "(2,)", "12345678");
   const struct {
-    std::string text, meta, samples, stamps, reason;  // no text: a folder of arrays
+    std::string text, meta, samples, timestamps, reason;  // text empty: a folder of arrays
   } damaged[] = {
       {"\n", "", "", "", "line 1 begins with ''"},
       {"\x89PNG\n\x1A", "", "", "", "line 1 begins with '\\x89PNG'"},
       {"time_ms\n1\n", "", "", "", "no elements"},
-      {"time_ms,left_1\n", "", "", "", "'left_1' stands where 'left_0' belongs"},
+      {"time_ms,left_1\n", "", "", "", "'left_1' instead of 'left_0'"},
       {"time_ms,a_0,b_0,a_0\n", "", "", "", "'a' twice"},
-      {"time_ms" + std::string(600'000, ','), "", "", "", "no end of line 1"},
-      {heading + "1,2", "", "", "", "no record"},
+      {"time_ms" + std::string(600'000, ','), "", "", "", "no newline in the first bytes of line 1"},
+      {heading + "1,2", "", "", "", "no records"},
       {heading + "1,2\n", "", "", "", "line 2: 2 columns instead of 3"},
       {heading + "1,2,3\n2,2,3,4\n", "", "", "", "line 3: more than 3 columns"},
-      {heading + "4294967296,2,3\n", "", "", "", "line 2, column 1: '4294967296' is no number"},
-      {heading + "1,2,65536\n", "", "", "", "line 2, column 3: '65536' is no number from 0 to 65535"},
-      {"", "", samples, stamps, "does not describe a recording"},
-      {"", R"({"format":"tessel-recording","version":2})", samples, stamps, "another version"},
-      {"", metaText, "text", stamps, "no NumPy array"},
+      {heading + "4294967296,2,3\n", "", "", "", "line 2, column 1: '4294967296' is not a number"},
+      {heading + "1,2,65536\n", "", "", "", "line 2, column 3: '65536' is not a number from 0 to 65535"},
+      {"", "", samples, timestamps, "does not describe a recording"},
+      {"", R"({"format":"tessel-recording","version":2})", samples, timestamps, "another version"},
+      {"", metaText, "text", timestamps, "not a NumPy array"},
       {"", metaText, samples, npy("<f8", "(2,)", "12345678"), "other numbers than '<u4'"},
-      {"", metaText, npy("<u2", "(99999999999999999999, 2)", ""), stamps, "unusable shape"},
-      {"", metaText, npy("<u2", "(9223372036854775808, 2)", "12345678"), stamps,
+      {"", metaText, npy("<u2", "(99999999999999999999, 2)", ""), timestamps, "unusable shape"},
+      {"", metaText, npy("<u2", "(9223372036854775808, 2)", "12345678"), timestamps,
        "9223372036854775808 records"},
-      {"", metaText, npy("<u2", "(2, 3)", "123456789012"), stamps,
-       "3 elements in a record, meta.json tells of 2"},
-      {"", metaText, npy("<u2", "(2, 2)", "1234567"), stamps, "1 are there"},
+      {"", metaText, npy("<u2", "(2, 3)", "123456789012"), timestamps,
+       "3 elements in a record, meta.json has 2"},
+      {"", metaText, npy("<u2", "(2, 2)", "1234567"), timestamps, "1 in the file"},
   };
-  for (const auto& [text, meta, sampleFile, stampFile, reason] : damaged) {
+  for (const auto& [text, meta, sampleFile, timestampFile, reason] : damaged) {
     const TemporaryFolder folder;
     folder.write("a.csv", text);
     folder.write("meta.json", meta);
     folder.write("samples.npy", sampleFile);
-    folder.write("stamps.npy", stampFile);
+    folder.write("stamps.npy", timestampFile);
     try {
       readRecording(text.empty() ? folder.path() : folder / "a.csv");
       ADD_FAILURE() << "not refused: " << reason;
@@ -86,7 +86,7 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
   }
 }
 
-TEST(Picture, KeepsAShortPeakAndLeavesAPauseEmptyButNotTheTimeBetweenRecords)
+TEST(Picture, KeepsAShortPeakAndLeavesOnlyPausesEmpty)
 {
   Recording recording;
   recording.groups = {{"le<ft", 0, 1}, {"right", 1, 1}};
