@@ -1,4 +1,4 @@
-// `tessel`: records, looks and diagnoses; the host of the plug-in for people at a terminal.
+// `tessel`: the command line host of the plug-in.
 
 #include <cstdio>
 #include <exception>
@@ -15,28 +15,28 @@ namespace {
 int fail(ExitCode code, const std::string& what, const std::string& advice)
 {
   std::fflush(stdout);
-  console::tell("tessel: {}\n", what);
-  if (!advice.empty()) console::tell("        {}\n", advice);
+  console::report("tessel: {}\n", what);
+  if (!advice.empty()) console::report("        {}\n", advice);
   return static_cast<int>(code);
 }
 
-// Settings and logs are text in the user's character set. Only the characters: with the rest of the locale
-// numbers would get separators for thousands.
-void useCharactersOfTheUser()
+// Settings and logs are text in the user's character set. Only LC_CTYPE is set: LC_NUMERIC would add
+// thousands separators to numbers.
+void setCharacterSet()
 {
   try {
-    // Where nothing else is said, and in scripts nothing is, UTF-8 is likelier than ASCII alone.
+    // If no locale is set, as in many scripts, UTF-8 is more likely than plain ASCII.
     const bool isPlain = std::locale("").name() == "C";
     std::locale::global(std::locale(std::locale::classic(), isPlain ? "C.UTF-8" : "", std::locale::ctype));
   } catch (const std::runtime_error&) {
-    // A locale that is not installed: plain ASCII does.
+    // The locale is not installed: keep plain ASCII.
   }
 }
 
-// Takes the command line and does what it says. What goes wrong has been reported when it returns.
+// Runs the command line. Errors have been reported when it returns.
 int run(int count, char** arguments)
 {
-  CLI::App tessel("Records tactile gloves, simulated or real, looks at them and finds out what is wrong.");
+  CLI::App tessel("Records tactile gloves, simulated or real, and diagnoses problems with them.");
   tessel.name("tessel");
   tessel.require_subcommand(0, 1);
   tessel.set_help_flag("--help,-h", "Print this help");
@@ -44,7 +44,7 @@ int run(int count, char** arguments)
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"
-      "Each command has a --help with an example.");
+      "Each command has a --help with examples.");
 
   ExitCode exitCode = ExitCode::done;
   addRecord(tessel, exitCode);
@@ -72,11 +72,11 @@ int run(int count, char** arguments)
 int main(int count, char** arguments)
 try {
   host::openStandardStreams();
-  useCharactersOfTheUser();
+  setCharacterSet();
   const int code = run(count, arguments);
   if (code != 0 || (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)) return code;
-  return fail(ExitCode::output, "standard output did not take all of it.",
-              "Its disk may be full, or its reader gone.");
+  return fail(ExitCode::output, "standard output could not be written completely.",
+              "The disk may be full, or the reading program may have ended.");
 } catch (...) {
-  return static_cast<int>(ExitCode::internal);  // no memory, not even for the words
+  return static_cast<int>(ExitCode::internal);  // not even enough memory for a message
 }

@@ -15,12 +15,12 @@ struct CodeRange {
 constexpr std::array unprintable{
     CodeRange{0x00, 0x1F},      // C0 controls
     CodeRange{0x7F, 0x9F},      // DEL and C1 controls
-    CodeRange{0x61C, 0x61C},    // marks of direction
+    CodeRange{0x61C, 0x61C},    // directional marks
     CodeRange{0x200E, 0x200F},  //
-    CodeRange{0x2028, 0x202E},  // line and paragraph separator, embeddings and overrides of direction
-    CodeRange{0x2066, 0x2069},  // isolates of direction
+    CodeRange{0x2028, 0x202E},  // line and paragraph separators, directional embeddings and overrides
+    CodeRange{0x2066, 0x2069},  // directional isolates
     CodeRange{0xFEFF, 0xFEFF},  // byte order mark
-    CodeRange{0xFFFE, 0xFFFF},  // no characters
+    CodeRange{0xFFFE, 0xFFFF},  // noncharacters
 };
 
 bool isPrintable(char32_t code)

@@ -1,5 +1,5 @@
-// Text that others made, as characters: what may be shown as it is, and what could do harm on its way to
-// people. Throws only std::bad_alloc.
+// Untrusted text as characters: which may be shown unchanged, and which must be escaped first.
+// Throws only std::bad_alloc.
 #pragma once
 
 #include <optional>
@@ -8,13 +8,13 @@
 
 struct Character {
   std::string_view bytes;
-  std::optional<char32_t> code;  // none: a byte that is not UTF-8
-  // False also for what commands a terminal, breaks a line or turns the direction of writing.
+  std::optional<char32_t> code;  // empty: a byte that is not valid UTF-8
+  // False also for terminal controls, line breaks and changes of the writing direction.
   bool isPrintable = false;
 };
 
-// The character that a text begins with, which must not be empty.
+// The first character of a text, which must not be empty.
 Character firstCharacter(std::string_view text);
 
-// The text on one line and in valid UTF-8, its other characters written as \n, \x1B or \u202E.
+// The text as one line of valid UTF-8; all other characters are escaped: \n, \x1B, \u202E.
 std::string printable(std::string_view text);

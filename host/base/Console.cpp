@@ -35,9 +35,9 @@ void printLines(std::string_view text)
   forEachLine(text, [](std::string_view line) { print("{}\n", line); });
 }
 
-void tellLines(std::string_view text)
+void reportLines(std::string_view text)
 {
-  forEachLine(text, [](std::string_view line) { tell("{}\n", line); });
+  forEachLine(text, [](std::string_view line) { report("{}\n", line); });
 }
 
 void printJson(const nlohmann::ordered_json& json)

@@ -1,8 +1,8 @@
-// What the program says: results on standard output, everything else on standard error.
-// What is inserted into a message may come from anybody near, in a name, a file or a path. So it is made
-// printable here, at the end of its way, and only the message's own words can break a line.
-// Threads: any. Errors: none; what standard error does not take is lost, and whether standard output took all
-// is asked once, at the end of the program.
+// The program's output: results on standard output, everything else on standard error.
+// Values inserted into a message may be untrusted: a radio name, a file's content or a path. They are made
+// printable here, just before output, so only the format string itself can break a line.
+// Threads: any. Errors: none; text that standard error refuses is lost, and main() checks once, at the end,
+// whether standard output accepted everything.
 #pragma once
 
 #include <fmt/format.h>
@@ -26,7 +26,7 @@ auto shown(const Value& value)
   } else if constexpr (std::is_convertible_v<const Value&, std::string_view>) {
     return printable(value);
   } else {
-    static_assert(std::is_arithmetic_v<Value>, "text goes in as a string, so that it can be made printable");
+    static_assert(std::is_arithmetic_v<Value>, "pass text as a string, so that it can be made printable");
     return value;
   }
 }
@@ -49,16 +49,16 @@ void print(fmt::format_string<const Values&...> format, const Values&... values)
 }
 
 template <class... Values>
-void tell(fmt::format_string<const Values&...> format, const Values&... values)
+void report(fmt::format_string<const Values&...> format, const Values&... values)
 {
   detail::writeMessage(detail::message(format, detail::shown(values)...));
 }
 
-// A text of several lines that the program itself has laid out.
+// A text of several lines that the program itself has formatted.
 void printLines(std::string_view text);
-void tellLines(std::string_view text);
+void reportLines(std::string_view text);
 
-// In ASCII, which needs no further care.
+// ASCII only, so nothing needs escaping.
 void printJson(const nlohmann::ordered_json& json);
 
 }  // namespace console

@@ -1,28 +1,28 @@
-// How a command of `tessel` ends when it can't do what it was asked for: with a line that says what happened,
-// a line that says what to do, and an exit code that a script can tell apart.
+// A failed command of `tessel`: one line that says what happened, one that says what to do, and an exit code
+// that scripts can distinguish.
 #pragma once
 
 #include <stdexcept>
 #include <string>
 #include <utility>
 
-// The README lists them. Never renumber one: scripts rely on them.
+// Documented in the README. Never renumber: scripts rely on the values.
 enum class ExitCode {
   done = 0,
-  internal = 1,   // a fault of the program itself
+  internal = 1,   // an error in the program itself, or not enough memory
   usage = 2,      // the command line, or a scenario
-  settings = 3,   // a settings file that can't be read, or can't be used
+  settings = 3,   // a settings file that can't be read or used
   plugin = 4,     // the plug-in can't be loaded
-  output = 5,     // the output can't be made, or can't be written to its end
+  output = 5,     // the output can't be created, or not written completely
   recording = 6,  // a recording that can't be read
   noDongle = 10,
   port = 11,          // the dongle's port can't be opened
-  firmware = 12,      // of the dongle, too old
-  noGloves = 13,      // fewer gloves than wanted
-  gloves = 14,        // a glove was found, and could not be made ready
-  silence = 15,       // the gloves or the dongle stopped while recording
-  refused = 16,       // a text command that the plug-in has no answer to
-  interrupted = 130,  // before what was asked for was there
+  firmware = 12,      // the dongle's firmware is too old
+  noGloves = 13,      // fewer gloves than requested
+  gloves = 14,        // a glove was found, but could not be initialized
+  silence = 15,       // the gloves or the dongle stopped responding while recording
+  refused = 16,       // a text command that the plug-in has no reply to
+  interrupted = 130,  // before the command was complete
 };
 
 class Failure : public std::runtime_error {
@@ -40,7 +40,6 @@ class Failure : public std::runtime_error {
   std::string advice_;
 };
 
-// The system has no memory left for the program.
 inline Failure outOfMemory()
 {
   return {ExitCode::internal, "there is not enough memory.",

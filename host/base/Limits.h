@@ -3,6 +3,6 @@
 
 #include <cstddef>
 
-// In a record, auxiliary ones included: for who records as for who reads a recording. Far more than gloves
-// have, and little enough to read and draw on any machine.
+// Elements of a record, auxiliary ones included. Far more than gloves have, and few enough to read and draw
+// on any machine.
 inline constexpr std::size_t maxElements = 4096;

@@ -17,19 +17,19 @@ std::string adviceFor(int error)
 {
   switch (error) {
     case ENOSPC:
-      return "The disk is full: make room, or record to another one.";
+      return "The disk is full: free some space, or use another disk.";
     case EACCES:
     case EPERM:
     case EROFS:
-      return "Choose a place that you may write to.";
+      return "Choose a location that you may write to.";
     case ENOENT:
-      return "Its folder is not there: make it, or choose another place.";
+      return "Its folder does not exist: create it, or choose another location.";
     case EPIPE:
-      return "The program that read it has ended.";
+      return "The program that was reading it has ended.";
     case EFBIG:
-      return "The file may not grow any further on this system.";
+      return "The file has reached the size limit of this system.";
     default:
-      return "Choose another place.";
+      return "Choose another location.";
   }
 }
 
@@ -50,7 +50,7 @@ void OutputFile::fail() const
   const int error = errno;
   throw Failure(ExitCode::output,
                 fmt::format("{} can't be written: {}.", outputText(path_),
-                            error == 0 ? "the system refuses" : std::generic_category().message(error)),
+                            error == 0 ? "unknown error" : std::generic_category().message(error)),
                 adviceFor(error));
 }
 

@@ -1,7 +1,7 @@
-// A file, or standard output, that grows while something is recorded, so that what was written is with the
-// system at once: nothing waits in the program's memory, and a program that is killed loses nothing of it.
-// Errors: a Failure that says what the system refuses. What could be written of a refused piece is taken
-// back, so the file always ends behind a whole piece.
+// An unbuffered output file, or standard output. Each piece is handed to the operating system at once, so a
+// killed program loses none of it.
+// Errors: a Failure with the operating system's reason. A piece that was written only in part is removed
+// again, so the file always ends with a complete piece.
 #pragma once
 
 #include <cstdint>
@@ -11,11 +11,11 @@
 
 class OutputFile {
  public:
-  // Replaces what is there; standard output is added to.
+  // Replaces an existing file; appends to standard output.
   explicit OutputFile(std::filesystem::path path);
 
   void append(std::string_view piece);
-  // Puts bytes in place of the file's first ones; only of a regular file with a name.
+  // Overwrites the first bytes. For regular files only.
   void replaceBeginning(std::string_view bytes);
   void close();
 
@@ -26,6 +26,6 @@ class OutputFile {
 
   std::filesystem::path path_;
   std::ofstream file_;
-  std::ostream stream_;  // into the file, or standard output
+  std::ostream stream_;  // writes to file_ or to standard output
   std::uint64_t size_ = 0;
 };

@@ -11,25 +11,25 @@ namespace {
 
 constexpr const char* chooseAnother = "Choose another name, or replace it with --force.";
 
-// Links lead to what is meant; a separator at the end means nothing.
+// The target of symbolic links, without a trailing separator.
 fs::path resolved(fs::path path)
 {
-  constexpr int mostLinks = 40;
+  constexpr int maxLinks = 40;
   if (!path.has_filename()) path = path.parent_path();
   std::error_code error;
-  for (int links = 0; links < mostLinks && fs::is_symlink(path, error); ++links) {
+  for (int links = 0; links < maxLinks && fs::is_symlink(path, error); ++links) {
     path = path.parent_path() / fs::read_symlink(path, error);
   }
   return path;
 }
 
-// One of the program's own streams, which may lead to a file.
+// One of the program's own streams, which may be redirected to a file.
 bool isOpenStream(const fs::path& path)
 {
   return path.parent_path() == "/dev/fd" || path.parent_path() == "/proc/self/fd";
 }
 
-// Besides a recording's own files the folder may hold nothing that would be lost.
+// Only a folder that holds nothing but a recording's files may be replaced.
 bool isRecordingFolder(const fs::path& folder)
 {
   std::error_code error;
@@ -71,7 +71,8 @@ PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces)
                     "Choose another name.");
     }
     if (!replaces) {
-      throw Failure(ExitCode::output, fmt::format("{} is left of a run that did not end.", utf8(growing_)),
+      throw Failure(ExitCode::output,
+                    fmt::format("{} was left by a run that did not finish.", utf8(growing_)),
                     "`tessel plot` can draw it. Then rename it, or replace it with --force.");
     }
     checkPlace(growing_, replaces);
@@ -93,14 +94,14 @@ void PartFile::checkPlace(const fs::path& path, bool replaces) const
   if (fs::is_directory(status) != (kind_ == Kind::folder)) {
     throw Failure(
         ExitCode::output,
-        fmt::format("{} is there already, as a {}.", utf8(path), kind_ == Kind::folder ? "file" : "folder"),
+        fmt::format("{} already exists, as a {}.", utf8(path), kind_ == Kind::folder ? "file" : "folder"),
         "Choose another name.");
   }
   if (!replaces) {
-    throw Failure(ExitCode::output, fmt::format("{} is there already.", utf8(path)), chooseAnother);
+    throw Failure(ExitCode::output, fmt::format("{} already exists.", utf8(path)), chooseAnother);
   }
   if (kind_ == Kind::folder && !isRecordingFolder(path)) {
-    throw Failure(ExitCode::output, fmt::format("{} holds more than a recording.", utf8(path)),
+    throw Failure(ExitCode::output, fmt::format("{} contains other files than a recording.", utf8(path)),
                   "Choose another name.");
   }
 }
@@ -115,9 +116,9 @@ void PartFile::make()
   }
   if (error) {
     const bool isPlaceMissing = error == std::errc::no_such_file_or_directory;
-    throw Failure(ExitCode::output, fmt::format("{} can't be made: {}.", utf8(growing_), error.message()),
-                  isPlaceMissing ? "Its folder is not there: make it, or choose another place."
-                                 : "Choose a place that you may write to.");
+    throw Failure(ExitCode::output, fmt::format("{} can't be created: {}.", utf8(growing_), error.message()),
+                  isPlaceMissing ? "Its folder does not exist: create it, or choose another location."
+                                 : "Choose a location that you may write to.");
   }
   lock_.emplace(growing_);
 }
@@ -137,7 +138,7 @@ void PartFile::settle()
   if (error) {
     throw Failure(
         ExitCode::output,
-        fmt::format("{} can't get its name {}: {}.", utf8(growing_), utf8(wanted_), error.message()),
-        "It is whole. Rename it by hand.");
+        fmt::format("{} can't be renamed to {}: {}.", utf8(growing_), utf8(wanted_), error.message()),
+        "It is complete. Rename it by hand.");
   }
 }

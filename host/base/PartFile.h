@@ -1,5 +1,5 @@
-// The place of something that is being made, such as a recording. While it grows it bears the name that was
-// asked for with ".part" behind it, and gets the name when it is whole; so a part never passes for a whole.
+// An output that is being written, such as a recording. Until it is complete its name is the requested one
+// plus ".part", so an incomplete output is never mistaken for a complete one.
 // Threads: one. Errors: a Failure.
 #pragma once
 
@@ -9,35 +9,32 @@
 
 #include "host/base/System.h"
 
-// Stands for standard output wherever an output is named. It is written to as it is, not opened again, which
-// would lose what it holds.
+// Names standard output. It is never reopened, which would truncate a file that it is redirected to.
 inline constexpr const char* standardOutput = "-";
 bool isStandardOutput(const std::filesystem::path& path);
-// As people know it.
+// For messages.
 std::string outputText(const std::filesystem::path& path);
 
 class PartFile {
  public:
   enum class Kind { file, folder };
 
-  // Makes the file or folder under the name that it bears while it grows, and keeps other runs of the program
-  // off it. A Failure if something would be lost by that and `replaces` does not hold, or if it can't be
-  // replaced: a folder where a file is wanted, a file where a folder is. A device or a pipe is written to as
-  // it is.
+  // Creates the ".part" file or folder and locks it against other runs of the program. A Failure if something
+  // exists there and `replaces` is false, or if it is of the other kind. Devices and pipes are opened as is.
   PartFile(const std::filesystem::path& wanted, Kind kind, bool replaces);
-  // Takes away what nobody wanted to keep.
+  // Deletes the output unless it was kept or completed.
   ~PartFile();
   PartFile(const PartFile&) = delete;
   PartFile& operator=(const PartFile&) = delete;
 
   const std::filesystem::path& growing() const { return growing_; }
   const std::filesystem::path& wanted() const { return wanted_; }
-  // False for a device, a pipe or standard output: what was written there is not there any more.
+  // False for a device, a pipe or standard output.
   bool hasPlace() const { return growing_ != wanted_; }
 
-  // Whether what has grown stays, if it gets no name.
+  // Whether an incomplete output stays, under its ".part" name.
   void keep(bool stays) { stays_ = stays; }
-  // Gives it the name wanted. Its files must be closed.
+  // Renames it to the requested name. Its files must be closed.
   void settle();
 
  private:

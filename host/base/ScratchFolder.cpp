@@ -22,7 +22,8 @@ bool isNamedAsOurs(const std::string& name)
          name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string::npos;
 }
 
-// While it is locked, so that no other run removes it too; a file that is open goes last on some systems.
+// Deletes while locked, so that no other run deletes it too. Some systems delete the open lock file only once
+// it is closed.
 void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
 {
   std::error_code ignored;
@@ -31,37 +32,37 @@ void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
   fs::remove(folder, ignored);
 }
 
-void removeLeft(const fs::path& parent)
+void removeAbandoned(const fs::path& parent)
 {
   std::error_code error;
   for (fs::directory_iterator entry(parent, error), end; !error && entry != end; entry.increment(error)) {
     if (!isNamedAsOurs(utf8(entry->path().filename()))) continue;
     std::optional<host::FolderLock> lock;
-    lock.emplace(entry->path(), host::FolderLock::Kind::left);
+    lock.emplace(entry->path(), host::FolderLock::Kind::abandoned);
     if (lock->isHeld()) remove(entry->path(), lock);
   }
 }
 
 Failure notMade(const std::string& reason)
 {
-  return {ExitCode::output, fmt::format("no temporary folder can be made: {}.", reason),
-          "Set the variable TMPDIR to a folder that you may write to."};
+  return {ExitCode::output, fmt::format("no temporary folder can be created: {}.", reason),
+          "Set the environment variable TMPDIR to a folder that you may write to."};
 }
 
 }  // namespace
 
 ScratchFolder::ScratchFolder()
 {
-  // Another run may take a new folder for one that was left, in the moment before it is locked.
+  // Before the lock is held, another run may mistake the new folder for an abandoned one.
   constexpr int maxAttempts = 5;
   std::random_device random;
   try {
     const fs::path parent = fs::temp_directory_path();
-    removeLeft(parent);
+    removeAbandoned(parent);
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
       do {
         path_ = parent / fmt::format("{}{:0{}x}", prefix, random(), digits);
-      } while (!fs::create_directory(path_));  // it may be there already
+      } while (!fs::create_directory(path_));  // the name may be taken
       fs::permissions(path_, fs::perms::owner_all);
       lock_.emplace(path_, host::FolderLock::Kind::fresh);
       if (lock_->isHeld()) return;

@@ -1,6 +1,5 @@
-// A private folder of the program, gone with everything in it when the object goes. What a killed program
-// left is taken away by the next run that makes one; a folder in use, another user's or something else's
-// stays.
+// A private temporary folder, deleted with its content by the destructor. The constructor also deletes the
+// folders that killed runs of this user left; folders in use and any other folders stay.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +9,7 @@
 
 class ScratchFolder {
  public:
-  // A Failure if the system's folder for such files takes none.
+  // A Failure if no temporary folder can be created.
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;

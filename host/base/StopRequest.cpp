@@ -9,8 +9,8 @@ void StopRequest::raise()
     const std::lock_guard lock(mutex_);
     if (onRequest_) onRequest_();
   }
-  // Last, because a terminal that is held makes it wait.
-  console::tell("\nEnding. A second Ctrl-C ends the program at once.\n");
+  // Last, because a paused terminal blocks it.
+  console::report("\nEnding. A second Ctrl-C ends the program at once.\n");
 }
 
 void StopRequest::during(const std::function<void()>& action, const std::function<void()>& onRequest)

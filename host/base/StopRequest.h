@@ -1,5 +1,5 @@
-// A request of the person or the system to end the program, for those who have to act on it.
-// Threads: `raise` runs on the thread of `host::Interrupt`; the rest is the program's.
+// A stop request by the user or the system, and the callback that acts on it.
+// Threads: `raise` runs on the thread of `host::StopSignals`, everything else on the main thread.
 #pragma once
 
 #include <atomic>
@@ -10,13 +10,12 @@
 
 class StopRequest {
  public:
-  // Make it before any other thread.
+  // Construct it before starting any thread.
   StopRequest() : interrupt_([this] { raise(); }) {}
 
   const std::atomic<bool>& flag() const { return isRequested_; }
 
-  // Runs the action. A request that comes meanwhile calls `onRequest`, on the thread of `raise`; one that
-  // came before calls it at once.
+  // Runs the action. A request during it calls `onRequest` on the thread of `raise`; an earlier one at once.
   void during(const std::function<void()>& action, const std::function<void()>& onRequest);
 
  private:

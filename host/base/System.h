@@ -1,5 +1,5 @@
-// What the program needs of the operating system: posix/ or windows/ is built in.
-// Errors: as told at each; nothing else throws but for memory.
+// The operations that the program needs from the operating system, implemented in posix/ and windows/.
+// Errors: as described at each function; otherwise throws only std::bad_alloc.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,7 @@
 
 namespace host {
 
-// Keeps other runs of the program off a file or folder that is there, as long as it lives.
+// Locks an existing file or folder against other runs of the program.
 class Lock {
  public:
   explicit Lock(const std::filesystem::path& path);
@@ -21,7 +21,7 @@ class Lock {
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
 
-  // False if another run has it, or has it made impossible.
+  // False if another run holds it, or if locking failed.
   bool isHeld() const { return isHeld_; }
 
  private:
@@ -29,12 +29,12 @@ class Lock {
   bool isHeld_ = false;
 };
 
-// Marks a folder of this user's as in use, by a locked file in it. The system ends the lock with the process,
-// however that ends, and the file stays: a folder that can be locked then is one that was left.
-// A folder that is a link, or another user's, is never locked.
+// Marks a folder of this user as in use, by a locked file in it. The system releases the lock when the
+// process ends, however it ends, and the file stays: a folder that can be locked was abandoned. A symbolic
+// link, or a folder of another user, is never locked.
 class FolderLock {
  public:
-  enum class Kind { fresh, left };  // makes the file, or wants one that is there
+  enum class Kind { fresh, abandoned };  // creates the lock file, or requires an existing one
 
   FolderLock(const std::filesystem::path& folder, Kind kind);
   ~FolderLock();
@@ -48,43 +48,42 @@ class FolderLock {
   bool isHeld_ = false;
 };
 
-// An empty file, where nothing was.
+// Creates an empty file; an error if the name is taken.
 std::error_code createFile(const std::filesystem::path& path);
-// Renames a file or folder to a name that nothing bears.
+// Renames a file or folder; an error if the new name is taken.
 std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// Sees to it that standard input, output and error are something, so that no other file gets their place.
+// Opens closed standard streams, so that no other file gets their descriptors.
 void openStandardStreams();
 
-// Where the running program lies.
+// The folder of the running executable.
 std::filesystem::path programFolder();
 
-// What waits on standard input, up to some thousand characters. Nothing both while there is none and at its
-// end.
+// Available standard input, up to some thousand characters. Empty both if none is available and at its end.
 std::string waitingInput();
 
 bool isTerminal(std::FILE* stream);
-// False while a text would have to wait, for a reader or a person who holds the terminal.
+// False while writing would block: a full pipe, or a paused terminal.
 bool takesText(std::FILE* stream);
-// Columns of the terminal; 80 if it does not tell.
+// Columns of the terminal; 80 if unknown.
 unsigned terminalWidth(std::FILE* stream);
 
-// Time on a clock that never steps and goes on while the computer sleeps.
+// A monotonic clock that also advances while the computer is suspended.
 std::chrono::nanoseconds uptime();
 
-// The most memory that the process has had resident, in KiB.
+// Peak resident memory of the process.
 std::uint64_t peakMemoryKiB();
 
 void setEnvironment(const char* name, const std::string& value);
 
-// From its making on, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
-// function on a thread of its own instead of ending the process. Further ones change nothing, except that a
-// second Ctrl-C ends the process at once. Make it before any other thread, and only one at a time. A reader
-// that goes away, or a file that may not grow, shows as a failed write and not as a signal.
+// While it exists, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
+// callback on a separate thread instead of ending the process. Later ones are ignored, except that a second
+// Ctrl-C ends the process at once. Construct it before starting any thread, and only one at a time. A closed
+// pipe or the file size limit makes a write fail instead of raising a signal.
 class StopSignals {
  public:
   explicit StopSignals(std::function<void()> onInterrupt);
-  // No call is under way any more once it is gone.
+  // Waits until no callback is running.
   ~StopSignals();
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;

@@ -14,8 +14,8 @@ std::wstring widen(const std::filesystem::path& text)
 {
   auto wide = os::wideText(text);
   if (!wide) {
-    throw Failure(ExitCode::usage, fmt::format("{} is no text in UTF-8.", excerpt(text.string())),
-                  "Write it in UTF-8, or use plain letters.");
+    throw Failure(ExitCode::usage, fmt::format("{} is not valid UTF-8.", excerpt(text.string())),
+                  "Encode it in UTF-8, or use ASCII characters.");
   }
   return *wide;
 }

@@ -28,7 +28,7 @@ Failure usage(const CLI::App& command, const std::string& what)
   return {ExitCode::usage, what, fmt::format("See: {} --help", fullName(command))};
 }
 
-// The end of a sentence.
+// Ends an error message with a suggestion, if there is one.
 std::string didYouMean(const std::string& word, const std::vector<std::string>& words)
 {
   const std::string nearest = nearestWord(word, words);
@@ -42,7 +42,7 @@ Failure refused(const CLI::App& command, const std::string& names, const std::st
                fmt::format("{} takes {}, not '{}'{}", names.substr(0, names.find(',')), possible, text, end));
 }
 
-// The number that the whole text is.
+// True if the whole text is a number.
 template <class Number>
 bool isRead(const std::string& text, Number& number)
 {
@@ -51,7 +51,7 @@ bool isRead(const std::string& text, Number& number)
   return error == std::errc() && end == last;
 }
 
-// As the library's, in lines that a terminal of 80 columns holds.
+// The library's format, wrapped at 80 columns.
 class HelpFormatter final : public CLI::Formatter {
  public:
   std::string make_option_opts(const CLI::Option* option) const override
@@ -115,7 +115,7 @@ std::vector<std::string> commandNames(const CLI::App& program)
   return names;
 }
 
-// For an argument that nothing knows. Without a command it stands where one belongs.
+// For an unknown option, command or argument.
 Failure unexpected(const CLI::App& command, const std::string& argument)
 {
   if (argument.starts_with('-') && argument.size() > 1) {
@@ -130,22 +130,21 @@ Failure unexpected(const CLI::App& command, const std::string& argument)
   return usage(command, fmt::format("unexpected argument '{}'.", argument));
 }
 
-// Of an option that was given, and others that it needs or excludes.
+// Checks a present option against those that it excludes or requires.
 std::string conflict(const CLI::Option& option)
 {
   for (const CLI::Option* const other : option.get_excludes()) {
     if (other->count() > 0) {
-      return fmt::format("{} and {} can't be given together.", option.get_name(), other->get_name());
+      return fmt::format("{} and {} can't be used together.", option.get_name(), other->get_name());
     }
   }
   for (const CLI::Option* const other : option.get_needs()) {
-    if (other->count() == 0)
-      return fmt::format("{} works only with {}.", option.get_name(), other->get_name());
+    if (other->count() == 0) return fmt::format("{} requires {}.", option.get_name(), other->get_name());
   }
   return "";
 }
 
-// The library's own words name the option first, and nothing else that a person could use.
+// Finds the option that is at fault and replaces the library's message, which is written for programmers.
 Failure explained(const CLI::App& program, const CLI::ParseError& error)
 {
   const auto commands = program.get_subcommands();
@@ -165,7 +164,7 @@ Failure explained(const CLI::App& program, const CLI::ParseError& error)
     if (!words.starts_with(name + ":") && !(isFlag && words.starts_with(name.substr(2) + " "))) continue;
     if (isFlag) return usage(command, fmt::format("{} takes no value.", name));
     if (option->count() > 1) {
-      return usage(command, fmt::format("{} is given {} times; once is enough.", name, option->count()));
+      return usage(command, fmt::format("{} was given {} times; use it once.", name, option->count()));
     }
     return usage(command, fmt::format("{} needs a value: {}.", name, option->get_option_text()));
   }
@@ -182,7 +181,7 @@ CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, 
 CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
                      const TextTaker& take, const std::string& help)
 {
-  // The library takes the next argument as the value, whatever it is.
+  // The library would accept the next option as the value.
   const auto takeValue = [&command, names, valueName, take](const std::string& text) {
     if (names.starts_with('-') && text.starts_with("--")) {
       throw usage(command, fmt::format("{} needs a value: {}; '{}' is an option.",
@@ -258,10 +257,10 @@ CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const s
 
 void run(CLI::App& program, int count, const char* const* arguments)
 {
-  // The library would take what follows as the value.
+  // The library would take the next argument as the value.
   for (const std::string_view argument : std::span(arguments, static_cast<std::size_t>(count))) {
     if (argument.starts_with("--") && argument.find('=') == argument.size() - 1) {
-      throw usage(program, fmt::format("there is no value behind '{}'.", argument));
+      throw usage(program, fmt::format("there is no value after '{}'.", argument));
     }
   }
   const auto formatter = std::make_shared<HelpFormatter>();

@@ -1,6 +1,5 @@
-// The command line as all commands have it: options whose values are checked where they are read, and words
-// for what is wrong, which name the option, the value and what is possible. Threads: one. Errors: a Failure
-// with ExitCode::usage.
+// Command line parsing for all commands: values are checked as they are parsed, and error messages name the
+// option, the value and the possible values. Threads: one. Errors: a Failure with ExitCode::usage.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -14,8 +13,8 @@
 
 namespace command_line {
 
-// `names` are those of an option, "--output,-o", or the one of an argument, "FILE". `valueName` stands for
-// the value in the help. Targets must outlive the parsing.
+// `names` are the names of an option, "--output,-o", or the name of an argument, "FILE". `valueName` stands
+// for the value in the help. Targets must outlive parsing.
 
 using TextTaker = std::function<void(const std::string& text)>;
 
@@ -24,15 +23,15 @@ CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, 
 CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
                      const TextTaker& take, const std::string& help);
 
-// May be given several times.
+// May be repeated.
 CLI::Option* addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
                       const TextTaker& take, const std::string& help);
 
-// Anything but an empty text.
+// Not empty.
 CLI::Option* addPath(CLI::App& command, const std::string& names, const std::string& valueName,
                      std::filesystem::path& target, const std::string& help);
 
-// One of the words, capitalised or not; it is taken as it stands in `words`.
+// One of the words, ignoring case; `take` gets it as spelled in `words`.
 CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
                        const std::vector<std::string>& words, const TextTaker& take, const std::string& help);
 
@@ -52,7 +51,7 @@ CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const s
                             const WholeRange& range, const std::function<void(std::uint64_t)>& take,
                             const std::string& help);
 
-// Understands the arguments and runs the command that they name. Help and version are printed.
+// Parses the arguments and runs the command, or prints help or version.
 void run(CLI::App& program, int count, const char* const* arguments);
 
 }  // namespace command_line

@@ -1,5 +1,5 @@
-// The subcommands of `tessel`, each in a source of its own. Adding one gives the command line its options and
-// its help; its callback runs it, and leaves a Failure or sets the exit code.
+// The subcommands of `tessel`, one source file each. Each function adds a command with its options, help and
+// callback; the callback runs the command and sets the exit code or throws a Failure.
 #pragma once
 
 #include "host/base/Failure.h"

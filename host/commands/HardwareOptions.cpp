@@ -7,7 +7,7 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
   using namespace command_line;
   addFlag(command, "--sim", options.isSimulated, "Use simulated gloves");
   addPath(command, "--scenario", "FILE", options.scenario,
-          "With --sim: what happens when (see `tessel sim --help`)")
+          "With --sim: file of timed events (see `tessel sim --help`)")
       ->needs("--sim");
   CLI::Option* const settings =
       addPath(command, "--settings", "FILE", options.settings, "Settings file of the plug-in");
@@ -19,9 +19,10 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
                          : gloves == "1"     ? Gloves::one
                                              : Gloves::both;
       },
-      "Without a settings file: two gloves, or one; 1 is one of either side")
+      "Which gloves to connect; 1 is one glove of either side. Not with --settings")
       ->excludes(settings);
-  addPath(command, "--plugin", "FILE", options.plugin, "The plug-in, if not the one beside this program");
+  addPath(command, "--plugin", "FILE", options.plugin,
+          "Plug-in to load instead of the one next to this program");
   addPath(command, "--log", "FOLDER", options.logFolder,
-          "Keep a log of the plug-in in a new folder in this one");
+          "Write the plug-in's log to a new subfolder of this folder");
 }

@@ -1,4 +1,4 @@
-// The options of every command that needs gloves.
+// The options of every command that uses gloves.
 #pragma once
 
 #include "host/gloves/Hardware.h"
@@ -7,5 +7,5 @@ namespace CLI {
 class App;
 }
 
-// `options` gets what the user enters, and must outlive the parsing.
+// `options` receives the values and must outlive parsing.
 void addHardwareOptions(CLI::App& command, HardwareOptions& options);

@@ -1,4 +1,4 @@
-// `tessel info`: the way from port to glove, as far as it is there.
+// `tessel info`: shows the port, the dongle and the gloves.
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -50,7 +50,7 @@ Findings lookAt(Hardware& hardware, StopRequest& stopRequest)
           .wereSensorsChecked = !hardware.settings().skipSensorStartupCheck};
 }
 
-// Without settings of the person's own, one glove is as welcome as two.
+// Without a settings file and --gloves, one glove is accepted as well as two.
 Findings look(HardwareOptions options)
 {
   StopRequest stopRequest;
@@ -72,7 +72,7 @@ void printText(const Findings& findings)
   for (const Port& port : findings.ports) {
     if (port.isUsed) console::print("Port     {}, {}\n", port.friendlyText, port.path);
   }
-  console::print("Dongle   answers; its firmware is new enough\n");
+  console::print("Dongle   responds; its firmware is supported\n");
   for (std::size_t index = 0; index < findings.modules.size(); ++index) {
     const std::string& module = findings.modules[index];
     console::print("Glove    {} ({}), serial number {}\n", module, sideOfModule(module),
@@ -81,14 +81,14 @@ void printText(const Findings& findings)
     const GloveFirmware& firmware = findings.firmware[index];
     console::print("         part {} revision {}, firmware build {} from commit {:x}{}\n",
                    firmware.partNumber, firmware.revision, firmware.build, firmware.commit,
-                   firmware.date.empty() ? "" : fmt::format(", made {}", firmware.date));
+                   firmware.date.empty() ? "" : fmt::format(", dated {}", firmware.date));
   }
-  const char* const whose = findings.modules.size() > 1 ? ", the lower one of the gloves" : "";
+  const char* const whose = findings.modules.size() > 1 ? ", the lower value of both gloves" : "";
   console::print("Battery  {}\n", findings.battery ? fmt::format("{:.0f}%{}", *findings.battery * 100, whose)
-                                                   : "empty, or the gloves do not tell");
+                                                   : "empty, or not reported by the gloves");
   console::print("Sensors  {}\n", findings.wereSensorsChecked
-                                      ? "all report that they work"
-                                      : "not asked: TesselSkipSensorStartupCheck is 1");
+                                      ? "all working"
+                                      : "not checked: TesselSkipSensorStartupCheck is 1");
 }
 
 void printJson(const Findings& findings)
@@ -119,7 +119,7 @@ void printJson(const Findings& findings)
 
 void run(const Options& options)
 {
-  if (!options.isJson) console::tell("Looking for the dongle and the gloves...\n");
+  if (!options.isJson) console::report("Looking for the dongle and the gloves...\n");
   const Findings findings = look(options.hardware);
   options.isJson ? printJson(findings) : printText(findings);
 }
@@ -130,7 +130,7 @@ void addInfo(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<Options>();
   CLI::App& command = *tessel.add_subcommand(
-      "info", "Shows what is there: dongle, gloves, serial numbers, firmware, battery, sensors.");
+      "info", "Shows the dongle and the gloves: serial numbers, firmware, battery and sensors.");
   addHardwareOptions(command, options->hardware);
   command_line::addFlag(command, "--json", options->isJson, "Print JSON");
   command.footer("Examples:  tessel info\n           tessel info --sim");

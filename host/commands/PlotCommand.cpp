@@ -35,7 +35,7 @@ struct PlotOptions {
   bool overwrites = false;
 };
 
-// Without a separator at its end, and with a name even if it is `.`.
+// Without a trailing separator, and with a real name in place of `.` or `..`.
 fs::path plainPath(fs::path path)
 {
   if (!path.has_filename()) path = path.parent_path();
@@ -56,15 +56,16 @@ fs::path chosenOutput(const std::string& text)
 {
   if (text.empty()) {
     throw Failure(ExitCode::usage, "--output takes the name of an .svg file, not ''.",
-                  "Leave it out for a file named after the recording.");
+                  "Omit it for a file named after the recording.");
   }
   fs::path output = text;
   if (hasExtension(output, ".svg") || isStandardOutput(output)) return output;
   const auto named = [&](const char* extension) {
     return utf8(fs::path(output).replace_extension(extension));
   };
-  throw Failure(ExitCode::usage, fmt::format("{} can't be made: tessel plot writes SVG files", utf8(output)),
-                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` makes a PNG of it.",
+  throw Failure(ExitCode::usage,
+                fmt::format("{} can't be written: tessel plot writes SVG files.", utf8(output)),
+                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` converts it to PNG.",
                             named(".svg"), named(".png")));
 }
 
@@ -107,16 +108,16 @@ void plot(const PlotOptions& options)
   const fs::path output = options.output ? chosenOutput(*options.output) : defaultOutput(path);
   const Recording recording = readRecording(path);
   for (const std::string& note : recording.notes) {
-    console::tell("tessel: {}: {}\n", utf8(path), note);
+    console::report("tessel: {}: {}\n", utf8(path), note);
   }
   const std::string gloves = namesOfGloves(recording);
   if (gloves.empty()) {
-    throw Failure(ExitCode::recording, utf8(path) + " holds no glove",
-                  "Give a recording with elements beside 'aux'.");
+    throw Failure(ExitCode::recording, utf8(path) + " contains no glove.",
+                  "Choose a recording with elements other than 'aux'.");
   }
   const double end = duration(recording);
   if (!(options.from < std::min(options.to, end))) {
-    throw Failure(ExitCode::usage, "there is nothing to draw between --from and --to",
+    throw Failure(ExitCode::usage, "there is nothing to draw between --from and --to.",
                   fmt::format("The recording lasts from 0 to {:.3f} seconds.", end));
   }
   const double to = std::min(options.to, end);
@@ -125,7 +126,7 @@ void plot(const PlotOptions& options)
   const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
                                    : fmt::format("{:g} s to {:g} s", options.from, to);
   if (isStandardOutput(output)) return;
-  console::print("drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
+  console::print("Drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
                  utf8(output));
 }
 
@@ -139,29 +140,29 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
   CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
   addPath(command, "RECORDING", "RECORDING", target.recording,
-          "a .csv file, or a folder of NumPy arrays; it may still grow")
+          "a .csv file or a folder of NumPy arrays, finished or not")
       ->required();
   addText(
       command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
-      "The picture, an .svg file, or - for standard output; without it, a file named after the recording");
+      "Output .svg file, or - for standard output; by default named after the recording");
   addNumber(
       command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
-      "Begin at this time of the recording");
+      "Start time in the recording");
   addNumber(
       command, "--to", "SECONDS", seconds, [&target](double to) { target.to = to; },
-      "End at this time of the recording");
+      "End time in the recording");
   addWholeNumber(
-      command, "--width", "PIXELS [1000]", {.lowest = narrowestPicture, .highest = widestPicture},
+      command, "--width", "PIXELS [1000]", {.lowest = minPictureWidth, .highest = maxPictureWidth},
       [&target](std::uint64_t width) { target.width = static_cast<std::size_t>(width); },
       "Width of the picture");
-  addFlag(command, "--force", target.overwrites, "Overwrite the output if it is there");
+  addFlag(command, "--force", target.overwrites, "Replace an existing output file");
   command.footer(
       "Examples:  tessel plot grip.csv                       draws grip.svg\n"
-      "           tessel plot grip.csv --from 2.5 --to 4     draws a part of it\n"
+      "           tessel plot grip.csv --from 2.5 --to 4     draws this part\n"
       "           tessel plot grip.csv --output p.svg        draws p.svg\n"
-      "Each glove gets a heat map, the highest count of each element over time, and the\n"
-      "curves of mean and maximum over its elements. Grey: nothing was recorded.\n"
-      "A picture of an earlier `tessel plot` is drawn again; any other file is\n"
-      "overwritten with --force only.");
+      "Each glove gets a heat map with the highest count of each element over time, and\n"
+      "curves of the mean and the maximum of its elements. Grey: no records.\n"
+      "Without --output, a picture that `tessel plot` drew earlier is replaced. Any\n"
+      "other existing file is replaced only with --force.");
   command.callback([options] { plot(*options); });
 }

@@ -1,4 +1,4 @@
-// `tessel ports`: what is there, and which port the plug-in would use.
+// `tessel ports`: lists the serial ports and shows which one the plug-in would use.
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -46,8 +46,8 @@ ExitCode run(bool isJson)
                   adviceFor(*used));
   }
   if (isJson) return ExitCode::done;
-  console::print("* is the one that would be used.\n");
-  if (portsVariable()) console::print("The list is that of the variable TESSEL_SERIAL_PORTS.\n");
+  console::print("* marks the port that would be used.\n");
+  if (portsVariable()) console::print("The list comes from the environment variable TESSEL_SERIAL_PORTS.\n");
   return ExitCode::done;
 }
 
@@ -56,11 +56,12 @@ ExitCode run(bool isJson)
 void addPorts(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto isJson = std::make_shared<bool>(false);
-  CLI::App& command =
-      *tessel.add_subcommand("ports", "Lists the serial ports, and shows whether the dongle's can be used.");
+  CLI::App& command = *tessel.add_subcommand(
+      "ports", "Lists the serial ports and shows whether the dongle's port can be used.");
   command_line::addFlag(command, "--json", *isJson, "Print JSON");
   command.footer(
       "Example:   tessel ports\n"
-      "The variable TESSEL_SERIAL_PORTS replaces the system's list, as for the plug-in.");
+      "The environment variable TESSEL_SERIAL_PORTS, which the plug-in reads too,\n"
+      "replaces the system's list of ports.");
   command.callback([isJson, &exitCode] { exitCode = run(*isJson); });
 }

@@ -1,4 +1,4 @@
-// `tessel record`: records gloves into a file, until a limit, the person or a failure ends it.
+// `tessel record`: records gloves into a file until a limit, the user or a failure ends it.
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -31,7 +31,7 @@ struct Options {
   bool showsMemory = false;
 };
 
-// How it ended; `failure` is what the person is told after the summary.
+// How the recording ended; `failure` is reported after the summary.
 struct Ending {
   std::string words;
   std::optional<Failure> failure;
@@ -43,10 +43,10 @@ Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimi
   Progress progress(layout, limits);
   try {
     const auto show = [&](const RecordingFigures& figures) { progress.show(figures); };
-    if (recorder.run(stop, show)) return {"as asked for.", {}};
+    if (recorder.run(stop, show)) return {"as requested.", {}};
     const bool isEarly = limits.seconds || limits.records || recorder.figures().records == 0;
-    if (!isEarly) return {"as asked for.", {}};
-    const char* const words = "interrupted before what was asked for was there.";
+    if (!isEarly) return {"as requested.", {}};
+    const char* const words = "interrupted before the recording was complete.";
     return {words, Failure(ExitCode::interrupted, words, "")};
   } catch (const Failure& failure) {
     return {failure.what(), failure};
@@ -57,8 +57,8 @@ Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimi
   }
 }
 
-// Gives the recording its name, unless records could not be written; then what lies there is no whole. Gives
-// where it lies.
+// Renames the recording to its final name, unless records could not be written, which leaves it incomplete.
+// Returns where it is.
 std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, PartFile& output,
                            const RecordingFigures& figures, Ending& ending)
 {
@@ -76,40 +76,40 @@ std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, PartFile& outpu
   }
 }
 
-// Gives what ended the recording other than as asked for. What keeps it from beginning is thrown.
+// Returns the failure that ended the recording early, if any. A failure before its start is thrown.
 std::optional<Failure> record(const Options& options)
 {
   StopRequest stopRequest;
   const auto [name, format] = chooseOutputName(options.output, options.format);
   if (options.isJson && isStandardOutput(name)) {
     throw Failure(ExitCode::usage,
-                  "--json and --output - can't be given together: both take standard output.",
-                  "Record into a file, or leave --json out.");
+                  "--json and --output - can't be used together: both write to standard output.",
+                  "Record into a file, or omit --json.");
   }
-  // Ahead of the gloves, so that what can't be written is reported at once.
+  // Before the gloves are opened, so that an output that can't be written is reported at once.
   PartFile output(name, format == RecordFormat::csv ? PartFile::Kind::file : PartFile::Kind::folder,
                   options.replaces);
   Hardware hardware(options.hardware);
-  console::tell("Looking for the dongle and the gloves...\n");
+  console::report("Looking for the dongle and the gloves...\n");
   hardware.open(stopRequest);
 
   const Layout layout = gloveLayout(hardware.settings(), hardware.askModules());
   auto writer = makeRecordWriter(format, output.growing(), layout);
   output.keep(true);
-  console::tell("Recording {} to {}; Ctrl-C ends it.\n",
-                fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(output.growing()));
+  console::report("Recording {} to {}; Ctrl-C ends it.\n",
+                  fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(output.growing()));
   Recorder recorder(hardware, layout, *writer, options.limits);
   Ending ending = runRecorder(recorder, layout, options.limits, stopRequest.flag());
   const auto place = keep(std::move(writer), output, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
-  console::tellLines(summaryText(summary));
+  console::reportLines(summaryText(summary));
   if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
-  if (!ending.failure && output.hasPlace()) console::tell("Look at it with: tessel plot {}\n", utf8(place));
+  if (!ending.failure && output.hasPlace()) console::report("Draw it with: tessel plot {}\n", utf8(place));
   return ending.failure;
 }
 
-// What has no summary, because nothing was recorded.
+// The JSON of a recording that failed before its start.
 nlohmann::ordered_json failureJson(const Failure& failure)
 {
   return {{"exitCode", static_cast<int>(failure.code())},
@@ -146,25 +146,25 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       [&target](std::uint64_t frames) { target.limits.records = frames; }, "Number of frames to record");
   addText(
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
-      "Output file or folder, - for standard output; without it, a name of date and time");
+      "Output file or folder, or - for standard output; by default named by date and time");
   addChoice(
       command, "--format", "csv|npy", {"csv", "npy"},
       [&target](const std::string& name) {
         target.format = name == "csv" ? RecordFormat::csv : RecordFormat::npy;
       },
-      "csv: a file with a line for each frame; npy: a folder with NumPy arrays. Without it, what the name "
-      "of the output ends in, or csv");
-  addFlag(command, "--force", target.replaces, "Replace a recording of this name");
+      "csv: a file with a line for each frame; npy: a folder of NumPy arrays. By default the output name's "
+      "extension decides, otherwise csv");
+  addFlag(command, "--force", target.replaces, "Replace an existing recording");
   addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
-  addFlag(command, "--memory", target.showsMemory, "Add the program's peak memory to the JSON")
+  addFlag(command, "--memory", target.showsMemory, "With --json: add the peak memory of the program")
       ->needs("--json");
   addHardwareOptions(command, target.hardware);
   command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
       "           tessel record --settings gloves.txt --output session1.npy\n"
       "           tessel record --output - | head -3\n"
-      "While it grows, the recording's name ends in \".part\"; it gets its name at the\n"
-      "end, also if the gloves fail or Ctrl-C ends it.");
+      "The recording's name ends in \".part\" until the recording ends, which includes\n"
+      "Ctrl-C and a failure of the gloves.");
   command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;

@@ -1,4 +1,4 @@
-// `tessel send`: one text command of the plug-in, and its answer.
+// `tessel send`: sends the plug-in a text command and prints the reply.
 
 #include <fmt/format.h>
 
@@ -18,7 +18,7 @@ struct Options {
   std::string text;
 };
 
-// Gives the link so much time.
+// Keeps reading, which also sends queued commands.
 void readFor(Hardware& hardware, std::chrono::milliseconds time)
 {
   const auto end = std::chrono::steady_clock::now() + time;
@@ -32,11 +32,11 @@ void run(const Options& options)
   using namespace std::chrono_literals;
   StopRequest stopRequest;
   Hardware hardware(options.hardware);
-  console::tell("Looking for the dongle and the gloves...\n");
+  console::report("Looking for the dongle and the gloves...\n");
   hardware.open(stopRequest);
-  readFor(hardware, 500ms);  // the battery level comes with the first frames
+  readFor(hardware, 500ms);  // frames carry the battery level
   const std::string reply = hardware.ask(options.text);
-  readFor(hardware, 100ms);  // "OK" means queued: the next reads send it, half a second long
+  readFor(hardware, 100ms);  // "OK" means queued: the next reads send it
   console::print("{}\n", reply);
 }
 
@@ -46,16 +46,16 @@ void addSend(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<Options>();
   CLI::App& command =
-      *tessel.add_subcommand("send", "Sends the plug-in one text command and prints its answer.");
+      *tessel.add_subcommand("send", "Sends the plug-in a text command and prints the reply.");
   command_line::addText(
       command, "TEXT", "TEXT", [&target = *options](const std::string& text) { target.text = text; },
       "the command, in quotes if it has spaces")
       ->required();
   addHardwareOptions(command, options->hardware);
   command.footer(
-      "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: questions\n"
+      "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: queries\n"
       "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\":\n"
-      "           to the first glove; OK means that it is sent\n"
+      "           sent to the first glove; the reply is OK\n"
       "           SetSerialNumber,m,s: serial number s for glove m, 0 or 1\n"
       "Example:   tessel send GetModuleMap --sim");
   command.callback([options, &exitCode] {

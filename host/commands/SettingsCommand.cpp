@@ -1,4 +1,4 @@
-// `tessel settings`: what a settings file says, and what the plug-in makes of it.
+// `tessel settings`: shows how the plug-in reads a settings file, with errors and warnings, or writes one.
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -31,7 +31,7 @@ void writeFile(const Options& options)
   file.close();
   output.settle();
   if (!output.hasPlace()) return;
-  console::print("Wrote {} for {}. Change it with any editor, then look at it with: tessel settings {}\n",
+  console::print("Wrote {} for {}. Edit it with any editor, then check it with: tessel settings {}\n",
                  utf8(options.file), options.gloves == 1 ? "one glove" : "two gloves", utf8(options.file));
 }
 
@@ -64,7 +64,7 @@ void printErrors(const SettingsReport& report)
     console::print("\nNo errors.\n");
     return;
   }
-  console::print("\nThe plug-in reports none of these and goes on:\n");
+  console::print("\nErrors and warnings, none of which the plug-in reports:\n");
   for (const std::string& line : errorLines(report, maxShown)) {
     console::print("{}\n", line);
   }
@@ -114,19 +114,19 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
   const auto options = std::make_shared<Options>();
   CLI::App& command =
       *tessel.add_subcommand("settings",
-                             "Shows what the plug-in makes of a settings file, and every error in "
-                             "it; or writes one to start with.");
+                             "Shows how the plug-in reads a settings file, with all errors and "
+                             "warnings, or writes a new one.");
   addPath(command, "FILE", "FILE", options->file, "the settings file")->required();
-  addFlag(command, "--write", options->writes, "Write a commented file with that name");
+  addFlag(command, "--write", options->writes, "Write a new settings file with comments");
   addChoice(
       command, "--gloves", "1|2 [2]", {"1", "2"},
       [&target = *options](const std::string& count) { target.gloves = count == "1" ? 1 : 2; },
-      "With --write: for one or two gloves");
-  addFlag(command, "--force", options->replaces, "With --write: replace a file that is there");
+      "With --write: number of gloves");
+  addFlag(command, "--force", options->replaces, "With --write: replace an existing file");
   addFlag(command, "--json", options->isJson, "Print JSON");
   command.footer(
       "Examples:  tessel settings gloves.txt --write\n"
       "           tessel settings gloves.txt\n"
-      "Exit code 3 if the file has any error.");
+      "The exit code is 3 if there are errors or warnings.");
   command.callback([options, &exitCode] { exitCode = run(*options); });
 }

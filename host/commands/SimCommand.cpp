@@ -1,4 +1,4 @@
-// `tessel sim`: gloves for people who have none at hand, or want some that go wrong when told to.
+// `tessel sim`: simulates a dongle with gloves, and faults on request.
 
 #include <fmt/core.h>
 
@@ -20,15 +20,15 @@ namespace {
 
 constexpr const char* examples =
     "Examples:\n"
-    "  tessel sim                                  two gloves; end with Ctrl-C\n"
-    "  tessel sim --gloves left --loss 2           one glove, loses 2 % of packets\n"
+    "  tessel sim                                  two gloves; end it with Ctrl-C\n"
+    "  tessel sim --gloves left --loss 2           one glove, 2 % packet loss\n"
     "  tessel sim --battery 'left 12' --sensor 'left thumb 255'\n"
     "  tessel sim --at '10 drop left' --at '20 unplug' --at '25 plug'\n"
-    "  tessel sim --port /tmp/dongle --control     takes commands, see `help`\n"
-    "A value with [GLOVE] may begin with left or right, and then stands in quotes;\n"
-    "without, it is for both. The radio carries about 1,400 packets a second in all,\n"
-    "as a real one does: with --rate above 50 two gloves fall behind and frames are\n"
-    "dropped, one glove with --rate above 100. docs/simulator.md has more.";
+    "  tessel sim --port /tmp/dongle --control     reads commands; `help` lists them\n"
+    "[GLOVE] is left or right, with the whole value in quotes; without it the value\n"
+    "applies to both gloves. As with real gloves, the radio carries about 1,400\n"
+    "packets per second: frames are dropped above --rate 50 with two gloves, and\n"
+    "above --rate 100 with one. See docs/simulator.md for more.";
 
 void print(const std::string& lines)
 {
@@ -36,25 +36,25 @@ void print(const std::string& lines)
   std::fflush(stdout);
 }
 
-// Commands that come on standard input, one a line. Looks for them without waiting.
+// Reads commands from standard input, one per line, without blocking.
 class Console {
  public:
   explicit Console(simulator::Control& control) : control_(control) {}
 
   void poll()
   {
-    // A named pipe may get another writer after its end, so its end is nothing special.
-    constexpr std::size_t longestLine = 4096;
+    // A named pipe may get another writer later, so the end of the input is ignored.
+    constexpr std::size_t maxLineLength = 4096;
     text_ += host::waitingInput();
     for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
-      obey(text_.substr(0, end));
+      execute(text_.substr(0, end));
       text_.erase(0, end + 1);
     }
-    if (text_.size() > longestLine) text_.clear();
+    if (text_.size() > maxLineLength) text_.clear();
   }
 
  private:
-  void obey(const std::string& line)
+  void execute(const std::string& line)
   {
     if (simulator::WordReader(line).atEnd()) return;
     try {
@@ -95,12 +95,12 @@ void addSim(CLI::App& tessel, ExitCode&)
   };
   const auto options = std::make_shared<Options>();
   CLI::App& sim =
-      *tessel.add_subcommand("sim", "Simulates a dongle with gloves that move, and go wrong as you wish.");
+      *tessel.add_subcommand("sim", "Simulates a dongle with moving gloves, and faults on request.");
   sim.footer(examples);
   command_line::addPath(sim, "--port", "PATH", options->simulation.port,
-                        "Path of the simulated port, the same each time; otherwise in a new folder");
+                        "Path of the simulated port; by default in a new temporary folder");
   command_line::addFlag(sim, "--control", options->isControlled,
-                        "Take commands on standard input while it runs");
+                        "Read commands from standard input while it runs");
   addSimulationOptions(sim, options->simulation);
   sim.callback([options] { simulate(options->simulation, options->isControlled); });
 }

@@ -10,8 +10,8 @@ namespace {
 
 using namespace command_line;
 
-// Options that are commands of the control, by the same name, done before the port is there; the control
-// checks their values.
+// Options that are control commands of the same name, executed before the port is created. The control checks
+// the values.
 struct Setting {
   const char* command;
   const char* value;
@@ -19,17 +19,17 @@ struct Setting {
 };
 
 constexpr std::array settings{
-    Setting{"rate", "[GLOVE] HZ", "Frames per second, 0.1 to 1000 (40), as far as the radio can follow"},
-    Setting{"packets", "[GLOVE] N", "Packets per frame, 2 to 15 (14, which hold 125 samples)"},
-    Setting{"battery", "[GLOVE] CODE", "Battery, 0 to 31 (17); 19 is full, 11 and below empty"},
-    Setting{"loss", "[GLOVE] PERCENT", "So many of the packets are lost"},
-    Setting{"double", "[GLOVE] PERCENT", "So many of the packets come twice"},
-    Setting{"swap", "[GLOVE] PERCENT", "So many of the packets come after the next one"},
+    Setting{"rate", "[GLOVE] HZ", "Frames per second, 0.1 to 1000 (40); the radio limits them"},
+    Setting{"packets", "[GLOVE] N", "Packets per frame, 2 to 15 (14, for 125 samples)"},
+    Setting{"battery", "[GLOVE] CODE", "Battery code, 0 to 31 (17); 19 is full, 11 or less is empty"},
+    Setting{"loss", "[GLOVE] PERCENT", "Percentage of packets that are lost"},
+    Setting{"double", "[GLOVE] PERCENT", "Percentage of packets that arrive twice"},
+    Setting{"swap", "[GLOVE] PERCENT", "Percentage of packets that arrive after the next one"},
     Setting{"sensor", "'GLOVE POSITION CODE'",
             "A faulty sensor: palm, thumb, index, middle, ring or pinky, and a status from 1 to 255"},
-    Setting{"firmware", "A.B.C.D", "The dongle's firmware (1.4.2.130)"},
-    Setting{"restart-time", "SECONDS", "The dongle's, after a reset (0.3)"},
-    Setting{"busy", "on|off", "Another program holds the port (off)"},
+    Setting{"firmware", "A.B.C.D", "Firmware version of the dongle (1.4.2.130)"},
+    Setting{"restart-time", "SECONDS", "Duration of the dongle's restart after a reset (0.3)"},
+    Setting{"busy", "on|off", "Whether another program holds the port (off)"},
 };
 
 template <class Number>
@@ -50,7 +50,7 @@ void addSimulationOptions(CLI::App& command, SimulationOptions& options)
         options.hasLeft = gloves != "right";
         options.hasRight = gloves != "left";
       },
-      "Which gloves there are (both)");
+      "Which gloves exist (both)");
   addCount(command, "--left-serial", 99'999, options.leftSerialNumber,
            "Serial number of the left glove (17)");
   addCount(command, "--right-serial", 99'999, options.rightSerialNumber,
@@ -64,10 +64,10 @@ void addSimulationOptions(CLI::App& command, SimulationOptions& options)
         },
         setting.help);
   }
-  addCount(command, "--seed", UINT64_MAX, options.seed, "Of movement, noise and faults by chance (1)");
+  addCount(command, "--seed", UINT64_MAX, options.seed, "Seed of movement, noise and random faults (1)");
   addTexts(
       command, "--at", "'SECONDS COMMAND'",
       [&options](const std::string& line) { options.schedule.push_back(line); },
-      "Does a command when so many seconds have passed; may be given several times");
-  addPath(command, "--scenario", "FILE", options.scenario, "A file with such lines; # begins a comment");
+      "Execute a command at this time; may be repeated");
+  addPath(command, "--scenario", "FILE", options.scenario, "File of such lines; # begins a comment");
 }

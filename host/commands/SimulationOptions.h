@@ -7,5 +7,5 @@ namespace CLI {
 class App;
 }
 
-// `options` gets what the user gives, and must outlive the parsing.
+// `options` receives the values and must outlive parsing.
 void addSimulationOptions(CLI::App& command, SimulationOptions& options);

@@ -8,7 +8,7 @@ std::vector<GloveFirmware> parseFirmware(const std::string& answer)
       R"(PN([0-9a-f]+)R([0-9a-f]+)(?:  \( ([0-9-]+) \)  )?:Build ([0-9a-f]+) from commit ([0-9a-f]+))");
   std::vector<GloveFirmware> gloves;
   for (std::sregex_iterator found(answer.begin(), answer.end(), form), end; found != end; ++found) {
-    // The plug-in gives the numbers of all gloves but the first in hexadecimal.
+    // The plug-in prints the numbers of all gloves but the first in hexadecimal.
     const int base = gloves.empty() ? 10 : 16;
     const auto number = [&](std::size_t group, int groupBase) {
       return static_cast<std::uint32_t>(std::strtoul((*found)[group].str().c_str(), nullptr, groupBase));

@@ -23,10 +23,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The clock that the plug-in reads. It begins with the program and not with the computer, whose clock wraps
-// at any time: the plug-in compares times as plain numbers, so timestamps swerve for seconds where one wraps.
-// It begins well above 0, which has a meaning of its own in the plug-in, and above the first device times,
-// which are up to 13 s.
+// The clock that the plug-in reads. It counts from the start of the program: the plug-in compares times as
+// plain numbers, so its timestamps are wrong for seconds when the clock wraps, and the computer's uptime may
+// wrap during a recording. It starts well above 0, which the plug-in treats specially, and above the first
+// device times, which are up to 13 s.
 std::uint32_t clockMs()
 {
   using namespace std::chrono_literals;
@@ -35,7 +35,7 @@ std::uint32_t clockMs()
       std::chrono::duration_cast<std::chrono::milliseconds>(host::uptime() - start).count());
 }
 
-// A folder of its own in the one wanted: a log manager deletes the logs that lie in its folder.
+// A new subfolder, because a log manager deletes existing logs in its folder.
 fs::path newLogFolder(const fs::path& wanted)
 {
   const std::string name = fmt::format("tessel-{:%Y%m%d-%H%M%S}", fmt::localtime(std::time(nullptr)));
@@ -47,10 +47,10 @@ fs::path newLogFolder(const fs::path& wanted)
     }
   } catch (const fs::filesystem_error& error) {
     throw Failure(ExitCode::output,
-                  fmt::format("the folder {} can't be made: {}.", utf8(folder), error.code().message()),
+                  fmt::format("the folder {} can't be created: {}.", utf8(folder), error.code().message()),
                   "Choose another folder with --log.");
   }
-  console::tell("Log: {}\n", utf8(folder));
+  console::report("Log: {}\n", utf8(folder));
   return folder;
 }
 
@@ -63,18 +63,18 @@ std::vector<std::uint32_t> acceptedSerialNumbers(const settings::Values& values)
   return accepted;
 }
 
-void warnOf(const SettingsReport& report, const fs::path& file)
+void printWarnings(const SettingsReport& report, const fs::path& file)
 {
   constexpr std::size_t maxShown = 5;
   if (report.isClean()) return;
-  console::tell("The settings file {} is doubtful:\n", utf8(file));
+  console::report("The settings file {} has errors or warnings:\n", utf8(file));
   for (const std::string& line : errorLines(report, maxShown)) {
-    console::tell("{}\n", line);
+    console::report("{}\n", line);
   }
-  console::tell("All of it: tessel settings {}\n", utf8(file));
+  console::report("For all details: tessel settings {}\n", utf8(file));
 }
 
-// Before the gloves are opened: what is recorded must be readable.
+// Before the gloves are opened, so that nothing is recorded that can't be read back.
 void checkElements(const settings::Values& values, const fs::path& file)
 {
   const std::int64_t elements = values.elementCount;
@@ -84,10 +84,10 @@ void checkElements(const settings::Values& values, const fs::path& file)
                 fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
                             "TesselAuxCount {}; a record has 1 to {} elements, auxiliary ones included.",
                             utf8(file), elements, aux, maxElements),
-                "Make a good one with `tessel settings FILE --write`, or leave --settings out.");
+                "Write a valid one with `tessel settings FILE --write`, or omit --settings.");
 }
 
-// Opens nothing: reads may fail at every message while they catch up.
+// Does not open the port, because it may be called for every message: reads can fail repeatedly.
 bool isDongleGone()
 {
   return serialFindPort(platform::dongleName) < 0;
@@ -95,8 +95,8 @@ bool isDongleGone()
 
 Failure notAPlugin()
 {
-  return {ExitCode::plugin, "the plug-in makes no hardware object.",
-          "Leave --plugin out: then its own one is taken."};
+  return {ExitCode::plugin, "the plug-in can't create a hardware object.",
+          "Omit --plugin to use the plug-in that came with the program."};
 }
 
 }  // namespace
@@ -117,7 +117,7 @@ Hardware::Hardware(const HardwareOptions& options)
     SimulationOptions simulation;
     simulation.hasLeft = gloves_ != Gloves::right;
     simulation.hasRight = gloves_ == Gloves::right || settings_.numBleModules > 1;
-    // Gloves that the settings accept.
+    // Simulate gloves that the settings accept.
     if (const auto serials = acceptedSerialNumbers(settings_); !serials.empty()) {
       simulation.leftSerialNumber = serials.front();
       simulation.rightSerialNumber = serials.size() > 1 ? serials[1] : serials.front() % 99999 + 1;
@@ -140,7 +140,7 @@ fs::path Hardware::settingsFile(const HardwareOptions& options)
 {
   if (!options.settings.empty()) {
     SettingsReport report = readSettings(options.settings);
-    warnOf(report, options.settings);
+    printWarnings(report, options.settings);
     settings_ = std::move(report.values);
     checkElements(settings_, options.settings);
     return options.settings;
@@ -190,10 +190,10 @@ void Hardware::checkSide()
   const std::string side = sideOfModule(name);
   if (side == wanted) return;
   throw Failure(ExitCode::noGloves,
-                fmt::format("the glove found is {}, {}, and not a {} one.", name,
+                fmt::format("the glove found is {}, {}, not a {} one.", name,
                             side == "glove" ? "of unknown side" : fmt::format("a {} one", side), wanted),
-                fmt::format("Switch it off and the {0} one on. If both are on, name the {0} one by "
-                            "TesselSerialNumber in a settings file, and use --settings.",
+                fmt::format("Switch it off and the {0} one on. If both are on, select the {0} one with "
+                            "TesselSerialNumber in a settings file and --settings.",
                             wanted));
 }
 
@@ -216,25 +216,25 @@ bool Hardware::read()
 
 Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
 {
-  const std::string stall = fmt::format("this computer stood still for {:.1f} s", link_.stalls().latest);
+  const std::string stall = fmt::format("a pause of this computer of {:.1f} s", link_.stalls().latest);
   if (isDongleGone()) {
     const std::string since = link_.resumed() ? ", after " + stall : "";
     return {ExitCode::silence, fmt::format("the dongle is gone{}.", since),
-            "Plug it in again. If nobody unplugged it, try another socket."};
+            "Plug it in again. If nobody unplugged it, try another USB port."};
   }
   if (verdict == LinkWatch::Verdict::framesTooShort) {
-    return {ExitCode::settings,
-            fmt::format("the gloves send fewer elements than the settings want, which are {}.",
-                        settings_.elementCount),
-            "Give the elements of all gloves together in TesselElementCount: 125 a glove as a rule."};
+    return {
+        ExitCode::settings,
+        fmt::format("the gloves send fewer elements than the {} in the settings.", settings_.elementCount),
+        "Set TesselElementCount to the elements of all gloves together, usually 125 per glove."};
   }
   if (verdict == LinkWatch::Verdict::lostInStall) {
     return {ExitCode::silence,
-            fmt::format("the link to the gloves was lost: no complete frame has come since {}.", stall),
-            "Record again. Keep the computer awake, and what reads the output going."};
+            fmt::format("the link to the gloves was lost: no complete frame arrived after {}.", stall),
+            "Record again. Keep the computer awake and the program that reads the output running."};
   }
-  return {ExitCode::silence, "the gloves fell silent: no message, or no complete frame, came any more.",
-          "Check that they are switched on, charged and near."};
+  return {ExitCode::silence, "the gloves stopped sending: no message or no complete frame arrived any more.",
+          "Check that they are switched on, charged and in range."};
 }
 
 std::wstring Hardware::reply(const std::string& command)
@@ -242,9 +242,9 @@ std::wstring Hardware::reply(const std::string& command)
   std::wstring reply;
   if (hardware_->sendCommand(widen(command).c_str(), reply) != 0) {
     throw Failure(ExitCode::refused,
-                  fmt::format("the plug-in has no answer to \"{}\"{}", command,
+                  fmt::format("the plug-in has no reply to \"{}\"{}", command,
                               reply.empty() ? "." : fmt::format(": {}.", narrow(reply))),
-                  "See the commands with: tessel send --help");
+                  "For a list of commands: tessel send --help");
   }
   return reply;
 }

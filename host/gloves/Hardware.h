@@ -1,6 +1,5 @@
-// The gloves as the program has them: the plug-in, its settings, log and hardware object, from loading to
-// release; with simulated gloves if they are wanted.
-// Threads: one. Errors: a Failure with the plug-in's words and what to do.
+// The plug-in with its settings, log and hardware object, from loading to release; also runs simulated gloves
+// if requested. Threads: one. Errors: a Failure with the plug-in's message and advice.
 #pragma once
 
 #include <filesystem>
@@ -18,12 +17,12 @@
 #include "host/gloves/SimulatedGloves.h"
 #include "shared/RecordStore.h"
 
-// Those to connect to. The plug-in takes whichever glove it hears when it wants one.
+// The gloves to connect to. For one glove, the plug-in takes the first that it finds.
 enum class Gloves { both, one, left, right };
 
 struct HardwareOptions {
-  std::filesystem::path plugin;    // empty: the one beside the program
-  std::filesystem::path settings;  // empty: made for the gloves
+  std::filesystem::path plugin;    // empty: the default one
+  std::filesystem::path settings;  // empty: written for the gloves
   Gloves gloves = Gloves::both;
   std::filesystem::path logFolder;  // empty: no log
   bool isSimulated = false;
@@ -32,32 +31,32 @@ struct HardwareOptions {
 
 class Hardware {
  public:
-  // Loads the plug-in and makes the hardware object; touches no port. Says on standard error what is doubtful
-  // about the settings.
+  // Loads the plug-in and creates the hardware object; opens no port. Prints errors and warnings of the
+  // settings file on standard error.
   explicit Hardware(const HardwareOptions& options);
   Hardware(const Hardware&) = delete;
   Hardware& operator=(const Hardware&) = delete;
 
-  // Opens the link to the gloves; takes from one to some fifteen seconds. An interruption makes it fail soon,
-  // and so does a glove of the other side than the one wanted.
+  // Opens the link to the gloves, which takes 1 to 15 seconds. Fails early on a stop request; also fails if
+  // the glove found is of the wrong side.
   void open(StopRequest& stopRequest);
 
-  // One turn of the plug-in, up to a second or two long. True if there is a new record in the store; a
-  // Failure if the link is gone. Reads go on after a pause of this computer.
+  // One read of the plug-in, which takes up to two seconds. True if the store has a new record; a Failure if
+  // the link is lost. A pause of this computer is not taken for a lost link.
   bool read();
   const LinkWatch& link() const { return link_; }
-  // What to report if the link is no more than that.
+  // The failure to report for this verdict.
   Failure linkFailure(LinkWatch::Verdict verdict) const;
   const plugin::RecordStore& store() const { return *store_; }
 
-  // Names of the gloves found, in the order of the records.
+  // Names of the connected gloves, in the order of the records.
   std::vector<std::string> askModules();
-  // What the plug-in has been given.
+  // The settings that the plug-in uses.
   const settings::Values& settings() const { return settings_; }
-  // The answer to a text command; a Failure if the plug-in has none. A text that it does not know has the
-  // answer of the command before, if there was any.
+  // The reply to a text command; a Failure if there is none. The plug-in answers an unknown command with its
+  // previous reply, if there was one.
   std::string ask(const std::string& text);
-  // From 0 to 1, the lower one of two gloves; nothing while it is not known.
+  // From 0 to 1, the lower value of two gloves; empty while unknown.
   std::optional<double> battery();
 
  private:
@@ -66,7 +65,7 @@ class Hardware {
   void makeObject(const std::filesystem::path& settings);
   void checkSide();
 
-  // What the plug-in works with, for as long as it has objects.
+  // Used by the plug-in, so they must outlive its objects.
   struct Services {
     folder::FolderMap folders;
     std::unique_ptr<LogManager> log;

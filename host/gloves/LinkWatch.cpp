@@ -7,15 +7,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A read waits up to a second for the head of a message, and up to another one for the rest.
+// A read waits up to a second for the header of a message, and up to another second for the rest.
 constexpr LinkWatch::Time maxRead = 2s;
 // Between two reads the program writes one record.
 constexpr LinkWatch::Time maxPause = 500ms;
-// After a stall, what waited is caught up with, and the plug-in finds its silence too long until a frame is
-// complete.
-constexpr LinkWatch::Time patience = 5s;
-// Without a message, a read fails after a second and not before.
-constexpr LinkWatch::Time quick = 900ms;
+// After a stall, buffered messages are read first, and the plug-in fails each read until a frame is complete.
+constexpr LinkWatch::Time recoveryTime = 5s;
+// A read without a message takes a full second, so a faster failure had a message.
+constexpr LinkWatch::Time maxFastRead = 900ms;
 constexpr unsigned maxRefusedFrames = 3;
 
 }  // namespace
@@ -45,9 +44,9 @@ LinkWatch::Verdict LinkWatch::endRead(Time now, TurnResult result)
   }
   const bool hadFailed = std::exchange(hasFailed_, result == TurnResult::failed);
   if (!hasFailed_) return Verdict::alive;
-  if (resumed_) return now - *resumed_ < patience ? Verdict::alive : Verdict::lostInStall;
-  // A dead link fails at each read, a frame that is too short only when it is complete.
+  if (resumed_) return now - *resumed_ < recoveryTime ? Verdict::alive : Verdict::lostInStall;
+  // A lost link fails at each read, frames that are too short only when one is complete.
   if (hasRecord_ || hadFailed) return Verdict::silent;
-  if (now - begin < quick) ++refusedFrames_;
+  if (now - begin < maxFastRead) ++refusedFrames_;
   return refusedFrames_ < maxRefusedFrames ? Verdict::alive : Verdict::framesTooShort;
 }

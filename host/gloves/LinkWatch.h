@@ -1,7 +1,6 @@
-// Judges the link by the plug-in's reads, which say only that they failed: tells gloves that fell silent from
-// a computer that stood still (a stopped program, a suspended computer, an output that did not take the
-// records), and both from frames that are too short for the settings. Times are those of host::uptime(),
-// given from outside. Threads: one. Errors: none.
+// Finds out why reads of the plug-in fail: the gloves stopped sending, this computer paused (a stopped
+// program, a suspended computer, a blocked output), or the frames are too short for the settings. The caller
+// passes the time, of host::uptime(). Threads: one. Errors: none.
 #pragma once
 
 #include <chrono>
@@ -21,17 +20,17 @@ class LinkWatch {
  public:
   using Time = std::chrono::nanoseconds;
   enum class Verdict {
-    alive,           // go on reading, also after a read that failed
-    silent,          // no message, or no complete frame, comes any more
-    lostInStall,     // nothing has come since this computer stood still
-    framesTooShort,  // messages come, and the plug-in refuses each frame
+    alive,           // continue reading, even after a failed read
+    silent,          // no message or no complete frame arrives any more
+    lostInStall,     // nothing arrived since this computer paused
+    framesTooShort,  // messages arrive, but the plug-in rejects each frame
   };
 
   void beginRead(Time now);
   [[nodiscard]] Verdict endRead(Time now, TurnResult result);
 
   const Stalls& stalls() const { return stalls_; }
-  // When the latest stall ended, as long as no record has come since.
+  // The end of the latest stall; empty after the next record.
   std::optional<Time> resumed() const { return resumed_; }
 
  private:

@@ -16,8 +16,8 @@ bool beginsAName(std::string_view text)
   return std::ranges::any_of(gloves, [&](std::string_view letters) { return text.starts_with(letters); });
 }
 
-// Where the name at the beginning ends: at the first colon that another name follows, since a name may hold
-// colons itself. A name that was cut short has no letters to go by; then any colon does.
+// The end of the first name: the first colon that is followed by another name, because names may contain
+// colons. If no known name follows, for example because it was truncated, the first colon.
 std::size_t endOfName(std::string_view names)
 {
   for (std::size_t colon = names.find(':'); colon < names.size(); colon = names.find(':', colon + 1)) {
@@ -32,7 +32,7 @@ std::vector<std::string> parseModuleMap(std::wstring_view wide)
 {
   std::string map(wide.size(), '\0');
   std::ranges::transform(wide, map.begin(), [](wchar_t byte) { return static_cast<char>(byte); });
-  constexpr std::size_t maxModules = 16;  // far more than the radio carries
+  constexpr std::size_t maxModules = 16;  // far more than the radio supports
   std::size_t count = 0;
   const auto [end, error] = std::from_chars(map.data(), map.data() + map.size(), count);
   if (error != std::errc() || count > maxModules) return {};

@@ -1,9 +1,8 @@
-// What a failure of the plug-in to open the gloves means for the person: an exit code, and what to do.
+// Turns the plug-in's error message about opening the gloves into an exit code and advice.
 #pragma once
 
 #include <string>
 
 #include "host/base/Failure.h"
 
-// For the words that the plug-in left, of real or simulated gloves.
 Failure openingFailure(const std::string& words, bool isSimulated);

@@ -29,8 +29,9 @@ fs::path defaultFile()
 Failure notLoaded(const std::string& what)
 {
   return {ExitCode::plugin, what,
-          "Give the HwTessel file that belongs to this program with --plugin, or leave that option out: then "
-          "the one that came with the program is taken."};
+          "With --plugin, name the HwTessel file of the same version; or omit the option to use the one that "
+          "came "
+          "with the program."};
 }
 
 }  // namespace

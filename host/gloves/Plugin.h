@@ -1,4 +1,4 @@
-// The plug-in that the program loads. Errors: a Failure if the file is not a plug-in.
+// Loads the plug-in. Errors: a Failure if the file is not a plug-in.
 #pragma once
 
 #include <filesystem>
@@ -6,5 +6,5 @@
 
 #include "shared/PluginLibrary.h"
 
-// The one that belongs to the program if `file` is empty: beside it, or where the packages install it.
+// If `file` is empty, the default one: next to the program, or where the packages install it.
 std::unique_ptr<plugin::Library> loadPlugin(const std::filesystem::path& file);

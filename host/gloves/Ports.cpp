@@ -13,11 +13,11 @@ std::string describe(const Port& port)
       return port.detail.empty() ? "another program has it open."
                                  : fmt::format("{} has it open.", port.detail);
     case PortState::noRights:
-      return "you have no right to use it.";
+      return "you have no permission to use it.";
     case PortState::notSerial:
       return "it is no serial port.";
     case PortState::gone:
-      return "it has gone away.";
+      return "it has disappeared.";
     case PortState::tooManyFiles:
     case PortState::failing:
       break;
@@ -32,14 +32,14 @@ std::string adviceFor(const Port& port)
       return "";
     case PortState::inUse:
       return port.detail.starts_with("ModemManager")
-                 ? "ModemManager leaves the dongle alone with the udev rule that the README names."
+                 ? "Install the udev rule from the README, which makes ModemManager ignore the dongle."
                  : "End that program.";
     case PortState::noRights:
       return port.isUsbDevice ? fmt::format(
-                                    "Install the udev rule that the README names, or: sudo usermod -a -G "
-                                    "dialout $USER, and log in again. Rights now: ls -lL {}",
+                                    "Install the udev rule from the README, or run: sudo usermod -a -G "
+                                    "dialout $USER, and log in again. Permissions now: ls -lL {}",
                                     port.path)
-                              : fmt::format("Look at the rights on it: ls -lL {}", port.path);
+                              : fmt::format("Check its permissions: ls -lL {}", port.path);
     case PortState::notSerial:
       return "TESSEL_SERIAL_PORTS must name the path of a serial port or of a simulated one. To use a dongle "
              "that is plugged in: unset TESSEL_SERIAL_PORTS";
@@ -59,18 +59,18 @@ Failure noDongle(const std::vector<Port>& ports, const std::optional<std::string
   if (!variable) {
     return {ExitCode::noDongle,
             ports.empty() ? "there is no USB serial port."
-            : isNamed     ? "the dongle does not show itself."
+            : isNamed     ? "the dongle is not present."
                           : "none of the serial ports is a dongle's.",
-            "Plug the dongle in and see `tessel ports`. To try without one: tessel record --sim"};
+            "Plug the dongle in and run `tessel ports`. To try without one: tessel record --sim"};
   }
   const char* const reason =
       ports.empty() ? "none of the paths in it exists"
-      : isNamed     ? "the dongle that it names does not show itself"
+      : isNamed     ? "the dongle that it names is not present"
                     : "none of its ports that exist is called \"Bluegiga Bluetooth Low Energy (COMn)\"";
   return {ExitCode::noDongle,
           fmt::format(
               "there is no dongle: TESSEL_SERIAL_PORTS is set, which replaces the system's list of ports, "
-              "and {}. It reads: {}",
+              "and {}. Its value: {}",
               reason, *variable),
           "To use a dongle that is plugged in: unset TESSEL_SERIAL_PORTS"};
 }

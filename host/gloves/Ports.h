@@ -1,4 +1,4 @@
-// The serial ports of the computer, and whether the dongle's can be used.
+// The serial ports of the computer, and whether the dongle's port can be used.
 #pragma once
 
 #include <optional>
@@ -13,22 +13,22 @@ struct Port {
   std::string friendlyText;  // "NAME (COMn)"
   std::string path;          // of the device
   bool isDongle = false;
-  bool isUsed = false;       // it is the one that the plug-in takes
-  bool isUsbDevice = false;  // and neither a pseudo terminal nor a file that only poses as a port
+  bool isUsed = false;       // the plug-in uses this one
+  bool isUsbDevice = false;  // not a pseudo terminal or any other file
   PortState state = PortState::free;
-  std::string detail;  // who holds it, or what the system says
+  std::string detail;  // the process that holds it, or the operating system's message
 };
 
-// Tries each dongle's port, which opens it for a moment; other ports are left alone and count as free.
+// Opens each dongle's port for a moment to test it; other ports are not opened and count as free.
 std::vector<Port> listPorts();
 
-// The value of TESSEL_SERIAL_PORTS, which replaces the system's list of ports. None if it is not set, or
-// where the system's list is all there is.
+// The value of TESSEL_SERIAL_PORTS, which replaces the system's list of ports. Empty if it is not set, and
+// always on Windows.
 std::optional<std::string> portsVariable();
 
-// In words, without the path.
+// The state as text, without the path.
 std::string describe(const Port& port);
-// What to do about it; empty for a port that is free.
+// What to do about it; empty for a free port.
 std::string adviceFor(const Port& port);
 
 // Why the plug-in finds no dongle, and what to do about it.

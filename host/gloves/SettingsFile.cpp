@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Hands on the characters of a text one by one, and counts its lines.
+// Reads a text character by character and counts its lines.
 class LineCounter final : public std::wstreambuf {
  public:
   explicit LineCounter(const std::wstring& text) : source_(text) {}
@@ -36,7 +36,7 @@ class LineCounter final : public std::wstreambuf {
   int line_ = 1;
 };
 
-// Collects what the plug-in's reader stumbles over.
+// Collects the errors that the plug-in's reader finds.
 class ErrorFinder final : public parameter::ReadingObserver {
  public:
   ErrorFinder(const LineCounter& position, const parameter::Registry& registry, SettingsReport& report)
@@ -56,14 +56,14 @@ class ErrorFinder final : public parameter::ReadingObserver {
       const std::wstring kept = registry_.at(name_)->toString();
       add(line_,
           fmt::format(
-              "`{}` has no value that it can take. It is {} then, and what stands there is read as the "
-              "next name.",
+              "`{}` has no valid value. It stays {}, and the text in place of the value is read as the next "
+              "name.",
               narrow(name_), narrow(kept)));
       return;
     }
     int& known = report_.lines[name_];
     if (known != 0)
-      add(line_, fmt::format("`{}` is given a second time; line {} is lost.", narrow(name_), known));
+      add(line_, fmt::format("`{}` is set a second time; line {} has no effect.", narrow(name_), known));
     known = line_;
     if (position_.line() != line_) {
       add(line_, fmt::format("the value of `{}` ends in line {}.", narrow(name_), position_.line()));
@@ -78,8 +78,8 @@ class ErrorFinder final : public parameter::ReadingObserver {
     });
     add(position_.line(), sameLetters == registry_.end()
                               ? fmt::format("\"{}\" is not a setting and is skipped.", excerpt(name))
-                              : fmt::format("\"{}\" is not a setting and is skipped. `{}` is one.", name,
-                                            narrow(sameLetters->first)));
+                              : fmt::format("\"{}\" is not a setting and is skipped. Did you mean `{}`?",
+                                            name, narrow(sameLetters->first)));
   }
 
  private:
@@ -92,14 +92,14 @@ class ErrorFinder final : public parameter::ReadingObserver {
   int line_ = 0;
 };
 
-// Collects the bytes of the file that are no text in the character set of the user.
+// Collects the bytes of the file that are invalid in the user's character set.
 class ForeignBytesFinder {
  public:
   explicit ForeignBytesFinder(SettingsReport& report) : report_(report) {}
 
   void operator()(const textfile::ForeignBytes& foreign)
   {
-    // A file that is no text at all has millions of them.
+    // A binary file may have millions of them.
     constexpr std::size_t maxReported = 1000;
     if (++count_ > maxReported) return;
     std::string bytes;
@@ -132,44 +132,45 @@ std::vector<std::string> findWarnings(const settings::Values& values)
     if (holds) warnings.push_back(text);
   };
   const bool isForOneGlove = values.numSensors == 1;
-  warn(values.elementCount < 1,
-       fmt::format(
-           "TesselElementCount is {}: a record has no elements. Give the elements of all gloves together.",
-           values.elementCount));
+  warn(values.elementCount < 1, fmt::format("TesselElementCount is {}: a record has no elements. Set it to "
+                                            "the elements of all gloves together.",
+                                            values.elementCount));
   warn(values.elementCount > 0 && !isForOneGlove && values.elementCount % 2 != 0,
-       fmt::format("TesselElementCount {} is shared by two gloves: the last element stays empty.",
+       fmt::format("TesselElementCount {} is divided between two gloves: the last element stays empty.",
                    values.elementCount));
   warn(values.numBleModules < 1 || values.numBleModules > 2,
        fmt::format("TesselNumBleModules is {}: it can be 1 or 2.", values.numBleModules));
   warn(values.numSensors != 1 && values.numSensors != 2,
-       fmt::format("TesselNumSensors is {}: anything but 1 means two gloves.", values.numSensors));
+       fmt::format("TesselNumSensors is {}: any value but 1 means two gloves.", values.numSensors));
   warn(!isForOneGlove && values.numBleModules == 1,
-       "TesselNumSensors wants two gloves in a record, TesselNumBleModules connects one: no record will "
-       "come.");
+       "TesselNumSensors expects two gloves in a record, but TesselNumBleModules connects one: there will be "
+       "no records.");
   warn(isForOneGlove && values.numBleModules == 2,
-       "TesselNumSensors wants one glove in a record, TesselNumBleModules connects two: the second is not "
-       "recorded.");
+       "TesselNumSensors expects one glove in a record, but TesselNumBleModules connects two: the second is "
+       "not recorded.");
   warn(!(values.timeDivisor > 0),
-       fmt::format("TesselTimeDivisor is {}: timestamps come from the computer's clock alone.",
+       fmt::format("TesselTimeDivisor is {}: timestamps follow the computer's clock alone.",
                    values.timeDivisor));
   const std::int64_t elements = std::int64_t{values.elementCount} + values.auxCount;
   warn(
       elements > static_cast<std::int64_t>(maxElements),
       fmt::format("A record would have {} elements: `tessel record` takes up to {}.", elements, maxElements));
-  warn(values.auxCount < 0,
-       fmt::format("TesselAuxCount is {}: a record is shorter than its gloves.", values.auxCount));
+  warn(
+      values.auxCount < 0,
+      fmt::format("TesselAuxCount is {}: a record is shorter than the data of its gloves.", values.auxCount));
   warn(values.readTimeout >= 0 && values.readTimeout < minTimeout,
-       fmt::format("TesselReadTimeout is {}: so short a pause between two frames ends the recording.",
+       fmt::format("TesselReadTimeout is {}: such a short pause between two frames ends the recording.",
                    values.readTimeout));
   warn(values.readTimeout < 0,
-       fmt::format("TesselReadTimeout is {}: no silence is too long.", values.readTimeout));
+       fmt::format("TesselReadTimeout is {}: reads never fail because frames are missing.",
+                   values.readTimeout));
   std::vector<std::int32_t> dropped;
   std::ranges::copy_if(values.serialNumber, std::back_inserter(dropped),
                        [](std::int32_t number) { return number < 1 || number > 65534; });
   warn(!dropped.empty(),
-       fmt::format("TesselSerialNumber has {}, which no glove can have: left out.", join(dropped)));
+       fmt::format("TesselSerialNumber has {}, which no glove can have: ignored.", join(dropped)));
   warn(!dropped.empty() && dropped.size() == values.serialNumber.size(),
-       "No serial number is left: any glove will be accepted.");
+       "No valid serial number remains: any glove is accepted.");
   return warnings;
 }
 
@@ -179,9 +180,9 @@ std::vector<std::string> errorLines(const SettingsReport& report, std::size_t ma
 {
   std::vector<std::string> lines;
   for (std::size_t index = 0; index < std::min(report.errors.size(), maxErrors); ++index) {
-    const SettingsError& fault = report.errors[index];
+    const SettingsError& error = report.errors[index];
     lines.push_back(
-        fmt::format("  {}{}", fault.line == 0 ? "" : fmt::format("line {}: ", fault.line), fault.what));
+        fmt::format("  {}{}", error.line == 0 ? "" : fmt::format("line {}: ", error.line), error.what));
   }
   if (report.errors.size() > maxErrors)
     lines.push_back(fmt::format("  and {} more", report.errors.size() - maxErrors));
@@ -196,16 +197,16 @@ SettingsReport readSettings(const fs::path& file)
   std::error_code error;
   if (!fs::exists(file, error)) {
     throw Failure(ExitCode::settings, fmt::format("there is no settings file {}.", utf8(file)),
-                  fmt::format("Make one with: tessel settings {} --write", utf8(file)));
+                  fmt::format("Write one with: tessel settings {} --write", utf8(file)));
   }
   SettingsReport report;
   ForeignBytesFinder findForeign(report);
-  // The plug-in reads it a second time, which a pipe does not bear.
+  // A regular file, because the plug-in reads it a second time.
   const auto text =
       fs::is_regular_file(file, error) ? textfile::read(widen(file), std::ref(findForeign)) : std::nullopt;
   if (!text) {
     throw Failure(ExitCode::settings, fmt::format("the settings file {} can't be read.", utf8(file)),
-                  "It must be a file, and you need the right to read it.");
+                  "It must be a regular file that you have permission to read.");
   }
   const settings::Binding binding(report.values);
   LineCounter lines(*text);

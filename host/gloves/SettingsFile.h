@@ -1,8 +1,6 @@
-// A settings file as people have it: what the plug-in will make of it, and what is wrong with it. The plug-in
-// itself reads in silence whatever the file holds.
-//
-// Nothing here touches the values that a plug-in of this process works with.
-// Threads: one. Errors: a Failure for a file that can't be read or written.
+// Reads a settings file as the plug-in does, and reports its errors, which the plug-in ignores silently.
+// Never changes the settings of a plug-in loaded in this process.
+// Threads: one. Errors: a Failure for a file that can't be read.
 #pragma once
 
 #include <cstdint>
@@ -14,33 +12,33 @@
 #include "HwPlugins/HwTessel/Settings.h"
 
 struct SettingsError {
-  int line = 0;  // 0: it concerns the file as a whole
+  int line = 0;  // 0: the file as a whole
   std::string what;
 };
 
 struct SettingsReport {
-  // As a plug-in that was just loaded reads them.
+  // As a newly loaded plug-in reads them.
   settings::Values values;
-  // Texts that the plug-in reads otherwise than they were meant, line by line.
+  // Text that the plug-in ignores or misreads, in the order of lines.
   std::vector<SettingsError> errors;
-  // Values that are read well, and lead to a recording that is hardly wanted.
+  // Valid values that lead to an unusable or incomplete recording.
   std::vector<std::string> warnings;
-  // The line of the value that counts, for each key that the file gives.
+  // The line of the effective value, for each key in the file.
   std::map<std::wstring, int> lines;
 
   bool isClean() const { return errors.empty() && warnings.empty(); }
 };
 
-// The errors, at most so many of them, and the warnings; a line for each.
+// One line for each of the first `maxErrors` errors and for each warning.
 std::vector<std::string> errorLines(const SettingsReport& report, std::size_t maxErrors);
 
 SettingsReport readSettings(const std::filesystem::path& file);
 
-// Elements of a glove's frame of 14 packets.
+// In a frame of 14 packets.
 inline constexpr int elementsOfGlove = 125;
 
-// The settings for so many gloves.
+// Default settings for this number of gloves.
 settings::Values valuesFor(int gloves);
 
-// A settings file with these values, with a comment for each.
+// The text of a settings file with these values and a comment for each.
 std::string settingsText(settings::Values values);

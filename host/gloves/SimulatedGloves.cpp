@@ -17,27 +17,26 @@ namespace fs = std::filesystem;
 
 constexpr const char* seeCommands = "`tessel sim --help` lists the options, docs/simulator.md the commands.";
 
-// Only what an earlier simulation has left may be replaced.
+// Only the port of an earlier simulation may be replaced.
 void checkPort(const fs::path& path)
 {
-  // What others have to copy from the terminal.
+  // Users copy the path from the terminal.
   const std::string text = utf8(path);
   if (text.find_first_of(";'") != std::string::npos || printable(text) != text) {
-    throw Failure(
-        ExitCode::output,
-        fmt::format("{} can't name a port: it has a ; or ' or a character that can't be shown.", text),
-        "Give another path with --port.");
+    throw Failure(ExitCode::output,
+                  fmt::format("{} can't name a port: it contains ; or ' or an unprintable character.", text),
+                  "Choose another path with --port.");
   }
   std::error_code ignored;
   const fs::file_status status = fs::symlink_status(path, ignored);
   if (!fs::exists(status)) return;
   if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") {
     if (!simulator::PtyPort::isServed(path)) return;
-    throw Failure(ExitCode::output, fmt::format("{} is another simulation's.", utf8(path)),
-                  "End that one, or give another path with --port.");
+    throw Failure(ExitCode::output, fmt::format("{} is in use by another simulation.", utf8(path)),
+                  "End that simulation, or choose another path with --port.");
   }
-  throw Failure(ExitCode::output, fmt::format("{} is there already, and is no simulated port.", utf8(path)),
-                "Give a path with --port that is not taken; nothing is overwritten.");
+  throw Failure(ExitCode::output, fmt::format("{} already exists and is no simulated port.", utf8(path)),
+                "Choose a path with --port that does not exist; nothing is overwritten.");
 }
 
 }  // namespace
@@ -54,7 +53,7 @@ SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(do
     if (running_ != nullptr) *running_ = true;
   };
   try {
-    obey(options);
+    applyOptions(options);
   } catch (const std::invalid_argument& error) {
     throw Failure(ExitCode::usage, error.what(), seeCommands);
   }
@@ -62,11 +61,12 @@ SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(do
     makePort(options.port);
   } catch (const std::system_error& error) {
     if (error.code() == std::errc::not_supported) {
-      throw Failure(ExitCode::usage, "gloves are simulated on Linux only: it takes a pseudo terminal.",
-                    "Run it there, or use real gloves.");
+      throw Failure(ExitCode::usage,
+                    "gloves can be simulated on Linux only, because that needs a pseudo terminal.",
+                    "Run it on Linux, or use real gloves.");
     }
-    throw Failure(ExitCode::output, fmt::format("The simulated port can't be made: {}", error.what()),
-                  "Give a path with --port in a folder that you can write to.");
+    throw Failure(ExitCode::output, fmt::format("the simulated port can't be created: {}.", error.what()),
+                  "Choose a path with --port in a folder that you may write to.");
   }
 }
 
@@ -90,9 +90,9 @@ void SimulatedGloves::addGlove(simulator::Hand hand, std::uint32_t serialNumber,
   control_.addGlove(gloves_.back().side, glove);
 }
 
-void SimulatedGloves::obey(const SimulationOptions& options)
+void SimulatedGloves::applyOptions(const SimulationOptions& options)
 {
-  // Says where the words stand that the control does not understand.
+  // Adds the place of the text that the control rejects.
   const auto from = [](const std::string& place, const auto& act) {
     try {
       act();
@@ -155,7 +155,7 @@ void SimulatedGloves::start()
     try {
       run(stop_);
     } catch (const std::exception& error) {
-      // The dongle did not come back, and that is what the user of the port notices.
+      // The dongle has gone, which the host of the port notices by itself.
       report(error.what());
     }
   });

@@ -1,6 +1,6 @@
-// A dongle with simulated gloves behind a port, in real time, for `tessel sim` and for whoever wants gloves
-// without having any. Threads: those of its functions that say nothing else are for the thread that made it.
-// Errors: Failure(usage) for options and scenarios that can't be, Failure(output) if there can be no port.
+// A simulated dongle with gloves on a pseudo terminal, in real time. Serves `tessel sim` and the option
+// --sim. Threads: functions are for the constructing thread unless stated otherwise. Errors: Failure(usage)
+// for invalid options and scenarios, Failure(output) if the port can't be created.
 #pragma once
 
 #include <atomic>
@@ -27,9 +27,9 @@ struct SimulationOptions {
   std::uint32_t leftSerialNumber = 17;  // up to 99999
   std::uint32_t rightSerialNumber = 18;
   std::uint16_t moduleRevision = 5;
-  std::uint64_t seed = 1;      // of movement, noise and what goes wrong by chance
-  std::filesystem::path port;  // empty: in a folder of its own, which goes with it
-  // Commands of the control, done before the port is there: "rate 100" for the option --rate.
+  std::uint64_t seed = 1;      // of movement, noise and random faults
+  std::filesystem::path port;  // empty: in a temporary folder
+  // Control commands, executed before the port is created: "rate 100" for the option --rate.
   std::vector<std::string> setup;
   std::vector<std::string> schedule;  // lines of a scenario: "20 silent left"
   std::filesystem::path scenario;     // empty: none
@@ -37,39 +37,40 @@ struct SimulationOptions {
 
 class SimulatedGloves {
  public:
-  // Makes the port; nobody serves it until it runs. Everything in the options has been checked by then.
+  // Checks all options and creates the port, which is not served before run() or start().
   explicit SimulatedGloves(const SimulationOptions& options);
   // Stops, and removes the port.
   ~SimulatedGloves();
   SimulatedGloves(const SimulatedGloves&) = delete;
   SimulatedGloves& operator=(const SimulatedGloves&) = delete;
 
-  // What TESSEL_SERIAL_PORTS has to be for a plug-in to find the port.
+  // The value of TESSEL_SERIAL_PORTS with which a plug-in finds the port.
   std::string portsVariable() const;
 
-  // Told, with the time since the beginning, of links that begin and end, and of what a scenario does. Called
-  // on the running thread. To be set before it runs.
+  // Reports connections, disconnections and the events of a scenario, with the time since the start. Called
+  // on the running thread. Set it before running.
   std::function<void(const std::string& line)> onReport;
 
-  // Runs on this thread until the flag is set; "quit" sets it. The dongle is unplugged then: it runs once.
+  // Runs on this thread until the flag is set; the command "quit" sets it. Then the dongle is unplugged, so
+  // it can run only once.
   void run(std::atomic<bool>& stop);
-  // Runs on a thread of its own until it is destroyed.
+  // Runs on a separate thread until destruction.
   void start();
 
-  // For the running thread, or before it runs.
+  // For the running thread only, or before running.
   simulator::Control& control() { return control_; }
-  // Has something done again and again.
+  // Runs the action periodically.
   void repeat(simulator::Duration period, const std::function<void()>& action);
 
  private:
   struct SimulatedGlove {
     std::string_view side;
     simulator::Glove& glove;
-    std::string_view link;  // as reported last
+    std::string_view link;  // the last reported state
   };
 
   void addGlove(simulator::Hand hand, std::uint32_t serialNumber, const SimulationOptions& options);
-  void obey(const SimulationOptions& options);
+  void applyOptions(const SimulationOptions& options);
   void makePort(const std::filesystem::path& wanted);
   void report(const std::string& text) const;
   void reportLinks();

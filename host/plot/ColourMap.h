@@ -1,5 +1,4 @@
-// The colours that stand for counts: from dark to bright in even steps for the eye, also for one that does
-// not tell red from green.
+// The colours of counts: perceptually uniform from dark to bright, and suitable for colour-blind readers.
 #pragma once
 
 #include <array>
@@ -13,7 +12,7 @@ struct Colour {
   std::uint8_t blue;
 };
 
-// At even distances; between them the colours change in a straight line, as in an SVG gradient.
+// Evenly spaced stops, interpolated linearly, as in an SVG gradient.
 inline constexpr std::array<Colour, 10> colourStops{{{0x44, 0x01, 0x54},
                                                      {0x48, 0x28, 0x78},
                                                      {0x3E, 0x49, 0x89},
@@ -25,14 +24,14 @@ inline constexpr std::array<Colour, 10> colourStops{{{0x44, 0x01, 0x54},
                                                      {0xB5, 0xDE, 0x2B},
                                                      {0xFD, 0xE7, 0x25}}};
 
-// Where nothing was recorded; none of the others comes near it.
+// Where nothing was recorded; clearly different from all others.
 inline constexpr Colour colourOfNothing{0xE4, 0xE4, 0xE4};
 
-// From the lowest to the highest count, that one included.
+// From the lowest to the highest count, inclusive.
 struct CountRange {
   std::uint16_t low;
   std::uint16_t high;
 };
 
-// A colour for each count of the range, which holds at least two.
+// A colour for each count of the range, which must have at least two.
 std::vector<Colour> coloursOf(CountRange range);

@@ -25,7 +25,7 @@ std::string curveOf(const std::vector<double>& values, const TimeAxis& axis, con
   std::string path;
   const std::size_t offset = axis.firstRecord();
   const auto columnOf = [&](std::size_t index) { return std::floor(axis.position(offset + index)); };
-  // The last record before nothing: as long as it counts.
+  // Extends the last record before a gap for as long as it counts.
   const auto hold = [&](std::size_t record) {
     fmt::format_to(std::back_inserter(path), "H{:.1f}", scale.left + axis.endPosition(record));
   };

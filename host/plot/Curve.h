@@ -1,5 +1,5 @@
-// A value of each record as a line over time, with no more points than the eye can tell apart: of all records
-// in a column the first, the lowest, the highest and the last. The line is broken where columns are empty.
+// Draws a value of each record as a line over time, with at most four points per column: the first, the
+// lowest, the highest and the last. The line is interrupted at empty columns.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@
 #include "host/plot/TimeAxis.h"
 #include "host/recording/Recording.h"
 
-// For each record of the axis, from its first one on.
+// One entry for each record on the axis.
 struct Levels {
   std::vector<double> mean;
   std::vector<double> highest;
@@ -18,9 +18,9 @@ struct Levels {
 Levels levelsOf(const Recording& recording, const Recording::Group& group, const TimeAxis& axis);
 
 struct Scale {
-  double left;  // of column 0, each is 1 wide
-  double zero;  // where the value 0 lies
-  double unit;  // by how much the value 1 lies higher; y grows downwards
+  double left;  // of column 0; columns are 1 wide
+  double zero;  // y of the value 0
+  double unit;  // height of the value 1; y grows downwards
 };
 
 // The data of an SVG path.

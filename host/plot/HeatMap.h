@@ -1,5 +1,5 @@
-// One glove over time: a column for each step of the time axis, a row for each element, element 0 on top. Of
-// all records in a column the highest sample counts, so that a short peak stays visible in a long recording.
+// One glove over time: a column for each step of the time axis, a row for each element, element 0 on top. A
+// cell is the highest sample of all records in its column, so that short peaks stay visible.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@ struct HeatMap {
 
   std::size_t columns = 0;
   std::size_t rows = 0;
-  std::vector<std::int32_t> counts;  // row after row; `nothing` in a column without a record
+  std::vector<std::int32_t> counts;  // row by row; `nothing` in a column without a record
 };
 
 HeatMap makeHeatMap(const Recording& recording, const Recording::Group& group, const TimeAxis& axis);
 
-// Three bytes for each pixel, row after row; a row of the map is `rowHeight` rows of pixels. All counts must
-// lie in the range.
+// RGB pixels of three bytes, row by row; a row of the map is `rowHeight` rows of pixels. All counts must be
+// in the range.
 std::vector<std::uint8_t> paint(const HeatMap& map, CountRange range, std::size_t rowHeight);

@@ -22,10 +22,10 @@ constexpr double rightMargin = 100;
 constexpr double headHeight = 92;  // down to the first heat map
 constexpr double curvesHeight = 110;
 constexpr double panelDistance = 12;
-constexpr double gloveDistance = 60;  // with the labels of one and the name of the next
+constexpr double gloveDistance = 60;  // holds the labels of one glove and the name of the next
 constexpr double footHeight = 48;
 constexpr double tickLength = 4;
-constexpr double sideDistance = 16;  // of colour bar and legend from the panels
+constexpr double sideDistance = 16;  // between the panels and the colour bar or legend
 
 constexpr const char* axisStyle = "stroke=\"#999\" stroke-width=\"1\"";
 constexpr const char* gridStyle = "stroke=\"#000\" stroke-opacity=\"0.1\" stroke-width=\"1\"";
@@ -37,7 +37,7 @@ constexpr const char* highestStyle =
     "fill=\"none\" stroke=\"#d55e00\" stroke-width=\"1.5\" stroke-linejoin=\"round\" "
     "stroke-linecap=\"round\"";
 
-// As much of the text as fits, measured roughly.
+// As much of the text as fits, by an estimate of its width.
 std::string shortened(std::string_view text, double width, double fontSize)
 {
   double used = fontSize;
@@ -58,15 +58,15 @@ std::string styleOf(const Colour& colour)
   return fmt::format("fill=\"#{:02x}{:02x}{:02x}\"", colour.red, colour.green, colour.blue);
 }
 
-// Of an element in pixels; whole ones, as a picture that is stretched loses its peaks in some viewers.
+// Height of an element in pixels. An integer, because some viewers lose peaks when they scale an image.
 std::size_t rowHeight(std::size_t elements)
 {
-  constexpr std::size_t leastHeight = 120;  // of a heat map
+  constexpr std::size_t minHeight = 120;  // of a heat map
   if (elements > 260) return 1;
-  return std::max<std::size_t>(2, (leastHeight + elements - 1) / elements);
+  return std::max<std::size_t>(2, (minHeight + elements - 1) / elements);
 }
 
-// All gloves share it, so that they can be compared.
+// Shared by all gloves, so that they can be compared.
 CountRange rangeOf(const std::vector<HeatMap>& maps)
 {
   std::int32_t low = 0xFFFF;
@@ -82,7 +82,7 @@ CountRange rangeOf(const std::vector<HeatMap>& maps)
   return {static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high)};
 }
 
-// The counts that the curves' axis has: from one round number to another.
+// The count axis of the curves, from one round number to another.
 Ticks curveTicks(const std::vector<Levels>& levels)
 {
   double low = 0xFFFF;
@@ -120,8 +120,8 @@ class Picture {
     const auto& gaps = axis_.gaps();
     if (!gaps.empty() && gaps.front().first == 0 && gaps.front().end == axis_.columns()) {
       throw Failure(ExitCode::usage,
-                    fmt::format("there is no record from {:g} s to {:g} s", options_.from, options_.to),
-                    "Choose other times with --from and --to, or leave them out.");
+                    fmt::format("there are no records from {:g} s to {:g} s.", options_.from, options_.to),
+                    "Choose other times with --from and --to, or omit them.");
     }
     double height = headHeight + footHeight - gloveDistance;
     for (const auto& glove : gloves_) {

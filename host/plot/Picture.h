@@ -1,5 +1,5 @@
-// A recording as one SVG: for each glove a heat map of its elements and the curves of their mean and maximum,
-// all over the same time. It needs nothing beside itself: no scripts, no links.
+// Draws a recording as a self-contained SVG: for each glove a heat map of its elements and curves of their
+// mean and maximum, all over the same time axis.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,11 @@
 
 #include "host/recording/Recording.h"
 
-// Stands near the beginning of every picture.
+// Marks every picture, near its beginning.
 inline constexpr std::string_view pictureMark = "Drawn by tessel plot";
 
-inline constexpr std::size_t narrowestPicture = 500;
-inline constexpr std::size_t widestPicture = 8000;
+inline constexpr std::size_t minPictureWidth = 500;
+inline constexpr std::size_t maxPictureWidth = 8000;
 
 struct PictureOptions {
   std::string title;
@@ -21,5 +21,5 @@ struct PictureOptions {
   std::size_t width = 1000;
 };
 
-// The recording must have a glove. A time without any record is a Failure with ExitCode::usage.
+// The recording must have a glove. A time range without records is a Failure with ExitCode::usage.
 std::string drawPicture(const Recording& recording, const PictureOptions& options);

@@ -1,4 +1,4 @@
-// Pixels as a PNG file in memory, and any bytes as text.
+// Encodes pixels as PNG, and bytes as base64.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// Of three bytes for each pixel, row after row.
+// RGB pixels of three bytes, row by row.
 std::vector<std::uint8_t> encodePng(std::span<const std::uint8_t> pixels, std::size_t width,
                                     std::size_t height);
 

@@ -1,4 +1,4 @@
-// The one source that the library's functions are compiled in.
+// Compiles the functions of the header-only library.
 #define STBI_WRITE_NO_STDIO
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb/stb_image_write.h>

@@ -80,7 +80,7 @@ void Svg::path(const Box& box, std::string_view data, std::string_view attribute
 
 void Svg::image(const Box& box, std::span<const std::uint8_t> png)
 {
-  // Old viewers know the link and the sharp pixels by their old names alone.
+  // Old viewers support only xlink:href and optimizeSpeed.
   fmt::format_to(
       std::back_inserter(text_),
       "<image x=\"{:.1f}\" y=\"{:.1f}\" width=\"{:.1f}\" height=\"{:.1f}\" preserveAspectRatio=\"none\" "

@@ -1,5 +1,5 @@
-// Writes an SVG, shape after shape, later ones on top. Any text may be given: what XML does not allow is
-// replaced. Lengths are pixels from the top left.
+// Writes an SVG shape by shape, later ones on top. Text is escaped, and characters that XML does not allow
+// are replaced. Coordinates are pixels from the top left.
 #pragma once
 
 #include <cstddef>
@@ -19,21 +19,21 @@ struct Box {
   double bottom() const { return top + height; }
 };
 
-// As it may stand in XML, between tags and in quotes.
+// Escaped for XML text and attribute values.
 std::string xmlText(std::string_view text);
 
 class Svg {
  public:
-  // The comment stands at the very beginning.
+  // The comment precedes the picture.
   Svg(double width, double height, std::string_view comment);
 
-  // The attributes are XML.
+  // `attributes` is XML and not escaped.
   void text(double x, double y, std::string_view text, std::string_view attributes);
   void line(double x1, double y1, double x2, double y2, std::string_view attributes);
   void rectangle(const Box& box, std::string_view attributes);
-  // Of what the path draws only the part in the box is seen.
+  // Clipped to the box.
   void path(const Box& box, std::string_view data, std::string_view attributes);
-  // Its pixels may be stretched, and stay sharp.
+  // Scaled to the box without smoothing.
   void image(const Box& box, std::span<const std::uint8_t> png);
   // The colour map, the lowest count at the bottom.
   void colourBar(const Box& box);

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cmath>
 
-Ticks::Ticks(double low, double high, std::size_t most, double least)
+Ticks::Ticks(double low, double high, std::size_t maxCount, double minStep)
 {
-  const double rough = std::max((high - low) / static_cast<double>(most), least);
+  const double rough = std::max((high - low) / static_cast<double>(maxCount), minStep);
   const double exponent = std::floor(std::log10(rough));
   const double power = std::pow(10, exponent);
   step_ = 10 * power;
@@ -17,11 +17,11 @@ Ticks::Ticks(double low, double high, std::size_t most, double least)
     break;
   }
   decimals_ = std::max(0, static_cast<int>(-std::floor(std::log10(step_) + 1e-9)));
-  // An end that rounding has moved by a hair is still at a tick.
+  // Tolerates rounding errors, so that a tick at either end is not lost.
   const double first = std::ceil(low / step_ - 1e-6);
   const double last = std::floor(high / step_ + 1e-6);
-  for (double tick = first; tick <= last && values_.size() <= most; ++tick) {
-    values_.push_back(tick * step_ + 0.0);  // zero without a sign
+  for (double tick = first; tick <= last && values_.size() <= maxCount; ++tick) {
+    values_.push_back(tick * step_ + 0.0);  // no negative zero
   }
 }
 

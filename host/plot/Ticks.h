@@ -1,4 +1,4 @@
-// The round numbers that stand at an axis: multiples of 1, 2 or 5 times a power of ten.
+// The round numbers at an axis: multiples of 1, 2 or 5 times a power of ten.
 #pragma once
 
 #include <cstddef>
@@ -7,12 +7,12 @@
 
 class Ticks {
  public:
-  // From `low` to `high`, which is more, about so many at most. No step is smaller than `least`.
-  Ticks(double low, double high, std::size_t most, double least = 0);
+  // From `low` to a greater `high`, at most about `maxCount` ticks with steps of at least `minStep`.
+  Ticks(double low, double high, std::size_t maxCount, double minStep = 0);
 
   const std::vector<double>& values() const { return values_; }
   double step() const { return step_; }
-  // With the decimals that tell the values apart.
+  // With as many decimals as distinct labels need.
   std::string label(double value) const;
 
  private:

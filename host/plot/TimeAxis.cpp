@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr double periodOfALoneRecord = 0.025;
-// What sums of decimal fractions are off by, in columns.
+constexpr double periodOfSingleRecord = 0.025;
+// Tolerance for rounding errors, in columns.
 constexpr double roundingError = 1e-6;
 
 }  // namespace
@@ -15,7 +15,7 @@ double usualPeriod(const Recording& recording)
 {
   if (const double usualMs = recording.gaps.usualMs(); usualMs > 0) return usualMs / 1000;
   const double rate = recording.gaps.recordsPerSecond();
-  return rate > 0 ? 1 / rate : periodOfALoneRecord;
+  return rate > 0 ? 1 / rate : periodOfSingleRecord;
 }
 
 double duration(const Recording& recording)

@@ -1,6 +1,6 @@
-// Which columns of a picture a record fills. A record counts until the next one; if there is a gap between
-// them (see Gaps.h), it counts as long as a record usually does, and the columns behind it stay empty. Times
-// are seconds of the recording. The recording must outlive it.
+// Maps records to the columns of a picture. A record lasts until the next one; before a gap (see
+// GapDetector.h) it lasts for the usual period, and the columns after it stay empty. Times are seconds of the
+// recording, which must outlive the axis.
 #pragma once
 
 #include <cstddef>
@@ -13,31 +13,31 @@ struct ColumnSpan {
   std::size_t end;
 };
 
-// From one record to the next, as a rule.
+// The usual time from one record to the next.
 double usualPeriod(const Recording& recording);
 
-// The last record counts.
+// Includes the last record.
 double duration(const Recording& recording);
 
 class TimeAxis {
  public:
-  // From `from` to `to`, which is later, in so many columns.
+  // From `from` to a later `to`, divided into columns.
   TimeAxis(const Recording& recording, double from, double to, std::size_t columns);
 
   double from() const { return from_; }
   double to() const { return to_; }
   std::size_t columns() const { return columns_; }
 
-  // Those that can be seen, and one more on either side for the lines that lead there.
+  // The visible records, and one more on either side for lines that cross the edge.
   std::size_t firstRecord() const { return firstRecord_; }
   std::size_t endRecord() const { return endRecord_; }
 
-  // Where it begins and ends, in columns from the left edge; may lie outside.
+  // Begin and end of a record, in columns from the left edge; may be outside.
   double position(std::size_t record) const;
   double endPosition(std::size_t record) const;
-  // Empty for a record that can't be seen; it then tells on which side that lies.
+  // Empty for an invisible record, at the edge of its side.
   ColumnSpan columnsOf(std::size_t record) const;
-  // Columns that no record fills, in order.
+  // Columns without records, in order.
   const std::vector<ColumnSpan>& gaps() const { return gaps_; }
 
  private:
@@ -47,7 +47,7 @@ class TimeAxis {
 
   const Recording& recording_;
   double period_;
-  double maxUsualMs_;  // between two records with no gap between them
+  double maxUsualMs_;  // a longer interval is a gap
   double from_;
   double to_;
   std::size_t columns_;

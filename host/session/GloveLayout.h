@@ -1,4 +1,4 @@
-// What the elements of the plug-in's records are.
+// Describes the elements of the plug-in's records.
 #pragma once
 
 #include <string>
@@ -7,6 +7,6 @@
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/recording/Layout.h"
 
-// As the plug-in divides its records: the gloves' elements among the gloves evenly, the rest and the
-// auxiliary elements behind them. `modules` are the names of the gloves found, in the order of the records.
+// As in the plug-in: the gloves' elements are divided evenly, then come the remainder and the auxiliary
+// elements. `modules` are the names of the connected gloves, in the order of the records.
 Layout gloveLayout(const settings::Values& settings, const std::vector<std::string>& modules);

@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr auto plainInterval = std::chrono::seconds(2);
-constexpr double worthTelling = 1.5;  // seconds
+constexpr auto logInterval = std::chrono::seconds(2);
+constexpr double minReportedSilence = 1.5;  // seconds
 constexpr unsigned anyWidth = ~0U;
 
-// A value of 0 to 65535 as so many cells.
+// A value of 0 to 65535 as a bar.
 std::string bar(std::uint16_t value, unsigned cells)
 {
   const unsigned filled = (value * cells + 32768U) / 65536U;
@@ -26,8 +26,8 @@ std::string clockText(double seconds)
   return fmt::format("{}:{:02}.{}", tenths / 600, tenths / 10 % 60, tenths % 10);
 }
 
-// What is left, as players of music show it.
-std::string leftText(const RecordingFigures& figures, const RecordingLimits& limits)
+// What remains until the limit, if there is one.
+std::string remainingText(const RecordingFigures& figures, const RecordingLimits& limits)
 {
   if (limits.seconds) return fmt::format("  -{}", clockText(*limits.seconds - figures.seconds));
   if (limits.records) return fmt::format("  -{}", *limits.records - figures.records);
@@ -43,48 +43,48 @@ Progress::Progress(const Layout& layout, const RecordingLimits& limits)
 
 Progress::~Progress()
 {
-  if (hasLine_) console::tell("\n");
+  if (hasLine_) console::report("\n");
 }
 
 std::string Progress::text(const RecordingFigures& figures, unsigned width) const
 {
-  constexpr unsigned roomForValues = 100;
+  constexpr unsigned minWidthForValues = 100;
   if (figures.records == 0) return "waiting for the first frame";
   const std::string battery = figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?";
   std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  bat {}", clockText(figures.seconds),
-                                 leftText(figures, limits_), figures.records, figures.gaps.recordsPerSecond(),
-                                 figures.gaps.count(), battery);
+                                 remainingText(figures, limits_), figures.records,
+                                 figures.gaps.recordsPerSecond(), figures.gaps.count(), battery);
   if (figures.stalls.count > 0) {
-    line += fmt::format("  stood still {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);
+    line += fmt::format("  stalled {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);
   }
-  if (figures.silentSeconds > worthTelling) {
-    return line + fmt::format("  NOTHING FOR {:.0f} s", figures.silentSeconds);
+  if (figures.silentSeconds > minReportedSilence) {
+    return line + fmt::format("  NO FRAMES FOR {:.0f} s", figures.silentSeconds);
   }
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const ElementGroup& group = layout_.groups[index];
     const std::uint16_t highest = figures.latest[index];
     if (!group.isGlove()) continue;
-    line += width < roomForValues ? fmt::format("  {} {}", group.label, bar(highest, 4))
-                                  : fmt::format("  {} {} {:>5}", group.label, bar(highest, 8), highest);
+    line += width < minWidthForValues ? fmt::format("  {} {}", group.label, bar(highest, 4))
+                                      : fmt::format("  {} {} {:>5}", group.label, bar(highest, 8), highest);
   }
   return line;
 }
 
 void Progress::show(const RecordingFigures& figures)
 {
-  // Who records does not wait for who reads.
+  // Recording must not block on the terminal or the reading program.
   if (!host::takesText(stderr)) return;
   const auto now = host::uptime();
   if (!isTerminal_) {
     if (now < next_) return;
-    next_ = now + plainInterval;
-    console::tell("{}\n", text(figures, anyWidth));
+    next_ = now + logInterval;
+    console::report("{}\n", text(figures, anyWidth));
     return;
   }
   const unsigned width = host::terminalWidth(stderr);
   std::string line = text(figures, width);
-  line.resize(width - 1, ' ');  // over what stood there
-  console::tell("\r{}", line);
+  line.resize(width - 1, ' ');  // overwrites the previous text
+  console::report("\r{}", line);
   std::fflush(stderr);
   hasLine_ = true;
 }

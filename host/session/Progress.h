@@ -1,5 +1,5 @@
-// Shows a running recording on standard error: one line that is drawn anew at a terminal, a line every few
-// seconds elsewhere.
+// Shows the progress of a recording on standard error: on a terminal one line that is redrawn, otherwise a
+// new line every few seconds.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,7 @@ class Progress {
   void show(const RecordingFigures& figures);
 
  private:
-  // As much as fits well into a line of so many columns.
+  // Fits into a line of this many columns.
   std::string text(const RecordingFigures& figures, unsigned width) const;
 
   const Layout& layout_;

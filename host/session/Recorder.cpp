@@ -12,9 +12,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto progressInterval = 200ms;
-// The plug-in waits for a first record without end, as long as any message comes.
-constexpr double longestWaitForFirst = 10;  // seconds
-constexpr double longestPause = 1;          // seconds without a frame at the end of a good recording
+// The plug-in itself waits for the first record without a limit as long as messages arrive.
+constexpr double maxWaitForFirst = 10;  // seconds
+constexpr double maxPause = 1;          // seconds without a frame at the end of a complete recording
 
 double secondsBetween(Recorder::Time begin, Recorder::Time end)
 {
@@ -34,7 +34,7 @@ Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& write
 bool Recorder::run(const std::atomic<bool>& stop,
                    const std::function<void(const RecordingFigures&)>& onProgress)
 {
-  // On every way out, a Failure of the hardware too.
+  // On every exit, including a Failure of the hardware.
   struct Updated {
     Recorder& recorder;
     ~Updated() { recorder.updateTimes(host::uptime()); }
@@ -82,19 +82,19 @@ void Recorder::keepRecord()
 void Recorder::checkSilence() const
 {
   constexpr const char* advice =
-      "One of two gloves may have stopped: check that both are switched on, charged and near.";
-  if (!first_ && figures_.silentSeconds > longestWaitForFirst) {
-    throw Failure(ExitCode::silence, "no complete frame came, though the gloves were opened.", advice);
+      "One of two gloves may have stopped: check that both are switched on, charged and in range.";
+  if (!first_ && figures_.silentSeconds > maxWaitForFirst) {
+    throw Failure(ExitCode::silence, "no complete frame arrived, although the gloves are connected.", advice);
   }
-  // Before the end of a recording that is shorter than the plug-in's patience.
+  // A short recording may end before the plug-in's read timeout.
   const double usualSeconds = figures_.gaps.usualMs() / 1000;
-  const bool isSilent = first_ && figures_.silentSeconds > std::max(longestPause, 10 * usualSeconds);
+  const bool isSilent = first_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
   if (isSilent && hardware_.link().resumed()) throw hardware_.linkFailure(LinkWatch::Verdict::lostInStall);
   if (isSilent) {
-    throw Failure(
-        ExitCode::silence,
-        fmt::format("the gloves fell silent: no frame came in the last {:.1f} s.", figures_.silentSeconds),
-        advice);
+    throw Failure(ExitCode::silence,
+                  fmt::format("the gloves stopped sending: no frame arrived in the last {:.1f} s.",
+                              figures_.silentSeconds),
+                  advice);
   }
 }
 

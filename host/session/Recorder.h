@@ -1,6 +1,6 @@
-// The recording itself: turns of the plug-in, records to the writer, figures for the person.
-// Threads: one; the stop flag alone may be raised by another. Errors: a Failure of the hardware or the writer
-// ends the recording, and is kept with its figures.
+// Passes records from the gloves to the writer and keeps statistics.
+// Threads: one, except for the stop flag, which any thread may set. Errors: a Failure of the hardware or the
+// writer ends the recording; its statistics stay valid.
 #pragma once
 
 #include <atomic>
@@ -19,15 +19,15 @@ struct RecordingLimits {
   std::optional<std::uint64_t> records;
 };
 
-// What a recording is up to at a moment, or was at its end.
+// Statistics of a recording, running or finished.
 struct RecordingFigures {
   std::uint64_t records = 0;
-  double seconds = 0;        // from the first record to this moment, or to its end
-  double silentSeconds = 0;  // since the latest record, or since a pause of this computer after it
+  double seconds = 0;        // from the first record until now, or until the end
+  double silentSeconds = 0;  // since the latest record, or since a later pause of this computer
   GapDetector gaps;
   Stalls stalls;
   std::vector<std::uint16_t> latest;   // highest element of each group, in the latest record
-  std::vector<std::uint16_t> highest;  // in all records
+  std::vector<std::uint16_t> highest;  // over all records
   std::optional<double> battery;       // 0 to 1
 };
 
@@ -35,10 +35,10 @@ class Recorder {
  public:
   using Time = std::chrono::nanoseconds;  // of host::uptime()
 
-  // All must outlive it.
+  // The references must outlive it.
   Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits);
 
-  // Records until a limit is reached, the flag is raised, or something fails; `onProgress` is called several
+  // Records until a limit is reached, the flag is set, or a Failure is thrown; calls `onProgress` several
   // times a second. True if a limit was reached.
   bool run(const std::atomic<bool>& stop, const std::function<void(const RecordingFigures&)>& onProgress);
 

@@ -29,7 +29,8 @@ std::string gapsText(const GapDetector& gaps)
   std::string text = "  timestamps: no interval longer than usual\n";
   if (gaps.count() > 0) {
     text = fmt::format(
-        "  timestamps: {} interval{} longer than usual, up to {} ms; by an estimate {} frames are missing\n",
+        "  timestamps: {} interval{} longer than usual, up to {} ms; about {} frames are missing "
+        "(estimate)\n",
         gaps.count(), gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
   }
   if (gaps.backwardSteps() > 0)
@@ -41,10 +42,10 @@ std::string gapsText(const GapDetector& gaps)
 std::string stallsText(const Stalls& stalls)
 {
   if (stalls.count == 0) return "";
-  const std::string times = stalls.count == 1 ? "" : fmt::format(", the longest of {} times", stalls.count);
+  const std::string times = stalls.count == 1 ? "" : fmt::format(", the longest of {} stalls", stalls.count);
   return fmt::format(
-      "  tessel stood still for {:.1f} s{}: the computer paused, or the output took no records.\n"
-      "  That alone makes intervals longer.\n",
+      "  tessel was stalled for {:.1f} s{}: the computer paused, or the output was blocked.\n"
+      "  This alone makes intervals longer.\n",
       stalls.longest, times);
 }
 
@@ -54,7 +55,8 @@ std::string summaryText(const RecordingSummary& summary)
 {
   const RecordingFigures& figures = summary.figures;
   if (figures.records == 0) {
-    return fmt::format("Recorded no frame, so nothing was kept. Ended: {}\n", printable(summary.ending));
+    return fmt::format("No frames were recorded, so nothing was kept. Ended: {}\n",
+                       printable(summary.ending));
   }
   std::string text =
       fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",

@@ -1,4 +1,4 @@
-// What a recording came to, for people and as JSON.
+// The summary of a recording, as text and as JSON.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -12,7 +12,7 @@ struct RecordingSummary {
   const Layout& layout;
   const RecordingFigures& figures;
   std::filesystem::path place;  // empty if nothing was kept
-  std::string ending;           // why it ended, in words
+  std::string ending;           // why it ended
   ExitCode exitCode;
 };
 

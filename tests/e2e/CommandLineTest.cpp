@@ -1,4 +1,4 @@
-// What `tessel` makes of its command line.
+// How `tessel` handles its command line.
 
 #include <gtest/gtest.h>
 
@@ -17,12 +17,12 @@ class CommandLine : public testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(CommandLine, WhatIsWrongIsNamedWithWhatIsPossible)
+TEST_F(CommandLine, ErrorsNameTheArgumentAndThePossibleOnes)
 {
   const struct {
     std::vector<std::string> arguments;
     std::string message;
-    std::string help;  // of which command
+    std::string help;  // the command whose help is suggested
   } cases[] = {
       {{"recrod"}, "there is no command 'recrod'; did you mean record?", "tessel"},
       {{"plt", "a"}, "there is no command 'plt'; did you mean plot?", "tessel"},
@@ -39,16 +39,16 @@ TEST_F(CommandLine, WhatIsWrongIsNamedWithWhatIsPossible)
       {{"record", "--", "first"}, "unexpected argument 'first'.", "tessel record"},
       {{"ports", "plot"}, "unexpected argument 'plot'.", "tessel ports"},
       {{"plot"},
-       "tessel plot needs RECORDING: a .csv file, or a folder of NumPy arrays; it may still grow.",
+       "tessel plot needs RECORDING: a .csv file or a folder of NumPy arrays, finished or not.",
        "tessel plot"},
       {{"record", "--seconds"}, "--seconds needs a value: SECONDS.", "tessel record"},
       {{"record", "-o"}, "--output needs a value: FILE|FOLDER|-.", "tessel record"},
       {{"record", "-o", "--sim"},
        "--output needs a value: FILE|FOLDER|-; '--sim' is an option.",
        "tessel record"},
-      {{"record", "--output=", "--sim"}, "there is no value behind '--output='.", "tessel"},
+      {{"record", "--output=", "--sim"}, "there is no value after '--output='.", "tessel"},
       {{"record", "--seconds", "1", "--seconds", "2"},
-       "--seconds is given 2 times; once is enough.",
+       "--seconds was given 2 times; use it once.",
        "tessel record"},
       {{"record", "--sim=yes"}, "--sim takes no value.", "tessel record"},
       {{"record", "--seconds", "soon"},
@@ -77,9 +77,9 @@ TEST_F(CommandLine, WhatIsWrongIsNamedWithWhatIsPossible)
        "--gloves takes left, right, both, 1 or 2, not 'lefft'; did you mean left?",
        "tessel info"},
       {{"send", "Identify", "--plugin", ""}, "--plugin takes the name of a file, not ''.", "tessel send"},
-      {{"record", "--scenario", "a"}, "--scenario works only with --sim.", "tessel record"},
+      {{"record", "--scenario", "a"}, "--scenario requires --sim.", "tessel record"},
       {{"record", "--gloves", "1", "--settings", "a"},
-       "--settings and --gloves can't be given together.",
+       "--settings and --gloves can't be used together.",
        "tessel record"},
   };
   for (const auto& [arguments, message, help] : cases) {
@@ -90,7 +90,7 @@ TEST_F(CommandLine, WhatIsWrongIsNamedWithWhatIsPossible)
   }
 }
 
-TEST_F(CommandLine, HelpFitsATerminalAndNamesNoTypesOfTheProgram)
+TEST_F(CommandLine, HelpFitsATerminalAndShowsNoTypeNames)
 {
   const auto plain = runTessel(folder_, {});
   EXPECT_EQ(plain.exitCode, 0);
@@ -109,7 +109,7 @@ TEST_F(CommandLine, HelpFitsATerminalAndNamesNoTypesOfTheProgram)
     for (std::string line; std::getline(lines, line);) {
       EXPECT_LE(line.size(), 80U) << line;
       for (const char* word : {"TEXT ", "INT", "FLOAT", "UINT", "REQUIRED", "Excludes"}) {
-        if (arguments[0] == "send") continue;  // where TEXT is what it takes
+        if (arguments[0] == "send") continue;  // its argument is called TEXT
         EXPECT_EQ(line.find(word), std::string::npos) << line;
       }
     }
@@ -121,7 +121,7 @@ TEST_F(CommandLine, TheVersionIsThatOfTheProject)
   EXPECT_EQ(runTessel(folder_, {"--version"}).output, "tessel " TESSEL_VERSION "\n");
 }
 
-TEST_F(CommandLine, ARecordingGoesWhereItsNameSays)
+TEST_F(CommandLine, TheOutputNameDecidesWhereARecordingGoes)
 {
   const auto record = [&](std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"record", "--sim", "--frames", "5"});
@@ -150,16 +150,16 @@ TEST_F(CommandLine, ARecordingGoesWhereItsNameSays)
   EXPECT_EQ(runTessel(folder_, {"plot", "piped.csv", "-o", ""}).exitCode, 2);
 }
 
-TEST_F(CommandLine, StandardOutputIsAddedToAndLosesNothing)
+TEST_F(CommandLine, RecordingToStandardOutputAppends)
 {
-  folder_.write("log", "what stood there\n");
+  folder_.write("log", "earlier text\n");
   const std::string command = "cd " + folder_.path().string() +
                               " && " TESSEL_PROGRAM " record --sim --frames 3 -o - >> log 2> messages";
   EXPECT_EQ(std::system(command.c_str()), 0) << folder_.read("messages");
-  EXPECT_TRUE(folder_.read("log").starts_with("what stood there\ntime_ms,left_0")) << folder_.read("log");
+  EXPECT_TRUE(folder_.read("log").starts_with("earlier text\ntime_ms,left_0")) << folder_.read("log");
 }
 
-TEST_F(CommandLine, OneGloveMayBeEitherOrThatOfASide)
+TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
 {
   for (const auto& [gloves, label] : {std::pair("left", "left_0"), std::pair("RIGHT", "right_0")}) {
     const auto result =
@@ -175,7 +175,7 @@ TEST_F(CommandLine, OneGloveMayBeEitherOrThatOfASide)
            ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder_ / "dongle").string()).c_str(), 1);
   const auto wrong = runTessel(folder_, {"record", "--gloves", "left", "--frames", "2"});
   EXPECT_EQ(wrong.exitCode, 13) << wrong.messages;
-  EXPECT_NE(wrong.messages.find("the glove found is KVXGR00018, a right one, and not a left one."),
+  EXPECT_NE(wrong.messages.find("the glove found is KVXGR00018, a right one, not a left one."),
             std::string::npos)
       << wrong.messages;
   EXPECT_EQ(folder_.list().find("recording"), std::string::npos) << folder_.list();

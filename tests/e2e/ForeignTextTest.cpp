@@ -1,5 +1,4 @@
-// Text that others chose, in radio names, files, paths and variables, and that nobody may let loose on a
-// terminal.
+// Untrusted text in radio names, files, paths and variables never reaches a terminal unescaped.
 
 #include <gtest/gtest.h>
 
@@ -10,8 +9,8 @@
 
 namespace {
 
-// Everything that a terminal, a reader of JSON or a browser could take for its own, around a word that shows
-// where the text went.
+// Everything that a terminal, a JSON parser or a browser could interpret, around a word that shows that the
+// text was printed.
 const std::string onOneLine =
     "\x1B]x\x07\x1B[2J\x7F\xC2\x9B\x33m\xE2\x80\xAE\xE2\x81\xA6\xFF\xC3\xBCMARK<i>&\"";
 const std::string hostile = onOneLine + "\nforged\r\t";
@@ -53,7 +52,7 @@ class ForeignText : public testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(ForeignText, NeverReachesATerminalAsItIs)
+TEST_F(ForeignText, NeverReachesATerminalUnescaped)
 {
   const std::string dongle = "Bluegiga Bluetooth Low Energy (COM7)";
   const std::string port = "COM port " + onOneLine + "\nforged (COM8)=" + (folder_ / "serial").string() + ";";
@@ -124,7 +123,7 @@ TEST_F(ForeignText, NeverReachesATerminalAsItIs)
   EXPECT_EQ(folder_.read("label.svg").find("<i>"), std::string::npos);
 }
 
-TEST_F(ForeignText, OfADeviceThatIsNoGloveIsNotShownAtAll)
+TEST_F(ForeignText, FromADeviceThatIsNoGloveIsNotShown)
 {
   const auto result = runTessel(folder_, {"send", "GetModuleMap", "--sim", "--scenario", "stranger"});
   EXPECT_EQ(result.exitCode, 13) << result.messages;

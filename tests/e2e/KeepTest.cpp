@@ -1,4 +1,4 @@
-// What `tessel record` leaves can be read, however it ended.
+// The output of `tessel record` can be read, however it ended.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -32,7 +32,7 @@ TEST(Keep, WhatIsRecordedCanBePlotted)
   }
 }
 
-TEST(Keep, NumPyShowsAllThatAKilledRunHadWritten)
+TEST(Keep, NumPyShowsAllRowsOfAKilledRun)
 {
   ::unsetenv("TESSEL_SERIAL_PORTS");
   const TemporaryFolder folder;
@@ -45,7 +45,7 @@ TEST(Keep, NumPyShowsAllThatAKilledRunHadWritten)
   tessel.waitUntil([&] { return size() > 128 + 500 * 45; });
   tessel.signal(SIGKILL);
   EXPECT_EQ(tessel.result().exitCode, 128 + SIGKILL);
-  // It may have been killed between a row and the head.
+  // It may have been killed between writing a row and the header.
   const std::string check =
       "cd " + folder.path().string() +
       "/run.part && /usr/bin/python3 -c \"import numpy; s = numpy.load('samples.npy'); t = "
@@ -56,16 +56,16 @@ TEST(Keep, NumPyShowsAllThatAKilledRunHadWritten)
   EXPECT_EQ(std::system(check.c_str()), 0);
 }
 
-TEST(Keep, ARecordingThatMemoryCantHoldIsRefusedInWords)
+TEST(Keep, ARecordingThatDoesNotFitIntoMemoryIsAnError)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer's own memory does not fit";
+  GTEST_SKIP() << "a sanitizer's own memory exceeds the limit";
 #endif
   const TemporaryFolder folder;
-  // A gigabyte of samples, none of which takes room on the disk.
-  const std::string head = "{'descr': '<u2', 'fortran_order': False, 'shape': (0, 1024), }\n";
+  // A sparse file: a gigabyte of samples that takes no disk space.
+  const std::string header = "{'descr': '<u2', 'fortran_order': False, 'shape': (0, 1024), }\n";
   const std::string magic("\x93NUMPY\x01\x00", 8);
-  folder.write("samples.npy", magic + static_cast<char>(head.size()) + '\0' + head);
+  folder.write("samples.npy", magic + static_cast<char>(header.size()) + '\0' + header);
   std::filesystem::resize_file(folder / "samples.npy", 1 << 30);
   const std::string times = "{'descr': '<u4', 'fortran_order': False, 'shape': (0,), }\n";
   folder.write("stamps.npy", magic + static_cast<char>(times.size()) + '\0' + times);

@@ -1,4 +1,4 @@
-// What a killed run leaves in the system's folder for temporary files.
+// Temporary folders that a killed run leaves.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -45,14 +45,14 @@ class Leftover : public testing::Test {
   TemporaryFolder temporary_;
 };
 
-TEST_F(Leftover, OfAKilledRunGoesWithTheNextAndNothingElseDoes)
+TEST_F(Leftover, OfAKilledRunIsDeletedByTheNextAndNothingElseIs)
 {
   Tessel killed(folder_, record("killed.csv"));
   killed.waitUntil([&] { return fs::exists(folder_ / "killed.csv.part"); });
   killed.signal(SIGKILL);
   EXPECT_EQ(killed.result().exitCode, 128 + SIGKILL);
   const std::set<std::string> ofKilled = names();
-  EXPECT_FALSE(ofKilled.empty()) << "a killed run leaves something";
+  EXPECT_FALSE(ofKilled.empty()) << "a killed run leaves a folder";
 
   Tessel running(other_, record("running.csv"));
   running.waitUntil([&] { return !other_.read("running.csv.part").empty(); });
@@ -63,11 +63,11 @@ TEST_F(Leftover, OfAKilledRunGoesWithTheNextAndNothingElseDoes)
   }
 
   const std::vector<std::string> foreign{"linked", "tessel-0000000a", "tessel-0000000b", "tessel-notes"};
-  put("tessel-0000000a", "diary");     // a like name
-  put("tessel-notes", "tessel.lock");  // a like content
+  put("tessel-0000000a", "diary");     // a similar name
+  put("tessel-notes", "tessel.lock");  // similar content
   put("linked", "tessel.lock");
   fs::create_directory_symlink(temporary_ / "linked", temporary_ / "tessel-0000000b");
-  put("tessel-0000000c", "tessel.lock");  // what was left
+  put("tessel-0000000c", "tessel.lock");  // an abandoned folder
   const auto next = runTessel(folder_, {"record", "--sim", "--frames", "3", "--output", "next.csv"});
   EXPECT_EQ(next.exitCode, 0) << next.messages;
   std::set<std::string> left = names();

@@ -1,4 +1,4 @@
-// What `tessel` tells without recording, and the simulated port that it gives to others.
+// The commands that do not record, and the simulated port.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(Look, EachCommandTellsWhatItFinds)
+TEST(Look, EachCommandReportsWhatItFinds)
 {
   ::unsetenv("TESSEL_SERIAL_PORTS");
   TemporaryFolder folder;
@@ -25,21 +25,21 @@ TEST(Look, EachCommandTellsWhatItFinds)
        0,
        {"COM7",
         "KVXGR00018 (right), serial number 18\n         part 4711 revision 5, firmware build 212 from", "75%",
-        "they work"}},
+        "all working"}},
       {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
       {{"info", "--sim", "--gloves", "1", "--scenario", "colons"},
        0,
        {"Glove    KVXGL00017:KVXGR00019:3 (left), serial number 17\n         part"}},
       {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
       {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
-      {{"send", "Nonsense", "--sim"}, 16, {"no answer to \"Nonsense\""}},
+      {{"send", "Nonsense", "--sim"}, 16, {"no reply to \"Nonsense\""}},
       {{"settings", "new", "--write"}, 0, {"Wrote new"}},
       {{"settings", "new"}, 0, {"TesselElementCount             250", "line 10", "No errors"}},
       {{"settings", "new", "--write"}, 5, {"already"}},
       {{"settings", "faulty"},
        3,
-       {"line 3: \"tesselauxcount\" is not a setting and is skipped. `TesselAuxCount` is one",
-        "line 4: `TesselReadTimeout`", "no record will come"}},
+       {"line 3: \"tesselauxcount\" is not a setting and is skipped. Did you mean `TesselAuxCount`?",
+        "line 4: `TesselReadTimeout`", "there will be no records"}},
       {{"nonsense"}, 2, {"no command 'nonsense'"}},
   };
   for (const auto& [arguments, exitCode, words] : cases) {
@@ -52,7 +52,7 @@ TEST(Look, EachCommandTellsWhatItFinds)
   }
 }
 
-TEST(Look, ASimulatedPortServesOthersAndGoesAtTheEnd)
+TEST(Look, ASimulatedPortServesOtherProgramsAndIsRemovedAtTheEnd)
 {
   TemporaryFolder folder;
   TemporaryFolder other;

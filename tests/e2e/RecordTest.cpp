@@ -1,4 +1,4 @@
-// `tessel record` as a person runs it: real processes, real pseudo terminals.
+// `tessel record` as users run it: real processes, real pseudo terminals.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -52,11 +52,11 @@ TEST_F(Record, NumPyReadsTheArrays)
   EXPECT_EQ(std::system(check.c_str()), 0);
 }
 
-TEST_F(Record, SignalsEndItInOrder)
+TEST_F(Record, SignalsEndItCleanly)
 {
   const struct {
     int first;
-    std::vector<int> further;  // again and again until it has ended
+    std::vector<int> further;  // repeated until it has ended
     std::vector<std::string> limit;
     int exitCode;
     std::string name;
@@ -86,7 +86,7 @@ TEST_F(Record, SignalsEndItInOrder)
   }
 }
 
-TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfNobodyTakesTheRecords)
+TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfTheOutputIsBlocked)
 {
   const std::string fifo = folder_ / "fifo";
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
@@ -98,7 +98,7 @@ TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfNobodyTakesTheRecords)
     const int before = waiting;
     ::ioctl(reader, FIONREAD, &waiting);
     unchanged = waiting > 0 && waiting == before ? unchanged + 1 : 0;
-    return unchanged == 30;  // 12 frames do not come, because one of them can't be written
+    return unchanged == 30;  // for the time of 12 frames: a write is blocked
   });
   tessel.signal(SIGINT);
   tessel.waitUntil([&] { return folder_.read("stderr").find("second Ctrl-C") != std::string::npos; });
@@ -107,16 +107,16 @@ TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfNobodyTakesTheRecords)
   ::close(reader);
 }
 
-TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
+TEST_F(Record, AFailureWhileRecordingKeepsTheRecords)
 {
   const struct {
     std::string scenario;
     std::string seconds;
     std::string words;
-  } cases[] = {{"2.2 silent both", "20", "fell silent"},
+  } cases[] = {{"2.2 silent both", "20", "stopped sending"},
                {"2.2 unplug", "20", "dongle is gone"},
-               {"2.2 noise 3000\n2.3 silent both", "20", "fell silent"},
-               {"2.2 drop left", "4", "no frame came in the last 2"}};
+               {"2.2 noise 3000\n2.3 silent both", "20", "stopped sending"},
+               {"2.2 drop left", "4", "no frame arrived in the last 2"}};
   for (const auto& [scenario, seconds, words] : cases) {
     folder_.write("scenario", scenario);
     const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "scenario", "--seconds", seconds,
@@ -127,7 +127,7 @@ TEST_F(Record, WhatFailsWhileRecordingKeepsWhatCame)
   }
 }
 
-TEST_F(Record, BadInputIsToldAndHasItsExitCode)
+TEST_F(Record, BadInputIsReportedWithItsExitCode)
 {
   folder_.write("file", "no dongle");
   folder_.write("empty", "");
@@ -146,7 +146,7 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
     int exitCode;
     std::string words;
   } cases[] = {
-      {{}, "/nowhere", 10, "none of the paths in it exists. It reads: " + ports + "/nowhere"},
+      {{}, "/nowhere", 10, "none of the paths in it exists. Its value: " + ports + "/nowhere"},
       {{}, (folder_ / "file").string(), 11, "no serial port"},
       {{"--sim", "--scenario", "busy"}, "", 11, "has it open"},
       {{"--sim", "--scenario", "oldFirmware"}, "", 12, "1.4.2.130"},
@@ -163,7 +163,7 @@ TEST_F(Record, BadInputIsToldAndHasItsExitCode)
       {{"--output", "file"}, "", 5, "already"},
       {{"--output", "folder", "--force"}, "", 5, "as a folder"},
       {{"--output", "file", "--format", "npy", "--force"}, "", 5, "as a file"},
-      {{"--output", "nofolder/run.csv", "--sim"}, "", 5, "make it"},
+      {{"--output", "nofolder/run.csv", "--sim"}, "", 5, "create it"},
       {{"--output", "/dev/full", "--sim"}, "", 5, "disk is full"},
       {{"--seconds", "-1"}, "", 2, "--seconds"},
   };

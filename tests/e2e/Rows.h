@@ -1,4 +1,4 @@
-// What a recording of two gloves holds.
+// The rows of a CSV recording of two gloves.
 #pragma once
 
 #include <gtest/gtest.h>

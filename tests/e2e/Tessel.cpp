@@ -56,7 +56,7 @@ void Tessel::waitUntil(const std::function<bool()>& condition)
   const auto deadline = std::chrono::steady_clock::now() + 60s;
   while (!hasEnded() && !condition()) {
     if (std::chrono::steady_clock::now() > deadline) {
-      ADD_FAILURE() << "a minute of waiting for tessel: " << folder_.read("stderr");
+      ADD_FAILURE() << "waited a minute for tessel: " << folder_.read("stderr");
       return;
     }
     std::this_thread::sleep_for(10ms);

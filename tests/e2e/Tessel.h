@@ -1,4 +1,4 @@
-// A run of the built program, in a folder of its own.
+// Runs the built program as a process, in a separate folder.
 #pragma once
 
 #include <sys/types.h>
@@ -12,12 +12,11 @@
 class Tessel {
  public:
   struct Result {
-    int exitCode;  // 128 and the signal for a run that was killed
+    int exitCode;  // 128 plus the signal if it was killed
     std::string output, messages;
   };
 
-  // Starts it, with the folder as its working folder. What runs may be another program that gets the same
-  // arguments.
+  // Starts it with `folder` as its working directory. `command` may replace the program.
   Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments,
          std::vector<std::string> command = {TESSEL_PROGRAM});
   // Kills it if it still runs.

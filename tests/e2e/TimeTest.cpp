@@ -1,4 +1,4 @@
-// What a recording says of time: its clock, and a computer that stood still.
+// Time in a recording: its clock, and pauses of the computer.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -26,14 +26,14 @@ TEST(Time, BeginsWithTheProgramAndNotWithTheComputer)
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   const Rows rows = recordedRows(folder, "run.csv");
   EXPECT_GE(rows.front().front(), 60'000U);
-  EXPECT_LT(rows.back().front(), 120'000U) << "or the computer took a minute for it";
+  EXPECT_LT(rows.back().front(), 120'000U) << "unless the computer took a minute for it";
 }
 
 class Stall : public testing::Test {
  public:
   Stall()
   {
-    // The plug-in's own patience is shorter than the stalls.
+    // The plug-in's read timeout is shorter than the stalls.
     folder_.write("settings",
                   "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n"
                   "TesselReadTimeout\t1000\n");
@@ -42,7 +42,7 @@ class Stall : public testing::Test {
   static void expectStall(const Tessel::Result& result, double seconds)
   {
     ASSERT_EQ(result.exitCode, 0) << result.messages;
-    EXPECT_NE(result.messages.find("stood still for"), std::string::npos) << result.messages;
+    EXPECT_NE(result.messages.find("stalled for"), std::string::npos) << result.messages;
     const auto stalls = nlohmann::json::parse(result.output).at("stalls");
     EXPECT_GE(stalls.at("count"), 1) << result.output;
     EXPECT_GE(stalls.at("longestSeconds"), seconds) << result.output;
@@ -60,7 +60,7 @@ class Stall : public testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(Stall, OfTheProgramIsNotTakenForSilenceOfTheGloves)
+TEST_F(Stall, OfTheProgramIsNotMistakenForSilentGloves)
 {
   PtyGloves gloves(folder_ / "dongle", 1);
   Tessel tessel(folder_, {"record", "--settings", "settings", "--output", "run.csv", "--json"});
@@ -70,14 +70,14 @@ TEST_F(Stall, OfTheProgramIsNotTakenForSilenceOfTheGloves)
   std::this_thread::sleep_for(2500ms);
   const auto before = rowCount();
   tessel.signal(SIGCONT);
-  // What waited, and half a second more.
+  // The buffered frames, and half a second more.
   tessel.waitUntil([&] { return rowCount() > before + 120; });
   tessel.signal(SIGINT);
   expectStall(tessel.result(), 2.4);
   expectUnbroken(recordedRows(folder_, "run.csv"));
 }
 
-TEST_F(Stall, OfWhatTakesTheRecordsIsNotTakenForSilenceOfTheGloves)
+TEST_F(Stall, OfTheOutputIsNotMistakenForSilentGloves)
 {
   PtyGloves gloves(folder_ / "dongle", 5);
   ASSERT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);

@@ -1,6 +1,5 @@
-// tessel.exe with HwTessel.dll, under Wine, and the simulated dongle of this machine. Variables that
-// scripts/test-windows sets name what runs: TESSEL_EXE, and WINEPREFIX, in which COM7 is registered as the
-// dongle's port.
+// tessel.exe with HwTessel.dll under Wine, with a simulated dongle outside of it. scripts/test-windows sets
+// the variables TESSEL_EXE and WINEPREFIX, and registers COM7 there as the dongle's port.
 
 #include <gtest/gtest.h>
 
@@ -24,7 +23,7 @@ class Windows : public testing::Test {
  public:
   Windows() { setPort(folder_ / "dongle"); }
 
-  // What stands behind COM7, whether it is there or not.
+  // The target of COM7, which need not exist.
   static void setPort(const fs::path& target)
   {
     const fs::path link = fs::path(variable("WINEPREFIX")) / "dosdevices/com7";
@@ -43,7 +42,7 @@ class Windows : public testing::Test {
 
 TEST_F(Windows, EveryElementOfEveryFrameIsWhatTheGlovesSent)
 {
-  // Slower than real ones: Wine takes its time for each call of the port.
+  // Slower than real ones, because Wine is slow at each call of the port.
   PtyGloves gloves(folder_ / "dongle", 0.5);
   const auto result = run({"record", "--frames", "60", "--output", "two.csv", "--json"});
   ASSERT_EQ(result.exitCode, 0) << result.messages;
@@ -51,7 +50,7 @@ TEST_F(Windows, EveryElementOfEveryFrameIsWhatTheGlovesSent)
   expectSent(recordedRows(folder_, "two.csv"), 60);
 }
 
-TEST_F(Windows, LooksSendsPlotsAndExplains)
+TEST_F(Windows, EachCommandWorks)
 {
   Tessel sim(simulator_, {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15"});
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
@@ -63,7 +62,7 @@ TEST_F(Windows, LooksSendsPlotsAndExplains)
       {{"ports"}, 0, "* Bluegiga Bluetooth Low Energy (COM7)  \\\\.\\COM7, free"},
       {{"info"}, 0, "KVXGR00018 (right), serial number 18"},
       {{"send", "GetModuleMap"}, 0, "2:KVXGL00017:KVXGR00018"},
-      {{"send", "Nonsense"}, 16, "no answer"},
+      {{"send", "Nonsense"}, 16, "no reply"},
       {{"settings", "new", "--write"}, 0, "Wrote new"},
       {{"settings", "new"}, 0, "No errors"},
       {{"record", "--frames", "9", "--format", "npy", "--output", "run", "--log", "logs"}, 0, "9 frames"},
@@ -85,7 +84,7 @@ TEST_F(Windows, LooksSendsPlotsAndExplains)
   EXPECT_EQ(logs, 2U) << "of the hardware object and of its link";
 }
 
-TEST_F(Windows, WhatIsWrongWithTheDongleOrTheGlovesIsTold)
+TEST_F(Windows, ErrorsOfDongleAndGlovesAreReported)
 {
   const auto record = [&] { return run({"record", "--frames", "9", "--output", "run.csv", "--force"}); };
   const auto expect = [&](int exitCode, const std::string& words) {
@@ -94,8 +93,8 @@ TEST_F(Windows, WhatIsWrongWithTheDongleOrTheGlovesIsTold)
     EXPECT_NE(result.messages.find(words), std::string::npos) << words << result.messages;
     EXPECT_FALSE(fs::exists(folder_ / "run.csv"));
   };
-  expect(11, "gone away");  // listed, and not there
-  setPort("/");             // a folder can't be opened, and neither can a port that another program has
+  expect(11, "disappeared");  // listed, but missing
+  setPort("/");               // fails to open, as does a port that is in use
   expect(11, "can't be opened");
   setPort(folder_ / "dongle");
 
@@ -117,7 +116,7 @@ TEST_F(Windows, WhatIsWrongWithTheDongleOrTheGlovesIsTold)
   }
 }
 
-TEST_F(Windows, ADonglePulledOutEndsARecordingThatKeepsWhatCame)
+TEST_F(Windows, UnpluggingTheDongleEndsARecordingAndKeepsItsRecords)
 {
   Tessel sim(simulator_,
              {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15", "--at", "6 unplug"});

@@ -17,7 +17,7 @@ struct Turn {
   int times = 1;
 };
 
-TEST(LinkWatch, TellsSilenceFromAStallOfThisComputerAndFromShortFrames)
+TEST(LinkWatch, DistinguishesSilenceStallsOfThisComputerAndShortFrames)
 {
   const Turn message{1ms, 1ms, nothing, 14};
   const Turn frame{1ms, 1ms, record};
@@ -29,33 +29,29 @@ TEST(LinkWatch, TellsSilenceFromAStallOfThisComputerAndFromShortFrames)
     std::uint64_t stalls;
     double longest;
   } cases[] = {
-      {"nothing special", {message, frame, message, frame}, Verdict::alive, 0, 0},
+      {"a good link", {message, frame, message, frame}, Verdict::alive, 0, 0},
       {"a second of silence", {frame, wait, message}, Verdict::alive, 0, 0},
-      {"no message any more", {frame, wait, {1ms, 1s, failed}}, Verdict::silent, 0, 0},
+      {"no more messages", {frame, wait, {1ms, 1s, failed}}, Verdict::silent, 0, 0},
       {"one glove silent", {frame, message, {1ms, 1ms, failed}}, Verdict::silent, 0, 0},
-      {"stopped while it reads", {frame, {1ms, 12s, failed}, message, frame}, Verdict::alive, 1, 12},
+      {"stopped during a read", {frame, {1ms, 12s, failed}, message, frame}, Verdict::alive, 1, 12},
       {"stopped, no complete frame yet",
        {frame, {1ms, 3s, nothing}, {1ms, 1ms, failed, 13}, frame},
        Verdict::alive,
        1,
        3},
-      {"an output that does not take a record", {frame, {4s, 1ms, failed}, frame}, Verdict::alive, 1, 4},
-      {"silent after a stall that is over",
-       {{1ms, 9s, record}, wait, {1ms, 1s, failed}},
-       Verdict::silent,
-       1,
-       9},
+      {"a blocked output", {frame, {4s, 1ms, failed}, frame}, Verdict::alive, 1, 4},
+      {"silent after a stall has ended", {{1ms, 9s, record}, wait, {1ms, 1s, failed}}, Verdict::silent, 1, 9},
       {"two stalls",
        {frame, {3s, 1ms, nothing}, {1ms, 7s, failed}, frame, {1s, 1ms, failed}},
        Verdict::alive,
        3,
        7},
-      {"the link lost in a stall",
+      {"link lost during a stall",
        {frame, {1ms, 30s, failed}, {1ms, 1s, failed, 5}},
        Verdict::lostInStall,
        1,
        30},
-      {"a port that is dead after a stall",
+      {"dead port after a stall",
        {frame, {1ms, 30s, failed}, {1ms, 1ms, failed, 3000}},
        Verdict::lostInStall,
        1,
@@ -79,7 +75,7 @@ TEST(LinkWatch, TellsSilenceFromAStallOfThisComputerAndFromShortFrames)
        0},
       {"one frame too short", {message, {1ms, 1ms, failed}, message, frame}, Verdict::alive, 0, 0},
       {"no message from the beginning", {wait, {1ms, 1s, failed}, {1ms, 1s, failed}}, Verdict::silent, 0, 0},
-      {"a message now and then from the beginning",
+      {"occasional messages from the beginning",
        {message,
         wait,
         {1ms, 1s, failed},

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(ModuleNames, AreAsManyAsTheMapSaysWhateverTheyHold)
+TEST(ModuleNames, AreAsManyAsTheMapSaysWhateverTheyContain)
 {
   using Names = std::vector<std::string>;
   const struct {
@@ -31,7 +31,7 @@ TEST(ModuleNames, AreAsManyAsTheMapSaysWhateverTheyHold)
   }
 }
 
-TEST(ModuleNames, TellSideAndSerialNumber)
+TEST(ModuleNames, ContainSideAndSerialNumber)
 {
   const struct {
     const char* name;

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(Ports, TooManyOpenFilesAreNotCuredByReplugging)
+TEST(Ports, TooManyOpenFilesDoNotLeadToTheAdviceToReplug)
 {
   ::setenv("TESSEL_SERIAL_PORTS", "Bluegiga Bluetooth Low Energy (COM7)=/dev/null", 1);
   rlimit before{};

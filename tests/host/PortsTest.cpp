@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(Ports, AdviceFitsTheKindOfPortAndWhoHoldsIt)
+TEST(Ports, AdviceFitsTheKindOfPortAndItsHolder)
 {
   const struct {
     PortState state;
@@ -35,7 +35,7 @@ TEST(Ports, AdviceFitsTheKindOfPortAndWhoHoldsIt)
   }
 }
 
-TEST(Ports, WithoutADongleAVariableThatHidesItIsNamed)
+TEST(Ports, WithoutADongleTheErrorNamesAVariableThatMayHideIt)
 {
   const std::vector<Port> none;
   const std::vector<Port> other(1);
@@ -49,10 +49,10 @@ TEST(Ports, WithoutADongleAVariableThatHidesItIsNamed)
   } cases[] = {
       {none, {}, "there is no USB serial port", "Plug the dongle in"},
       {other, {}, "none of the serial ports is a dongle's", "Plug the dongle in"},
-      {none, stale, "none of the paths in it exists. It reads: " + stale, "unset TESSEL_SERIAL_PORTS"},
+      {none, stale, "none of the paths in it exists. Its value: " + stale, "unset TESSEL_SERIAL_PORTS"},
       {none, "", "TESSEL_SERIAL_PORTS is set", "unset TESSEL_SERIAL_PORTS"},
       {other, "Modem (COM1)=/dev/x", "is called \"Bluegiga", "unset TESSEL_SERIAL_PORTS"},
-      {away, stale, "does not show itself", "unset TESSEL_SERIAL_PORTS"},
+      {away, stale, "is not present", "unset TESSEL_SERIAL_PORTS"},
   };
   for (const auto& [ports, variable, says, advice] : cases) {
     const Failure failure = noDongle(ports, variable);

@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(ScratchFolder, NobodyTakesAwayWhatAnotherJustMade)
+TEST(ScratchFolder, NewFoldersAreNotDeletedByConcurrentRuns)
 {
   const TemporaryFolder parent;
   host::setEnvironment("TMPDIR", parent.path().string());
@@ -23,7 +23,7 @@ TEST(ScratchFolder, NobodyTakesAwayWhatAnotherJustMade)
       for (int time = 0; time < 200; ++time) {
         const ScratchFolder folder;
         std::ofstream(folder.path() / "settings.txt") << "text";
-        const ScratchFolder second;  // looks for what was left
+        const ScratchFolder second;  // deletes abandoned folders
         if (!std::filesystem::exists(folder.path() / "settings.txt")) ++lost;
       }
     });

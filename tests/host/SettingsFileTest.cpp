@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(SettingsFile, EachByteThatIsNoTextIsReportedWithLineAndColumn)
+TEST(SettingsFile, EachInvalidByteIsReportedWithLineAndColumn)
 {
   const std::locale before = std::locale::global(std::locale::classic());
   const TemporaryFolder folder;
@@ -17,8 +17,8 @@ TEST(SettingsFile, EachByteThatIsNoTextIsReportedWithLineAndColumn)
                "TesselNumBleModules\t2\nTesselNumSensors\t2\n");
   const SettingsReport report = readSettings(folder / "settings");
   std::locale::global(before);
-  EXPECT_EQ(report.values.numSensors, 2) << "what follows is read";
-#ifndef _WIN32  // whose C locale takes each byte for a character
+  EXPECT_EQ(report.values.numSensors, 2) << "the rest of the file is read";
+#ifndef _WIN32  // whose C locale accepts each byte as a character
   EXPECT_EQ(errorLines(report, 9),
             (std::vector<std::string>{
                 "  line 1: column 5: C3 A4 is not text in this character set; it was read as UTF-8.",
@@ -27,7 +27,7 @@ TEST(SettingsFile, EachByteThatIsNoTextIsReportedWithLineAndColumn)
 #endif
 }
 
-TEST(SettingsFile, OfAFileThatIsNoTextOnlyTheFirstBytesAreReported)
+TEST(SettingsFile, OfABinaryFileOnlyTheFirstBytesAreReported)
 {
   const std::locale before = std::locale::global(std::locale::classic());
   const TemporaryFolder folder;

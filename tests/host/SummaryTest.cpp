@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Summary, SaysWhatTimestampsTellAndHowLongItTook)
+TEST(Summary, HasTimestampStatisticsAndDuration)
 {
   const Layout layout{.elements = 1, .groups = {{"left", "KVXGL00017", 0, 1}}};
   RecordingFigures figures;
@@ -18,12 +18,12 @@ TEST(Summary, SaysWhatTimestampsTellAndHowLongItTook)
     figures.gaps.add(60'000 + frame * 100 + (frame < 30 ? 0 : 300) - (frame < 35 ? 0 : 900));
   }
   EXPECT_EQ(summaryText({layout, RecordingFigures(), {}, "no glove.", ExitCode::silence}),
-            "Recorded no frame, so nothing was kept. Ended: no glove.\n");
-  const RecordingSummary summary{layout, figures, {}, "as asked for.", ExitCode::done};
+            "No frames were recorded, so nothing was kept. Ended: no glove.\n");
+  const RecordingSummary summary{layout, figures, {}, "as requested.", ExitCode::done};
   const std::string text = summaryText(summary);
   for (const char* words :
        {"41 frames in 8.0 s", "timestamps span 4.2 s", "1 interval longer than usual, up to 400 ms",
-        "an estimate 3 frames", "1 backward step\n", "still for 3.2 s, the longest of 2 times"}) {
+        "about 3 frames are missing", "1 backward step\n", "stalled for 3.2 s, the longest of 2 stalls"}) {
     EXPECT_NE(text.find(words), std::string::npos) << words << " in: " << text;
   }
   const auto json = summaryJson(summary, false);

@@ -11,11 +11,11 @@ namespace host {
 
 namespace {
 
-// Wakes the thread that waits; requests nothing.
+// Wakes the waiting thread; not a stop request.
 constexpr int wakeUp = SIGUSR1;
 constexpr int exitInterrupted = 130;
 
-// Without those that whoever started the program wanted it to ignore, as nohup does.
+// Except those that the parent process set to be ignored, as nohup does.
 sigset_t stopRequests()
 {
   sigset_t set{};
@@ -34,7 +34,7 @@ sigset_t stopRequests()
 struct StopSignals::Watch {
   sigset_t previousMask{};
   std::atomic<bool> isOver{false};
-  bool isRequested = false;  // the thread's, until it has ended
+  bool isRequested = false;  // used by the thread until it has ended
   std::thread thread;
 
   void run(const sigset_t& set, const std::function<void()>& onInterrupt)
@@ -44,7 +44,7 @@ struct StopSignals::Watch {
       int signal = 0;
       ::sigwait(&set, &signal);
       if (signal == wakeUp) continue;
-      // Only a person is impatient: of a terminal that closes, the kernel and the shell each send a SIGHUP.
+      // Only a second Ctrl-C is deliberate: when a terminal closes, kernel and shell both send SIGHUP.
       if (signal == SIGINT && hadCtrlC) ::_exit(exitInterrupted);
       hadCtrlC = hadCtrlC || signal == SIGINT;
       if (!isRequested) onInterrupt();
@@ -69,7 +69,7 @@ StopSignals::~StopSignals()
   ::pthread_kill(watch_->thread.native_handle(), wakeUp);
   watch_->thread.join();
   if (watch_->isRequested) {
-    // The program is ending: one more of these must not cost it its last words and its exit code.
+    // The program is ending: another signal must not cut off its last messages and its exit code.
     ::signal(SIGTERM, SIG_IGN);
     ::signal(SIGHUP, SIG_IGN);
   }

@@ -49,8 +49,8 @@ FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
   }
   ::close(folder);
   const int file = static_cast<int>(handle_);
-  // Between its making and the lock another run may have taken the folder for one that was left: then the
-  // file is unlinked by the time the lock is here.
+  // Between creating and locking the file, another run may have deleted the folder as abandoned; then the
+  // locked file is unlinked.
   isHeld_ = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0 && isOwn(file, S_IFREG);
 }
 
@@ -71,7 +71,7 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
 {
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
   if (errno != EINVAL && errno != ENOSYS) return {errno, std::generic_category()};
-  // A file system that can't promise it.
+  // The file system does not support RENAME_NOREPLACE.
   std::error_code error;
   if (std::filesystem::exists(to, error)) return std::make_error_code(std::errc::file_exists);
   std::filesystem::rename(from, to, error);
@@ -120,7 +120,7 @@ unsigned terminalWidth(std::FILE* stream)
 
 std::chrono::nanoseconds uptime()
 {
-  // CLOCK_MONOTONIC stands still while the computer is suspended.
+  // CLOCK_MONOTONIC stops while the computer is suspended.
   timespec time{};
   ::clock_gettime(CLOCK_BOOTTIME, &time);
   return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);

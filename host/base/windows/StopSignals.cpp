@@ -10,8 +10,7 @@ namespace {
 
 constexpr UINT exitInterrupted = 130;
 
-// A console's handler gets nothing but the kind of the request, so the one interrupt there may be stands
-// here.
+// A console handler receives only the kind of event, so the state of the single StopSignals is global.
 std::mutex mutex;
 std::function<void()> onStopRequest;
 bool isRequested = false;
@@ -28,8 +27,8 @@ BOOL WINAPI handle(DWORD event)
     if (!isRequested) onStopRequest();
     isRequested = true;
   }
-  // A console that closes ends the process when its handler returns, or after some seconds; the program needs
-  // them to end in order.
+  // When a console closes, the process ends as soon as the handler returns, or after some seconds; the
+  // program needs this time to shut down in order.
   if (!isCtrlC) Sleep(INFINITE);
   return TRUE;
 }

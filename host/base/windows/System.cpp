@@ -2,7 +2,7 @@
 
 #include <io.h>
 #include <windows.h>
-// The calls for memory need the types above.
+// Needs the types above.
 #include <psapi.h>
 
 #include <array>
@@ -13,7 +13,7 @@ namespace host {
 
 Lock::Lock(const std::filesystem::path& path)
 {
-  // Beside the file: one that is held itself could not be renamed.
+  // A separate file, because an open file can't be renamed.
   const std::filesystem::path lock = std::filesystem::path(path) += L".lock";
   const HANDLE file = CreateFileW(lock.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
@@ -30,7 +30,7 @@ FolderLock::FolderLock(const std::filesystem::path& folder, Kind kind)
 {
   const DWORD attributes = GetFileAttributesW(folder.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
-  // Made and locked at once. Who holds it may delete it.
+  // Created and locked in one step. The sharing mode lets its holder delete it.
   const HANDLE file = CreateFileW((folder / L"tessel.lock").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE,
                                   nullptr, kind == Kind::fresh ? CREATE_NEW : OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
@@ -62,7 +62,7 @@ void openStandardStreams() {}
 
 std::filesystem::path programFolder()
 {
-  std::wstring path(32768, L'\0');  // the longest there are
+  std::wstring path(32768, L'\0');  // the maximum length of a path
   path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
   return std::filesystem::path(path).parent_path();
 }
@@ -92,7 +92,7 @@ unsigned terminalWidth(std::FILE* stream)
 
 std::chrono::nanoseconds uptime()
 {
-  // The performance counter below it goes on while the computer sleeps.
+  // Based on the performance counter, which advances while the computer sleeps.
   return std::chrono::steady_clock::now().time_since_epoch();
 }
 

@@ -32,8 +32,8 @@ std::string processText(const std::string& id)
   return fmt::format("{} (process {})", name, id);
 }
 
-// The process that has the lock on the device; the system lists them as
-// "1: FLOCK ADVISORY WRITE 812 00:18:5 0 EOF", the last but two being device and inode.
+// The process that holds the lock on the device. A line of /proc/locks reads
+// "1: FLOCK ADVISORY WRITE 812 00:18:5 0 EOF", with process id, then device and inode.
 std::string lockHolder(const struct stat& device)
 {
   const std::string wanted =
@@ -48,7 +48,7 @@ std::string lockHolder(const struct stat& device)
   return "";
 }
 
-// The process that has the device open, as far as this user may see it.
+// The process that has the device open, if this user may see it.
 std::string opener(const fs::path& device)
 {
   std::error_code error;
@@ -127,7 +127,7 @@ std::vector<Port> listPorts()
   using platform::posix::PortEntry;
   const auto usbDevices =
       platform::posix::portsFromSysfs("/sys/class/tty").value_or(std::vector<PortEntry>());
-  bool isFound = false;  // the plug-in takes the first dongle
+  bool isFound = false;  // the plug-in uses the first dongle
   std::vector<Port> ports;
   for (const auto& entry : platform::posix::portList().value_or(std::vector<PortEntry>())) {
     Port& port = ports.emplace_back();

@@ -15,7 +15,7 @@ PortState stateFor(DWORD error)
   switch (error) {
     case ERROR_SUCCESS:
       return PortState::free;
-    case ERROR_ACCESS_DENIED:  // what the system says of a port that is open already
+    case ERROR_ACCESS_DENIED:  // the port is already open
     case ERROR_SHARING_VIOLATION:
       return PortState::inUse;
     case ERROR_TOO_MANY_OPEN_FILES:
@@ -48,7 +48,7 @@ std::optional<std::string> portsVariable()
 
 std::vector<Port> listPorts()
 {
-  bool isFound = false;  // the plug-in takes the first dongle
+  bool isFound = false;  // the plug-in uses the first dongle
   std::vector<Port> ports;
   for (const std::string& text : platform::presentPorts().value_or(std::vector<std::string>())) {
     Port& port = ports.emplace_back();
