@@ -1,4 +1,4 @@
-// The built shared object, loaded as a host loads it: real process, real pseudo terminal.
+// The built plug-in, loaded as a host loads it, over a real pseudo terminal.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr std::uint32_t hostClock = 5000;  // the host's clock stands still, so that stamps can be foretold
+constexpr std::uint32_t hostClock = 5000;  // constant, so that timestamps are predictable
 constexpr std::uint32_t perGlove = 125;
 
 std::uint32_t standingClock()
@@ -47,11 +47,11 @@ class Plugin : public testing::Test {
   std::optional<plugin::Library> library_{TESSEL_PLUGIN};
 };
 
-// Follows the stamps, which depend on the frames' clock alone, but for one thing: a frame that waited in a
-// queue is not corrected, and how long frames wait is the machine's affair. So either is right.
-class StampCheck {
+// Predicts the timestamps, which depend only on the frames' clock, with one exception: a frame that waited in
+// a queue is not corrected, which depends on the load of the machine. So both values are accepted.
+class TimestampCheck {
  public:
-  bool accepts(std::uint32_t frame, std::uint32_t stamp)
+  bool accepts(std::uint32_t frame, std::uint32_t timestamp)
   {
     const std::uint32_t deviceMs = (1 + 250 * (frame + 1) + 5) / 10;  // ticks, rounded
     if (filters_.empty()) {
@@ -61,10 +61,10 @@ class StampCheck {
     const std::uint32_t plain = hostClock - deviceBase_ + deviceMs;
     std::vector<double> next;
     for (const double filter : filters_) {
-      if (stamp == plain) next.push_back(filter);
+      if (timestamp == plain) next.push_back(filter);
       const double corrected =
           (static_cast<double>(hostClock) - static_cast<double>(plain)) * (1 - 0.95) + filter * 0.95;
-      if (stamp == plain + static_cast<std::uint32_t>(static_cast<std::int64_t>(corrected)))
+      if (timestamp == plain + static_cast<std::uint32_t>(static_cast<std::int64_t>(corrected)))
         next.push_back(corrected);
     }
     filters_ = next;
@@ -97,8 +97,8 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
   EXPECT_EQ(hardware->sendCommand(L"BatteryLevel", reply), 0);
   EXPECT_EQ(reply, L"0.75");
 
-  StampCheck stamps;
-  for (const auto& [elements, stamp] : record.records) {
+  TimestampCheck timestamps;
+  for (const auto& [elements, timestamp] : record.records) {
     for (std::uint32_t glove = 0; glove < 2; ++glove) {
       const std::size_t first = std::size_t{glove} * perGlove;
       const unsigned short frame = elements[first];
@@ -107,7 +107,7 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
       }
     }
     ASSERT_EQ(elements.back(), HostRecord::untouched);
-    ASSERT_TRUE(stamps.accepts(elements[0], stamp)) << "frame " << elements[0];
+    ASSERT_TRUE(timestamps.accepts(elements[0], timestamp)) << "frame " << elements[0];
   }
 
   EXPECT_TRUE(hardware->saveParameters((folder_.wide() + L"saved").c_str()));
@@ -121,7 +121,7 @@ TEST_F(Plugin, RecordsTwoGlovesFromCreateToRelease)
   EXPECT_EQ(gloves.halt(1).commands(), (std::vector<std::vector<std::uint8_t>>{{114, 254, 0x34, 0x12}}));
 }
 
-TEST_F(Plugin, TheGuidesHostRecords)
+TEST_F(Plugin, TheExampleHostRecords)
 {
   PtyGloves gloves(folder_ / "dongle");
   folder_.write("settings", "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
@@ -134,8 +134,8 @@ TEST_F(Plugin, TheGuidesHostRecords)
   std::string line;
   for (int record = 0; record < 40; ++record) {
     std::getline(lines, line);
-    unsigned stamp = 0, frame = 0, second = 0;
-    ASSERT_EQ(std::sscanf(line.c_str(), "%u ms: %u %u ...", &stamp, &frame, &second), 3) << line;
+    unsigned timestamp = 0, frame = 0, second = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%u ms: %u %u ...", &timestamp, &frame, &second), 3) << line;
     EXPECT_EQ(second, PtyGloves::movement(0, 1, frame));
   }
   std::getline(lines, line);
@@ -159,21 +159,21 @@ TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
   PtyGloves gloves(folder_ / "dongle");
   ASSERT_EQ(create()->configure(), 0);
   library_.reset();
-  EXPECT_EQ(::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is really gone";
+  EXPECT_EQ(::dlopen(TESSEL_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is unloaded";
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(gloves.halt(0).isConnected());
   EXPECT_FALSE(gloves.halt(1).isConnected());
 }
 
-TEST_F(Plugin, AnObjectThatMemoryCantHoldLeavesNothingBehind)
+TEST_F(Plugin, AnObjectThatDoesNotFitIntoMemoryLeavesNothingBehind)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizers end a process that asks for this much";
+  GTEST_SKIP() << "the sanitizers end a process that allocates this much";
 #endif
   const std::wstring file =
       folder_.write("settings", "TesselElementCount\t2147483647\nTesselAuxCount\t2147483647\n");
   const std::wstring small = folder_.write("small", "TesselElementCount\t5\nTesselAuxCount\t0\n");
-  // Some systems promise any memory, so the room is taken away from the process.
+  // Some systems overcommit memory, so the process gets a limit.
   const auto tryIt = [&] {
     const rlimit limit{2'000'000'000, 2'000'000'000};
     ::setrlimit(RLIMIT_DATA, &limit);

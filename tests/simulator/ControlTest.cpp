@@ -1,4 +1,4 @@
-// Text commands and scenarios, on a dongle whose host is a handful of bytes.
+// Text commands and scenarios, on a dongle that gets its commands as bytes.
 
 #include "simulator/Control.h"
 
@@ -41,7 +41,7 @@ class Control : public testing::Test {
     ASSERT_TRUE(left_.isNotifying() && right_.isNotifying());
   }
 
-  // The reply, or what is wrong. A scenario has no reply.
+  // The reply or the error. A scenario has no reply.
   std::string say(const std::string& line, bool isScenario = false)
   try {
     if (!isScenario) return control_.execute(line);
@@ -59,7 +59,7 @@ class Control : public testing::Test {
   std::size_t sent_ = 0, notifications_ = 0;
 };
 
-TEST_F(Control, EachCommandHasItsEffectOrSaysWhatIsPossible)
+TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
 {
   stream();
   const std::size_t before = sent_;
@@ -97,7 +97,7 @@ TEST_F(Control, EachCommandHasItsEffectOrSaysWhatIsPossible)
   }
 }
 
-TEST_F(Control, AScenarioIsCheckedWhenReadAndDoneAtItsTimes)
+TEST_F(Control, AScenarioIsCheckedWhenReadAndRunsAtItsTimes)
 {
   EXPECT_EQ(say("# start\n\n1 silent left\n2 mute\n", true),
             "error: line 4: the word is missing; usage: mute on|off");
@@ -113,11 +113,11 @@ TEST_F(Control, AScenarioIsCheckedWhenReadAndDoneAtItsTimes)
   stream();
   sent_ = 0;
   say("unplug");
-  EXPECT_EQ(sent_, 0U) << "nobody is told";
+  EXPECT_EQ(sent_, 0U) << "the host gets no event";
   EXPECT_FALSE(left_.isConnected() || right_.isConnected());
 }
 
-TEST_F(Control, PacketsGetLostByChanceAndTheRadioCarriesOnlySoMany)
+TEST_F(Control, PacketsAreLostAtRandomAndTheRadioIsLimited)
 {
   stream();
   say("loss left 20");
