@@ -12,10 +12,9 @@
 #include "host/base/Failure.h"
 #include "host/base/ScratchFolder.h"
 #include "host/base/StopRequest.h"
-#include "host/gloves/LinkWatch.h"
 #include "host/gloves/Plugin.h"
+#include "host/gloves/RecordSource.h"
 #include "host/gloves/SimulatedGloves.h"
-#include "shared/RecordStore.h"
 
 // The gloves to connect to. For one glove, the plug-in takes the first that it finds.
 enum class Gloves { both, one, left, right };
@@ -29,7 +28,7 @@ struct HardwareOptions {
   std::filesystem::path scenario;  // of the simulation; empty: none
 };
 
-class Hardware {
+class Hardware final : public RecordSource {
  public:
   // Loads the plug-in and creates the hardware object; opens no port. Prints errors and warnings of the
   // settings file on standard error.
@@ -41,13 +40,11 @@ class Hardware {
   // the glove found is of the wrong side.
   void open(StopRequest& stopRequest);
 
-  // One read of the plug-in, which takes up to two seconds. True if the store has a new record; a Failure if
-  // the link is lost. A pause of this computer is not taken for a lost link.
-  bool read();
-  const LinkWatch& link() const { return link_; }
-  // The failure to report for this verdict.
-  Failure linkFailure(LinkWatch::Verdict verdict) const;
-  const plugin::RecordStore& store() const { return *store_; }
+  bool read() override;
+  const plugin::RecordStore& store() const override { return *store_; }
+  const LinkWatch& link() const override { return link_; }
+  Failure linkFailure(LinkWatch::Verdict verdict) const override;
+  std::optional<double> battery() override;
 
   // Names of the connected gloves, in the order of the records.
   std::vector<std::string> askModules();
@@ -56,8 +53,6 @@ class Hardware {
   // The reply to a text command; a Failure if there is none. The plug-in answers an unknown command with its
   // previous reply, if there was one.
   std::string ask(const std::string& text);
-  // From 0 to 1, the lower value of two gloves; empty while unknown.
-  std::optional<double> battery();
 
  private:
   std::wstring reply(const std::string& command);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "host/base/Failure.h"
 #include "host/base/System.h"
@@ -23,9 +24,14 @@ double secondsBetween(Recorder::Time begin, Recorder::Time end)
 
 }  // namespace
 
-Recorder::Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer,
-                   const RecordingLimits& limits)
-    : hardware_(hardware), layout_(layout), writer_(writer), limits_(limits), latest_(host::uptime())
+Recorder::Recorder(RecordSource& source, const Layout& layout, RecordWriter& writer,
+                   const RecordingLimits& limits, Clock clock)
+    : source_(source),
+      layout_(layout),
+      writer_(writer),
+      limits_(limits),
+      clock_(std::move(clock)),
+      latest_(clock_())
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
@@ -37,17 +43,17 @@ bool Recorder::run(const std::atomic<bool>& stop,
   // On every exit, including a Failure of the hardware.
   struct Updated {
     Recorder& recorder;
-    ~Updated() { recorder.updateTimes(host::uptime()); }
+    ~Updated() { recorder.updateTimes(recorder.clock_()); }
   } const updated{*this};
-  auto nextProgress = host::uptime();
+  auto nextProgress = clock_();
   while (!stop) {
-    if (hardware_.read()) keepRecord();
-    const auto now = host::uptime();
+    if (source_.read()) keepRecord();
+    const auto now = clock_();
     updateTimes(now);
     const bool isAtEnd = isAtLimit();
     if (isAtEnd || !first_) checkSilence();
     const bool isDue = now >= nextProgress;
-    if (isAtEnd || isDue) figures_.battery = hardware_.battery();
+    if (isAtEnd || isDue) figures_.battery = source_.battery();
     if (isAtEnd) return true;
     if (!isDue) continue;
     nextProgress = now + progressInterval;
@@ -58,20 +64,20 @@ bool Recorder::run(const std::atomic<bool>& stop,
 
 void Recorder::updateTimes(Time now)
 {
-  const Time resumed = hardware_.link().resumed().value_or(latest_);
+  const Time resumed = source_.link().resumed().value_or(latest_);
   figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
   figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
-  figures_.stalls = hardware_.link().stalls();
+  figures_.stalls = source_.link().stalls();
 }
 
 void Recorder::keepRecord()
 {
-  const auto elements = hardware_.store().elements();
-  writer_.add(hardware_.store().timestampMs(), elements);
-  latest_ = host::uptime();
+  const auto elements = source_.store().elements();
+  writer_.add(source_.store().timestampMs(), elements);
+  latest_ = clock_();
   if (!first_) first_ = latest_;
   ++figures_.records;
-  figures_.gaps.add(hardware_.store().timestampMs());
+  figures_.gaps.add(source_.store().timestampMs());
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);
@@ -89,7 +95,7 @@ void Recorder::checkSilence() const
   // A short recording may end before the plug-in's read timeout.
   const double usualSeconds = figures_.gaps.usualMs() / 1000;
   const bool isSilent = first_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
-  if (isSilent && hardware_.link().resumed()) throw hardware_.linkFailure(LinkWatch::Verdict::lostInStall);
+  if (isSilent && source_.link().resumed()) throw source_.linkFailure(LinkWatch::Verdict::lostInStall);
   if (isSilent) {
     throw Failure(ExitCode::silence,
                   fmt::format("the gloves stopped sending: no frame arrived in the last {:.1f} s.",

@@ -10,7 +10,8 @@
 #include <optional>
 #include <vector>
 
-#include "host/gloves/Hardware.h"
+#include "host/base/System.h"
+#include "host/gloves/RecordSource.h"
 #include "host/recording/GapDetector.h"
 #include "host/recording/RecordWriter.h"
 
@@ -35,8 +36,11 @@ class Recorder {
  public:
   using Time = std::chrono::nanoseconds;  // of host::uptime()
 
-  // The references must outlive it.
-  Recorder(Hardware& hardware, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits);
+  using Clock = std::function<Time()>;
+
+  // All must outlive it.
+  Recorder(RecordSource& source, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits,
+           Clock clock = host::uptime);
 
   // Records until a limit is reached, the flag is set, or a Failure is thrown; calls `onProgress` several
   // times a second. True if a limit was reached.
@@ -50,10 +54,11 @@ class Recorder {
   void checkSilence() const;
   bool isAtLimit() const;
 
-  Hardware& hardware_;
+  RecordSource& source_;
   const Layout& layout_;
   RecordWriter& writer_;
   const RecordingLimits limits_;
+  const Clock clock_;
   RecordingFigures figures_;
   std::optional<Time> first_;
   Time latest_;  // of the latest record, or the start

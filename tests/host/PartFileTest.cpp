@@ -64,14 +64,14 @@ TEST_F(PartFiles, NothingThatIsThereIsLost)
     bool replaces;
     const char* words;  // empty: it is taken
   } cases[] = {
-      {"run.csv", Kind::file, false, "is there already"},
+      {"run.csv", Kind::file, false, "already exists"},
       {"run.csv", Kind::file, true, ""},
       {"run.csv", Kind::folder, true, "as a file"},
-      {"left.csv", Kind::file, false, "is left of a run"},
+      {"left.csv", Kind::file, false, "was left by a run"},
       {"folder", Kind::file, true, "as a folder"},
-      {"folder", Kind::folder, false, "is there already"},
-      {"folder", Kind::folder, true, "holds more than a recording"},
-      {"nowhere/run.csv", Kind::file, false, "can't be made"},
+      {"folder", Kind::folder, false, "already exists"},
+      {"folder", Kind::folder, true, "contains other files"},
+      {"nowhere/run.csv", Kind::file, false, "can't be created"},
   };
   for (const auto& [name, kind, replaces, words] : cases) {
     const std::string said = refusal(name, kind, replaces);

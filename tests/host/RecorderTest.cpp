@@ -1,0 +1,148 @@
+#include "host/session/Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Time = Recorder::Time;
+
+// Gloves that send a record every 25 ms of a virtual clock, which each read moves by 5 ms.
+class FakeGloves final : public RecordSource {
+ public:
+  bool read() override
+  {
+    if (failAt && now >= *failAt) throw Failure(ExitCode::silence, "the dongle is gone.", "");
+    link_.beginRead(now);
+    now += 5ms;
+    const bool isNew = now % 25ms == 0ms && now >= silentUntil && now < silentFrom;
+    if (isNew) {
+      store_.map[0] = static_cast<unsigned short>(now / 1ms);
+      *store_.stampCell() = static_cast<std::uint32_t>(60'000 + now / 1ms);
+    }
+    EXPECT_EQ(link_.endRead(now, isNew ? TurnResult::record : TurnResult::nothing),
+              LinkWatch::Verdict::alive);
+    return isNew;
+  }
+  const plugin::RecordStore& store() const override { return store_; }
+  const LinkWatch& link() const override { return link_; }
+  Failure linkFailure(LinkWatch::Verdict) const override
+  {
+    return {ExitCode::silence, "the link was lost.", ""};
+  }
+  std::optional<double> battery() override { return 0.5; }
+
+  Time now{0};
+  Time silentUntil{0};
+  Time silentFrom{1h};
+  std::optional<Time> failAt;
+
+ private:
+  plugin::RecordStore store_{4};
+  LinkWatch link_;
+};
+
+class KeepingWriter final : public RecordWriter {
+ public:
+  void add(std::uint32_t timestampMs, std::span<const std::uint16_t>) override
+  {
+    if (timestampsMs.size() == capacity) throw Failure(ExitCode::output, "the disk is full.", "");
+    timestampsMs.push_back(timestampMs);
+  }
+  void finish(const RecordingEnd&) override {}
+
+  std::vector<std::uint32_t> timestampsMs;
+  std::size_t capacity = 1'000'000;
+};
+
+// One recording of these gloves.
+struct Session {
+  explicit Session(const RecordingLimits& limits)
+      : recorder(gloves, layout, writer, limits, [this] { return gloves.now; })
+  {
+  }
+
+  // What ended it: "limit", "stop", or the words of a failure.
+  std::string run(Time stopAt = 1h)
+  {
+    try {
+      return recorder.run(stop, [&](const RecordingFigures&) { stop = gloves.now >= stopAt; }) ? "limit"
+                                                                                               : "stop";
+    } catch (const Failure& failure) {
+      return failure.what();
+    }
+  }
+
+  FakeGloves gloves;
+  Layout layout{.elements = 4, .groups = {{"left", "KVXGL00017", 0, 4}}};
+  KeepingWriter writer;
+  std::atomic<bool> stop{false};
+  Recorder recorder;
+};
+
+TEST(Recorder, EndsByLimitsStopRequestsAndFailures)
+{
+  const struct {
+    const char* name;
+    RecordingLimits limits;
+    void (*prepare)(Session& session);
+    Time stopAt;
+    const char* ending;
+    std::size_t records;
+  } cases[] = {
+      {"so many records", {{}, 7}, [](Session&) {}, 1h, "limit", 7},
+      {"so many seconds, from the first record on",
+       {2.0, {}},
+       [](Session& session) { session.gloves.silentUntil = 3s; },
+       1h,
+       "limit",
+       81},
+      {"a stop request", {{}, {}}, [](Session&) {}, 2s, "stop", 80},
+      {"no record for ten seconds",
+       {{}, {}},
+       [](Session& session) { session.gloves.silentUntil = 1h; },
+       1h,
+       "no complete frame arrived, although the gloves are connected.",
+       0},
+      {"silence before the limit",
+       {5.0, {}},
+       [](Session& session) { session.gloves.silentFrom = 3s; },
+       1h,
+       "the gloves stopped sending: no frame arrived in the last 2.0 s.",
+       119},
+      {"a failure of the gloves",
+       {{}, {}},
+       [](Session& session) { session.gloves.failAt = 1s; },
+       1h,
+       "the dongle is gone.",
+       40},
+      {"a failure of the writer",
+       {{}, {}},
+       [](Session& session) { session.writer.capacity = 3; },
+       1h,
+       "the disk is full.",
+       3},
+  };
+  for (const auto& [name, limits, prepare, stopAt, ending, records] : cases) {
+    Session session(limits);
+    prepare(session);
+    EXPECT_EQ(session.run(stopAt), ending) << name;
+    EXPECT_EQ(session.writer.timestampsMs.size(), records) << name;
+    EXPECT_EQ(session.recorder.figures().records, records) << name;
+  }
+}
+
+TEST(Recorder, FiguresAreOfWhatWasWritten)
+{
+  Session session({{}, 40});
+  EXPECT_EQ(session.run(), "limit");
+  const RecordingFigures& figures = session.recorder.figures();
+  EXPECT_EQ(figures.highest, std::vector<std::uint16_t>{1000});
+  EXPECT_NEAR(figures.seconds, 39 * 0.025, 1e-9);
+  EXPECT_EQ(figures.battery, 0.5);
+  EXPECT_EQ(figures.gaps.count(), 0U);
+}
+
+}  // namespace
