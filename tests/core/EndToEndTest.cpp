@@ -60,11 +60,6 @@ class EndToEnd : public CoreTest {
   std::map<const Glove*, std::map<std::vector<std::uint16_t>, Sent>> sent_;
 };
 
-// One of several runs in a test.
-class EndToEndRun : public EndToEnd {
-  void TestBody() override {}
-};
-
 const std::string one = "TesselElementCount\t125\nTesselNumSensors\t1\n";
 const std::string two = "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n";
 
@@ -138,72 +133,81 @@ TEST_F(EndToEnd, LostAndDoubledPacketsCostTheExpectedFrames)
   EXPECT_EQ(tessel_->lostFrames_, 4 - 1) << "the first frame has the number 0 and counts as -1";
 }
 
-TEST(EndToEndRuns, SilenceEndsTheReading)
+struct Silence {
+  const char* name;
+  std::function<void(EndToEnd& test, Glove& left, Glove& right)> begin;
+  std::int64_t afterMs;
+};
+
+void PrintTo(const Silence& silence, std::ostream* stream)
 {
-  const struct {
-    const char* name;
-    std::function<void(EndToEnd&, Glove& left, Glove& right)> happen;
-    std::int64_t afterMs;
-  } cases[] = {
-      {"one glove falls silent", [](auto&, auto& left, auto&) { left.fallSilent(); }, 4000},
-      {"both do",
-       [](auto&, auto& left, auto& right) {
-         left.fallSilent();
-         right.fallSilent();
-       },
-       2000},
-      {"a glove leaves", [](auto& test, auto& left, auto&) { test.dongle_.drop(left, 0x0213); }, 4000},
-      {"the dongle is pulled", [](auto& test, auto&, auto&) { test.port_.present = false; }, 0},
-  };
-  for (const auto& row : cases) {
-    EndToEndRun run;
-    auto& left = run.addRecorded("KVXGL00001", 1);
-    auto& right = run.addRecorded("KVXGR00002", 2);
-    run.configure(two + "TesselReadTimeout\t4000\n");
-    ASSERT_EQ(run.readUntil(2000), 0);
-    row.happen(run, left, right);
-    const std::int64_t before = run.nowMs();
-    EXPECT_EQ(run.readUntil(60'000), -1) << row.name;
-    EXPECT_NEAR(static_cast<double>(run.nowMs() - before), static_cast<double>(row.afterMs), 60) << row.name;
-    EXPECT_GT(run.record_->records.size(), 30U) << row.name;
-  }
+  *stream << silence.name;
 }
+
+const Silence silences[] = {
+    {"oneGloveFallsSilent", [](auto&, auto& left, auto&) { left.fallSilent(); }, 4000},
+    {"bothFallSilent",
+     [](auto&, auto& left, auto& right) {
+       left.fallSilent();
+       right.fallSilent();
+     },
+     2000},
+    {"aGloveLeaves", [](auto& test, auto& left, auto&) { test.dongle_.drop(left, 0x0213); }, 4000},
+    {"theDongleIsPulled", [](auto& test, auto&, auto&) { test.port_.present = false; }, 0},
+};
+
+class EndToEndSilence : public EndToEnd, public testing::WithParamInterface<Silence> {};
+
+TEST_P(EndToEndSilence, EndsTheReading)
+{
+  auto& left = addRecorded("KVXGL00001", 1);
+  auto& right = addRecorded("KVXGR00002", 2);
+  configure(two + "TesselReadTimeout\t4000\n");
+  ASSERT_EQ(readUntil(2000), 0);
+  GetParam().begin(*this, left, right);
+  const std::int64_t before = nowMs();
+  EXPECT_EQ(readUntil(60'000), -1);
+  EXPECT_NEAR(static_cast<double>(nowMs() - before), static_cast<double>(GetParam().afterMs), 60);
+  EXPECT_GT(record_->records.size(), 30U);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EndToEndSilence, testing::ValuesIn(silences),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+class EndToEndDrift : public EndToEnd, public testing::WithParamInterface<double> {};
 
 // The device clock wraps every 6.5 s, which must not be visible.
-TEST(EndToEndRuns, AFastOrSlowDeviceClockFollowsTheHostsForAnHour)
+TEST_P(EndToEndDrift, FollowsTheHostsClockForAnHour)
 {
-  for (const double error : {75e-6, -75e-6}) {
-    EndToEndRun run;
-    auto& glove = run.addGlove("KVXGL00001");
-    glove.config.clockError = error;
-    glove.config.packetsPerFrame = 2;
-    run.configure("TesselElementCount\t17\nTesselNumSensors\t1\n");
-    // No transcript, because an hour is too long for one.
-    run.dongle_.onSend = [&run](std::span<const std::uint8_t> message) {
-      run.arrive({message.begin(), message.end()});
-    };
-    ASSERT_EQ(run.readUntil(3'600'000), 0);
-    const auto& records = run.record_->records;
-    ASSERT_GT(records.size(), 143'900U);
-    for (std::size_t index = EndToEnd::settled; index < records.size(); ++index) {
-      const auto step = static_cast<std::int32_t>(records[index].timestamp - records[index - 1].timestamp);
-      ASSERT_NEAR(step, 25, 2) << "record " << index << " at " << error;
-    }
-    const auto late = static_cast<std::int32_t>(CoreTest::clock() - records.back().timestamp);
-    EXPECT_NEAR(late, 0, 25) << error;
+  auto& glove = addGlove("KVXGL00001");
+  glove.config.clockError = GetParam();
+  glove.config.packetsPerFrame = 2;
+  configure("TesselElementCount\t17\nTesselNumSensors\t1\n");
+  // No transcript, because an hour is too long for one.
+  dongle_.onSend = [this](std::span<const std::uint8_t> message) {
+    arrive({message.begin(), message.end()});
+  };
+  ASSERT_EQ(readUntil(3'600'000), 0);
+  const auto& records = record_->records;
+  ASSERT_GT(records.size(), 143'900U);
+  for (std::size_t index = settled; index < records.size(); ++index) {
+    const auto step = static_cast<std::int32_t>(records[index].timestamp - records[index - 1].timestamp);
+    ASSERT_NEAR(step, 25, 2) << "record " << index;
   }
+  EXPECT_NEAR(static_cast<std::int32_t>(clock() - records.back().timestamp), 0, 25);
 }
 
-TEST(EndToEndRuns, ReadingContinuesWhenTheHostsClockWraps)
+INSTANTIATE_TEST_SUITE_P(FastAndSlow, EndToEndDrift, testing::Values(75e-6, -75e-6));
+
+TEST_F(EndToEnd, ReadingContinuesWhenTheHostsClockWraps)
 {
-  EndToEndRun run;
-  auto& left = run.addRecorded("KVXGL00001", 1);
-  run.clockOffset_ = 0U - 3000;
-  run.configure(one + "TesselReadTimeout\t500\n");
-  ASSERT_EQ(run.readUntil(6000), 0);
-  EXPECT_GT(run.record_->records.size(), 200U);
+  auto& left = addRecorded("KVXGL00001", 1);
+  clockOffset_ = 0U - 3000;
+  configure(one + "TesselReadTimeout\t500\n");
+  ASSERT_EQ(readUntil(6000), 0);
+  EXPECT_GT(record_->records.size(), 200U);
   left.config.framesPerSecond = 1;
-  EXPECT_EQ(run.readUntil(8000), -1) << "and so does the read timeout";
+  EXPECT_EQ(readUntil(8000), -1) << "and so does the read timeout";
 }
 
 }  // namespace

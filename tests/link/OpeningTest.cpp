@@ -60,15 +60,6 @@ class OpeningTest : public DongleTest {
   std::vector<std::string> waits_;  // each write with the time in ms since the previous one
 };
 
-// One of several openings in a test.
-class Opening : public OpeningTest {
- public:
-  using OpeningTest::openPort, OpeningTest::waits_;
-
- private:
-  void TestBody() override {}
-};
-
 struct Row {
   const char* name;
   std::int32_t result;
@@ -78,7 +69,12 @@ struct Row {
   bool skipSensorCheck = false;
 };
 
-void PrintTo(const Row& row, std::ostream* stream)
+// Rows are shown by their names, not by their bytes.
+template <class AnyRow>
+void PrintTo(const AnyRow& row, std::ostream* stream) requires requires
+{
+  row.name;
+}
 {
   *stream << row.name;
 }
@@ -219,106 +215,115 @@ TEST_F(OpeningTest, AGoodOpeningIsThisDialogue)
   EXPECT_EQ(stores[0].frameletCount(), 1U);
 }
 
-TEST(OpeningRun, WaitsForTheExpectedTimes)
+struct WaitRow {
+  const char* name;
+  std::function<void(OpeningTest&)> prepare;
+  const char* wait;  // a write of the opening, and its time since the previous write
+  std::int32_t result = 0;
+};
+
+const WaitRow waitRows[] = {
+    {"thePortOpensAtTheSixthAttempt",
+     [](auto& t) {
+       t.port_.busy = true;
+       t.platform_.clock.after(milliseconds(2400), [&t] { t.port_.busy = false; });
+     },
+     "00 01 00 00 after 2500"},
+    {"theDongleIsBackAtTheSixthAttempt", [](auto& t) { t.dongle_.restartTime = milliseconds(2900); },
+     "00 00 00 08 after 3000"},
+    {"thePortOpensAtTheSixthAttemptAfterTheReset", [](auto& t) { t.occupyAt(reset, 2900); },
+     "00 00 00 08 after 3000"},
+    {"aDongleWithoutAFirmwareAnswerIsAccepted", [](auto& t) { t.dongle_.faults.silentAt = {Step::getInfo}; },
+     "00 01 06 02 after 1000"},
+    {"anUnknownMessageEndsTheWaitForTheFirmware",
+     [](auto& t) {
+       t.dongle_.faults.silentAt = {Step::getInfo};
+       t.when(getInfo, [&t] { t.dongle_.inject(hex("80 00 08 00")); });
+     },
+     "00 01 06 02 after 0"},
+    {"aVerdictOfAnEarlierOpeningNeedsNoAnswer", [](auto&) { dongleVerdict = 1; }, "00 01 06 02 after 0"},
+    {"threeSecondsWithoutModulesEndAScan",
+     [](auto& t) { t.left_.faults.hidden = t.right_.faults.hidden = true; }, "00 00 06 04 after 3001", 30},
+    {"threeMessagesEndAScan",
+     [](auto& t) {
+       t.left_.faults.hidden = t.right_.faults.hidden = true;
+       t.when(discoverAccepted, [&t] { t.dongle_.inject(hex("80 00 00 06 80 00 00 06 80 00 00 06")); });
+     },
+     "00 00 06 04 after 1", 30},
+    {"anIncompleteScanIsRepeatedAfterHalfASecond", [](auto& t) { t.left_.faults.hidden = true; },
+     "00 01 06 02 after 501", 31},
+    {"theEndOfAScanIsAwaitedFor10000Messages",
+     [](auto& t) {
+       t.dongle_.faults.silentAt = {Step::endProcedure};
+       t.when(endProcedure, [&t] {
+         for (int count = 0; count < 10000; ++count) {
+           t.platform_.clock.after(milliseconds(count), [&t] { t.dongle_.inject(hex("80 00 00 06")); });
+         }
+       });
+     },
+     "00 01 06 02 after 10499", 32},
+    {"aMissingVersionCostsItsTimeout", [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; },
+     "00 06 04 05 after 1250"},
+};
+
+class OpeningWait : public OpeningTest, public testing::WithParamInterface<WaitRow> {};
+
+TEST_P(OpeningWait, TakesTheExpectedTime)
 {
-  const struct {
-    const char* name;
-    std::function<void(OpeningTest&)> prepare;
-    const char* wait;  // a write of the opening, and its time since the previous write
-    std::int32_t result = 0;
-  } cases[] = {
-      {"the port opens at the sixth attempt",
-       [](auto& t) {
-         t.port_.busy = true;
-         t.platform_.clock.after(milliseconds(2400), [&t] { t.port_.busy = false; });
-       },
-       "00 01 00 00 after 2500"},
-      {"the dongle is back at the sixth attempt", [](auto& t) { t.dongle_.restartTime = milliseconds(2900); },
-       "00 00 00 08 after 3000"},
-      {"the port opens at the sixth attempt after the reset", [](auto& t) { t.occupyAt(reset, 2900); },
-       "00 00 00 08 after 3000"},
-      {"a dongle without a firmware answer is accepted",
-       [](auto& t) { t.dongle_.faults.silentAt = {Step::getInfo}; }, "00 01 06 02 after 1000"},
-      {"an unknown message ends the wait for the firmware",
-       [](auto& t) {
-         t.dongle_.faults.silentAt = {Step::getInfo};
-         t.when(getInfo, [&t] { t.dongle_.inject(hex("80 00 08 00")); });
-       },
-       "00 01 06 02 after 0"},
-      {"a verdict of an earlier opening needs no answer", [](auto&) { dongleVerdict = 1; },
-       "00 01 06 02 after 0"},
-      {"three seconds without modules end a scan",
-       [](auto& t) { t.left_.faults.hidden = t.right_.faults.hidden = true; }, "00 00 06 04 after 3001", 30},
-      {"three messages end a scan",
-       [](auto& t) {
-         t.left_.faults.hidden = t.right_.faults.hidden = true;
-         t.when(discoverAccepted, [&t] { t.dongle_.inject(hex("80 00 00 06 80 00 00 06 80 00 00 06")); });
-       },
-       "00 00 06 04 after 1", 30},
-      {"an incomplete scan is repeated after half a second", [](auto& t) { t.left_.faults.hidden = true; },
-       "00 01 06 02 after 501", 31},
-      {"the end of a scan is awaited for 10000 messages",
-       [](auto& t) {
-         t.dongle_.faults.silentAt = {Step::endProcedure};
-         t.when(endProcedure, [&t] {
-           for (int count = 0; count < 10000; ++count) {
-             t.platform_.clock.after(milliseconds(count), [&t] { t.dongle_.inject(hex("80 00 00 06")); });
-           }
-         });
-       },
-       "00 01 06 02 after 10499", 32},
-      {"a missing version costs its timeout",
-       [](auto& t) { t.left_.faults.silentAt = {Step::versionResponse}; }, "00 06 04 05 after 1250"},
-  };
-  for (const auto& [name, prepare, wait, result] : cases) {
-    Opening run;
-    prepare(run);
-    EXPECT_EQ(code(run.device_.open(2, {}, false)), result) << name;
-    EXPECT_TRUE(std::ranges::find(run.waits_, wait) != run.waits_.end())
-        << name << testing::PrintToString(run.waits_);
-  }
+  GetParam().prepare(*this);
+  EXPECT_EQ(code(device_.open(2, {}, false)), GetParam().result);
+  EXPECT_TRUE(std::ranges::find(waits_, GetParam().wait) != waits_.end()) << testing::PrintToString(waits_);
 }
 
-TEST(OpeningRun, TheLeftGloveComesFirst)
+INSTANTIATE_TEST_SUITE_P(All, OpeningWait, testing::ValuesIn(waitRows),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+struct OrderRow {
+  const char* name;
+  std::array<const char*, 2> advertised;
+  std::int32_t wanted;
+  std::array<const char*, 2> kept;
+};
+
+class OpeningOrder : public OpeningTest, public testing::WithParamInterface<OrderRow> {};
+
+TEST_P(OpeningOrder, TheLeftGloveComesFirst)
 {
-  const struct {
-    std::array<const char*, 2> advertised;
-    std::int32_t wanted;
-    std::array<const char*, 2> kept;
-  } cases[] = {{{"KVXGL00001", "KVXGR00002"}, 2, {"KVXGL00001", "KVXGR00002"}},
-               {{"KVXGR00001", "KVXGL00002"}, 2, {"KVXGL00002", "KVXGR00001"}},
-               {{"KVXGL00001", "KVXGL00002"}, 2, {"KVXGL00001", "KVXGL00002"}},
-               {{"KVXGR00001", "KVXGR00002"}, 2, {"KVXGR00002", "KVXGR00001"}},
-               {{"KVXGR00001", "KVXGL00002"}, 1, {"KVXGR00001", ""}}};
-  for (const auto& [advertised, wanted, kept] : cases) {
-    Opening run;
-    run.right_.config.name = advertised[0];
-    run.left_.config.name = advertised[1];
-    EXPECT_EQ(run.device_.open(wanted, {}, false), OpeningResult::done);
-    for (std::size_t index = 0; index < modules.size(); ++index) {
-      const BleModule& module = modules[index];
-      EXPECT_EQ(std::string(module.name.data(), static_cast<std::size_t>(module.nameLength)), kept[index]);
-    }
-    EXPECT_EQ(connectedCount, wanted);
+  const auto& [name, advertised, wanted, kept] = GetParam();
+  right_.config.name = advertised[0];
+  left_.config.name = advertised[1];
+  EXPECT_EQ(device_.open(wanted, {}, false), OpeningResult::done);
+  for (std::size_t index = 0; index < modules.size(); ++index) {
+    const BleModule& module = modules[index];
+    EXPECT_EQ(std::string(module.name.data(), static_cast<std::size_t>(module.nameLength)), kept[index]);
   }
+  EXPECT_EQ(connectedCount, wanted);
 }
 
-TEST(OpeningRun, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
+const OrderRow orderRows[] = {
+    {"leftThenRight", {"KVXGL00001", "KVXGR00002"}, 2, {"KVXGL00001", "KVXGR00002"}},
+    {"rightThenLeft", {"KVXGR00001", "KVXGL00002"}, 2, {"KVXGL00002", "KVXGR00001"}},
+    {"twoLeft", {"KVXGL00001", "KVXGL00002"}, 2, {"KVXGL00001", "KVXGL00002"}},
+    {"twoRightChangePlaces", {"KVXGR00001", "KVXGR00002"}, 2, {"KVXGR00002", "KVXGR00001"}},
+    {"oneOfTwo", {"KVXGR00001", "KVXGL00002"}, 1, {"KVXGR00001", ""}},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, OpeningOrder, testing::ValuesIn(orderRows),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST_F(OpeningTest, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice)
 {
-  {
-    Opening run;
-    EXPECT_EQ(code(run.device_.open(2, {2}, false)), 31) << "only the right glove passes";
-    EXPECT_EQ(serialFilter, (std::array<std::uint16_t, 2>{2, noSerialFilter}));
+  const struct {
+    std::vector<std::int32_t> wanted;
+    std::array<std::uint16_t, 2> filter;
+  } openings[] = {{{2}, {2, noSerialFilter}}, {{0x10002, 7, 1}, {2, 7}}, {{}, {2, 7}}};
+  for (const auto& [wanted, filter] : openings) {
+    EXPECT_EQ(code(device_.open(2, wanted, false)), 31) << "only the right glove passes";
+    EXPECT_EQ(serialFilter, filter);
+    device_.close();
+    device_.~BleDevice();
+    new (&device_) BleDevice;
   }
-  {
-    Opening run;
-    EXPECT_EQ(code(run.device_.open(2, {0x10002, 7, 1}, false)), 31);
-  }
-  const auto kept = serialFilter;
-  EXPECT_EQ(kept, (std::array<std::uint16_t, 2>{2, 7}));
-  Opening run;
-  serialFilter = kept;  // the fixture has reset it
-  EXPECT_EQ(code(run.device_.open(2, {}, false)), 31);
 }
 
 TEST_F(OpeningTest, AStopBeforeTheScanPreventsIt)
@@ -347,27 +352,35 @@ TEST_F(OpeningTest, AModuleWithoutACccdReturns70)
   EXPECT_EQ(connectedCount, 0);
 }
 
-TEST(OpeningRun, AScanReportsItsFailures)
+struct ScanRow {
+  const char* name;
+  ScanResult result;
+  std::function<void(OpeningTest&)> prepare;
+};
+
+const ScanRow scanRows[] = {
+    {"good", ScanResult::done, [](auto&) {}},
+    {"endSilent", ScanResult::notEnded, [](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }},
+    {"endRefused", ScanResult::notEnded, [](auto& t) { t.dongle_.faults.refusesEndProcedure = true; }},
+    {"refused", ScanResult::refused, [](auto& t) { t.dongle_.faults.refusedDiscoveries = 1; }},
+    {"stoppedAtOnce", ScanResult::linkLost, [](auto& t) { t.stopAt(discover); }},
+    {"stoppedWhileScanning", ScanResult::linkLost, [](auto& t) { t.stopAt(discoverAccepted); }},
+    {"stoppedAtTheEnd", ScanResult::linkLost, [](auto& t) { t.stopAt(endProcedure); }},
+    {"unanswered", ScanResult::unanswered, [](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }},
+};
+
+class Scan : public OpeningTest, public testing::WithParamInterface<ScanRow> {};
+
+TEST_P(Scan, ReportsItsFailure)
 {
-  const struct {
-    std::function<void(OpeningTest&)> prepare;
-    ScanResult result;
-  } cases[] = {{[](auto&) {}, ScanResult::done},
-               {[](auto& t) { t.dongle_.faults.silentAt = {Step::endProcedure}; }, ScanResult::notEnded},
-               {[](auto& t) { t.dongle_.faults.refusesEndProcedure = true; }, ScanResult::notEnded},
-               {[](auto& t) { t.dongle_.faults.refusedDiscoveries = 1; }, ScanResult::refused},
-               {[](auto& t) { t.stopAt(discover); }, ScanResult::linkLost},
-               {[](auto& t) { t.stopAt(discoverAccepted); }, ScanResult::linkLost},
-               {[](auto& t) { t.stopAt(endProcedure); }, ScanResult::linkLost},
-               {[](auto& t) { t.dongle_.faults.silentAt = {Step::discover}; }, ScanResult::unanswered}};
-  for (const auto& [prepare, result] : cases) {
-    Opening run;
-    wantedCount = 2;
-    run.openPort();
-    prepare(run);
-    EXPECT_EQ(scanForModules(), result);
-  }
+  wantedCount = 2;
+  openPort();
+  GetParam().prepare(*this);
+  EXPECT_EQ(scanForModules(), GetParam().result);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, Scan, testing::ValuesIn(scanRows),
+                         [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_F(OpeningTest, AScanLeavesNothingInTheReceiveBuffer)
 {
