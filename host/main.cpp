@@ -7,6 +7,7 @@
 
 #include "host/base/Console.h"
 #include "host/base/System.h"
+#include "host/base/Version.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
 
@@ -40,7 +41,7 @@ int run(int count, char** arguments)
   tessel.name("tessel");
   tessel.require_subcommand(0, 1);
   tessel.set_help_flag("--help,-h", "Print this help");
-  tessel.set_version_flag("--version", "tessel " TESSEL_VERSION, "Print the version");
+  tessel.set_version_flag("--version", programVersion, "Print the version");
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"

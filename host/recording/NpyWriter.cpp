@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "host/base/PartFile.h"
+#include "host/base/Version.h"
 
 namespace fs = std::filesystem;
 
@@ -82,7 +83,8 @@ void NpyWriter::finish(const RecordingEnd& end)
 
 void NpyWriter::writeMeta(const RecordingEnd* end) const
 {
-  nlohmann::ordered_json meta{{"format", "tessel-recording"}, {"version", 1}, {"started", started_}};
+  nlohmann::ordered_json meta{
+      {"format", "tessel-recording"}, {"version", 1}, {"program", programVersion}, {"started", started_}};
   meta["elements"] = layout_.elements;
   for (const ElementGroup& group : layout_.groups) {
     meta["groups"].push_back(

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/Version.h"
 #include "host/recording/RecordWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -20,6 +21,7 @@ TEST(RecordWriter, WritesTimestampsAndElementsUnchanged)
   }
   EXPECT_EQ(folder.read("a.csv"), "time_ms,left_0,left_1,aux_0\n4294967295,0,65535,7\n1,258,2,3\n");
   const auto meta = nlohmann::json::parse(folder.read("meta.json"));
+  EXPECT_EQ(meta.at("program"), programVersion);
   EXPECT_EQ(meta.at("frames"), 2);
   EXPECT_EQ(meta.at("backwardSteps"), 1);
   EXPECT_EQ(meta.at("ended"), "as requested.");

@@ -1,0 +1,3 @@
+#include "host/base/Version.h"
+
+const char* const programVersion = "tessel " TESSEL_VERSION;
