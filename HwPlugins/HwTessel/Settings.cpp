@@ -26,6 +26,7 @@ std::unique_ptr<SateliteInterface> bind(Values& values, const Member& member, co
 // Made while the library is being loaded.
 const std::vector<std::unique_ptr<SateliteInterface>> registered = [] {
   std::vector<std::unique_ptr<SateliteInterface>> satelites;
+  satelites.reserve(keys.size());
   for (const Key& key : keys) {
     satelites.push_back(bind(current, key.member, key.name));
   }
@@ -36,6 +37,7 @@ const std::vector<std::unique_ptr<SateliteInterface>> registered = [] {
 
 Binding::Binding(Values& values)
 {
+  satelites_.reserve(keys.size());
   for (const Key& key : keys) {
     satelites_.push_back(bind(values, key.member));
     registry_[key.name] = satelites_.back().get();
