@@ -33,9 +33,10 @@ std::string gapsText(const GapDetector& gaps)
         "(estimate)\n",
         gaps.count(), gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
   }
-  if (gaps.backwardSteps() > 0)
+  if (gaps.backwardSteps() > 0) {
     text += fmt::format("  timestamps: {} backward step{}\n", gaps.backwardSteps(),
                         gaps.backwardSteps() == 1 ? "" : "s");
+  }
   return text;
 }
 
