@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 struct GloveBooks {
@@ -25,18 +24,34 @@ struct GloveBooks {
   std::uint64_t repeated = 0;   // complete frames that came again
   std::uint64_t recorded = 0;   // in a record that was written
   std::uint64_t ambiguous = 0;  // stretches in which the number of frames stays undecided
+  double awaySeconds = 0;       // between two connections
   Lost lost;
 
+  // False if a frame has no fate, or two of them.
   bool isBalanced() const { return sent + repeated == recorded + lost.total(); }
+  // From 0 to 1.
   double lostShare() const
   {
-    return sent + repeated == 0 ? 0
-                                : static_cast<double>(lost.total()) / static_cast<double>(sent + repeated);
+    const std::uint64_t all = sent + repeated;
+    return all == 0 ? 0 : static_cast<double>(lost.total()) / static_cast<double>(all);
   }
+  friend bool operator==(const GloveBooks&, const GloveBooks&) = default;
 };
 
 struct Books {
-  std::vector<GloveBooks> gloves;    // in the order of the records
-  std::optional<bool> balanced;      // empty if bytes of the capture are missing
-  std::vector<std::string> reasons;  // why they are not balanced, for the user
+  std::vector<GloveBooks> gloves;       // in the order of the records
+  std::uint64_t unmatchedRecords = 0;   // contain other samples than any frames that were heard
+  std::uint64_t unexpectedRecords = 0;  // made of other frames than the plug-in's rules say
+  std::uint64_t lostBlocks = 0;         // of the capture
+  std::uint64_t skippedBytes = 0;       // of the capture: damaged
+
+  // Empty if bytes of the capture are missing.
+  std::optional<bool> balanced() const
+  {
+    if (lostBlocks > 0 || skippedBytes > 0) return std::nullopt;
+    for (const GloveBooks& glove : gloves) {
+      if (!glove.isBalanced() || glove.ambiguous > 0) return false;
+    }
+    return unmatchedRecords == 0 && unexpectedRecords == 0;
+  }
 };

@@ -1,0 +1,133 @@
+#include "host/capture/GloveAccount.h"
+
+#include <utility>
+
+bool GloveAccount::Heard::isComplete() const
+{
+  return packets > 0 && (heard & ((1U << packets) - 1)) == (1U << packets) - 1;
+}
+
+void GloveAccount::beginConnection(Time time)
+{
+  if (isConnected_) endConnection(time);
+  isConnected_ = true;
+  if (ended_) books_.awaySeconds += std::chrono::duration<double>(time - *ended_).count();
+  ended_.reset();
+  firstNumber_.reset();
+  lastNumber_.reset();
+  if (listener_ != nullptr) listener_->connectionBegins();
+}
+
+void GloveAccount::endConnection(Time time)
+{
+  if (!std::exchange(isConnected_, false)) return;
+  endFrame(false);
+  counter_.endConnection();
+  const std::int64_t correction = counter_.takeCorrection();
+  if (firstNumber_) {
+    books_.lost.unheard += static_cast<std::uint64_t>(correction);
+    books_.sent += static_cast<std::uint64_t>(*lastNumber_ + correction - *firstNumber_ + 1);
+  }
+  firstNumber_.reset();
+  ended_ = time;
+}
+
+void GloveAccount::add(LinkListener::Packet packet, Time time)
+{
+  const unsigned index = packet[0] & 0x0FU;
+  if (index == 0) beginFrame(packet, time);
+  if (current_) current_->heard |= 1U << index;
+  auto samples = assembly_.add(packet);
+  if (!samples) return;
+  // Without a current frame it began in an earlier connection.
+  Published published{.number = -1, .ticks = -1, .arrival = time, .samples = std::move(*samples)};
+  if (current_) {
+    current_->isPublished = true;
+    published.number = current_->number;
+    published.ticks = current_->ticks;
+    published.arrival = current_->arrival;
+  }
+  queue_.push_back(std::move(published));
+}
+
+void GloveAccount::beginFrame(LinkListener::Packet packet, Time time)
+{
+  const FrameCounter::FirstPacket first{.counter = static_cast<std::uint8_t>(packet[0] >> 4),
+                                        .clock = static_cast<std::uint16_t>(packet[2] << 8 | packet[3]),
+                                        .arrival = time};
+  const unsigned packets = packet[1] & 0x0FU;
+  if (current_ && counter_.isSame(first)) {
+    // The packet came twice, or, behind a complete frame, the frame.
+    if (!current_->isComplete()) return;
+    const Heard again{.number = current_->number,
+                      .ticks = current_->ticks,
+                      .arrival = time,
+                      .packets = packets,
+                      .isRepeated = true};
+    endFrame(true);
+    current_ = again;
+    return;
+  }
+  endFrame(true);
+  const FrameCounter::Frame frame = counter_.add(first);
+  if (const std::int64_t correction = counter_.takeCorrection(); lastNumber_) {
+    *lastNumber_ += correction;
+    books_.lost.unheard += static_cast<std::uint64_t>(correction);
+  }
+  current_ = {.number = frame.number,
+              .ticks = frame.ticks,
+              .arrival = time,
+              .steps = frame.steps,
+              .packets = packets};
+  if (listener_ != nullptr) listener_->frameBegins(frame.ticks, time);
+}
+
+void GloveAccount::endFrame(bool isFollowed)
+{
+  if (!current_) return;
+  const Heard frame = *std::exchange(current_, std::nullopt);
+  if (!isFollowed && !frame.isComplete()) return;
+  if (!firstNumber_) firstNumber_ = frame.number;
+  lastNumber_ = frame.number;
+  if (frame.isRepeated) ++books_.repeated;
+  if (frame.steps > 1) books_.lost.unheard += static_cast<std::uint64_t>(frame.steps - 1);
+  if (frame.isPublished) return;
+  ++(frame.isComplete() ? books_.lost.refused : books_.lost.radio);
+}
+
+void GloveAccount::skip(std::size_t count)
+{
+  for (; count > 0; --count) {
+    queue_.pop_front();
+    ++books_.lost.pairing;
+  }
+}
+
+void GloveAccount::reject()
+{
+  queue_.pop_front();
+  ++books_.lost.faulty;
+}
+
+GloveAccount::Published GloveAccount::take()
+{
+  Published frame = std::move(queue_.front());
+  queue_.pop_front();
+  return frame;
+}
+
+void GloveAccount::reload()
+{
+  books_.lost.queued += queue_.size();
+  queue_.clear();
+  assembly_ = {};
+}
+
+GloveBooks GloveAccount::books(bool isEnd) const
+{
+  GloveBooks books = books_;
+  if (firstNumber_) books.sent += static_cast<std::uint64_t>(*lastNumber_ - *firstNumber_ + 1);
+  books.ambiguous = counter_.ambiguous();
+  if (isEnd) books.lost.queued += queue_.size();
+  return books;
+}

@@ -1,0 +1,220 @@
+#include "host/capture/LinkAccounts.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace {
+
+// To which the plug-in cuts a queue.
+constexpr std::size_t trimmedDepth = 2;
+
+}  // namespace
+
+LinkAccounts::LinkAccounts(std::size_t gloves, std::size_t elementsOfGlove)
+    : count_(gloves), elements_(elementsOfGlove)
+{
+  gloves_[0].setListener(this);
+}
+
+void LinkAccounts::addRecord(Time time, std::span<const std::uint16_t> elements)
+{
+  delivered_.push_back({time, {elements.begin(), elements.end()}});
+}
+
+void LinkAccounts::add(const CaptureBlock& block)
+{
+  matchRecords(block.time);
+  if (block.kind == CaptureBlock::Kind::note) noteLostBlocks(block.text);
+  decoder_.add(block);
+}
+
+// "lost N blocks"
+void LinkAccounts::noteLostBlocks(std::string_view note)
+{
+  constexpr std::string_view prefix = "lost ";
+  if (!note.starts_with(prefix)) return;
+  std::uint64_t blocks = 0;
+  std::from_chars(note.data() + prefix.size(), note.data() + note.size(), blocks);
+  lostBlocks_ += std::max<std::uint64_t>(blocks, 1);
+}
+
+void LinkAccounts::settle(Time time)
+{
+  matchRecords(time);
+  rejectShortFrames();
+}
+
+void LinkAccounts::matchRecords(Time before)
+{
+  while (!delivered_.empty() && delivered_.front().time < before) {
+    origins_.push_back(match(delivered_.front()));
+    unwritten_.push_back(origins_.back().isMatched);
+    delivered_.pop_front();
+  }
+}
+
+std::optional<RecordOrigin> LinkAccounts::takeOrigin()
+{
+  if (origins_.empty()) return std::nullopt;
+  const RecordOrigin origin = origins_.front();
+  origins_.pop_front();
+  return origin;
+}
+
+void LinkAccounts::noteWritten(bool isWritten)
+{
+  const bool isMatched = unwritten_.front();
+  unwritten_.pop_front();
+  if (isWritten) {
+    ++recordedRecords_;
+  } else if (isMatched) {
+    ++discardedRecords_;
+  }
+}
+
+bool LinkAccounts::canFetch() const
+{
+  return std::all_of(gloves_.begin(), gloves_.begin() + static_cast<std::ptrdiff_t>(count_),
+                     [](const GloveAccount& glove) { return !glove.queue().empty(); });
+}
+
+// The positions of the frames that the plug-in takes; it skips those in front of them.
+LinkAccounts::Position LinkAccounts::nextFetch() const
+{
+  Position position{};
+  if (count_ == 1) return position;
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    const std::size_t depth = gloves_[glove].queue().size();
+    const bool isTrimmed = depth >= gloves_[1 - glove].queue().size();
+    if (isTrimmed && depth > trimmedDepth) position[glove] = depth - trimmedDepth;
+  }
+  return position;
+}
+
+bool LinkAccounts::isFrameOf(const Delivered& record, std::size_t glove, std::size_t position) const
+{
+  const auto& samples = gloves_[glove].queue()[position].samples;
+  const std::size_t first = glove * elements_;
+  if (samples.size() < elements_ || record.elements.size() < first + elements_) return false;
+  const auto elements = std::span(record.elements).subspan(first, elements_);
+  return std::equal(elements.begin(), elements.end(), samples.begin());
+}
+
+bool LinkAccounts::areFramesOf(const Delivered& record, const Position& position) const
+{
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    if (!isFrameOf(record, glove, position[glove])) return false;
+  }
+  return true;
+}
+
+// By content alone: the oldest frames with the samples of the record.
+std::optional<LinkAccounts::Position> LinkAccounts::findFrames(const Delivered& record) const
+{
+  Position position{};
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    const std::size_t depth = gloves_[glove].queue().size();
+    while (position[glove] < depth && !isFrameOf(record, glove, position[glove])) {
+      ++position[glove];
+    }
+    if (position[glove] == depth) return std::nullopt;
+  }
+  return position;
+}
+
+RecordOrigin LinkAccounts::match(const Delivered& record)
+{
+  undelivered_.reset();
+  RecordOrigin origin;
+  Position position{};
+  if (canFetch() && areFramesOf(record, nextFetch())) {
+    position = nextFetch();
+  } else if (const auto found = findFrames(record)) {
+    position = *found;
+    ++unexpected_;
+  } else {
+    ++unmatched_;
+    return origin;
+  }
+  origin.isMatched = true;
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    gloves_[glove].skip(position[glove]);
+    const GloveAccount::Published frame = gloves_[glove].take();
+    origin.frames[glove] = {frame.number, frame.ticks};
+    if (glove == 0 && frame.number >= 0) origin.sampled = deviceTime_.timeOf(frame.ticks);
+  }
+  return origin;
+}
+
+// A read that delivered nothing although it took frames: one of them is too short for the record.
+void LinkAccounts::rejectShortFrames()
+{
+  if (!undelivered_ || !isReading(*undelivered_) || !canFetch()) return;
+  const Position position = nextFetch();
+  const auto isShort = [&](std::size_t glove) {
+    return gloves_[glove].queue()[position[glove]].samples.size() < elements_;
+  };
+  if (!isShort(0) && !(count_ == 2 && isShort(1))) return;
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    gloves_[glove].skip(position[glove]);
+    gloves_[glove].reject();
+  }
+}
+
+void LinkAccounts::begin()
+{
+  for (GloveAccount& glove : gloves_) {
+    glove.reload();
+  }
+}
+
+void LinkAccounts::message(Time time)
+{
+  rejectShortFrames();
+  undelivered_ = time;
+}
+
+void LinkAccounts::notificationsBegin(std::size_t glove, Time time)
+{
+  gloves_[glove].beginConnection(time);
+}
+
+void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
+{
+  gloves_[glove].endConnection(time);
+}
+
+void LinkAccounts::packet(std::size_t glove, Packet packet, Time time)
+{
+  gloves_[glove].add(packet, time);
+}
+
+void LinkAccounts::frameBegins(std::int64_t ticks, Time arrival)
+{
+  // A clock that steps back was set, or is better known now.
+  if (ticks <= latestTicks_) deviceTime_.restart();
+  latestTicks_ = ticks;
+  deviceTime_.addArrival(ticks, arrival);
+}
+
+void LinkAccounts::connectionBegins()
+{
+  deviceTime_.restart();
+}
+
+Books LinkAccounts::books(bool isEnd) const
+{
+  Books books{.gloves = {},
+              .unmatchedRecords = unmatched_,
+              .unexpectedRecords = unexpected_,
+              .lostBlocks = lostBlocks_,
+              .skippedBytes = skippedBytes_};
+  const auto unwritten = isEnd ? std::ranges::count(unwritten_, true) : 0;
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    GloveBooks& own = books.gloves.emplace_back(gloves_[glove].books(isEnd));
+    own.recorded = recordedRecords_;
+    own.lost.discarded = discardedRecords_ + static_cast<std::uint64_t>(unwritten);
+  }
+  return books;
+}

@@ -1,0 +1,116 @@
+// Accounts for each frame that the gloves were heard to send: follows a capture and the records that the
+// plug-in delivered meanwhile, and finds out of which frames each record was made, and what became of the
+// others.
+//
+// It knows of the plug-in's inner queues only what follows from the capture and from the plug-in's rules:
+// each read handles one message and then delivers the oldest frames, unless a queue is empty; of two queues
+// the longer one, or both if they are equally long, are first cut to the two newest frames. The samples of
+// each record are compared with what these rules predict.
+//
+// Threads: one. Throws only std::bad_alloc. Time: of host::uptime().
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "host/capture/Books.h"
+#include "host/capture/CaptureBlock.h"
+#include "host/capture/DeviceTime.h"
+#include "host/capture/GloveAccount.h"
+#include "host/capture/LinkDecoder.h"
+
+// What is known of a record.
+struct RecordOrigin {
+  struct Frame {
+    std::int64_t number = -1;  // -1: unknown
+    std::int64_t ticks = -1;
+  };
+
+  bool isMatched = false;
+  std::array<Frame, 2> frames;                      // by glove
+  std::optional<std::chrono::nanoseconds> sampled;  // from the first glove's clock, see DeviceTime
+};
+
+class LinkAccounts final : private LinkListener, private GloveAccount::Listener {
+ public:
+  using Time = std::chrono::nanoseconds;
+
+  // `gloves`: 1 or 2 in a record, each with this number of elements, in order.
+  LinkAccounts(std::size_t gloves, std::size_t elementsOfGlove);
+  LinkAccounts(const LinkAccounts&) = delete;
+  LinkAccounts& operator=(const LinkAccounts&) = delete;
+
+  // The program's first read of records begins, and its last one has ended. Messages before and after are
+  // only handled, which delivers nothing.
+  void beginReading(Time time) { readingBegin_ = time; }
+  void endReading(Time time) { readingEnd_ = time; }
+
+  // A record that a read delivered, which ended at this time. In order.
+  void addRecord(Time time, std::span<const std::uint16_t> elements);
+  // The next block of the capture, in order. Records before it are matched first.
+  void add(const CaptureBlock& block);
+  // No block before this time will follow. Matches all records before it.
+  void settle(Time time);
+  // Of the records, in their order; nothing while the next one is not matched.
+  std::optional<RecordOrigin> takeOrigin();
+
+  // The next record was written, or won't be.
+  void noteWritten(bool isWritten);
+  void noteDamage(std::uint64_t skippedBytes) { skippedBytes_ = skippedBytes; }
+
+  Books books(bool isEnd) const;
+  const DeviceTime& deviceTime() const { return deviceTime_; }
+  std::optional<LinkDecoder::Address> address(std::size_t glove) const { return decoder_.address(glove); }
+
+ private:
+  struct Delivered {
+    Time time;
+    std::vector<std::uint16_t> elements;
+  };
+
+  void begin() override;
+  void message(Time time) override;
+  void notificationsBegin(std::size_t glove, Time time) override;
+  void notificationsEnd(std::size_t glove, Time time) override;
+  void packet(std::size_t glove, Packet packet, Time time) override;
+  void frameBegins(std::int64_t ticks, Time arrival) override;
+  void connectionBegins() override;
+
+  using Position = std::array<std::size_t, LinkDecoder::maxGloves>;  // in each queue
+
+  bool isReading(Time time) const { return readingBegin_ && time > *readingBegin_ && time < readingEnd_; }
+  bool canFetch() const;
+  Position nextFetch() const;
+  bool areFramesOf(const Delivered& record, const Position& position) const;
+  bool isFrameOf(const Delivered& record, std::size_t glove, std::size_t position) const;
+  std::optional<Position> findFrames(const Delivered& record) const;
+  void matchRecords(Time before);
+  RecordOrigin match(const Delivered& record);
+  void rejectShortFrames();
+  void noteLostBlocks(std::string_view note);
+
+  const std::size_t count_;
+  const std::size_t elements_;
+  LinkDecoder decoder_{*this};
+  std::array<GloveAccount, LinkDecoder::maxGloves> gloves_;
+  DeviceTime deviceTime_;
+  std::optional<Time> readingBegin_;
+  Time readingEnd_ = Time::max();
+  std::optional<Time> undelivered_;  // the latest message, unless the read that handled it delivered a record
+  std::int64_t latestTicks_ = 0;     // of the first glove
+  std::deque<Delivered> delivered_;
+  std::deque<RecordOrigin> origins_;
+  std::deque<bool> unwritten_;  // records that may still be written: whether they were matched
+  std::uint64_t recordedRecords_ = 0;
+  std::uint64_t discardedRecords_ = 0;  // matched, but not written
+  std::uint64_t unmatched_ = 0;
+  std::uint64_t unexpected_ = 0;
+  std::uint64_t lostBlocks_ = 0;
+  std::uint64_t skippedBytes_ = 0;
+};

@@ -1,0 +1,163 @@
+#include "host/capture/LinkDecoder.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+using simulator::PayloadReader;
+namespace message_class = simulator::message_class;
+
+constexpr std::uint8_t eventBit = 0x80;
+constexpr std::size_t headerSize = 4;
+
+constexpr std::uint16_t measurementHandle = 17;
+constexpr std::uint16_t configurationHandle = 18;
+constexpr std::uint16_t versionHandle = 24;
+// Gloves of this revision or later confirm that notifications started; the plug-in takes packets only then.
+constexpr std::uint16_t confirmingRevision = 5;
+
+// Event, class and number of a message in one value.
+constexpr unsigned kind(std::uint8_t type, std::uint8_t group, std::uint8_t id)
+{
+  return static_cast<unsigned>(type & eventBit) << 16 | static_cast<unsigned>(group) << 8 | id;
+}
+
+// Marker, checksum of the 14 bytes that follow it, part number, revision.
+std::uint16_t revisionIn(std::span<const std::uint8_t> record)
+{
+  constexpr std::size_t size = 16;
+  constexpr std::uint8_t marker = 0x85;
+  if (record.size() < size || record[0] != marker) return 0;
+  const unsigned sum = std::accumulate(record.begin() + 2, record.begin() + size, 0U);
+  if (static_cast<std::uint8_t>(sum) != record[1]) return 0;
+  return static_cast<std::uint16_t>(record[4] | record[5] << 8);
+}
+
+}  // namespace
+
+void LinkDecoder::add(const CaptureBlock& block)
+{
+  switch (block.kind) {
+    case CaptureBlock::Kind::section:
+      endAll(block.time);
+      listener_.begin();
+      break;
+    case CaptureBlock::Kind::received:
+      received(block);
+      break;
+    case CaptureBlock::Kind::sent:
+      sent(block);
+      break;
+    case CaptureBlock::Kind::note:
+      // A purge, a closed port and lost blocks all end within a message at most what they interrupt.
+      received_.clear();
+      if (block.text == "close" || block.text == "reset" || block.text.starts_with("open"))
+        endAll(block.time);
+      break;
+  }
+}
+
+void LinkDecoder::received(const CaptureBlock& block)
+{
+  received_.insert(received_.end(), block.bytes.begin(), block.bytes.end());
+  if (block.text == "incomplete") received_.clear();
+  while (received_.size() >= headerSize) {
+    // As the plug-in reads it: the high bits of the length, which no message needs, are not used.
+    const std::size_t size = headerSize + received_[1];
+    if (received_.size() < size) return;
+    handleMessage(std::span(received_).first(size), block.time);
+    received_.erase(received_.begin(), received_.begin() + static_cast<std::ptrdiff_t>(size));
+  }
+}
+
+void LinkDecoder::handleMessage(std::span<const std::uint8_t> message, Time time)
+{
+  listener_.message(time);
+  PayloadReader payload(message.subspan(headerSize));
+  switch (kind(message[0], message[2], message[3])) {
+    case kind(eventBit, message_class::attclient, 5):
+      handleValue(payload, time);
+      break;
+    case kind(eventBit, message_class::attclient, 1):
+      handleCompleted(payload, time);
+      break;
+    case kind(eventBit, message_class::connection, 4):
+      end(payload.u8(), time);
+      break;
+    case kind(0, message_class::gap, 3): {
+      const bool isDone = payload.u16() == simulator::result::success;
+      const std::size_t glove = payload.u8();
+      if (isDone && glove < maxGloves) gloves_[glove] = {.address = connecting_};
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+void LinkDecoder::handleValue(PayloadReader payload, Time time)
+{
+  const std::size_t glove = payload.u8();
+  const std::uint16_t attribute = payload.u16();
+  payload.u8();  // how the value came
+  const auto value = payload.array();
+  if (glove >= maxGloves) return;
+  if (attribute == versionHandle) gloves_[glove].revision = revisionIn(value);
+  const bool isPacket = attribute == measurementHandle && value.size() == LinkListener::Packet::extent;
+  if (isPacket && gloves_[glove].notifications == Notifications::on) {
+    listener_.packet(glove, value.first<LinkListener::Packet::extent>(), time);
+  }
+}
+
+void LinkDecoder::handleCompleted(PayloadReader payload, Time time)
+{
+  const std::size_t glove = payload.u8();
+  const bool isDone = payload.u16() == simulator::result::success;
+  if (glove >= maxGloves || !isDone || payload.u16() != configurationHandle) return;
+  if (gloves_[glove].notifications != Notifications::starting) return;
+  gloves_[glove].notifications = Notifications::on;
+  listener_.notificationsBegin(glove, time);
+}
+
+void LinkDecoder::sent(const CaptureBlock& block)
+{
+  sent_.add(block.bytes);
+  while (const auto command = sent_.next()) {
+    PayloadReader payload(command->payload);
+    if (!command->isCommand) continue;
+    if (command->group == message_class::gap && command->id == 3) connecting_ = payload.address();
+    if (command->group == message_class::attclient && command->id == 5) handleWrite(payload, block.time);
+  }
+}
+
+void LinkDecoder::handleWrite(PayloadReader payload, Time time)
+{
+  const std::size_t glove = payload.u8();
+  const std::uint16_t attribute = payload.u16();
+  const auto value = payload.array();
+  if (glove >= maxGloves || attribute != configurationHandle || value.empty()) return;
+  if (value[0] == 0) {
+    end(glove, time);
+    return;
+  }
+  const bool confirms = gloves_[glove].revision >= confirmingRevision;
+  gloves_[glove].notifications = confirms ? Notifications::starting : Notifications::on;
+  if (!confirms) listener_.notificationsBegin(glove, time);
+}
+
+void LinkDecoder::end(std::size_t glove, Time time)
+{
+  if (glove >= maxGloves) return;
+  if (gloves_[glove].notifications == Notifications::on) listener_.notificationsEnd(glove, time);
+  gloves_[glove].notifications = Notifications::off;
+}
+
+void LinkDecoder::endAll(Time time)
+{
+  received_.clear();
+  sent_.clear();
+  for (std::size_t glove = 0; glove < maxGloves; ++glove) {
+    end(glove, time);
+  }
+}
