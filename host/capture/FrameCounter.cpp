@@ -184,10 +184,12 @@ void FrameCounter::checkLag(Time arrival)
     lag = inTicks(arrival) - latest_.ticks;
   }
   if (usual != noLag && lag <= usual + lagTolerance) isUnsettled_ = false;
-  if (arrival >= windowEnd_) {
+  const bool isOver = arrival >= windowEnd_;
+  if (isOver && !isUnsettled_) choices_.clear();
+  if (choices_.size() > 1) return;  // a wrong choice must not become the usual lag
+  if (isOver) {
     windowEnd_ = arrival + lagWindow;
     minLags_ = {noLag, minLags_[0]};
-    if (!isUnsettled_) choices_.clear();
   }
   minLags_[0] = std::min(minLags_[0], lag);
 }
