@@ -62,8 +62,8 @@ const Case cases[] = {
      steady(100) + std::vector<Heard>{{1, 3000}} + drained(3000) + steady(100)},
     // 256 frames of 256 ticks are a wrap of both counter and clock.
     {"AWrapOfBoth", steady(100, 0, 256) + std::vector<Heard>{{256, 0, 256}} + steady(100, 0, 256)},
-    {"AWrapOfBothAndABacklog", steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} +
-                                   steady(300, 7000, 256) + steady(50, 0, 256)},
+    {"AWrapOfBothAndABacklog",
+     steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + drained(7000, 256) + steady(50, 0, 256)},
     {"ABacklogThatNeverDrains",
      steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + steady(300, 7000, 256), 1},
     {"AnotherRate", steady(50) + steady(50, 0, 500) + steady(50, 0, 167)},
