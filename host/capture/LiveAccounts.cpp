@@ -1,0 +1,105 @@
+#include "host/capture/LiveAccounts.h"
+
+#include <utility>
+
+void LiveAccounts::receive(std::span<const std::uint8_t> bytes)
+{
+  // The records first: each was left before the plug-in read what follows it, so none can come later than
+  // these bytes.
+  takeInbox();
+  reader_.add(bytes);
+  while (const auto block = reader_.next()) {
+    accounts_.add(*block);
+  }
+  accounts_.noteDamage(reader_.skippedBytes());
+  handBack();
+}
+
+void LiveAccounts::takeInbox()
+{
+  Inbox inbox;
+  {
+    const std::scoped_lock lock(mutex_);
+    std::swap(inbox, inbox_);
+  }
+  if (inbox.readingBegin) accounts_.beginReading(*inbox.readingBegin);
+  if (inbox.readingEnd) accounts_.endReading(*inbox.readingEnd);
+  for (const bool isWritten : inbox.written) {
+    accounts_.noteWritten(isWritten);
+  }
+  for (const Delivered& record : inbox.records) {
+    accounts_.addRecord(record.time, record.elements);
+  }
+}
+
+void LiveAccounts::handBack()
+{
+  std::vector<RecordOrigin> origins;
+  while (const auto origin = accounts_.takeOrigin()) {
+    origins.push_back(*origin);
+  }
+  Snapshot snapshot{.books = accounts_.books(false),
+                    .residualMs = accounts_.deviceTime().residualMs(),
+                    .clockError = accounts_.deviceTime().clockError(),
+                    .addresses = {}};
+  for (std::size_t glove = 0; glove < snapshot.addresses.size(); ++glove) {
+    snapshot.addresses[glove] = accounts_.address(glove);
+  }
+  const std::scoped_lock lock(mutex_);
+  origins_.insert(origins_.end(), origins.begin(), origins.end());
+  snapshot_ = std::move(snapshot);
+}
+
+void LiveAccounts::beginReading(Time time)
+{
+  const std::scoped_lock lock(mutex_);
+  inbox_.readingBegin = time;
+}
+
+void LiveAccounts::endReading(Time time)
+{
+  const std::scoped_lock lock(mutex_);
+  inbox_.readingEnd = time;
+}
+
+void LiveAccounts::addRecord(Time time, std::span<const std::uint16_t> elements)
+{
+  Delivered record{time, {elements.begin(), elements.end()}};
+  const std::scoped_lock lock(mutex_);
+  inbox_.records.push_back(std::move(record));
+}
+
+std::optional<RecordOrigin> LiveAccounts::takeOrigin()
+{
+  const std::scoped_lock lock(mutex_);
+  if (origins_.empty()) return std::nullopt;
+  const RecordOrigin origin = origins_.front();
+  origins_.pop_front();
+  return origin;
+}
+
+void LiveAccounts::noteWritten(bool isWritten)
+{
+  const std::scoped_lock lock(mutex_);
+  inbox_.written.push_back(isWritten);
+}
+
+LiveAccounts::Snapshot LiveAccounts::snapshot() const
+{
+  const std::scoped_lock lock(mutex_);
+  return snapshot_;
+}
+
+void LiveAccounts::settle()
+{
+  takeInbox();
+  accounts_.settle(Time::max());
+  handBack();
+}
+
+Books LiveAccounts::close()
+{
+  takeInbox();
+  accounts_.noteDamage(reader_.skippedBytes() + reader_.unfinishedBytes());
+  return accounts_.books(true);
+}

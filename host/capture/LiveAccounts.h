@@ -1,0 +1,71 @@
+// LinkAccounts while recording: the thread that receives the capture does the work, and the thread that reads
+// the gloves only leaves its records and takes what is known of them. Neither waits for the other's work.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "host/capture/CaptureReader.h"
+#include "host/capture/LinkAccounts.h"
+
+class LiveAccounts {
+ public:
+  using Time = std::chrono::nanoseconds;  // of host::uptime()
+
+  // As of the latest bytes of the capture.
+  struct Snapshot {
+    Books books;
+    double residualMs = 0;  // of the mapping of the first glove's clock
+    double clockError = 0;
+    std::array<std::optional<LinkDecoder::Address>, LinkDecoder::maxGloves> addresses;
+  };
+
+  // As for LinkAccounts.
+  LiveAccounts(std::size_t gloves, std::size_t elementsOfGlove) : accounts_(gloves, elementsOfGlove) {}
+
+  // On the thread that receives the capture.
+  void receive(std::span<const std::uint8_t> bytes);
+
+  // On the thread that reads the gloves.
+  // Around all reads of records.
+  void beginReading(Time time);
+  void endReading(Time time);
+  void addRecord(Time time, std::span<const std::uint16_t> elements);
+  std::optional<RecordOrigin> takeOrigin();
+  void noteWritten(bool isWritten);
+  Snapshot snapshot() const;
+
+  // The link is closed, and the whole capture has been received. No thread may use it meanwhile. Matches the
+  // last records; they can still be taken, and noted as written.
+  void settle();
+  // After that: the final books.
+  Books close();
+
+ private:
+  struct Delivered {
+    Time time;
+    std::vector<std::uint16_t> elements;
+  };
+  struct Inbox {
+    std::optional<Time> readingBegin, readingEnd;
+    std::vector<Delivered> records;
+    std::vector<bool> written;
+  };
+
+  void takeInbox();
+  void handBack();
+
+  CaptureReader reader_;
+  LinkAccounts accounts_;
+
+  mutable std::mutex mutex_;  // of what follows
+  Inbox inbox_;
+  std::deque<RecordOrigin> origins_;
+  Snapshot snapshot_;
+};
