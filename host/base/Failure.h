@@ -22,6 +22,7 @@ enum class ExitCode {
   gloves = 14,        // a glove was found, but could not be initialized
   silence = 15,       // the gloves or the dongle stopped responding while recording
   refused = 16,       // a text command that the plug-in has no reply to
+  books = 17,         // what became of each frame can't be explained
   interrupted = 130,  // before the command was complete
 };
 

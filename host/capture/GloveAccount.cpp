@@ -125,6 +125,11 @@ void GloveAccount::reload()
 
 GloveBooks GloveAccount::books(bool isEnd) const
 {
+  if (isEnd && isConnected_) {
+    GloveAccount ended(*this);
+    ended.endConnection({});
+    return ended.books(true);
+  }
   GloveBooks books = books_;
   if (firstNumber_) books.sent += static_cast<std::uint64_t>(*lastNumber_ - *firstNumber_ + 1);
   books.ambiguous = counter_.ambiguous();
