@@ -18,6 +18,7 @@ constexpr Duration packetAirTime{676};
 constexpr int eventsOfProcedure = 2;  // request in one connection event, answer in the next
 constexpr int intervalsOfUpdate = 6;
 constexpr std::size_t maxWriteSize = 20;
+constexpr std::uint16_t confirmingRevision = 5;  // of start and end of notifications
 
 enum StatusFlags : std::uint8_t { connected = 0x01, completed = 0x04, parametersChanged = 0x08 };
 enum ValueType : std::uint8_t { readValue = 0, notifiedValue = 1 };
@@ -181,7 +182,8 @@ void Connection::finishProcedure()
   }
   const Procedure procedure = *std::exchange(procedure_, std::nullopt);
   if (procedure.written) {
-    sendCompleted(glove_.write(procedure.attribute, *procedure.written), procedure.attribute);
+    const std::uint16_t outcome = glove_.write(procedure.attribute, *procedure.written);
+    if (isConfirmed(procedure)) sendCompleted(outcome, procedure.attribute);
     return;
   }
   if (const auto value = glove_.read(procedure.attribute)) {
@@ -189,6 +191,11 @@ void Connection::finishProcedure()
   } else {
     sendCompleted(result::invalidHandle, procedure.attribute);
   }
+}
+
+bool Connection::isConfirmed(const Procedure& write) const
+{
+  return write.attribute != handle::configuration || glove_.config.revision >= confirmingRevision;
 }
 
 void Connection::sendPackets()

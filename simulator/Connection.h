@@ -84,6 +84,7 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   void scheduleEvent();
   void runEvent();
   void finishProcedure();
+  bool isConfirmed(const Procedure& write) const;
   void sendPackets();
 
   void respond(std::uint8_t group, std::uint8_t id, std::uint16_t outcome);

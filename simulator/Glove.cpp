@@ -100,6 +100,7 @@ Packet Glove::takePacket()
   const QueuedPacket packet = queue_.front();
   queue_.pop_front();
   lastFrameTaken_ = packet.frame;
+  if (onPacketTaken) onPacketTaken(packet.frame);
   return packet.bytes;
 }
 

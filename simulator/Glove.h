@@ -79,6 +79,9 @@ class Glove {
   GloveFaults faults;
   GloveConfig config;                             // may be changed while it runs
   std::function<void(const SentFrame&)> onFrame;  // called when a frame is sampled, sent or not
+  // Called with the number of the frame when the radio takes one of its packets; the dongle's message with
+  // the packet follows, unless the dongle sends nothing.
+  std::function<void(std::uint64_t frame)> onPacketTaken;
 
   // Values written to the command attribute, in order.
   const std::vector<std::vector<std::uint8_t>>& commands() const { return commands_; }
