@@ -21,6 +21,11 @@ SimulatedPlatform::~SimulatedPlatform()
   current = nullptr;
 }
 
+void SimulatedPlatform::use(SimulatedPlatform* platform)
+{
+  current = platform;
+}
+
 SimulatedPlatform::Port& SimulatedPlatform::addPort(const std::string& friendlyText)
 {
   Port& port = ports.emplace_back();

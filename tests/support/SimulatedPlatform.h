@@ -45,6 +45,9 @@ class SimulatedPlatform {
   SimulatedPlatform(const SimulatedPlatform&) = delete;
   SimulatedPlatform& operator=(const SimulatedPlatform&) = delete;
 
+  // For a library with its own copy of this code: its functions operate on the platform of the program.
+  static void use(SimulatedPlatform* platform);
+
   // Adds a port after the existing ones. The reference stays valid.
   Port& addPort(const std::string& friendlyText);
 

@@ -1,0 +1,252 @@
+#include "tests/support/Ledger.h"
+
+#include <algorithm>
+#include <utility>
+
+using simulator::Duration;
+using simulator::Glove;
+using simulator::SentFrame;
+
+namespace {
+
+constexpr std::size_t measurement = 17, configuration = 18;
+constexpr std::size_t trimmedDepth = 2;
+
+std::size_t u16(std::span<const std::uint8_t> bytes, std::size_t at)
+{
+  return bytes[at] | std::size_t{bytes[at + 1]} << 8;
+}
+
+// Compares type, class and id, and whether the message is this long.
+bool is(std::span<const std::uint8_t> message, std::uint8_t type, std::uint8_t group, std::uint8_t id,
+        std::size_t size)
+{
+  return message.size() >= size && message[0] == type && message[2] == group && message[3] == id;
+}
+
+}  // namespace
+
+void GloveLedger::sample(const SentFrame& frame, Duration now)
+{
+  sampled_.push_back({frame.number, frame.ticks, now});
+}
+
+LedgerFrame GloveLedger::sampled(std::uint64_t number)
+{
+  while (sampled_.front().number < number) {
+    sampled_.pop_front();
+  }
+  return sampled_.front();
+}
+
+// A glove that does not confirm the start counts as started.
+void GloveLedger::requestStart(bool isConfirmed)
+{
+  (isConfirmed ? isRequested_ : isOpen_) = true;
+}
+
+void GloveLedger::confirm()
+{
+  if (std::exchange(isRequested_, false)) isOpen_ = true;
+}
+
+void GloveLedger::end()
+{
+  if (!std::exchange(isOpen_, false)) return;
+  settle(false);
+}
+
+void GloveLedger::hear(std::uint64_t frame, const simulator::Packet& packet)
+{
+  if (!isOpen_) return;
+  const std::size_t index = packet[0] & 0x0F;
+  if (index == 0) beginFrame(frame, packet[1] & 0x0F);
+  if (heard_ && heard_->frame == frame) heard_->isHere[index] = true;
+  assemble(packet);
+}
+
+bool GloveLedger::Heard::isComplete() const
+{
+  return isPublished || std::all_of(isHere.begin(), isHere.begin() + static_cast<std::ptrdiff_t>(packets),
+                                    [](bool isThis) { return isThis; });
+}
+
+void GloveLedger::beginFrame(std::uint64_t frame, std::size_t packets)
+{
+  const bool isSame = heard_ && heard_->frame == frame;
+  if (isSame && !heard_->isComplete()) return;  // a doubled packet
+  const std::uint64_t unheard = isSame || !heard_ ? 0 : frame - heard_->frame - 1;
+  settle(true);
+  heard_ = {.frame = frame, .unheard = unheard, .isRepeat = isSame, .packets = packets};
+}
+
+// Counts the frame, unless it is the last one heard and incomplete.
+void GloveLedger::settle(bool isFollowed)
+{
+  if (!heard_ || !(isFollowed || heard_->isComplete())) return;
+  (heard_->isRepeat ? books.repeated : books.sent) += 1;
+  books.sent += heard_->unheard;
+  books.lost.unheard += heard_->unheard;
+  if (heard_->isPublished) return;
+  (heard_->isComplete() ? books.lost.refused : books.lost.radio) += 1;
+}
+
+// Packets count from 0; any other one ends the frame, and is not looked at again.
+void GloveLedger::assemble(const simulator::Packet& packet)
+{
+  const std::size_t index = packet[0] & 0x0F;
+  if (index != expected_) {
+    expected_ = 0;
+    return;
+  }
+  ++expected_;
+  if (index == 0) {
+    count_ = packet[1] & 0x0F;
+    samples_.clear();
+  }
+  for (std::size_t at = index == 0 ? 4 : 2; at < packet.size(); at += 2) {
+    samples_.push_back(static_cast<std::uint16_t>(packet[at] << 8 | packet[at + 1]));
+  }
+  if (index == 0 || index + 1 != count_) return;
+  expected_ = 0;
+  // Under the number of its first packet, even if later ones are of another frame.
+  published_.push_back({heard_->frame, samples_});
+  heard_->isPublished = true;
+}
+
+GloveLedger::Published GloveLedger::fetch(bool trim)
+{
+  for (; trim && published_.size() > trimmedDepth; published_.pop_front()) {
+    ++books.lost.pairing;
+  }
+  Published front = std::move(published_.front());
+  published_.pop_front();
+  return front;
+}
+
+void GloveLedger::leaveQueued()
+{
+  books.lost.queued += published_.size();
+  published_.clear();
+}
+
+void Ledger::observe(Glove& glove, const VirtualClock& clock)
+{
+  const std::size_t index = gloves_.size();
+  GloveLedger& ledger = gloves_.emplace_back(Observed{&glove, {}}).ledger;
+  glove.onFrame = [&ledger, &clock](const SentFrame& frame) { ledger.sample(frame, clock.now()); };
+  glove.onPacketTaken = [this, index](std::uint64_t frame) { announce({index, frame}); };
+}
+
+void Ledger::deliver(std::span<const std::uint8_t> message)
+{
+  delivered_ += message.size();
+  Message entry{.end = delivered_, .size = std::min(message.size(), sizeof entry.bytes), .bytes{}, .packet{}};
+  std::copy_n(message.begin(), entry.size, entry.bytes.begin());
+  if (is(message, 0x80, 4, 5, 29) && u16(message, 5) == measurement) {
+    entry.packet = std::exchange(announced_, std::nullopt);
+  }
+  waiting_.push_back(entry);
+}
+
+void Ledger::consume(std::uint64_t bytes)
+{
+  while (!waiting_.empty() && waiting_.front().end <= bytes) {
+    hasConsumed_ = true;
+    dispatch(waiting_.front());
+    waiting_.pop_front();
+  }
+}
+
+void Ledger::dispatch(const Message& message)
+{
+  const auto bytes = std::span(message.bytes).first(message.size);
+  if (message.packet) {
+    simulator::Packet packet;
+    std::copy_n(bytes.begin() + 9, packet.size(), packet.begin());
+    gloves_[message.packet->glove].ledger.hear(message.packet->frame, packet);
+  } else if (is(bytes, 0x80, 3, 0, 12)) {
+    for (std::size_t index = 0; index < gloves_.size(); ++index) {
+      if (std::ranges::equal(gloves_[index].glove->config.address, bytes.subspan(6, 6)))
+        connections_.at(bytes[4]) = index;
+    }
+  } else if (is(bytes, 0x80, 4, 1, 9) && u16(bytes, 5) == 0 && u16(bytes, 7) == configuration) {
+    if (GloveLedger* const glove = connected(bytes[4])) glove->confirm();
+  } else if (is(bytes, 0x80, 3, 4, 5)) {
+    if (GloveLedger* const glove = connected(bytes[4])) glove->end();
+  }
+}
+
+GloveLedger* Ledger::connected(std::uint8_t connection)
+{
+  const std::size_t index = connection < connections_.size() ? connections_[connection] : none;
+  return index == none ? nullptr : &gloves_[index].ledger;
+}
+
+void Ledger::write(std::span<const std::uint8_t> bytes)
+{
+  written_.insert(written_.end(), bytes.begin(), bytes.end());
+  while (written_.size() >= 4 && written_.size() >= 4U + written_[1]) {
+    const std::size_t size = 4U + written_[1];
+    dispatchWrite(std::span(written_).first(size));
+    written_.erase(written_.begin(), written_.begin() + static_cast<std::ptrdiff_t>(size));
+  }
+}
+
+void Ledger::dispatchWrite(std::span<const std::uint8_t> command)
+{
+  constexpr std::uint16_t confirmingRevision = 5;
+  if (!is(command, 0, 4, 5, 10) || u16(command, 5) != configuration) return;
+  GloveLedger* const glove = connected(command[4]);
+  if (glove == nullptr) return;
+  if (command[8] == 0) {
+    glove->end();
+  } else {
+    glove->requestStart(gloves_[connections_[command[4]]].glove->config.revision >= confirmingRevision);
+  }
+}
+
+// A read handles one message and then fetches; the second read in a row without a message fails instead.
+std::optional<Ledger::Record> Ledger::turn(bool isWritten)
+{
+  failedTurns_ = std::exchange(hasConsumed_, false) ? 0 : failedTurns_ + 1;
+  if (failedTurns_ > 1) return std::nullopt;
+  std::vector<GloveLedger*> gloves;
+  std::size_t deepest = 0;
+  for (std::size_t sensor = 0; sensor < sensors_; ++sensor) {
+    gloves.push_back(connected(static_cast<std::uint8_t>(sensor)));
+    if (gloves.back()->depth() == 0) return std::nullopt;
+    deepest = std::max(deepest, gloves.back()->depth());
+  }
+  Record record;
+  bool isLongEnough = true;
+  for (GloveLedger* const glove : gloves) {
+    auto fetched = glove->fetch(sensors_ > 1 && glove->depth() == deepest);
+    record.frames.push_back(glove->sampled(fetched.frame));
+    isLongEnough = isLongEnough && fetched.samples.size() >= elements_;
+    fetched.samples.resize(elements_);
+    record.elements.insert(record.elements.end(), fetched.samples.begin(), fetched.samples.end());
+  }
+  for (GloveLedger* const glove : gloves) {
+    GloveBooks& books = glove->books;
+    (!isLongEnough ? books.lost.faulty : isWritten ? books.recorded : books.lost.discarded) += 1;
+  }
+  return isLongEnough ? std::optional(record) : std::nullopt;
+}
+
+void Ledger::end()
+{
+  for (Observed& each : gloves_) {
+    each.ledger.end();
+    each.ledger.leaveQueued();
+  }
+}
+
+std::vector<GloveBooks> Ledger::books() const
+{
+  std::vector<GloveBooks> books;
+  for (std::size_t sensor = 0; sensor < sensors_; ++sensor) {
+    books.push_back(gloves_.at(connections_.at(sensor)).ledger.books);
+  }
+  return books;
+}

@@ -1,0 +1,172 @@
+#include "tests/support/VirtualRecording.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <utility>
+
+#include "shared/PluginLibrary.h"
+#include "simulator/Scenario.h"
+#include "simulator/WordReader.h"
+#include "tests/ledger/TestPlugin.h"
+#include "tests/support/HostLog.h"
+
+using simulator::Duration;
+using simulator::toText;
+
+namespace {
+
+// The host's clock is far from 0, which the plug-in treats specially.
+constexpr std::uint32_t hostClockStart = 60'000;
+
+const VirtualClock* currentClock = nullptr;
+
+std::uint32_t hostClock()
+{
+  const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(currentClock->now());
+  return hostClockStart + static_cast<std::uint32_t>(now.count());
+}
+
+Duration seconds(double value)
+{
+  return Duration{std::llround(value * 1e6)};
+}
+
+std::string settingsText(const RecordingPlan& plan)
+{
+  return toText("TesselElementCount\t", plan.elements * plan.gloves.size(), "\nTesselNumSensors\t",
+                plan.gloves.size(), "\nTesselNumBleModules\t", plan.gloves.size(), '\n');
+}
+
+}  // namespace
+
+simulator::GloveConfig RecordingPlan::glove(const std::string& name, std::uint8_t address)
+{
+  simulator::GloveConfig config;
+  config.name = name;
+  config.address = {address, 2, 3, 4, 5, 6};
+  return config;
+}
+
+std::vector<simulator::GloveConfig> RecordingPlan::leftAndRight()
+{
+  return {glove("KVXGL00017", 1), glove("KVXGR00018", 2)};
+}
+
+VirtualRecording::VirtualRecording(const RecordingPlan& plan)
+    : plan_(plan),
+      port_(platform_.addPort("Bluegiga Bluetooth Low Energy (COM7)")),
+      dongle_(platform_.clock),
+      control_(dongle_, plan.seed),
+      ledger_(plan.gloves.size(), plan.elements)
+{
+  for (const simulator::GloveConfig& config : plan.gloves) {
+    simulator::Glove& glove = dongle_.addGlove(config);
+    control_.addGlove(&config == &plan.gloves.front() ? "left" : "right", glove);
+    ledger_.observe(glove, platform_.clock);
+  }
+  dongle_.onPresence = [this](bool isPresent) { port_.present = isPresent; };
+  dongle_.onSend = [this](std::span<const std::uint8_t> message) { receive(message); };
+  port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
+    noteConsumed();
+    ledger_.write(bytes);
+    dongle_.receive(bytes);
+  };
+}
+
+double VirtualRecording::now() const
+{
+  return std::chrono::duration<double>(platform_.clock.now()).count();
+}
+
+VirtualRecording::Time VirtualRecording::time()
+{
+  return lastTime_ = std::max<Time>(lastTime_ + Time{1}, platform_.clock.now());
+}
+
+void VirtualRecording::receive(std::span<const std::uint8_t> message)
+{
+  const auto packet = ledger_.announced();
+  ledger_.deliver(message);
+  port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
+  if (packet && packet->glove == 0 && !plan_.repeats.empty()) repeatFrame(*packet, message);
+}
+
+// Sends the frame again behind its last packet.
+void VirtualRecording::repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message)
+{
+  constexpr std::size_t index = 9, count = 10;
+  if ((message[index] & 0x0F) == 0) latestFrame_.clear();
+  latestFrame_.emplace_back(message.begin(), message.end());
+  const std::size_t packets = latestFrame_.front()[count] & 0x0FU;
+  if (!repeatsFrame_ || latestFrame_.size() != packets) return;
+  repeatsFrame_ = false;
+  for (const auto& each : std::exchange(latestFrame_, {})) {
+    ledger_.announce(packet);
+    dongle_.inject(each);
+  }
+}
+
+void VirtualRecording::run()
+{
+  for (const std::string& command : plan_.setup) {
+    control_.execute(command);
+  }
+  currentClock = &platform_.clock;
+  HostLog log{0};
+  const std::wstring settings = log.folder.write("settings", settingsText(plan_));
+  const os::SharedObject object{TESSEL_TEST_PLUGIN};
+  reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform_);
+  const plugin::Library library{TESSEL_TEST_PLUGIN};
+  library.setFolders(&log.folders);
+  library.setLog(log.manager.get());
+  const std::unique_ptr<HwInterface, plugin::Library::Released> hardware{
+      library.create(settings.c_str(), hostClock, L"ledger"), {&library}};
+  plugin::RecordStore store{hardware->getNativeSize()};
+  hardware->mapping_ = &store.map;
+  if (const std::int32_t result = hardware->configure(); result != 0) {
+    throw std::runtime_error(toText("the gloves can't be opened: ", result));
+  }
+  noteConsumed();
+  read(*hardware, store);
+  hardware->close();
+  noteConsumed();
+  ledger_.end();
+}
+
+void VirtualRecording::read(HwInterface& hardware, plugin::RecordStore& store)
+{
+  const double begin = now();
+  simulator::Scenario scenario;
+  for (const RecordingPlan::Step& step : plan_.scenario) {
+    scenario.push_back({seconds(begin + step.at), step.command, control_.understand(step.command)});
+  }
+  simulator::schedule(std::move(scenario), platform_.clock, {});
+  for (const double at : plan_.repeats) {
+    platform_.clock.after(seconds(at), [this] { repeatsFrame_ = true; });
+  }
+  auto pause = plan_.pauses.begin();
+  while (now() - begin < plan_.seconds) {
+    if (pause != plan_.pauses.end() && now() - begin >= pause->at) {
+      platform_.clock.advance(seconds(pause++->seconds));
+    }
+    const Time before = time();
+    const std::int32_t result = hardware.readRecord();
+    noteConsumed();
+    accept(store, result == 0 && store.takeNew(), before, now() - begin);
+    if (result != 0 && !port_.present) break;  // a failing read does not wait
+  }
+}
+
+void VirtualRecording::accept(plugin::RecordStore& store, bool isNew, Time before, double second)
+{
+  const bool isWritten = second < plan_.writtenSeconds;
+  const auto expected = ledger_.turn(isWritten);
+  if (expected.has_value() != isNew || (isNew && !std::ranges::equal(expected->elements, store.elements()))) {
+    throw std::runtime_error(toText("after ", now(), " s the plug-in delivered ",
+                                    isNew ? "another record than expected" : "no record"));
+  }
+  if (!isNew) return;
+  ++records_;
+  if (onRecord) onRecord({before, time(), isWritten, *expected, store.elements()});
+}
