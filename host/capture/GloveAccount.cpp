@@ -1,5 +1,6 @@
 #include "host/capture/GloveAccount.h"
 
+#include <algorithm>
 #include <utility>
 
 bool GloveAccount::Heard::isComplete() const
@@ -36,7 +37,7 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
 {
   const unsigned index = packet[0] & 0x0FU;
   if (index == 0) beginFrame(packet, time);
-  if (current_) current_->heard |= 1U << index;
+  if (current_) noteHeard(*current_, index);
   auto samples = assembly_.add(packet);
   if (!samples) return;
   // Without a current frame it began in an earlier connection.
@@ -48,6 +49,15 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
     published.arrival = current_->arrival;
   }
   queue_.push_back(std::move(published));
+}
+
+void GloveAccount::noteHeard(Heard& frame, unsigned index)
+{
+  // Two packets may change places, but one that steps back further belongs to another frame.
+  if (index + 1 < frame.highest) frame.isOver = true;
+  if (frame.isOver) return;
+  frame.highest = std::max(frame.highest, index);
+  frame.heard |= 1U << index;
 }
 
 void GloveAccount::beginFrame(LinkListener::Packet packet, Time time)

@@ -61,12 +61,15 @@ class GloveAccount {
     std::int64_t steps = 0;   // frames since the previous one
     unsigned packets = 0;     // in the frame
     std::uint32_t heard = 0;  // one bit for each index
+    unsigned highest = 0;     // index
+    bool isOver = false;      // the next frame has begun, but its first packet was not heard
     bool isPublished = false;
     bool isRepeated = false;  // the same frame came before
 
     bool isComplete() const;
   };
 
+  static void noteHeard(Heard& frame, unsigned index);
   void beginFrame(LinkListener::Packet packet, Time time);
   void endFrame(bool isFollowed);
 
