@@ -51,10 +51,15 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
   queue_.push_back(std::move(published));
 }
 
+// Two neighbouring packets may change places, but not more.
 void GloveAccount::noteHeard(Heard& frame, unsigned index)
 {
-  // Two packets may change places, but one that steps back further belongs to another frame.
-  if (index + 1 < frame.highest) frame.isOver = true;
+  constexpr std::uint32_t onlyFirst = 1;
+  const bool isOfPreviousFrame =
+      frame.heard == onlyFirst && index > 2;             // its last packet, after this first one
+  const bool isOfNextFrame = index + 1 < frame.highest;  // whose first packet was not heard
+  if (isOfPreviousFrame) return;
+  frame.isOver = frame.isOver || isOfNextFrame;
   if (frame.isOver) return;
   frame.highest = std::max(frame.highest, index);
   frame.heard |= 1U << index;

@@ -62,7 +62,7 @@ class GloveAccount {
     unsigned packets = 0;     // in the frame
     std::uint32_t heard = 0;  // one bit for each index
     unsigned highest = 0;     // index
-    bool isOver = false;      // the next frame has begun, but its first packet was not heard
+    bool isOver = false;      // the next frame has begun without a first packet
     bool isPublished = false;
     bool isRepeated = false;  // the same frame came before
 
