@@ -24,6 +24,31 @@ bool is(std::span<const std::uint8_t> message, std::uint8_t type, std::uint8_t g
   return message.size() >= size && message[0] == type && message[2] == group && message[3] == id;
 }
 
+// Responses and events that the plug-in has a handler for; with others a read fails.
+bool isHandled(std::span<const std::uint8_t> message)
+{
+  constexpr std::array<std::array<std::uint8_t, 3>, 15> kinds{{
+      {0x00, 0, 8},
+      {0x00, 3, 0},
+      {0x00, 4, 1},
+      {0x00, 4, 3},
+      {0x00, 4, 4},
+      {0x00, 6, 2},
+      {0x00, 6, 3},
+      {0x00, 6, 4},
+      {0x80, 3, 0},
+      {0x80, 3, 4},
+      {0x80, 4, 1},
+      {0x80, 4, 2},
+      {0x80, 4, 4},
+      {0x80, 4, 5},
+      {0x80, 6, 0},
+  }};
+  const std::array<std::uint8_t, 3> kind{static_cast<std::uint8_t>(message[0] & 0x80), message[2],
+                                         message[3]};
+  return std::ranges::find(kinds, kind) != kinds.end();
+}
+
 }  // namespace
 
 void GloveLedger::sample(const SentFrame& frame, Duration now)
@@ -140,31 +165,38 @@ void Ledger::observe(Glove& glove, const VirtualClock& clock)
 
 void Ledger::deliver(std::span<const std::uint8_t> message)
 {
-  delivered_ += message.size();
-  Message entry{.end = delivered_, .size = std::min(message.size(), sizeof entry.bytes), .bytes{}, .packet{}};
-  std::copy_n(message.begin(), entry.size, entry.bytes.begin());
-  if (is(message, 0x80, 4, 5, 29) && u16(message, 5) == measurement) {
-    entry.packet = std::exchange(announced_, std::nullopt);
+  if (announced_ && is(message, 0x80, 4, 5, 29) && u16(message, 5) == measurement) {
+    packets_.push_back({delivered_, *std::exchange(announced_, std::nullopt)});
   }
-  waiting_.push_back(entry);
+  waiting_.insert(waiting_.end(), message.begin(), message.end());
+  delivered_ += message.size();
 }
 
+// The plug-in divides the bytes into messages as they come; behind garbage it may miss the beginning of one.
 void Ledger::consume(std::uint64_t bytes)
 {
-  while (!waiting_.empty() && waiting_.front().end <= bytes) {
-    hasConsumed_ = true;
-    dispatch(waiting_.front());
-    waiting_.pop_front();
+  constexpr std::size_t header = 4;
+  std::vector<std::uint8_t> message;
+  while (position_ + header <= bytes && position_ + header + waiting_[1] <= bytes) {
+    const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(header + waiting_[1]);
+    message.assign(waiting_.begin(), end);
+    waiting_.erase(waiting_.begin(), end);
+    while (!packets_.empty() && packets_.front().start < position_) {
+      packets_.pop_front();
+    }
+    const bool isPacket = !packets_.empty() && packets_.front().start == position_;
+    position_ += message.size();
+    hasHandled_ = hasHandled_ || isHandled(message);
+    dispatch(message, isPacket ? std::optional(packets_.front().packet) : std::nullopt);
   }
 }
 
-void Ledger::dispatch(const Message& message)
+void Ledger::dispatch(std::span<const std::uint8_t> bytes, const std::optional<Packet>& packet)
 {
-  const auto bytes = std::span(message.bytes).first(message.size);
-  if (message.packet) {
-    simulator::Packet packet;
-    std::copy_n(bytes.begin() + 9, packet.size(), packet.begin());
-    gloves_[message.packet->glove].ledger.hear(message.packet->frame, packet);
+  if (packet) {
+    simulator::Packet content;
+    std::copy_n(bytes.begin() + 9, content.size(), content.begin());
+    gloves_[packet->glove].ledger.hear(packet->frame, content);
   } else if (is(bytes, 0x80, 3, 0, 12)) {
     for (std::size_t index = 0; index < gloves_.size(); ++index) {
       if (std::ranges::equal(gloves_[index].glove->config.address, bytes.subspan(6, 6)))
@@ -206,10 +238,10 @@ void Ledger::dispatchWrite(std::span<const std::uint8_t> command)
   }
 }
 
-// A read handles one message and then fetches; the second read in a row without a message fails instead.
+// A read handles one message and then fetches; the second read in a row without one fails instead.
 std::optional<Ledger::Record> Ledger::turn(bool isWritten)
 {
-  failedTurns_ = std::exchange(hasConsumed_, false) ? 0 : failedTurns_ + 1;
+  failedTurns_ = std::exchange(hasHandled_, false) ? 0 : failedTurns_ + 1;
   if (failedTurns_ > 1) return std::nullopt;
   std::vector<GloveLedger*> gloves;
   std::size_t deepest = 0;

@@ -109,18 +109,16 @@ class Ledger {
  private:
   static constexpr std::size_t none = ~std::size_t{0};
 
-  struct Message {
-    std::uint64_t end;  // of all bytes delivered until then
-    std::size_t size;
-    std::array<std::uint8_t, 29> bytes;
-    std::optional<Packet> packet;
+  struct Sent {
+    std::uint64_t start;  // of its message, in the delivered bytes
+    Packet packet;
   };
   struct Observed {
     const simulator::Glove* glove;
     GloveLedger ledger;
   };
 
-  void dispatch(const Message& message);
+  void dispatch(std::span<const std::uint8_t> message, const std::optional<Packet>& packet);
   GloveLedger* connected(std::uint8_t connection);
   void dispatchWrite(std::span<const std::uint8_t> command);
 
@@ -129,8 +127,10 @@ class Ledger {
   std::array<std::size_t, 8> connections_{none, none, none, none, none, none, none, none};
   std::optional<Packet> announced_;
   std::uint64_t delivered_ = 0;
-  std::deque<Message> waiting_;
+  std::uint64_t position_ = 0;        // in the delivered bytes: the next message that the plug-in reads
+  std::deque<std::uint8_t> waiting_;  // from there on
+  std::deque<Sent> packets_;
   std::vector<std::uint8_t> written_;
-  bool hasConsumed_ = false;  // since the latest turn
+  bool hasHandled_ = false;  // a message, since the latest turn
   int failedTurns_ = 0;
 };

@@ -69,6 +69,7 @@ VirtualRecording::VirtualRecording(const RecordingPlan& plan)
   dongle_.onSend = [this](std::span<const std::uint8_t> message) { receive(message); };
   port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
     noteConsumed();
+    capture(CaptureBlock::Kind::sent, bytes);
     ledger_.write(bytes);
     dongle_.receive(bytes);
   };
@@ -84,11 +85,26 @@ VirtualRecording::Time VirtualRecording::time()
   return lastTime_ = std::max<Time>(lastTime_ + Time{1}, platform_.clock.now());
 }
 
+void VirtualRecording::noteConsumed()
+{
+  const std::size_t consumed = unread_.size() - port_.waiting.size();
+  if (consumed == 0) return;
+  ledger_.consume(ledger_.delivered() - port_.waiting.size());
+  capture(CaptureBlock::Kind::received, std::span(unread_).first(consumed));
+  unread_.erase(unread_.begin(), unread_.begin() + static_cast<std::ptrdiff_t>(consumed));
+}
+
+void VirtualRecording::capture(CaptureBlock::Kind kind, std::span<const std::uint8_t> bytes)
+{
+  if (onBlock) onBlock({.kind = kind, .time = time(), .bytes = bytes});
+}
+
 void VirtualRecording::receive(std::span<const std::uint8_t> message)
 {
   const auto packet = ledger_.announced();
   ledger_.deliver(message);
   port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
+  unread_.insert(unread_.end(), message.begin(), message.end());
   if (packet && packet->glove == 0 && !plan_.repeats.empty()) repeatFrame(*packet, message);
 }
 
@@ -115,6 +131,7 @@ void VirtualRecording::run()
   currentClock = &platform_.clock;
   HostLog log{0};
   const std::wstring settings = log.folder.write("settings", settingsText(plan_));
+  capture(CaptureBlock::Kind::section, {});
   const os::SharedObject object{TESSEL_TEST_PLUGIN};
   reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform_);
   const plugin::Library library{TESSEL_TEST_PLUGIN};
@@ -128,9 +145,12 @@ void VirtualRecording::run()
     throw std::runtime_error(toText("the gloves can't be opened: ", result));
   }
   noteConsumed();
+  if (onBegin) onBegin(time());
   read(*hardware, store);
+  if (onEnd) onEnd(time());
   hardware->close();
   noteConsumed();
+  if (onBlock) onBlock({.kind = CaptureBlock::Kind::note, .time = time(), .text = "close"});
   ledger_.end();
 }
 
@@ -152,8 +172,9 @@ void VirtualRecording::read(HwInterface& hardware, plugin::RecordStore& store)
     }
     const Time before = time();
     const std::int32_t result = hardware.readRecord();
+    const bool isNew = result == 0 && store.takeNew();
     noteConsumed();
-    accept(store, result == 0 && store.takeNew(), before, now() - begin);
+    accept(store, isNew, before, now() - begin);
     if (result != 0 && !port_.present) break;  // a failing read does not wait
   }
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "host/capture/CaptureBlock.h"
 #include "shared/PluginApi.h"
 #include "shared/RecordStore.h"
 #include "simulator/Control.h"
@@ -28,12 +29,12 @@ struct RecordingPlan {
     double seconds;
   };
 
-  std::vector<simulator::GloveConfig> gloves;  // commands know them as left and right, in this order
-  std::size_t elements = 125;                  // of each glove in a record
-  std::vector<std::string> setup;              // control commands before the gloves are opened
-  std::vector<Step> scenario;
-  std::vector<Pause> pauses;    // of the host, in order
-  std::vector<double> repeats;  // times at which the first glove's next frame comes again
+  std::vector<simulator::GloveConfig> gloves = {};  // commands know them as left and right, in this order
+  std::size_t elements = 125;                       // of each glove in a record
+  std::vector<std::string> setup;                   // control commands before the gloves are opened
+  std::vector<Step> scenario = {};
+  std::vector<Pause> pauses = {};    // of the host, in order
+  std::vector<double> repeats = {};  // times at which the first glove's next frame comes again
   double seconds = 10;
   double writtenSeconds = 1e9;  // the host drops later records
   std::uint64_t seed = 1;       // of random packet faults
@@ -57,6 +58,8 @@ class VirtualRecording {
   VirtualRecording(const VirtualRecording&) = delete;
   VirtualRecording& operator=(const VirtualRecording&) = delete;
 
+  std::function<void(const CaptureBlock&)> onBlock;
+  std::function<void(Time)> onBegin, onEnd;  // of the reading
   std::function<void(const Record&)> onRecord;
 
   void run();
@@ -70,7 +73,8 @@ class VirtualRecording {
   void repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message);
   void read(HwInterface& hardware, plugin::RecordStore& store);
   void accept(plugin::RecordStore& store, bool isNew, Time before, double second);
-  void noteConsumed() { ledger_.consume(ledger_.delivered() - port_.waiting.size()); }
+  void noteConsumed();
+  void capture(CaptureBlock::Kind kind, std::span<const std::uint8_t> bytes);
   Time time();
 
   const RecordingPlan plan_;
@@ -81,6 +85,7 @@ class VirtualRecording {
   Ledger ledger_;
   std::uint64_t records_ = 0;
   Time lastTime_{0};
+  std::vector<std::uint8_t> unread_;
   std::vector<std::vector<std::uint8_t>> latestFrame_;  // messages of the first glove
   bool repeatsFrame_ = false;
 };
