@@ -22,6 +22,7 @@ const std::vector<Control::Row>& Control::rows()
       {"battery", "[GLOVE] CODE", "0 to 31; 19 is full, each less an eighth less, 11 and below empty",
        &Control::battery},
       {"rate", "[GLOVE] HZ", "frames sampled per second", &Control::rate},
+      {"drift", "[GLOVE] PPM", "its crystal, of clock and frame rate, runs fast by this", &Control::drift},
       {"packets", "[GLOVE] N", "packets per frame, 2 to 15; 14 hold 125 samples", &Control::packets},
       {"loss", "[GLOVE] PERCENT", "of the packets are lost, by chance", &Control::loss},
       {"double", "[GLOVE] PERCENT", "of the packets come twice", &Control::doubled},

@@ -81,6 +81,7 @@ class Control {
   Action rename(WordReader& words);
   Action battery(WordReader& words);
   Action rate(WordReader& words);
+  Action drift(WordReader& words);
   Action packets(WordReader& words);
   Action loss(WordReader& words);
   Action doubled(WordReader& words);

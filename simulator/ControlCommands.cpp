@@ -102,6 +102,16 @@ Control::Action Control::rate(WordReader& words)
   });
 }
 
+Control::Action Control::drift(WordReader& words)
+{
+  Selection selection = glovesOrAll(words);
+  const double partsPerMillion = words.number("PPM", -1000, 1000);
+  return forEach(std::move(selection), [partsPerMillion](NamedGlove& each) {
+    each.glove.config.clockError = partsPerMillion * 1e-6;
+    return toText("drift ", partsPerMillion, " ppm");
+  });
+}
+
 Control::Action Control::packets(WordReader& words)
 {
   Selection selection = glovesOrAll(words);

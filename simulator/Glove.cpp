@@ -134,15 +134,20 @@ void Glove::stopNotifications()
   swapped_.reset();
 }
 
+// Seconds of the glove's own clock.
+double Glove::Pace::deviceSeconds() const
+{
+  return static_cast<double>(frames) / std::clamp(framesPerSecond, 0.001, 1000.0);
+}
+
 Duration Glove::elapsed() const
 {
-  const double rate = std::clamp(pace_.framesPerSecond, 0.001, 1000.0);
-  return Duration{std::llround(static_cast<double>(pace_.frames) * 1e6 / rate)};
+  return Duration{std::llround(pace_.deviceSeconds() * 1e6 / (1 + pace_.clockError))};
 }
 
 double Glove::deviceTicks() const
 {
-  return pace_.ticks + static_cast<double>(elapsed().count()) / 100.0 * (1 + pace_.clockError);
+  return pace_.ticks + pace_.deviceSeconds() * 1e4;
 }
 
 void Glove::scheduleFrame()

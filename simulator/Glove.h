@@ -44,7 +44,9 @@ struct GloveConfig {
   double framesPerSecond = 40;        // 0.001 to 1000
   std::uint8_t packetsPerFrame = 14;  // 2 to 15
   std::uint16_t firstClock = 1;       // device clock when notifications begin, ticks of 0.1 ms
-  double clockError = 0;              // fraction by which the device clock runs fast, e.g. 75e-6
+  // Fraction by which the crystal runs fast, e.g. 75e-6. Both device clock and frame rate are made from it,
+  // so that the ticks between frames don't depend on it.
+  double clockError = 0;
   // The sample of an element in a frame, counted since the glove was created. Empty: a pattern that differs
   // from element to element and from frame to frame.
   std::function<std::uint16_t(std::size_t element, std::uint64_t frame)> movement;
@@ -121,13 +123,16 @@ class Glove {
     std::uint64_t frame;
     Packet bytes;
   };
-  // Start of the counting of frames and ticks: the start of notifications, or a rate change.
+  // Start of the counting of frames and ticks: the start of notifications, or a change of rate or clock
+  // error.
   struct Pace {
     Duration start;
     double ticks;
     double framesPerSecond;
     double clockError;
     std::uint64_t frames;
+
+    double deviceSeconds() const;
   };
 
   std::vector<std::uint8_t> versionRecord() const;

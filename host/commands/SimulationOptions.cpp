@@ -20,6 +20,8 @@ struct Setting {
 
 constexpr std::array settings{
     Setting{"rate", "[GLOVE] HZ", "Frames per second, 0.1 to 1000 (40); the radio limits them"},
+    Setting{"drift", "[GLOVE] PPM",
+            "Parts per million by which a glove's crystal runs fast, -1000 to 1000 (0)"},
     Setting{"packets", "[GLOVE] N", "Packets per frame, 2 to 15 (14, for 125 samples)"},
     Setting{"battery", "[GLOVE] CODE", "Battery code, 0 to 31 (17); 19 is full, 11 or less is empty"},
     Setting{"loss", "[GLOVE] PERCENT", "Percentage of packets that are lost"},

@@ -81,6 +81,9 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"unplug now", "error: unexpected argument 'now'; usage: unplug", any},
            {"rate left 1e2", "100 frames/s", [&] { return left.framesPerSecond == 100; }},
            {"rate -nan", "error: HZ must be a number from 0.1 to 1000", any},
+           {"drift right -50", "right: drift -50 ppm",
+            [&] { return right_.config.clockError == -50 * 1e-6; }},
+           {"drift 1001", "error: PPM must be a number from -1000 to 1000, not '1001'; usage: drift", any},
            {"sensor left thumb 0xF9", "249", [&] { return left.sensorStatus[1] == 249; }},
            {"firmware 1.2.3", "error: A.B.C.D are four numbers", any},
            {"busy maybe", "error: the word must be on or off, not 'maybe'", any},
@@ -115,6 +118,22 @@ TEST_F(Control, AScenarioIsCheckedWhenReadAndRunsAtItsTimes)
   say("unplug");
   EXPECT_EQ(sent_, 0U) << "the host gets no event";
   EXPECT_FALSE(left_.isConnected() || right_.isConnected());
+}
+
+TEST_F(Control, DriftMovesTheFramesAndNotTheTicksBetweenThem)
+{
+  stream();
+  say("drift left 1000");
+  std::vector<std::uint32_t> ticks;
+  std::vector<simulator::Duration> times;
+  left_.onFrame = [&](const simulator::SentFrame& frame) {
+    ticks.push_back(frame.ticks);
+    times.push_back(clock_.now());
+  };
+  clock_.advance(101s);
+  ASSERT_GT(ticks.size(), 4001U);
+  EXPECT_EQ(ticks[4001] - ticks[1], 1'000'000U);
+  EXPECT_NEAR(static_cast<double>((times[4001] - times[1]).count()), 100e6 / 1.001, 1);
 }
 
 TEST_F(Control, PacketsAreLostAtRandomAndTheRadioIsLimited)
