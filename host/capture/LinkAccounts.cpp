@@ -49,8 +49,9 @@ void LinkAccounts::matchRecords(Time before)
 {
   while (!delivered_.empty() && delivered_.front().time < before) {
     origins_.push_back(match(delivered_.front()));
-    unwritten_.push_back(origins_.back().isMatched);
+    unsettled_.push_back(origins_.back().isMatched);
     delivered_.pop_front();
+    settleWritten();
   }
 }
 
@@ -64,12 +65,21 @@ std::optional<RecordOrigin> LinkAccounts::takeOrigin()
 
 void LinkAccounts::noteWritten(bool isWritten)
 {
-  const bool isMatched = unwritten_.front();
-  unwritten_.pop_front();
-  if (isWritten) {
-    ++recordedRecords_;
-  } else if (isMatched) {
-    ++discardedRecords_;
+  written_.push_back(isWritten);
+  settleWritten();
+}
+
+// A record may be written before it is known of which frames it is made, or after.
+void LinkAccounts::settleWritten()
+{
+  while (!written_.empty() && !unsettled_.empty()) {
+    if (written_.front()) {
+      ++recordedRecords_;
+    } else if (unsettled_.front()) {
+      ++discardedRecords_;
+    }
+    written_.pop_front();
+    unsettled_.pop_front();
   }
 }
 
@@ -210,7 +220,7 @@ Books LinkAccounts::books(bool isEnd) const
               .unexpectedRecords = unexpected_,
               .lostBlocks = lostBlocks_,
               .skippedBytes = skippedBytes_};
-  const auto unwritten = isEnd ? std::ranges::count(unwritten_, true) : 0;
+  const auto unwritten = isEnd ? std::ranges::count(unsettled_, true) : 0;
   for (std::size_t glove = 0; glove < count_; ++glove) {
     GloveBooks& own = books.gloves.emplace_back(gloves_[glove].books(isEnd));
     own.recorded = recordedRecords_;

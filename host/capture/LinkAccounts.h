@@ -92,6 +92,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::optional<Position> findFrames(const Delivered& record) const;
   void matchRecords(Time before);
   RecordOrigin match(const Delivered& record);
+  void settleWritten();
   void rejectShortFrames();
   void noteLostBlocks(std::string_view note);
 
@@ -106,7 +107,8 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::int64_t latestTicks_ = 0;     // of the first glove
   std::deque<Delivered> delivered_;
   std::deque<RecordOrigin> origins_;
-  std::deque<bool> unwritten_;  // records that may still be written: whether they were matched
+  std::deque<bool> unsettled_;  // whether each record was matched, until it is known whether it was written
+  std::deque<bool> written_;    // the other way round
   std::uint64_t recordedRecords_ = 0;
   std::uint64_t discardedRecords_ = 0;  // matched, but not written
   std::uint64_t unmatched_ = 0;

@@ -214,6 +214,11 @@ bool Hardware::read()
   return isNew;
 }
 
+void Hardware::close()
+{
+  hardware_->close();
+}
+
 Failure Hardware::linkFailure(LinkWatch::Verdict verdict) const
 {
   const std::string stall = fmt::format("a pause of this computer of {:.1f} s", link_.stalls().latest);

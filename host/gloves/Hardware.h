@@ -41,6 +41,7 @@ class Hardware final : public RecordSource {
   void open(StopRequest& stopRequest);
 
   bool read() override;
+  void close() override;
   const plugin::RecordStore& store() const override { return *store_; }
   const LinkWatch& link() const override { return link_; }
   Failure linkFailure(LinkWatch::Verdict verdict) const override;

@@ -16,6 +16,8 @@ class RecordSource {
   virtual bool read() = 0;
   virtual const plugin::RecordStore& store() const = 0;
   virtual const LinkWatch& link() const = 0;
+  // Closes the link, which takes up to two seconds; afterwards every read fails.
+  virtual void close() = 0;
   // The failure to report for this verdict.
   virtual Failure linkFailure(LinkWatch::Verdict verdict) const = 0;
   // From 0 to 1, the lower value of two gloves; empty while unknown.

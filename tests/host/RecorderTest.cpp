@@ -26,6 +26,7 @@ class FakeGloves final : public RecordSource {
               LinkWatch::Verdict::alive);
     return isNew;
   }
+  void close() override {}
   const plugin::RecordStore& store() const override { return store_; }
   const LinkWatch& link() const override { return link_; }
   Failure linkFailure(LinkWatch::Verdict) const override
