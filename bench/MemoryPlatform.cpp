@@ -69,6 +69,11 @@ PortResult readPort(PortHandle port, std::span<std::uint8_t> buffer)
   return result;
 }
 
+std::size_t receivedInProcess(PortHandle)
+{
+  return waiting.size();
+}
+
 PortResult writePort(PortHandle port, std::span<const std::uint8_t> bytes)
 {
   PortResult result = resultFor(port);
@@ -84,6 +89,34 @@ std::uint32_t tickCount()
 }
 
 void sleep(std::uint32_t) {}
+
+// No capture.
+std::int64_t uptimeNs()
+{
+  return 0;
+}
+
+std::int64_t wallClockNs()
+{
+  return 0;
+}
+
+CaptureOpening openCapture()
+{
+  return CaptureOpening::off;
+}
+
+std::string captureError()
+{
+  return {};
+}
+
+std::size_t writeCapture(std::span<const std::uint8_t>)
+{
+  return 0;
+}
+
+void closeCapture() {}
 
 void debugOutput(const char*) {}
 

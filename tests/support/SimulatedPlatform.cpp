@@ -39,6 +39,13 @@ SimulatedPlatform::Port* SimulatedPlatform::find(platform::PortHandle handle)
   return entry == open.end() ? nullptr : entry->second;
 }
 
+std::chrono::nanoseconds SimulatedPlatform::uptime()
+{
+  using std::chrono::nanoseconds;
+  uptime_ = std::max(uptime_ + nanoseconds(1), nanoseconds(clock.now()));
+  return uptime_;
+}
+
 namespace platform {
 
 namespace {
@@ -129,6 +136,12 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
   return {.count = count};
 }
 
+std::size_t receivedInProcess(PortHandle handle)
+{
+  const auto* const port = current->find(handle);
+  return port == nullptr ? 0 : port->waiting.size();
+}
+
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
   if (auto* const asked = current->find(handle)) ++asked->writes;
@@ -149,6 +162,43 @@ std::uint32_t tickCount()
 void sleep(std::uint32_t durationMs)
 {
   current->clock.advance(milliseconds(durationMs));
+}
+
+std::int64_t uptimeNs()
+{
+  return current->uptime().count();
+}
+
+std::int64_t wallClockNs()
+{
+  return (SimulatedPlatform::wallClockAtStart + current->latestUptime()).count();
+}
+
+CaptureOpening openCapture()
+{
+  if (!current->capturing) return CaptureOpening::off;
+  current->captureIsOpen = current->captureError.empty();
+  return current->captureIsOpen ? CaptureOpening::open : CaptureOpening::failed;
+}
+
+std::string captureError()
+{
+  return current->captureError;
+}
+
+std::size_t writeCapture(std::span<const std::uint8_t> bytes)
+{
+  ++current->captureWrites;
+  auto& captured = current->captured;
+  const std::size_t space = current->captureCapacity - std::min(current->captureCapacity, captured.size());
+  const auto taken = bytes.first(std::min(bytes.size(), space));
+  captured.insert(captured.end(), taken.begin(), taken.end());
+  return taken.size();
+}
+
+void closeCapture()
+{
+  current->captureIsOpen = false;
 }
 
 void debugOutput(const char* text)

@@ -3,6 +3,7 @@
 // time. As on the real platforms, an open port can't be opened again.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -54,6 +55,12 @@ class SimulatedPlatform {
   // The open port of a handle, or null.
   Port* find(platform::PortHandle handle);
 
+  // The plug-in's monotonic clock: the virtual time, but a nanosecond later at each query, so that times
+  // strictly increase.
+  std::chrono::nanoseconds uptime();
+  // The result of the latest query.
+  std::chrono::nanoseconds latestUptime() const { return uptime_; }
+
   // The error number of an unplugged device.
   static constexpr std::uint32_t deviceGone = 1167;
 
@@ -64,4 +71,17 @@ class SimulatedPlatform {
   std::string debugText;   // all debug output
   std::map<platform::PortHandle, Port*> open;
   platform::PortHandle lastHandle = 0;
+
+  // The target of a capture; none unless `capturing`. With an error it can't be opened. It takes bytes while
+  // it holds less than its capacity; a test that reads it clears `captured`.
+  bool capturing = false;
+  std::string captureError;
+  std::vector<std::uint8_t> captured;
+  std::size_t captureCapacity = std::numeric_limits<std::size_t>::max();
+  int captureWrites = 0;  // attempts
+  bool captureIsOpen = false;
+  static constexpr std::chrono::nanoseconds wallClockAtStart = std::chrono::seconds(1'700'000'000);
+
+ private:
+  std::chrono::nanoseconds uptime_{0};
 };

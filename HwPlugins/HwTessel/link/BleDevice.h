@@ -76,6 +76,7 @@ class BleDevice : public Transport {
   void enqueue(RemoteCommand command) { commands_.push_back(std::move(command)); }
 
  private:
+  void logCaptureError() const;
   OpeningResult checkFirmware();
   OpeningResult findModules();
   OpeningResult connectModules();

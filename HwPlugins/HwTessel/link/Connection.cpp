@@ -6,6 +6,7 @@
 #include "link/Gatt.h"
 #include "link/Messages.h"
 #include "platform/Platform.h"
+#include "serial/Capture.h"
 
 using namespace link_state;
 
@@ -91,6 +92,7 @@ OpeningResult openDongle(Transport& transport)
   if (number < 0) return OpeningResult::noDongle;
   if (openPort(transport, number) != OpeningResult::done) return OpeningResult::portRefused;
   ble_send_message(ble_cmd_system_reset, {0});
+  capture::note("reset");
   serialClose(transport.port());
 
   number = awaitPort();
@@ -109,7 +111,7 @@ ScanResult scanForModules()
   ble_send_message(ble_cmd_gap_end_procedure, {});
   result = awaitEnd();
   if (result == ScanResult::linkLost) return result;
-  platform::purgeReceived(currentDevice->port());
+  serialPurge(currentDevice->port());
   return result;
 }
 

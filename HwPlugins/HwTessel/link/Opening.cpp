@@ -10,7 +10,9 @@
 #include "link/Gatt.h"
 #include "link/Messages.h"
 #include "platform/Platform.h"
+#include "serial/Capture.h"
 #include "shared/Log.h"
+#include "shared/Utf8.h"
 
 using namespace link_state;
 
@@ -40,6 +42,7 @@ OpeningResult BleDevice::open(std::int32_t wantedModules, const std::vector<std:
   ble_output_hook = ble_output;
 
   OpeningResult result = openDongle(*this);
+  logCaptureError();
   if (result == OpeningResult::done) result = checkFirmware();
   if (result == OpeningResult::done) result = stopIfRaised();
   if (result == OpeningResult::done) result = findModules();
@@ -52,6 +55,19 @@ OpeningResult BleDevice::open(std::int32_t wantedModules, const std::vector<std:
   if (result != OpeningResult::done) return result;
   currentLogManager->node(this, 1) << L"Successfully connected to device.\n";
   return OpeningResult::done;
+}
+
+void BleDevice::logCaptureError() const
+{
+  const std::string error = capture::takeError();
+  if (error.empty()) return;
+  std::wstring text;
+  for (std::string_view rest = error; !rest.empty();) {
+    const utf8::Character character = utf8::first(rest);
+    text += character.length == 0 ? L'?' : static_cast<wchar_t>(character.code);
+    rest.remove_prefix(std::max<std::size_t>(character.length, 1));
+  }
+  currentLogManager->node(this, 1) << text << L"\n";
 }
 
 OpeningResult BleDevice::stopIfRaised()

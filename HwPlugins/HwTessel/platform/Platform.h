@@ -1,4 +1,5 @@
-// The link's interface to the operating system: device list, port, sleep, tick and debug output. A program
+// The link's interface to the operating system: device list, port, time, capture and debug
+// output. A program
 // links posix/ or windows/, a test a simulated platform with a virtual clock.
 //
 // Threads: one at a time.
@@ -74,9 +75,28 @@ PortResult readPort(PortHandle port, std::span<std::uint8_t> buffer);
 // Writes as much as the device accepts within the timeout; fails if it accepts nothing.
 PortResult writePort(PortHandle port, std::span<const std::uint8_t> bytes);
 
+// Bytes of the port that are already in this process, so that a read of no more of them never waits or asks
+// the operating system.
+std::size_t receivedInProcess(PortHandle port);
+
 // Milliseconds since an arbitrary moment, wrapping.
 std::uint32_t tickCount();
+// Nanoseconds of a monotonic clock that also advances while the computer is suspended, and since the
+// beginning of 1970, UTC.
+std::int64_t uptimeNs();
+std::int64_t wallClockNs();
 void sleep(std::uint32_t milliseconds);
+
+// The target of a capture, named by the environment variable TESSEL_CAPTURE: a pipe (a FIFO or a Windows
+// named pipe), or a file that is appended to and that no other process may write at the same time.
+enum class CaptureOpening { off, open, failed };  // off: the variable is not set
+CaptureOpening openCapture();
+// Why it failed, in UTF-8, with the path.
+std::string captureError();
+// Returns how many of the first bytes the target took at once: perhaps none, if it is full or its reader is
+// gone. Never waits for a reader.
+std::size_t writeCapture(std::span<const std::uint8_t> bytes);
+void closeCapture();
 
 // Shows a text to a developer with a debugger, never to the user.
 void debugOutput(const char* text);

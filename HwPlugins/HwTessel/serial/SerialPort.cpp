@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/FriendlyText.h"
+#include "serial/Capture.h"
 
 namespace {
 
@@ -35,13 +36,20 @@ struct Progress {
 };
 
 // One read of the missing bytes. Those that fall beyond the buffer are read and discarded.
-PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress)
+PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress,
+                      capture::Call& call)
 {
+  // What came before must not wait for what comes next.
+  if (call.isCaptured() && platform::receivedInProcess(handle) < progress.wanted) capture::flush();
   if (progress.position + progress.wanted <= buffer.size()) {
-    return platform::readPort(handle, buffer.subspan(progress.position, progress.wanted));
+    const auto piece = buffer.subspan(progress.position, progress.wanted);
+    const PortResult result = platform::readPort(handle, piece);
+    call.add(piece.first(result.count));
+    return result;
   }
   std::vector<std::uint8_t> bytes(progress.wanted);
   const PortResult result = platform::readPort(handle, bytes);
+  call.add(std::span(bytes).first(result.count));
   const std::size_t position = std::min(progress.position, buffer.size());
   const std::size_t kept = std::min<std::size_t>(result.count, buffer.size() - position);
   std::copy_n(bytes.begin(), kept, buffer.begin() + static_cast<std::ptrdiff_t>(position));
@@ -49,15 +57,48 @@ PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const P
 }
 
 // One write of the missing bytes. Those beyond the caller's buffer are sent as zeros.
-PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, const Progress& progress)
+PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, const Progress& progress,
+                       capture::Call& call)
 {
   if (progress.position + progress.wanted <= bytes.size()) {
-    return platform::writePort(handle, bytes.subspan(progress.position, progress.wanted));
+    const auto piece = bytes.subspan(progress.position, progress.wanted);
+    const PortResult result = platform::writePort(handle, piece);
+    call.add(piece.first(result.count));
+    return result;
   }
   std::vector<std::uint8_t> padded(progress.wanted);
   const auto rest = bytes.subspan(std::min(progress.position, bytes.size()));
   std::copy(rest.begin(), rest.end(), padded.begin());
-  return platform::writePort(handle, padded);
+  const PortResult result = platform::writePort(handle, padded);
+  call.add(std::span(padded).first(result.count));
+  return result;
+}
+
+ReadResult readAll(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
+                   capture::Call& call)
+{
+  Progress progress{.wanted = buffer.size()};
+  while (progress.wanted > 0) {
+    if (stopFlag != nullptr && isRaised(*stopFlag)) return ReadResult::stopped;
+    const PortResult result = readWanted(handle, buffer, progress, call);
+    if (!result.ok()) return result.error == 0 ? ReadResult::nothing : ReadResult::failed;
+    if (result.count == 0) return ReadResult::nothing;
+    progress.advance(result.count);
+  }
+  return buffer.empty() ? ReadResult::nothing : ReadResult::filled;
+}
+
+WriteResult writeAll(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes,
+                     capture::Call& call)
+{
+  Progress progress{.wanted = bytes.size()};
+  while (progress.wanted > 0) {
+    if (isRaised(stopFlag)) return WriteResult::stopped;
+    const PortResult result = writeWanted(handle, bytes, progress, call);
+    if (!result.ok()) return static_cast<WriteResult>(result.error);
+    progress.advance(result.count);
+  }
+  return WriteResult::done;
 }
 
 }  // namespace
@@ -84,10 +125,13 @@ void serialListPorts()
 OpenResult serialOpen(const std::string& portName, PortHandle& handle)
 {
   serialClose(handle);
+  capture::open();
   std::array<char, 19> path{};
   std::snprintf(path.data(), path.size(), "\\\\.\\%s", portName.c_str());
   handle = platform::openPort(path.data());
   if (handle == closedPort) return OpenResult::failed;
+  capture::note("open " + portName);
+  capture::flush();
   if (!platform::purgeReceived(handle).ok()) {
     serialClose(handle);
     return OpenResult::purgeFailed;
@@ -111,28 +155,27 @@ ReadResult serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std
   timeouts.readTotalConstant = timeoutMs;
   platform::setTimeouts(handle, timeouts);  // Intentional: if this fails, the old timeouts apply
 
-  Progress progress{.wanted = buffer.size()};
-  while (progress.wanted > 0) {
-    if (stopFlag != nullptr && isRaised(*stopFlag)) return ReadResult::stopped;
-    const PortResult result = readWanted(handle, buffer, progress);
-    if (!result.ok()) return result.error == 0 ? ReadResult::nothing : ReadResult::failed;
-    if (result.count == 0) return ReadResult::nothing;
-    progress.advance(result.count);
-  }
-  return buffer.empty() ? ReadResult::nothing : ReadResult::filled;
+  capture::Call call(capture::Direction::received);
+  const ReadResult result = readAll(handle, stopFlag, buffer, call);
+  if (result == ReadResult::filled) call.complete();
+  return result;
 }
 
 WriteResult serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes)
 {
   if (handle == closedPort) return WriteResult::stopped;
-  Progress progress{.wanted = bytes.size()};
-  while (progress.wanted > 0) {
-    if (isRaised(stopFlag)) return WriteResult::stopped;
-    const PortResult result = writeWanted(handle, bytes, progress);
-    if (!result.ok()) return static_cast<WriteResult>(result.error);
-    progress.advance(result.count);
-  }
-  return WriteResult::done;
+  capture::Call call(capture::Direction::sent);
+  const WriteResult result = writeAll(handle, stopFlag, bytes, call);
+  if (result == WriteResult::done) call.complete();
+  return result;
+}
+
+PortResult serialPurge(PortHandle handle)
+{
+  const PortResult result = platform::purgeReceived(handle);
+  capture::note("purge");
+  capture::flush();
+  return result;
 }
 
 void serialClose(PortHandle& handle)
@@ -140,6 +183,8 @@ void serialClose(PortHandle& handle)
   if (handle == closedPort) return;
   platform::closePort(handle);
   handle = closedPort;
+  capture::note("close");
+  capture::flush();
 }
 
 bool serialIsAlive(PortHandle handle)

@@ -51,6 +51,9 @@ ReadResult serialRead(platform::PortHandle handle, const StopFlag* stopFlag, std
 WriteResult serialWrite(platform::PortHandle handle, const StopFlag& stopFlag,
                         std::span<const std::uint8_t> bytes);
 
+// Discards received bytes that were not read.
+platform::PortResult serialPurge(platform::PortHandle handle);
+
 // Sets the handle to `closedPort`.
 void serialClose(platform::PortHandle& handle);
 

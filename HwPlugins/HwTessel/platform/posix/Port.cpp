@@ -221,6 +221,12 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
   return moved(count);
 }
 
+std::size_t receivedInProcess(PortHandle handle)
+{
+  const Port* const port = find(handle);
+  return port == nullptr ? 0 : port->unread();
+}
+
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
   const Port* const port = find(handle);

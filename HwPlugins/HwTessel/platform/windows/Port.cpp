@@ -70,6 +70,11 @@ PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
   return outcome(done, count);
 }
 
+std::size_t receivedInProcess(PortHandle)
+{
+  return 0;
+}
+
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
   DWORD count = 0;
