@@ -8,6 +8,7 @@
 
 #include "host/base/Failure.h"
 #include "host/base/PartFile.h"
+#include "host/base/Text.h"
 
 namespace fs = std::filesystem;
 
@@ -73,16 +74,35 @@ void OutputFile::append(std::string_view piece)
 void OutputFile::replaceBeginning(std::string_view bytes)
 {
   errno = 0;
-  stream_.seekp(0);
-  stream_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  stream_.seekp(static_cast<std::streamoff>(size_));
-  if (!stream_) fail();
+  if (!beginning_) beginning_.emplace(path_);
+  if (!beginning_->write(bytes)) fail();
 }
 
 void OutputFile::close()
 {
   errno = 0;
   if (isStandardOutput(path_)) return;
+  beginning_.reset();
   file_.close();
   if (!file_) fail();
+}
+
+void replaceFile(const fs::path& path, std::string_view content)
+{
+  const fs::path next = fs::path(path) += ".new";
+  std::error_code error;
+  try {
+    OutputFile file(next);
+    file.append(content);
+    file.close();
+  } catch (const Failure&) {
+    fs::remove(next, error);
+    throw;
+  }
+  fs::rename(next, path, error);
+  if (error) {
+    throw Failure(ExitCode::output,
+                  fmt::format("{} can't be renamed to {}: {}.", utf8(next), utf8(path), error.message()),
+                  "Choose another location.");
+  }
 }

@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string_view>
+
+#include "host/base/System.h"
 
 class OutputFile {
  public:
@@ -28,4 +31,9 @@ class OutputFile {
   std::ofstream file_;
   std::ostream stream_;  // writes to file_ or to standard output
   std::uint64_t size_ = 0;
+  std::optional<host::FileBeginning> beginning_;
 };
+
+// Writes a file that replaces an existing one only when it is complete. Its name is followed by ".new" until
+// then.
+void replaceFile(const std::filesystem::path& path, std::string_view content);

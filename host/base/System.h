@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace host {
@@ -52,6 +53,21 @@ class FolderLock {
 std::error_code createFile(const std::filesystem::path& path);
 // Renames a file or folder; an error if the new name is taken.
 std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Overwrites the first bytes of an existing file, in one call to the system, while another stream appends to
+// it. errno has the reason of a failed write.
+class FileBeginning {
+ public:
+  explicit FileBeginning(const std::filesystem::path& path);
+  ~FileBeginning();
+  FileBeginning(const FileBeginning&) = delete;
+  FileBeginning& operator=(const FileBeginning&) = delete;
+
+  [[nodiscard]] bool write(std::string_view bytes);
+
+ private:
+  std::intptr_t handle_ = -1;
+};
 
 // Opens closed standard streams, so that no other file gets their descriptors.
 void openStandardStreams();

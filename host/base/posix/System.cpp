@@ -78,6 +78,22 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
   return error;
 }
 
+FileBeginning::FileBeginning(const std::filesystem::path& path)
+    : handle_(::open(path.c_str(), O_WRONLY | O_CLOEXEC))
+{
+}
+
+FileBeginning::~FileBeginning()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+bool FileBeginning::write(std::string_view bytes)
+{
+  const ssize_t written = ::pwrite(static_cast<int>(handle_), bytes.data(), bytes.size(), 0);
+  return written == static_cast<ssize_t>(bytes.size());
+}
+
 void openStandardStreams()
 {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -6,6 +6,7 @@
 #include <psapi.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
@@ -56,6 +57,30 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
 {
   if (MoveFileExW(from.c_str(), to.c_str(), 0) != 0) return {};
   return {static_cast<int>(GetLastError()), std::system_category()};
+}
+
+FileBeginning::FileBeginning(const std::filesystem::path& path)
+    : handle_(reinterpret_cast<std::intptr_t>(CreateFileW(path.c_str(), GENERIC_WRITE,
+                                                          FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)))
+{
+}
+
+FileBeginning::~FileBeginning()
+{
+  const auto file = reinterpret_cast<HANDLE>(handle_);
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+}
+
+bool FileBeginning::write(std::string_view bytes)
+{
+  OVERLAPPED begin{};  // offset 0
+  DWORD written = 0;
+  const auto size = static_cast<DWORD>(bytes.size());
+  const bool isDone =
+      WriteFile(reinterpret_cast<HANDLE>(handle_), bytes.data(), size, &written, &begin) != 0;
+  if (!isDone) errno = EIO;
+  return isDone && written == size;
 }
 
 void openStandardStreams() {}
