@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "host/base/Failure.h"
+#include "host/base/OutputFile.h"
 #include "host/base/Text.h"
 
 namespace fs = std::filesystem;
@@ -29,15 +32,27 @@ bool isOpenStream(const fs::path& path)
   return path.parent_path() == "/dev/fd" || path.parent_path() == "/proc/self/fd";
 }
 
-// Only a folder that holds nothing but a recording's files may be replaced.
-bool isRecordingFolder(const fs::path& folder)
+void checkExisting(const fs::path& path, PartFile::Kind kind, bool replaces, PartFile::Test isReplaceable)
 {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-    const fs::path name = entry->path().filename();
-    if (name != "samples.npy" && name != "stamps.npy" && name != "meta.json") return false;
+  std::error_code ignored;
+  const fs::file_status status = fs::status(path, ignored);
+  const bool isFolder = kind == PartFile::Kind::folder;
+  if (!fs::exists(status)) return;
+  if (fs::is_directory(status) != isFolder) {
+    throw Failure(ExitCode::output,
+                  fmt::format("{} already exists, as a {}.", utf8(path), isFolder ? "file" : "folder"),
+                  "Choose another name.");
   }
-  return !error;
+  if (!replaces) {
+    throw Failure(ExitCode::output, fmt::format("{} already exists.", utf8(path)), chooseAnother);
+  }
+  if (isReplaceable != nullptr && !isReplaceable(path)) {
+    throw Failure(ExitCode::output,
+                  isFolder
+                      ? fmt::format("{} contains other files than a recording.", utf8(path))
+                      : fmt::format("{} already exists, and does not belong to a recording.", utf8(path)),
+                  "Choose another name.");
+  }
 }
 
 }  // namespace
@@ -52,32 +67,42 @@ std::string outputText(const fs::path& path)
   return isStandardOutput(path) ? "standard output" : utf8(path);
 }
 
-PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces)
-    : wanted_(wanted), growing_(wanted), kind_(kind), replaces_(replaces)
+PartFile::Names PartFile::namesOf(const fs::path& wanted, Kind kind)
 {
-  if (isStandardOutput(wanted)) {
-    wanted_ = growing_ = standardOutput;
-    return;
-  }
+  if (isStandardOutput(wanted)) return {standardOutput, standardOutput};
   std::error_code ignored;
   const bool isStream = isOpenStream(wanted) || fs::is_other(fs::status(wanted, ignored));
-  if (isStream && kind == Kind::file) return;
-  wanted_ = resolved(wanted);
-  growing_ = fs::path(wanted_) += ".part";
-  checkPlace(wanted_, replaces);
-  if (fs::exists(growing_, ignored)) {
-    if (!host::Lock(growing_).isHeld()) {
-      throw Failure(ExitCode::output, fmt::format("another run of tessel is writing {}.", utf8(growing_)),
-                    "Choose another name.");
-    }
-    if (!replaces) {
-      throw Failure(ExitCode::output,
-                    fmt::format("{} was left by a run that did not finish.", utf8(growing_)),
-                    "`tessel plot` can draw it. Then rename it, or replace it with --force.");
-    }
-    checkPlace(growing_, replaces);
+  if (isStream && kind == Kind::file) return {wanted, wanted};
+  const fs::path place = resolved(wanted);
+  return {place, fs::path(place) += ".part"};
+}
+
+void PartFile::check(const fs::path& wanted, Kind kind, bool replaces, Test isReplaceable)
+{
+  const auto [place, growing] = namesOf(wanted, kind);
+  if (place == growing) return;
+  checkExisting(place, kind, replaces, isReplaceable);
+  std::error_code ignored;
+  if (!fs::exists(growing, ignored)) return;
+  if (!host::Lock(growing).isHeld()) {
+    throw Failure(ExitCode::output, fmt::format("another run of tessel is writing {}.", utf8(growing)),
+                  "Choose another name.");
   }
-  make();
+  if (!replaces) {
+    throw Failure(ExitCode::output, fmt::format("{} was left by a run that did not finish.", utf8(growing)),
+                  "`tessel plot` can draw a recording. Then rename it, or replace it with --force.");
+  }
+  checkExisting(growing, kind, replaces, isReplaceable);
+}
+
+PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces, Test isReplaceable)
+    : kind_(kind), replaces_(replaces), isReplaceable_(isReplaceable)
+{
+  check(wanted, kind, replaces, isReplaceable);
+  Names names = namesOf(wanted, kind);
+  wanted_ = std::move(names.wanted);
+  growing_ = std::move(names.growing);
+  if (hasPlace()) make();
 }
 
 PartFile::~PartFile()
@@ -86,29 +111,15 @@ PartFile::~PartFile()
   if (!stays_ && hasPlace()) fs::remove_all(growing_, ignored);
 }
 
-void PartFile::checkPlace(const fs::path& path, bool replaces) const
+void PartFile::checkWanted() const
 {
-  std::error_code ignored;
-  const fs::file_status status = fs::status(path, ignored);
-  if (!fs::exists(status)) return;
-  if (fs::is_directory(status) != (kind_ == Kind::folder)) {
-    throw Failure(
-        ExitCode::output,
-        fmt::format("{} already exists, as a {}.", utf8(path), kind_ == Kind::folder ? "file" : "folder"),
-        "Choose another name.");
-  }
-  if (!replaces) {
-    throw Failure(ExitCode::output, fmt::format("{} already exists.", utf8(path)), chooseAnother);
-  }
-  if (kind_ == Kind::folder && !isRecordingFolder(path)) {
-    throw Failure(ExitCode::output, fmt::format("{} contains other files than a recording.", utf8(path)),
-                  "Choose another name.");
-  }
+  if (hasPlace()) checkExisting(wanted_, kind_, replaces_, isReplaceable_);
 }
 
 void PartFile::make()
 {
   std::error_code error;
+  if (replaces_) fs::remove_all(growing_, error);  // if it fails, so does what follows
   if (kind_ == Kind::folder) {
     fs::create_directory(growing_, error);
   } else {
@@ -123,13 +134,20 @@ void PartFile::make()
   lock_.emplace(growing_);
 }
 
+void PartFile::replaceContent(std::string_view content)
+{
+  lock_.reset();  // it is of the old file
+  replaceFile(growing_, content);
+  lock_.emplace(growing_);
+}
+
 void PartFile::settle()
 {
   stays_ = true;
   if (!hasPlace()) return;
   std::error_code error;
   if (replaces_) {
-    checkPlace(wanted_, true);
+    checkWanted();
     if (kind_ == Kind::folder) fs::remove_all(wanted_, error);
     fs::rename(growing_, wanted_, error);
   } else {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "host/base/System.h"
 
@@ -18,10 +19,12 @@ std::string outputText(const std::filesystem::path& path);
 class PartFile {
  public:
   enum class Kind { file, folder };
+  // Whether what exists at a path may be replaced; null if anything of the same kind may.
+  using Test = bool (*)(const std::filesystem::path& path);
 
   // Creates the ".part" file or folder and locks it against other runs of the program. A Failure if something
-  // exists there and `replaces` is false, or if it is of the other kind. Devices and pipes are opened as is.
-  PartFile(const std::filesystem::path& wanted, Kind kind, bool replaces);
+  // exists under one of the two names and may not be replaced. Devices and pipes are opened as is.
+  PartFile(const std::filesystem::path& wanted, Kind kind, bool replaces, Test isReplaceable = nullptr);
   // Deletes the output unless it was kept or completed.
   ~PartFile();
   PartFile(const PartFile&) = delete;
@@ -32,19 +35,33 @@ class PartFile {
   // False for a device, a pipe or standard output.
   bool hasPlace() const { return growing_ != wanted_; }
 
+  struct Names {
+    std::filesystem::path wanted, growing;  // the same for a device, a pipe or standard output
+  };
+  // With the targets of symbolic links.
+  static Names namesOf(const std::filesystem::path& wanted, Kind kind);
+  // Fails as the constructor would, and changes nothing.
+  static void check(const std::filesystem::path& wanted, Kind kind, bool replaces,
+                    Test isReplaceable = nullptr);
+  // Fails if something took the requested name meanwhile.
+  void checkWanted() const;
+
+  // Replaces the whole content: a reader sees the old or the new one, also after a crash.
+  void replaceContent(std::string_view content);
+
   // Whether an incomplete output stays, under its ".part" name.
   void keep(bool stays) { stays_ = stays; }
   // Renames it to the requested name. Its files must be closed.
   void settle();
 
  private:
-  void checkPlace(const std::filesystem::path& path, bool replaces) const;
   void make();
 
   std::filesystem::path wanted_;
   std::filesystem::path growing_;
   const Kind kind_;
   const bool replaces_;
+  const Test isReplaceable_;
   bool stays_ = false;
   std::optional<host::Lock> lock_;
 };

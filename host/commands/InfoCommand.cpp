@@ -102,14 +102,7 @@ void printJson(const Findings& findings)
     const std::string& module = findings.modules[index];
     nlohmann::ordered_json glove{
         {"module", module}, {"side", sideOfModule(module)}, {"serialNumber", serialNumberOfModule(module)}};
-    if (index < findings.firmware.size()) {
-      const GloveFirmware& firmware = findings.firmware[index];
-      glove["firmware"] = {{"partNumber", firmware.partNumber},
-                           {"revision", firmware.revision},
-                           {"build", firmware.build},
-                           {"commit", fmt::format("{:x}", firmware.commit)},
-                           {"date", firmware.date}};
-    }
+    if (index < findings.firmware.size()) glove["firmware"] = firmwareJson(findings.firmware[index]);
     json["gloves"].push_back(std::move(glove));
   }
   json["battery"] = findings.battery ? nlohmann::ordered_json(*findings.battery) : nullptr;

@@ -9,14 +9,17 @@
 
 #include "host/base/Console.h"
 #include "host/base/PartFile.h"
+#include "host/base/System.h"
 #include "host/base/Text.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HardwareOptions.h"
 #include "host/recording/OutputName.h"
+#include "host/recording/RecordingFiles.h"
 #include "host/session/GloveLayout.h"
 #include "host/session/Progress.h"
 #include "host/session/Recorder.h"
+#include "host/session/SessionMetadata.h"
 #include "host/session/Summary.h"
 
 namespace {
@@ -37,13 +40,18 @@ struct Ending {
   std::optional<Failure> failure;
 };
 
-Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimits& limits,
+Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLimits& limits,
                    const std::atomic<bool>& stop)
 {
-  Progress progress(layout, limits);
+  Progress progress(files.metadata().layout, limits);
+  const auto onProgress = [&](const RecordingFigures& figures) {
+    progress.show(figures);
+    if (figures.records == 0) return;
+    update(files.metadata(), figures);
+    files.keepUp(host::uptime());
+  };
   try {
-    const auto show = [&](const RecordingFigures& figures) { progress.show(figures); };
-    if (recorder.run(stop, show)) return {"as requested.", {}};
+    if (recorder.run(stop, onProgress)) return {"as requested.", {}};
     const bool isEarly = limits.seconds || limits.records || recorder.figures().records == 0;
     if (!isEarly) return {"as requested.", {}};
     const char* const words = "interrupted before the recording was complete.";
@@ -57,22 +65,26 @@ Ending runRecorder(Recorder& recorder, const Layout& layout, const RecordingLimi
   }
 }
 
-// Renames the recording to its final name, unless records could not be written, which leaves it incomplete.
-// Returns where it is.
-std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, PartFile& output,
-                           const RecordingFigures& figures, Ending& ending)
+// The recording gets its final name, unless records could not be written, which leaves it incomplete. Returns
+// where it is.
+std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figures, Ending& ending)
 {
-  output.keep(figures.records > 0);
-  if (figures.records == 0) return {};
+  if (figures.records == 0) {
+    files.discard();
+    return {};
+  }
+  update(files.metadata(), figures);
+  files.metadata().ended = ending.words;
+  if (ending.failure && ending.failure->code() == ExitCode::output) {
+    files.abandon();
+    return files.growing();
+  }
   try {
-    if (ending.failure && ending.failure->code() == ExitCode::output) return output.growing();
-    writer->finish({ending.words, figures.gaps.backwardSteps()});
-    writer.reset();
-    output.settle();
-    return output.wanted();
+    files.complete();
+    return files.wanted();
   } catch (const Failure& failure) {
     if (!ending.failure) ending = {failure.what(), failure};
-    return output.growing();
+    return files.growing();
   }
 }
 
@@ -80,32 +92,30 @@ std::filesystem::path keep(std::unique_ptr<RecordWriter> writer, PartFile& outpu
 std::optional<Failure> record(const Options& options)
 {
   StopRequest stopRequest;
-  const auto [name, format] = chooseOutputName(options.output, options.format);
-  if (options.isJson && isStandardOutput(name)) {
+  const OutputName output = chooseOutputName(options.output, options.format);
+  if (options.isJson && isStandardOutput(output.path)) {
     throw Failure(ExitCode::usage,
                   "--json and --output - can't be used together: both write to standard output.",
                   "Record into a file, or omit --json.");
   }
   // Before the gloves are opened, so that an output that can't be written is reported at once.
-  PartFile output(name, format == RecordFormat::csv ? PartFile::Kind::file : PartFile::Kind::folder,
-                  options.replaces);
+  RecordingFiles files(output, options.replaces);
   Hardware hardware(options.hardware);
   console::report("Looking for the dongle and the gloves...\n");
   hardware.open(stopRequest);
 
   const Layout layout = gloveLayout(hardware.settings(), hardware.askModules());
-  auto writer = makeRecordWriter(format, output.growing(), layout);
-  output.keep(true);
+  RecordWriter& writer = files.begin(describe(hardware, layout));
   console::report("Recording {} to {}; Ctrl-C ends it.\n",
-                  fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(output.growing()));
-  Recorder recorder(hardware, layout, *writer, options.limits);
-  Ending ending = runRecorder(recorder, layout, options.limits, stopRequest.flag());
-  const auto place = keep(std::move(writer), output, recorder.figures(), ending);
+                  fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(files.growing()));
+  Recorder recorder(hardware, layout, writer, options.limits);
+  Ending ending = runRecorder(recorder, files, options.limits, stopRequest.flag());
+  const auto place = keep(files, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
   console::reportLines(summaryText(summary));
   if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
-  if (!ending.failure && output.hasPlace()) console::report("Draw it with: tessel plot {}\n", utf8(place));
+  if (!ending.failure && files.hasPlace()) console::report("Draw it with: tessel plot {}\n", utf8(place));
   return ending.failure;
 }
 
@@ -164,7 +174,8 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       "           tessel record --settings gloves.txt --output session1.npy\n"
       "           tessel record --output - | head -3\n"
       "The recording's name ends in \".part\" until the recording ends, which includes\n"
-      "Ctrl-C and a failure of the gloves.");
+      "Ctrl-C and a failure of the gloves. Beside first.csv, first.json describes the\n"
+      "recording; --force replaces both.");
   command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;

@@ -1,5 +1,8 @@
 #include "host/gloves/GloveFirmware.h"
 
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
 #include <regex>
 
 std::vector<GloveFirmware> parseFirmware(const std::string& answer)
@@ -16,4 +19,13 @@ std::vector<GloveFirmware> parseFirmware(const std::string& answer)
     gloves.push_back({number(1, base), number(2, base), (*found)[3].str(), number(4, base), number(5, 16)});
   }
   return gloves;
+}
+
+nlohmann::ordered_json firmwareJson(const GloveFirmware& firmware)
+{
+  return {{"partNumber", firmware.partNumber},
+          {"revision", firmware.revision},
+          {"build", firmware.build},
+          {"commit", fmt::format("{:x}", firmware.commit)},
+          {"date", firmware.date}};
 }

@@ -1,6 +1,8 @@
 // Parses the plug-in's reply to GetFirmwareVersion.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -16,3 +18,5 @@ struct GloveFirmware {
 // "PN4711R5  ( 2020-01-01 )  :Build 212 from commit 5eed1234", separated by a comma for two gloves. Other
 // text is skipped.
 std::vector<GloveFirmware> parseFirmware(const std::string& answer);
+
+nlohmann::ordered_json firmwareJson(const GloveFirmware& firmware);

@@ -1,6 +1,7 @@
 #include "host/gloves/SettingsFile.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <functional>
@@ -239,4 +240,20 @@ std::string settingsText(settings::Values values)
                         narrow(binding.registry().at(key.name)->toString()));
   }
   return text;
+}
+
+nlohmann::ordered_json settingsJson(const settings::Values& values)
+{
+  const auto json = [](const auto& value) -> nlohmann::ordered_json {
+    if constexpr (std::is_same_v<decltype(value), const std::wstring&>) {
+      return narrow(value);
+    } else {
+      return value;
+    }
+  };
+  nlohmann::ordered_json all;
+  for (const settings::Key& key : settings::keys) {
+    all[narrow(key.name)] = std::visit([&](auto member) { return json(values.*member); }, key.member);
+  }
+  return all;
 }

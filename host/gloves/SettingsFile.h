@@ -3,6 +3,8 @@
 // Threads: one. Errors: a Failure for a file that can't be read.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -42,3 +44,6 @@ settings::Values valuesFor(int gloves);
 
 // The text of a settings file with these values and a comment for each.
 std::string settingsText(settings::Values values);
+
+// The values by their keys.
+nlohmann::ordered_json settingsJson(const settings::Values& values);

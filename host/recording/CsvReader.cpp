@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
 #include <string_view>
 
 #include "host/base/Text.h"
+#include "host/recording/Names.h"
 #include "host/recording/RecordingParts.h"
 
 namespace {
@@ -84,33 +86,53 @@ class CsvReader {
     while (const auto line = lines_.next()) {
       readRecord(*line);
     }
-    if (timestamps_.empty()) {
+    if (recording_.samples.empty()) {
       damagedRecording(path_, "contains no records", "Record for longer, or wait until the gloves send.");
     }
     if (lines_.hasRest()) {
       recording_.notes.push_back(fmt::format("line {} is incomplete and was skipped", lines_.number() + 1));
     }
-    setTimestamps(recording_, timestamps_);
+    hasTimes_ ? setTimes(recording_, times_) : setTimestamps(recording_, timestamps_);
     return std::move(recording_);
   }
 
  private:
   void readHeading(std::string_view line)
   {
-    constexpr std::string_view time = "time_ms";
     const std::string_view first = line.substr(0, line.find(','));
-    if (first != time) {
+    if (first != names::timeColumn) {
       damagedRecording(path_, fmt::format("is not a recording: line 1 begins with '{}' instead of '{}'",
-                                          excerpt(first), time));
+                                          excerpt(first), names::timeColumn));
     }
-    if (first == line) damagedRecording(path_, "has no elements in line 1");
-    line.remove_prefix(time.size());
-    while (!line.empty()) {
-      line.remove_prefix(1);
-      const std::string_view column = line.substr(0, line.find(','));
-      addColumn(column);
-      line.remove_prefix(column.size());
+    std::vector<std::string_view> columns;
+    for (std::size_t begin = 0; begin <= line.size(); begin += columns.back().size() + 1) {
+      columns.push_back(line.substr(begin, line.find(',', begin) - begin));
     }
+    hasTimes_ = columns.size() > 1 && columns[1] == names::arrivalColumn;
+    std::size_t column = 1;
+    if (hasTimes_) {
+      ++column;
+      expectColumn(columns, column++, names::pluginColumn);
+      for (; column < columns.size() && columns[column].ends_with(names::frameSuffix); column += 2) {
+        const auto label = columns[column].substr(0, columns[column].size() - names::frameSuffix.size());
+        expectColumn(columns, column + 1, fmt::format("{}{}", label, names::ticksSuffix));
+        frameColumns_ += 2;
+      }
+    }
+    if (column == columns.size()) damagedRecording(path_, "has no elements in line 1");
+    columnCount_ = columns.size();
+    for (; column < columns.size(); ++column) {
+      addColumn(columns[column]);
+    }
+  }
+
+  void expectColumn(const std::vector<std::string_view>& columns, std::size_t index,
+                    std::string_view wanted) const
+  {
+    const std::string_view column = index < columns.size() ? columns[index] : "";
+    if (column == wanted) return;
+    damagedRecording(
+        path_, fmt::format("is damaged in line 1: '{}' instead of '{}'", excerpt(column), excerpt(wanted)));
   }
 
   void addColumn(std::string_view column)
@@ -132,9 +154,14 @@ class CsvReader {
 
   void readRecord(std::string_view line)
   {
-    const char* next = line.data();
-    const char* const end = next + line.size();
-    timestamps_.push_back(readNumber<std::uint32_t>(next, end, 0));
+    next_ = line.data();
+    end_ = next_ + line.size();
+    column_ = 0;
+    if (hasTimes_) {
+      readTimes();
+    } else {
+      timestamps_.push_back(readNumber<std::uint32_t>());
+    }
     const std::size_t first = recording_.samples.size();
     if (first + recording_.elements > maxSamples) {
       damagedRecording(path_, fmt::format("is too large: more than {} samples", maxSamples),
@@ -142,39 +169,85 @@ class CsvReader {
     }
     recording_.samples.resize(first + recording_.elements);
     for (std::size_t element = 0; element < recording_.elements; ++element) {
-      if (next == end) {
-        damagedRecording(path_, fmt::format("is damaged in line {}: {} columns instead of {}",
-                                            lines_.number(), element + 1, recording_.elements + 1));
-      }
-      recording_.samples[first + element] = readNumber<std::uint16_t>(++next, end, element + 1);
+      nextCell();
+      recording_.samples[first + element] = readNumber<std::uint16_t>();
     }
-    if (next != end) {
-      damagedRecording(path_, fmt::format("is damaged in line {}: more than {} columns", lines_.number(),
-                                          recording_.elements + 1));
+    if (next_ != end_) {
+      damagedRecording(
+          path_, fmt::format("is damaged in line {}: more than {} columns", lines_.number(), columnCount_));
     }
   }
 
-  // Moves `next` to the separator after the number, or to the end.
+  void readTimes()
+  {
+    RowTime& time = times_.emplace_back();
+    time.timeMs = readTime();
+    nextCell();
+    time.arrivalMs = readTime();
+    nextCell();
+    time.pluginMs = readNumber<std::uint32_t>();
+    for (std::size_t frame = 0; frame < frameColumns_; ++frame) {
+      nextCell();
+      if (!isCellEmpty()) readNumber<std::int64_t>();
+    }
+  }
+
+  void nextCell()
+  {
+    ++column_;
+    if (next_ == end_) {
+      damagedRecording(path_, fmt::format("is damaged in line {}: {} columns instead of {}", lines_.number(),
+                                          column_, columnCount_));
+    }
+    ++next_;
+  }
+
+  bool isCellEmpty() const { return next_ == end_ || *next_ == ','; }
+
+  double readTime()
+  {
+    if (isCellEmpty()) return Record::unknown;
+    double ms = 0;
+    const auto [stop, error] = std::from_chars(next_, end_, ms, std::chars_format::fixed);
+    if (error != std::errc{} || (stop != end_ && *stop != ',') || std::isnan(ms) || !isUsableTime(ms)) {
+      damagedCell("a time in ms");
+    }
+    next_ = stop;
+    return ms;
+  }
+
+  // Moves to the separator after the number, or to the end.
   template <class Number>
-  Number readNumber(const char*& next, const char* end, std::size_t column) const
+  Number readNumber()
   {
     Number number{};
-    const auto [stop, error] = std::from_chars(next, end, number);
-    if (error != std::errc{} || (stop != end && *stop != ',')) {
-      const std::string_view rest(next, static_cast<std::size_t>(end - next));
-      damagedRecording(path_,
-                       fmt::format("is damaged in line {}, column {}: '{}' is not a number from 0 to {}",
-                                   lines_.number(), column + 1, excerpt(rest.substr(0, rest.find(','))),
-                                   std::numeric_limits<Number>::max()));
+    const auto [stop, error] = std::from_chars(next_, end_, number);
+    if (error != std::errc{} || (stop != end_ && *stop != ',') || number < 0) {
+      damagedCell(fmt::format("a number from 0 to {}", std::numeric_limits<Number>::max()));
     }
-    next = stop;
+    next_ = stop;
     return number;
+  }
+
+  [[noreturn]] void damagedCell(const std::string& wanted) const
+  {
+    const std::string_view rest(next_, static_cast<std::size_t>(end_ - next_));
+    damagedRecording(path_, fmt::format("is damaged in line {}, column {}: '{}' is not {}", lines_.number(),
+                                        column_ + 1, excerpt(rest.substr(0, rest.find(','))), wanted));
   }
 
   std::filesystem::path path_;
   Lines lines_;
   Recording recording_;
+  bool hasTimes_ = false;  // otherwise only timestamps
+  std::vector<RowTime> times_;
   std::vector<std::uint32_t> timestamps_;
+  std::size_t frameColumns_ = 0;
+  std::size_t columnCount_ = 0;
+  // Where the line is being read.
+  const char* next_ = nullptr;
+  const char* end_ = nullptr;
+  std::size_t column_ = 0;
 };
 
 }  // namespace

@@ -4,29 +4,59 @@
 
 #include <iterator>
 
+#include "host/recording/CsvCells.h"
+#include "host/recording/Names.h"
+
+namespace {
+
+template <class Number>
+void appendNumber(std::string& line, Number number)
+{
+  const fmt::format_int digits(number);
+  line += ',';
+  line.append(digits.data(), digits.size());
+}
+
+// Empty if it is unknown.
+void appendFrameCell(std::string& line, std::int64_t number)
+{
+  if (number >= 0) return appendNumber(line, number);
+  line += ',';
+}
+
+}  // namespace
+
 CsvWriter::CsvWriter(const std::filesystem::path& file, const Layout& layout) : file_(file)
 {
-  line_ = "time_ms";
+  const auto out = std::back_inserter(line_);
+  fmt::format_to(out, "{},{},{}", names::timeColumn, names::arrivalColumn, names::pluginColumn);
+  for (const ElementGroup& group : layout.groups) {
+    if (!group.isGlove()) continue;
+    fmt::format_to(out, ",{0}{1},{0}{2}", group.label, names::frameSuffix, names::ticksSuffix);
+  }
   for (const ElementGroup& group : layout.groups) {
     for (std::size_t element = 0; element < group.count; ++element) {
-      fmt::format_to(std::back_inserter(line_), ",{}_{}", group.label, element);
+      fmt::format_to(out, ",{}_{}", group.label, element);
     }
   }
   line_ += '\n';
   file_.append(line_);
 }
 
-void CsvWriter::add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements)
+void CsvWriter::add(const Record& record)
 {
-  line_ = fmt::to_string(timestampMs);
-  for (const std::uint16_t element : elements) {
-    fmt::format_to(std::back_inserter(line_), ",{}", element);
+  line_.clear();
+  appendTime(line_, record.timeMs);
+  line_ += ',';
+  appendTime(line_, record.arrivalMs);
+  appendNumber(line_, record.pluginMs);
+  for (const GloveFrame& frame : record.frames) {
+    appendFrameCell(line_, frame.number);
+    appendFrameCell(line_, frame.ticks);
+  }
+  for (const std::uint16_t element : record.elements) {
+    appendNumber(line_, unsigned{element});
   }
   line_ += '\n';
   file_.append(line_);
-}
-
-void CsvWriter::finish(const RecordingEnd&)
-{
-  file_.close();
 }

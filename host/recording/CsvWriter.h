@@ -1,6 +1,8 @@
 // Writes a recording as comma-separated values: a line of column names, then a line for each record.
 #pragma once
 
+#include <string>
+
 #include "host/base/OutputFile.h"
 #include "host/recording/RecordWriter.h"
 
@@ -8,8 +10,8 @@ class CsvWriter final : public RecordWriter {
  public:
   CsvWriter(const std::filesystem::path& file, const Layout& layout);
 
-  void add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements) override;
-  void finish(const RecordingEnd& end) override;
+  void add(const Record& record) override;
+  void close() override { file_.close(); }
 
  private:
   OutputFile file_;

@@ -12,20 +12,26 @@ constexpr std::uint64_t minIntervals = 8;
 
 }  // namespace
 
-void GapDetector::add(std::uint32_t timestampMs)
+std::optional<std::uint32_t> timestampStep(std::uint32_t first, std::uint32_t second)
 {
   constexpr std::uint32_t halfRange = 0x8000'0000;
+  const std::uint32_t step = second - first;
+  return step < halfRange ? std::optional(step) : std::nullopt;
+}
+
+void GapDetector::add(std::uint32_t timestampMs)
+{
   ++records_;
   const auto before = std::exchange(last_, timestampMs);
   if (!before) return;
-  const std::uint32_t interval = timestampMs - *before;
-  if (interval >= halfRange) {
+  const auto interval = timestampStep(*before, timestampMs);
+  if (!interval) {
     ++backwardSteps_;
     return;
   }
-  spanMs_ += interval;
-  longestMs_ = std::max(longestMs_, interval);
-  ++intervals_[std::min<std::size_t>(interval, bins - 1)];
+  spanMs_ += *interval;
+  longestMs_ = std::max(longestMs_, *interval);
+  ++intervals_[std::min<std::size_t>(*interval, bins - 1)];
 }
 
 std::uint64_t GapDetector::intervals() const

@@ -11,6 +11,9 @@
 #include <cstdint>
 #include <optional>
 
+// The time from one timestamp to the next, in ms; they wrap at 32 bits. Empty if the second is earlier.
+std::optional<std::uint32_t> timestampStep(std::uint32_t first, std::uint32_t second);
+
 class GapDetector {
  public:
   // The timestamp of the next record, in ms; wraps at 32 bits.

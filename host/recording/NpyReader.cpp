@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <deque>
 #include <limits>
 #include <optional>
 #include <string_view>
 
 #include "host/base/Text.h"
+#include "host/recording/Names.h"
 #include "host/recording/NpyFile.h"
 #include "host/recording/RecordingParts.h"
 
@@ -28,11 +30,12 @@ Json readMeta(const std::filesystem::path& path)
   file.read(text.data(), maxMetaSize);
   text.resize(static_cast<std::size_t>(file.gcount()));
   Json meta = Json::parse(text, nullptr, false);
-  if (!meta.is_object() || meta.value("format", Json()) != "tessel-recording") {
+  if (!meta.is_object() || meta.value("format", Json()) != names::format) {
     damagedRecording(path, "does not describe a recording");
   }
-  if (meta.value("version", Json()) != 1) {
-    damagedRecording(path, "has another version than 1", "Use the version of `tessel` that wrote it.");
+  const Json version = meta.value("version", Json());
+  if (version != 1 && version != 2) {
+    damagedRecording(path, "has another version than 1 and 2", "Use the version of `tessel` that wrote it.");
   }
   return meta;
 }
@@ -60,34 +63,67 @@ void readGroups(Recording& recording, const Json& meta, const std::filesystem::p
   }
 }
 
+// Date and time, or nothing.
+std::string startOf(const Json& meta)
+{
+  Json started = meta.value("started", Json());
+  if (started.is_object()) started = started.value("local", Json());
+  return started.is_string() ? started.get<std::string>().substr(0, maxDateLength) : "";
+}
+
+// The number of records of a recording that ended regularly.
+std::optional<std::size_t> recordsOf(const Json& meta, const std::filesystem::path& path)
+{
+  if (meta.at("version") == 1) {
+    return meta.contains("frames") ? std::optional(sizeOf(meta, "frames", path)) : std::nullopt;
+  }
+  return meta.value("complete", Json()) == true ? std::optional(sizeOf(meta, "records", path)) : std::nullopt;
+}
+
+void checkTimes(const std::vector<double>& times, const std::filesystem::path& path)
+{
+  const auto bad = std::ranges::find_if_not(times, isUsableTime);
+  if (bad != times.end()) {
+    damagedRecording(path,
+                     fmt::format("is damaged: {} in row {} is not a time in ms", *bad, bad - times.begin()));
+  }
+}
+
 }  // namespace
 
 Recording readNpy(const std::filesystem::path& folder)
 {
-  const std::filesystem::path metaPath = folder / "meta.json";
+  const std::filesystem::path metaPath = folder / names::metadataFile;
   const Json meta = readMeta(metaPath);
   Recording recording;
   readGroups(recording, meta, metaPath);
-  const Json started = meta.value("started", Json());
-  if (started.is_string()) recording.started = started.get<std::string>().substr(0, maxDateLength);
+  recording.started = startOf(meta);
 
-  NpyFile samples(folder / "samples.npy", {.type = "<u2", .typeSize = 2, .dimensions = 2});
-  NpyFile timestamps(folder / "stamps.npy", {.type = "<u4", .typeSize = 4, .dimensions = 1});
+  const bool hasTimes = meta.at("version") != 1;
+  std::deque<NpyFile> files;
+  const auto open = [&](std::string_view array, const NpyFile::Wanted& wanted) -> NpyFile& {
+    return files.emplace_back(folder / names::arrayFile(array), wanted);
+  };
+  constexpr NpyFile::Wanted doubles{.type = "<f8", .typeSize = 8, .dimensions = 1};
+  NpyFile& samples = open(names::samplesArray, {.type = "<u2", .typeSize = 2, .dimensions = 2});
+  NpyFile& timestamps = open(names::pluginArray, {.type = "<u4", .typeSize = 4, .dimensions = 1});
+  NpyFile* const time = hasTimes ? &open(names::timeArray, doubles) : nullptr;
+  NpyFile* const arrival = hasTimes ? &open(names::arrivalArray, doubles) : nullptr;
   if (recording.elements == 0 || samples.columns() != recording.elements) {
     damagedRecording(folder,
                      fmt::format("is damaged: samples.npy has {} elements in a record, meta.json has {}",
                                  samples.columns(), recording.elements));
   }
-  std::uint64_t records = std::min(samples.rowsInFile(), timestamps.rowsInFile());
-  if (meta.contains("frames") && folder.extension() != ".part") {
-    const std::size_t frames = sizeOf(meta, "frames", metaPath);
-    for (const NpyFile* file : {&samples, &timestamps}) {
-      if (file->rows() == frames && file->rowsInFile() == frames) continue;
+  const std::uint64_t records = std::ranges::min_element(files, {}, &NpyFile::rowsInFile)->rowsInFile();
+  const auto expected = recordsOf(meta, metaPath);
+  if (expected && folder.extension() != ".part") {
+    for (const NpyFile& file : files) {
+      if (file.rows() == *expected && file.rowsInFile() == *expected) continue;
       damagedRecording(
-          file->path(),
+          file.path(),
           fmt::format(
               "is damaged: {} records according to its header, {} according to meta.json, {} in the file",
-              file->rows(), frames, file->rowsInFile()));
+              file.rows(), *expected, file.rowsInFile()));
     }
   } else {
     recording.notes.emplace_back("it was not completed; all records in its files are used");
@@ -99,6 +135,19 @@ Recording readNpy(const std::filesystem::path& folder)
   }
   const auto count = static_cast<std::size_t>(records);
   recording.samples = samples.read<std::uint16_t>(count * recording.elements);
-  setTimestamps(recording, timestamps.read<std::uint32_t>(count));
+  const auto pluginMs = timestamps.read<std::uint32_t>(count);
+  if (!hasTimes) {
+    setTimestamps(recording, pluginMs);
+    return recording;
+  }
+  const auto timeMs = time->read<double>(count);
+  const auto arrivalMs = arrival->read<double>(count);
+  checkTimes(timeMs, time->path());
+  checkTimes(arrivalMs, arrival->path());
+  std::vector<RowTime> rows(count);
+  for (std::size_t row = 0; row < count; ++row) {
+    rows[row] = {timeMs[row], arrivalMs[row], pluginMs[row]};
+  }
+  setTimes(recording, rows);
   return recording;
 }

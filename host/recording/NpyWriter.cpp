@@ -1,15 +1,11 @@
 #include "host/recording/NpyWriter.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <bit>
-#include <ctime>
-#include <optional>
+#include <string>
 
-#include "host/base/PartFile.h"
-#include "host/base/Version.h"
+#include "host/recording/Names.h"
 
 namespace fs = std::filesystem;
 
@@ -20,28 +16,22 @@ static_assert(std::endian::native == std::endian::little);
 
 // NumPy's format 1.0: magic, version, length of the text, and the text padded with spaces to a fixed size, a
 // multiple of 64, so that the header can be rewritten.
-std::string npyHeader(const char* type, std::uint64_t records, std::optional<std::size_t> columns)
+constexpr std::size_t headerSize = 128;
+constexpr std::size_t textAt = 10;
+
+// Up to the number of records.
+std::string headerStart(std::string_view type)
 {
-  constexpr std::size_t size = 128;
-  constexpr std::size_t textAt = 10;
-  const std::string shape =
-      columns ? fmt::format("({}, {})", records, *columns) : fmt::format("({},)", records);
-  const std::string text =
-      fmt::format("{{'descr': '{}', 'fortran_order': False, 'shape': {}, }}", type, shape);
-  std::string header("\x93NUMPY\x01\x00", 8);
-  header += static_cast<char>(size - textAt);
-  header += '\0';
-  return header + fmt::format("{:<{}}\n", text, size - textAt - 1);
+  std::string start("\x93NUMPY\x01\x00", 8);
+  start += static_cast<char>(headerSize - textAt);
+  start += '\0';
+  return start + fmt::format("{{'descr': '{}', 'fortran_order': False, 'shape': (", type);
 }
 
-std::string samplesHeader(std::uint64_t records, const Layout& layout)
+// After the number of records.
+std::string headerEnd(std::optional<std::size_t> columns)
 {
-  return npyHeader("<u2", records, layout.elements);
-}
-
-std::string timestampsHeader(std::uint64_t records)
-{
-  return npyHeader("<u4", records, std::nullopt);
+  return columns ? fmt::format(", {}), }}", *columns) : ",), }";
 }
 
 template <class Value>
@@ -52,53 +42,58 @@ std::string_view bytesOf(const Value* values, std::size_t count)
 
 }  // namespace
 
-NpyWriter::NpyWriter(fs::path folder, const Layout& layout)
-    : folder_(std::move(folder)),
-      layout_(layout),
-      started_(fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)))),
-      samples_(folder_ / "samples.npy"),
-      timestamps_(folder_ / "stamps.npy")
+NpyWriter::Array::Array(const fs::path& folder, std::string_view name, std::string_view type,
+                        std::optional<std::size_t> columns)
+    : file(folder / names::arrayFile(name)), start(headerStart(type)), end(headerEnd(columns))
 {
-  samples_.append(samplesHeader(0, layout_));
-  timestamps_.append(timestampsHeader(0));
-  writeMeta(nullptr);
+  file.append(header(0));
 }
 
-void NpyWriter::add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements)
+std::string_view NpyWriter::Array::header(std::uint64_t records)
 {
-  samples_.append(bytesOf(elements.data(), elements.size()));
-  timestamps_.append(bytesOf(&timestampMs, 1));
+  const fmt::format_int count(records);
+  text = start;
+  text.append(count.data(), count.size()).append(end).resize(headerSize - 1, ' ');
+  return text += '\n';
+}
+
+NpyWriter::NpyWriter(const fs::path& folder, const Layout& layout)
+{
+  arrays_.emplace_back(folder, names::samplesArray, "<u2", layout.elements);
+  arrays_.emplace_back(folder, names::timeArray, "<f8");
+  arrays_.emplace_back(folder, names::arrivalArray, "<f8");
+  arrays_.emplace_back(folder, names::pluginArray, "<u4");
+  for (const ElementGroup& group : layout.groups) {
+    if (!group.isGlove()) continue;
+    arrays_.emplace_back(folder, group.label + std::string(names::frameSuffix), "<i8");
+    arrays_.emplace_back(folder, group.label + std::string(names::ticksSuffix), "<i8");
+  }
+}
+
+void NpyWriter::add(const Record& record)
+{
+  auto array = arrays_.begin();
+  const auto append = [&]<class Value>(const Value* values, std::size_t count) {
+    (array++)->file.append(bytesOf(values, count));
+  };
+  append(record.elements.data(), record.elements.size());
+  append(&record.timeMs, 1);
+  append(&record.arrivalMs, 1);
+  append(&record.pluginMs, 1);
+  for (const GloveFrame& frame : record.frames) {
+    append(&frame.number, 1);
+    append(&frame.ticks, 1);
+  }
   ++records_;
   // After each row, so that the arrays of a killed program show exactly the complete rows.
-  samples_.replaceBeginning(samplesHeader(records_, layout_));
-  timestamps_.replaceBeginning(timestampsHeader(records_));
+  for (Array& each : arrays_) {
+    each.file.replaceBeginning(each.header(records_));
+  }
 }
 
-void NpyWriter::finish(const RecordingEnd& end)
+void NpyWriter::close()
 {
-  samples_.close();
-  timestamps_.close();
-  writeMeta(&end);
-}
-
-void NpyWriter::writeMeta(const RecordingEnd* end) const
-{
-  nlohmann::ordered_json meta{
-      {"format", "tessel-recording"}, {"version", 1}, {"program", programVersion}, {"started", started_}};
-  meta["elements"] = layout_.elements;
-  for (const ElementGroup& group : layout_.groups) {
-    meta["groups"].push_back(
-        {{"label", group.label}, {"module", group.module}, {"first", group.first}, {"count", group.count}});
+  for (Array& array : arrays_) {
+    array.file.close();
   }
-  if (end != nullptr) {
-    meta["frames"] = records_;
-    meta["backwardSteps"] = end->backwardSteps;
-    meta["ended"] = end->words;
-  }
-  // The previous file stays until the new one is complete.
-  PartFile output(folder_ / "meta.json", PartFile::Kind::file, true);
-  OutputFile file(output.growing());
-  file.append(meta.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
-  file.close();
-  output.settle();
 }

@@ -1,24 +1,38 @@
-// Writes a recording as a folder of NumPy arrays: samples.npy [records x elements, uint16], stamps.npy
-// [records, uint32, ms], and meta.json, which describes the elements.
+// Writes a recording as a folder of NumPy arrays: samples.npy [records x elements, uint16], and one number
+// for each record in time.npy and arrival.npy [float64, ms], stamps.npy [uint32, ms], and LABEL_frame.npy and
+// LABEL_ticks.npy of each glove [int64].
 #pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "host/base/OutputFile.h"
 #include "host/recording/RecordWriter.h"
 
 class NpyWriter final : public RecordWriter {
  public:
-  NpyWriter(std::filesystem::path folder, const Layout& layout);
+  NpyWriter(const std::filesystem::path& folder, const Layout& layout);
 
-  void add(std::uint32_t timestampMs, std::span<const std::uint16_t> elements) override;
-  void finish(const RecordingEnd& end) override;
+  void add(const Record& record) override;
+  void close() override;
 
  private:
-  void writeMeta(const RecordingEnd* end) const;
+  struct Array {
+    // `columns`: none for one number for each record. `type` is in NumPy's notation.
+    Array(const std::filesystem::path& folder, std::string_view name, std::string_view type,
+          std::optional<std::size_t> columns = std::nullopt);
 
-  std::filesystem::path folder_;
-  Layout layout_;
-  std::string started_;
-  OutputFile samples_;
-  OutputFile timestamps_;
+    std::string_view header(std::uint64_t records);
+
+    OutputFile file;
+    const std::string start, end;  // of the header, before and after the number of records
+    std::string text;              // of the header: a member to reuse its memory
+  };
+
+  std::deque<Array>
+      arrays_;  // samples, time, arrival, the plug-in's timestamps, each glove's frames and ticks
   std::uint64_t records_ = 0;
 };

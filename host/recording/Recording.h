@@ -23,7 +23,7 @@ struct Recording {
   std::vector<Group> groups;
   std::size_t elements = 0;            // of a record, all groups together
   std::vector<double> seconds;         // of each record since the first; never decreases
-  GapDetector gaps;                    // of the timestamps
+  GapDetector gaps;                    // of these times, in ms
   std::vector<std::uint16_t> samples;  // record after record
   std::string started;                 // date and time according to the recording, or empty
   std::vector<std::string> notes;      // for the user: what was skipped or adjusted

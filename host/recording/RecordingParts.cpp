@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <system_error>
 
 #include "host/base/Failure.h"
@@ -12,6 +13,13 @@
 namespace {
 
 constexpr std::size_t maxLabelLength = 64;
+
+void noteBackwardSteps(Recording& recording, std::uint64_t steps)
+{
+  if (steps == 0) return;
+  recording.notes.push_back(
+      fmt::format("{} timestamp(s) step back; each is drawn at the time of the previous record", steps));
+}
 
 }  // namespace
 
@@ -50,6 +58,42 @@ void addGroup(Recording& recording, const std::filesystem::path& path, const std
   groups.push_back({label, recording.elements, 0});
 }
 
+bool isUsableTime(double ms)
+{
+  constexpr double limit = 1e12;  // 31 years
+  return std::isnan(ms) || std::abs(ms) < limit;
+}
+
+void setTimes(Recording& recording, const std::vector<RowTime>& rows)
+{
+  recording.seconds.reserve(rows.size());
+  std::uint64_t backwardSteps = 0;
+  // The times of a recording begin near 0, those of a part of one anywhere.
+  double beginMs = 0;
+  double previousMs = 0;
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    const RowTime& now = rows[row];
+    const RowTime& before = rows[row == 0 ? 0 : row - 1];
+    const double sinceBefore = now.arrivalMs - before.arrivalMs;
+    double ms = now.timeMs;
+    if (std::isnan(ms)) {
+      ms = previousMs + (std::isnan(sinceBefore) ? timestampStep(before.pluginMs, now.pluginMs).value_or(0)
+                                                 : std::max(sinceBefore, 0.0));
+    }
+    if (row == 0) {
+      beginMs = previousMs = ms;
+    } else if (ms < previousMs) {
+      // Expected after a record of unknown time.
+      if (!std::isnan(before.timeMs)) ++backwardSteps;
+      ms = previousMs;
+    }
+    previousMs = ms;
+    recording.seconds.push_back((ms - beginMs) / 1000);
+    recording.gaps.add(static_cast<std::uint32_t>(std::llround(ms - beginMs)));
+  }
+  noteBackwardSteps(recording, backwardSteps);
+}
+
 void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps)
 {
   recording.seconds.reserve(timestamps.size());
@@ -57,8 +101,5 @@ void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& times
     recording.gaps.add(timestamp);
     recording.seconds.push_back(recording.gaps.seconds());
   }
-  if (const auto steps = recording.gaps.backwardSteps(); steps > 0) {
-    recording.notes.push_back(
-        fmt::format("{} timestamp(s) step back; each is drawn at the time of the previous record", steps));
-  }
+  noteBackwardSteps(recording, recording.gaps.backwardSteps());
 }

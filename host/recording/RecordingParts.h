@@ -10,6 +10,7 @@
 
 #include "host/base/Limits.h"
 #include "host/recording/Layout.h"
+#include "host/recording/Record.h"
 #include "host/recording/Recording.h"
 
 inline constexpr std::size_t maxGroups = 16;
@@ -25,5 +26,18 @@ std::ifstream openRecording(const std::filesystem::path& path);
 // Appends an empty group.
 void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label);
 
-// In ms, wrapping at 32 bits.
+// When a record was sampled, according to its row.
+struct RowTime {
+  double timeMs = Record::unknown;
+  double arrivalMs = Record::unknown;
+  std::uint32_t pluginMs = 0;
+};
+
+// Unknown or finite, and far from any limit of the numbers.
+bool isUsableTime(double ms);
+
+// Where the time of a record is unknown, that of its arrival continues that of the previous record, or else
+// the plug-in's timestamp does.
+void setTimes(Recording& recording, const std::vector<RowTime>& rows);
+// For recordings that have only the plug-in's timestamps: in ms, wrapping at 32 bits.
 void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps);

@@ -35,6 +35,7 @@ Recorder::Recorder(RecordSource& source, const Layout& layout, RecordWriter& wri
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
+  frames_.resize(static_cast<std::size_t>(std::ranges::count_if(layout_.groups, &ElementGroup::isGlove)));
 }
 
 bool Recorder::run(const std::atomic<bool>& stop,
@@ -65,6 +66,7 @@ bool Recorder::run(const std::atomic<bool>& stop,
 void Recorder::updateTimes(Time now)
 {
   const Time resumed = source_.link().resumed().value_or(latest_);
+  figures_.first = first_;
   figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
   figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
   figures_.stalls = source_.link().stalls();
@@ -73,11 +75,20 @@ void Recorder::updateTimes(Time now)
 void Recorder::keepRecord()
 {
   const auto elements = source_.store().elements();
-  writer_.add(source_.store().timestampMs(), elements);
-  latest_ = clock_();
-  if (!first_) first_ = latest_;
+  const std::uint32_t timestampMs = source_.store().timestampMs();
+  const Time arrival = clock_();
+  const std::uint64_t timeMs = timeMs_ + (first_ ? timestampStep(timestampMs_, timestampMs).value_or(0) : 0);
+  writer_.add({.timeMs = static_cast<double>(timeMs),
+               .arrivalMs = secondsBetween(first_.value_or(arrival), arrival) * 1000,
+               .pluginMs = timestampMs,
+               .frames = frames_,
+               .elements = elements});
+  latest_ = clock_();  // a blocked output is no silence of the gloves
+  if (!first_) first_ = arrival;
+  timeMs_ = timeMs;
+  timestampMs_ = timestampMs;
   ++figures_.records;
-  figures_.gaps.add(source_.store().timestampMs());
+  figures_.gaps.add(timestampMs);
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);

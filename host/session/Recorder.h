@@ -23,7 +23,8 @@ struct RecordingLimits {
 // Statistics of a recording, running or finished.
 struct RecordingFigures {
   std::uint64_t records = 0;
-  double seconds = 0;        // from the first record until now, or until the end
+  std::optional<std::chrono::nanoseconds> first;  // when the first record arrived, by host::uptime()
+  double seconds = 0;                             // from the first record until now, or until the end
   double silentSeconds = 0;  // since the latest record, or since a later pause of this computer
   GapDetector gaps;
   Stalls stalls;
@@ -61,5 +62,10 @@ class Recorder {
   const Clock clock_;
   RecordingFigures figures_;
   std::optional<Time> first_;
-  Time latest_;  // of the latest record, or the start
+  Time latest_;                     // of the latest record, or the start
+  std::vector<GloveFrame> frames_;  // unknown, one for each glove
+  // Of the latest record. The time is an estimate: by the plug-in's timestamps since the first record; where
+  // they step back, it stands still.
+  std::uint64_t timeMs_ = 0;
+  std::uint32_t timestampMs_ = 0;
 };

@@ -156,17 +156,21 @@ TEST_F(CommandLine, RecordingToStandardOutputAppends)
   const std::string command = "cd " + folder_.path().string() +
                               " && " TESSEL_PROGRAM " record --sim --frames 3 -o - >> log 2> messages";
   EXPECT_EQ(std::system(command.c_str()), 0) << folder_.read("messages");
-  EXPECT_TRUE(folder_.read("log").starts_with("earlier text\ntime_ms,left_0")) << folder_.read("log");
+  EXPECT_TRUE(folder_.read("log").starts_with("earlier text\ntime_ms,arrival_ms,plugin_ms,"))
+      << folder_.read("log");
 }
 
 TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
 {
-  for (const auto& [gloves, label] : {std::pair("left", "left_0"), std::pair("RIGHT", "right_0")}) {
+  for (const auto& [gloves, label] : {std::pair("left", "left"), std::pair("RIGHT", "right")}) {
     const auto result =
         runTessel(folder_, {"record", "--sim", "--gloves", gloves, "--frames", "2", "-o", "-"});
     EXPECT_EQ(result.exitCode, 0) << result.messages;
-    EXPECT_TRUE(result.output.starts_with(std::string("time_ms,") + label)) << result.output.substr(0, 80);
+    const std::string columns =
+        "time_ms,arrival_ms,plugin_ms," + std::string(label) + "_frame," + label + "_ticks," + label + "_0,";
+    EXPECT_TRUE(result.output.starts_with(columns)) << result.output.substr(0, 80);
     EXPECT_EQ(result.output.find("_125"), std::string::npos) << "one glove has 125 elements";
+    EXPECT_EQ(folder_.list().find(".json"), std::string::npos) << "standard output has no metadata";
   }
   TemporaryFolder other;
   Tessel sim(other, {"sim", "--gloves", "right", "--port", (folder_ / "dongle").string()});

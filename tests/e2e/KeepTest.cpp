@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "tests/e2e/Tessel.h"
 
@@ -32,28 +33,52 @@ TEST(Keep, WhatIsRecordedCanBePlotted)
   }
 }
 
-TEST(Keep, NumPyShowsAllRowsOfAKilledRun)
+TEST(Keep, AKilledRunLeavesFilesThatBelongTogether)
 {
   ::unsetenv("TESSEL_SERIAL_PORTS");
   const TemporaryFolder folder;
-  Tessel tessel(folder, {"record", "--sim", "--output", "run", "--format", "npy"});
-  const auto size = [&] {
-    std::error_code notThere;
-    const auto bytes = std::filesystem::file_size(folder / "run.part/samples.npy", notThere);
-    return notThere ? 0 : bytes;
-  };
-  tessel.waitUntil([&] { return size() > 128 + 500 * 45; });
-  tessel.signal(SIGKILL);
-  EXPECT_EQ(tessel.result().exitCode, 128 + SIGKILL);
-  // It may have been killed between writing a row and the header.
-  const std::string check =
-      "cd " + folder.path().string() +
-      "/run.part && /usr/bin/python3 -c \"import numpy; s = numpy.load('samples.npy'); t = "
-      "numpy.load('stamps.npy'); rows = (" +
-      std::to_string(size()) +
-      " - 128) // 500; assert rows - 1 <= len(s) <= rows and abs(len(s) - len(t)) <= 1, "
-      "(rows, s.shape, t.shape)\"";
-  EXPECT_EQ(std::system(check.c_str()), 0);
+  const struct {
+    std::string format, records, metadata;
+    std::uintmax_t enough;
+  } cases[] = {{"npy", "run.part/samples.npy", "run.part/meta.json", 128 + 500 * 45},
+               {"csv", "run.csv.part", "run.json.part", 40'000}};
+  for (const auto& [format, records, metadata, enough] : cases) {
+    const std::string name = format == "npy" ? "run" : "run.csv";
+    Tessel tessel(folder, {"record", "--sim", "--output", name, "--format", format});
+    const auto size = [&, &file = records] {
+      std::error_code notThere;
+      const auto bytes = std::filesystem::file_size(folder / file, notThere);
+      return notThere ? 0 : bytes;
+    };
+    tessel.waitUntil([&, &wanted = enough] { return size() > wanted; });
+    tessel.signal(SIGKILL);
+    EXPECT_EQ(tessel.result().exitCode, 128 + SIGKILL);
+    const auto json = nlohmann::json::parse(folder.read(metadata));
+    EXPECT_EQ(json.at("complete"), false);
+    EXPECT_TRUE(json.at("ended").is_null());
+    EXPECT_TRUE(json.at("started").at("utc").is_string()) << "written when the first record came";
+    EXPECT_EQ(runTessel(folder, {"plot", name + ".part"}).exitCode, 0);
+    if (format == "csv") continue;
+    // It may have been killed between writing a row and the header.
+    const std::string check =
+        "cd " + folder.path().string() +
+        "/run.part && /usr/bin/python3 -c \"import numpy, glob; n = {f: len(numpy.load(f)) for f in "
+        "glob.glob('*.npy')}; rows = (" +
+        std::to_string(size()) +
+        " - 128) // 500; assert len(n) == 8 and rows - 1 <= min(n.values()) and "
+        "max(n.values()) == n['samples.npy'] <= rows, (rows, n)\"";
+    EXPECT_EQ(std::system(check.c_str()), 0);
+  }
+  const auto refused = runTessel(folder, {"record", "--sim", "--frames", "3", "--output", "run.csv"});
+  EXPECT_EQ(refused.exitCode, 5) << refused.messages;
+  EXPECT_NE(refused.messages.find("run.csv.part was left"), std::string::npos) << refused.messages;
+  const auto replaced =
+      runTessel(folder, {"record", "--sim", "--frames", "3", "--output", "run.csv", "--force"});
+  EXPECT_EQ(replaced.exitCode, 0) << replaced.messages;
+  for (const char* name : {"run.csv.part", "run.json.part", "run.events.csv.part"}) {
+    EXPECT_FALSE(std::filesystem::exists(folder / name)) << name;
+  }
+  EXPECT_EQ(nlohmann::json::parse(folder.read("run.json")).at("records"), 3);
 }
 
 TEST(Keep, ARecordingThatDoesNotFitIntoMemoryIsAnError)

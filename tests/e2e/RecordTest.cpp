@@ -48,7 +48,12 @@ TEST_F(Record, NumPyReadsTheArrays)
       "numpy.load('stamps.npy');"
       "m = json.load(open('meta.json')); assert s.shape == (30, 250) and s.dtype == numpy.uint16, s.shape;"
       "assert t.shape == (30,) and t.dtype == numpy.uint32 and 600 < t[-1] - t[0] < 900, t;"
-      "assert m['frames'] == 30 and m['groups'][1]['first'] == 125, m\"";
+      "assert m['records'] == 30 and m['groups'][1]['first'] == 125, m;"
+      "T, a = numpy.load('time.npy'), numpy.load('arrival.npy');"
+      "assert T[0] == 0 and T.dtype == a.dtype == numpy.float64 and (numpy.diff(T) >= 0).all(), T;"
+      "assert 600 < a[-1] - a[0] < 900 and (numpy.diff(a) >= 0).all(), a;"
+      "f = [numpy.load(g + n) for g in ('left', 'right') for n in ('_frame.npy', '_ticks.npy')];"
+      "assert all(x.shape == (30,) and x.dtype == numpy.int64 for x in f), f\"";
   EXPECT_EQ(std::system(check.c_str()), 0);
 }
 
@@ -68,6 +73,7 @@ TEST_F(Record, SignalsEndItCleanly)
                {SIGKILL, {}, {}, 128 + SIGKILL, "run.csv.part"}};
   for (const auto& [first, further, limit, exitCode, name] : cases) {
     std::filesystem::remove(folder_ / "run.csv");
+    std::filesystem::remove(folder_ / "run.json");
     std::vector<std::string> arguments{"record", "--sim", "--output", "run.csv"};
     arguments.insert(arguments.end(), limit.begin(), limit.end());
     Tessel tessel(folder_, arguments);

@@ -20,8 +20,9 @@ class PartFiles : public testing::Test {
   // The words with which an output is refused; empty if it is not.
   std::string refusal(const std::string& name, Kind kind, bool replaces) const
   {
+    const auto hasNoNotes = [](const fs::path& path) { return !fs::exists(path / "notes"); };
     try {
-      const PartFile part(folder_ / name, kind, replaces);
+      const PartFile part(folder_ / name, kind, replaces, hasNoNotes);
       return "";
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.code(), ExitCode::output);
@@ -84,9 +85,25 @@ TEST_F(PartFiles, NothingThatIsThereIsLost)
   EXPECT_EQ(folder_.read("folder/notes"), "mine");
 }
 
+TEST_F(PartFiles, WhatAnEarlierRunLeftIsReplaced)
+{
+  folder_.write("run.csv.part", "left");
+  fs::create_directory(folder_ / "run.part");
+  folder_.write("run.part/old.npy", "left");
+  PartFile file(folder_ / "run.csv", Kind::file, true);
+  PartFile folder(folder_ / "run", Kind::folder, true);
+  file.settle();
+  folder.settle();
+  EXPECT_EQ(folder_.read("run.csv"), "");
+  EXPECT_TRUE(fs::is_empty(folder_ / "run"));
+}
+
 TEST_F(PartFiles, TwoRunsDoNotShareAName)
 {
-  const PartFile first(folder_ / "run.csv", Kind::file, false);
+  PartFile first(folder_ / "run.csv", Kind::file, false);
+  EXPECT_NE(refusal("run.csv", Kind::file, true).find("another run"), std::string::npos);
+  first.replaceContent("new");
+  EXPECT_EQ(folder_.read("run.csv.part"), "new");
   EXPECT_NE(refusal("run.csv", Kind::file, true).find("another run"), std::string::npos);
 }
 

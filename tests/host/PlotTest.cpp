@@ -39,9 +39,50 @@ TEST(Recordings, AreTheSameFromCsvAndNpyAndTimestampsMayWrap)
   EXPECT_EQ(arrays.groups[1].label, text.groups[1].label);
 }
 
+TEST(Recordings, HaveTheirTimesAndEstimateThoseThatAreUnknown)
+{
+  // Of the second row the arrival is known, of the third only the plug-in's timestamp. The fifth steps back.
+  const std::vector<double> seconds{0, 0.02, 0.045, 0.1, 0.1};
+  const TemporaryFolder folder;
+  folder.write("a.csv",
+               "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,right_frame,right_ticks,left_0,right_0\n"
+               "1000.50,3.00,4294967290,7,9000000000,,,1,2\n"
+               ",23.00,10,,,8,12,3,4\n"
+               ",,35,8,9000000250,9,12,5,6\n"
+               "1100.5,90,40,9,1,9,1,7,8\n"
+               "1000,91,41,9,1,9,1,9,10\n");
+  std::filesystem::create_directory(folder / "a");
+  const auto bytes = []<class Number>(const std::vector<Number>& numbers) {
+    return std::string(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(Number));
+  };
+  constexpr double unknown = Record::unknown;
+  folder.write("a/meta.json", R"({"format":"tessel-recording","version":2,"complete":true,"records":5,
+      "started":{"local":"2024-02-29"},"groups":[{"label":"left","first":0,"count":1},
+      {"label":"right","first":1,"count":1}]})");
+  folder.write("a/samples.npy",
+               npy("<u2", "(5, 2)", bytes(std::vector<std::uint16_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10})));
+  folder.write("a/stamps.npy",
+               npy("<u4", "(5,)", bytes(std::vector<std::uint32_t>{4'294'967'290, 10, 35, 40, 41})));
+  folder.write("a/time.npy",
+               npy("<f8", "(5,)", bytes(std::vector{1000.5, unknown, unknown, 1100.5, 1000.0})));
+  folder.write("a/arrival.npy", npy("<f8", "(5,)", bytes(std::vector{3.0, 23.0, unknown, 90.0, 91.0})));
+  for (const char* name : {"a.csv", "a"}) {
+    const Recording recording = readRecording(folder / name);
+    ASSERT_EQ(recording.seconds.size(), seconds.size());
+    for (std::size_t row = 0; row < seconds.size(); ++row) {
+      EXPECT_NEAR(recording.seconds[row], seconds[row], 1e-9) << name << row;
+    }
+    EXPECT_EQ(recording.samples, (std::vector<std::uint16_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10})) << name;
+    EXPECT_EQ(recording.groups.size(), 2U);
+    EXPECT_EQ(recording.notes.size(), 1U) << "a step back";
+    EXPECT_EQ(recording.started, *name == 'a' && name[1] == '\0' ? "2024-02-29" : "");
+  }
+}
+
 TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
 {
   const std::string heading = "time_ms,left_0,right_0\n";
+  const std::string timed = "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,left_0\n";
   const std::string samples = npy("<u2", "(2, 2)", "12345678");
   const std::string timestamps = npy("<u4", "(2,)", "12345678");
   const struct {
@@ -58,8 +99,17 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
       {heading + "1,2,3\n2,2,3,4\n", "", "", "", "line 3: more than 3 columns"},
       {heading + "4294967296,2,3\n", "", "", "", "line 2, column 1: '4294967296' is not a number"},
       {heading + "1,2,65536\n", "", "", "", "line 2, column 3: '65536' is not a number from 0 to 65535"},
+      {"time_ms,arrival_ms,left_0\n", "", "", "", "'left_0' instead of 'plugin_ms'"},
+      {"time_ms,arrival_ms,plugin_ms,left_frame,left_0\n", "", "", "", "'left_0' instead of 'left_ticks'"},
+      {"time_ms,plugin_ms,left_0\n", "", "", "", "'plugin_ms' instead of 'plugin_0'"},
+      {timed + "1,2,3,4,5\n", "", "", "", "line 2: 5 columns instead of 6"},
+      {timed + "inf,2,3,4,5,6\n", "", "", "", "line 2, column 1: 'inf' is not a time in ms"},
+      {timed + "1,2e9,3,4,5,6\n", "", "", "", "line 2, column 2: '2e9' is not a time in ms"},
+      {timed + "1,2,,4,5,6\n", "", "", "", "line 2, column 3: '' is not a number"},
+      {timed + "1,2,3,-4,5,6\n", "", "", "", "line 2, column 4: '-4' is not a number"},
       {"", "", samples, timestamps, "does not describe a recording"},
-      {"", R"({"format":"tessel-recording","version":2})", samples, timestamps, "another version"},
+      {"", R"({"format":"tessel-recording","version":3})", samples, timestamps, "another version"},
+      {"", R"({"format":"tessel-recording","version":2})", samples, timestamps, "time.npy does not exist"},
       {"", metaText, "text", timestamps, "not a NumPy array"},
       {"", metaText, samples, npy("<f8", "(2,)", "12345678"), "other numbers than '<u4'"},
       {"", metaText, npy("<u2", "(99999999999999999999, 2)", ""), timestamps, "unusable shape"},

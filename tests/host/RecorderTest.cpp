@@ -20,7 +20,7 @@ class FakeGloves final : public RecordSource {
     const bool isNew = now % 25ms == 0ms && now >= silentUntil && now < silentFrom;
     if (isNew) {
       store_.map[0] = static_cast<unsigned short>(now / 1ms);
-      *store_.stampCell() = static_cast<std::uint32_t>(60'000 + now / 1ms);
+      *store_.stampCell() = static_cast<std::uint32_t>(60'000 + now / 1ms) - (now > jumpAt ? 10'000 : 0);
     }
     EXPECT_EQ(link_.endRead(now, isNew ? TurnResult::record : TurnResult::nothing),
               LinkWatch::Verdict::alive);
@@ -38,6 +38,7 @@ class FakeGloves final : public RecordSource {
   Time now{0};
   Time silentUntil{0};
   Time silentFrom{1h};
+  Time jumpAt{1h};  // back, of the timestamps
   std::optional<Time> failAt;
 
  private:
@@ -47,14 +48,16 @@ class FakeGloves final : public RecordSource {
 
 class KeepingWriter final : public RecordWriter {
  public:
-  void add(std::uint32_t timestampMs, std::span<const std::uint16_t>) override
+  void add(const Record& record) override
   {
-    if (timestampsMs.size() == capacity) throw Failure(ExitCode::output, "the disk is full.", "");
-    timestampsMs.push_back(timestampMs);
+    if (records.size() == capacity) throw Failure(ExitCode::output, "the disk is full.", "");
+    records.push_back(record);
+    frames.emplace_back(record.frames.begin(), record.frames.end());
   }
-  void finish(const RecordingEnd&) override {}
+  void close() override {}
 
-  std::vector<std::uint32_t> timestampsMs;
+  std::vector<Record> records;  // without their spans
+  std::vector<std::vector<GloveFrame>> frames;
   std::size_t capacity = 1'000'000;
 };
 
@@ -130,7 +133,7 @@ TEST(Recorder, EndsByLimitsStopRequestsAndFailures)
     Session session(limits);
     prepare(session);
     EXPECT_EQ(session.run(stopAt), ending) << name;
-    EXPECT_EQ(session.writer.timestampsMs.size(), records) << name;
+    EXPECT_EQ(session.writer.records.size(), records) << name;
     EXPECT_EQ(session.recorder.figures().records, records) << name;
   }
 }
@@ -144,6 +147,22 @@ TEST(Recorder, FiguresAreOfWhatWasWritten)
   EXPECT_NEAR(figures.seconds, 39 * 0.025, 1e-9);
   EXPECT_EQ(figures.battery, 0.5);
   EXPECT_EQ(figures.gaps.count(), 0U);
+}
+
+TEST(Recorder, TimesBeginAtZeroAndNeverDecrease)
+{
+  Session session({{}, 40});
+  session.gloves.jumpAt = 500ms;
+  EXPECT_EQ(session.run(), "limit");
+  const auto& records = session.writer.records;
+  for (std::size_t index = 0; index < records.size(); ++index) {
+    const auto at = static_cast<double>(index);
+    // Of the interval in which the timestamps jump, they report nothing.
+    EXPECT_EQ(records[index].timeMs, 25 * (index < 20 ? at : at - 1));
+    EXPECT_NEAR(records[index].arrivalMs, 25 * at, 1e-9);
+    EXPECT_EQ(records[index].pluginMs, 60'025 + 25 * index - (index < 20 ? 0 : 10'000));
+    EXPECT_EQ(session.writer.frames[index], std::vector<GloveFrame>(1)) << "unknown, for each glove";
+  }
 }
 
 }  // namespace

@@ -1,49 +1,72 @@
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
-#include "host/base/Version.h"
 #include "host/recording/RecordWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
-TEST(RecordWriter, WritesTimestampsAndElementsUnchanged)
+using namespace std::string_literals;
+
+TEST(RecordWriter, WritesEveryValueAndLeavesOutUnknownOnes)
 {
-  const Layout layout{.elements = 3, .groups = {{"left", "KVXGL00017", 0, 2}, {"aux", "", 2, 1}}};
+  const Layout layout{.elements = 3, .groups = {{"right", "KVXGR00018", 0, 2}, {"aux", "", 2, 1}}};
   const TemporaryFolder folder;
   for (const auto format : {RecordFormat::csv, RecordFormat::npy}) {
     const auto writer =
         makeRecordWriter(format, format == RecordFormat::csv ? folder / "a.csv" : folder.path(), layout);
-    writer->add(4'294'967'295U, std::vector<std::uint16_t>{0, 65535, 7});
-    writer->add(1, std::vector<std::uint16_t>{258, 2, 3});
-    writer->finish({.words = "as requested.", .backwardSteps = 1});
+    const GloveFrame unknown;
+    const GloveFrame frame{.number = 258, .ticks = 65'536};
+    writer->add({.pluginMs = 4'294'967'295U,
+                 .frames = {&unknown, 1},
+                 .elements = std::vector<std::uint16_t>{0, 65535, 7}});
+    writer->add({.timeMs = 24.996,
+                 .arrivalMs = 1'000'000.5,
+                 .pluginMs = 1,
+                 .frames = {&frame, 1},
+                 .elements = std::vector<std::uint16_t>{258, 2, 3}});
+    writer->add({.timeMs = -0.05,
+                 .arrivalMs = 1e300,
+                 .pluginMs = 2,
+                 .frames = {&frame, 1},
+                 .elements = std::vector<std::uint16_t>{0, 0, 0}});
+    writer->close();
   }
-  EXPECT_EQ(folder.read("a.csv"), "time_ms,left_0,left_1,aux_0\n4294967295,0,65535,7\n1,258,2,3\n");
-  const auto meta = nlohmann::json::parse(folder.read("meta.json"));
-  EXPECT_EQ(meta.at("program"), programVersion);
-  EXPECT_EQ(meta.at("frames"), 2);
-  EXPECT_EQ(meta.at("backwardSteps"), 1);
-  EXPECT_EQ(meta.at("ended"), "as requested.");
-  const std::string timestamps = folder.read("stamps.npy");
-  EXPECT_EQ(timestamps.substr(128), std::string("\xFF\xFF\xFF\xFF\x01\0\0\0", 8));
-  EXPECT_EQ(folder.read("samples.npy").substr(128),
-            std::string("\0\0\xFF\xFF\x07\0\x02\x01\x02\0\x03\0", 12));
+  EXPECT_EQ(folder.read("a.csv"),
+            "time_ms,arrival_ms,plugin_ms,right_frame,right_ticks,right_0,right_1,aux_0\n"
+            ",,4294967295,,,0,65535,7\n"
+            "25.00,1000000.50,1,258,65536,258,2,3\n"
+            "-0.05,,2,258,65536,0,0,0\n");
+  const auto numbers = [&](const char* name) { return folder.read(name).substr(128); };
+  EXPECT_EQ(numbers("samples.npy"), "\0\0\xFF\xFF\x07\0\x02\x01\x02\0\x03\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(numbers("stamps.npy"), "\xFF\xFF\xFF\xFF\x01\0\0\0\x02\0\0\0"s);
+  EXPECT_EQ(numbers("right_frame.npy").substr(0, 16),
+            "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x02\x01\0\0\0\0\0\0"s);
+  EXPECT_EQ(numbers("right_ticks.npy").substr(8, 8), "\0\0\x01\0\0\0\0\0"s);
+  EXPECT_EQ(numbers("time.npy").substr(6, 2), "\xF8\x7F"s) << "a quiet NaN";
+  EXPECT_EQ(numbers("arrival.npy").substr(8, 8), "\0\0\0\0\x81\x84\x2E\x41"s);
 }
 
-TEST(RecordWriter, TheHeaderOfAnArrayCountsEachRowAtOnce)
+TEST(RecordWriter, TheHeadersOfArraysCountEachRowAtOnce)
 {
   const Layout layout{.elements = 2, .groups = {{"left", "KVXGL00017", 0, 2}}};
   const TemporaryFolder folder;
   const auto writer = makeRecordWriter(RecordFormat::npy, folder.path(), layout);
-  for (int rows = 0; rows < 12; ++rows) {
-    const std::string count = std::to_string(rows);
-    const std::string samples = folder.read("samples.npy");
-    const std::string timestamps = folder.read("stamps.npy");
-    EXPECT_NE(samples.find("'shape': (" + count + ", 2)"), std::string::npos) << samples.substr(0, 128);
-    EXPECT_NE(timestamps.find("'shape': (" + count + ",)"), std::string::npos) << timestamps.substr(0, 128);
-    EXPECT_EQ(samples.size(), 128U + 4U * static_cast<unsigned>(rows));
-    writer->add(60'000, std::vector<std::uint16_t>{0, 65535});
+  const GloveFrame frame;
+  for (unsigned rows = 0; rows < 12; ++rows) {
+    const struct {
+      const char* name;
+      std::string shape;
+      unsigned rowSize;
+    } arrays[] = {{"samples.npy", ", 2)", 4}, {"time.npy", ",)", 8},       {"arrival.npy", ",)", 8},
+                  {"stamps.npy", ",)", 4},    {"left_frame.npy", ",)", 8}, {"left_ticks.npy", ",)", 8}};
+    for (const auto& [name, shape, rowSize] : arrays) {
+      const std::string array = folder.read(name);
+      EXPECT_NE(array.find("'shape': (" + std::to_string(rows) + shape + ", }"), std::string::npos)
+          << name << array.substr(0, 128);
+      EXPECT_EQ(array.size(), 128U + rowSize * rows) << name;
+      EXPECT_EQ(array[127], '\n') << name;
+    }
+    writer->add({.frames = {&frame, 1}, .elements = std::vector<std::uint16_t>{0, 65535}});
   }
 }
 

@@ -1,0 +1,213 @@
+#include "host/recording/RecordingFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+#include "host/base/Failure.h"
+#include "host/base/Text.h"
+#include "host/recording/CsvCells.h"
+#include "host/recording/Names.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr auto metadataInterval = std::chrono::seconds(10);
+
+// The beginning of a file that a killed program may have left empty.
+std::string beginningOf(const fs::path& path)
+{
+  std::string text(200, '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  return text;
+}
+
+bool isMetadata(const fs::path& path)
+{
+  const std::string text = beginningOf(path);
+  return text.empty() || text.find(names::format) != std::string::npos;
+}
+
+bool isEvents(const fs::path& path)
+{
+  const std::string text = beginningOf(path);
+  return text.empty() || text.starts_with(names::eventsHeading);
+}
+
+bool isArray(const fs::path& name)
+{
+  const std::string stem = utf8(name.stem());
+  constexpr std::array arrays{names::samplesArray, names::pluginArray, names::timeArray, names::arrivalArray};
+  return name.extension() == ".npy" &&
+         (std::ranges::find(arrays, stem) != arrays.end() || stem.ends_with(names::frameSuffix) ||
+          stem.ends_with(names::ticksSuffix));
+}
+
+// It holds nothing but a recording's files.
+bool isRecordingFolder(const fs::path& folder)
+{
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    const fs::path name = entry->path().filename();
+    // Metadata that was being replaced: as it is named now, and as version 1 named it.
+    const bool isReplacement = name == "meta.json.new" || name == "meta.json.part";
+    if (!isArray(name) && name != names::metadataFile && name != names::eventsFile && !isReplacement)
+      return false;
+  }
+  return !error;
+}
+
+PartFile::Kind kindOf(RecordFormat format)
+{
+  return format == RecordFormat::csv ? PartFile::Kind::file : PartFile::Kind::folder;
+}
+
+PartFile::Test testOf(RecordFormat format)
+{
+  return format == RecordFormat::csv ? nullptr : isRecordingFolder;
+}
+
+}  // namespace
+
+// Before anything is created, so that a name that is taken changes nothing.
+std::optional<RecordingFiles::Companions> RecordingFiles::checkNames(const OutputName& output, bool replaces)
+{
+  PartFile::check(output.path, kindOf(output.format), replaces, testOf(output.format));
+  auto [base, growing] = PartFile::namesOf(output.path, kindOf(output.format));
+  if (output.format != RecordFormat::csv || base == growing) return std::nullopt;
+  if (hasExtension(base, ".csv")) base.replace_extension();
+  const Companions companions{fs::path(base) += ".json", fs::path(base) += ".events.csv"};
+  PartFile::check(companions.metadata, PartFile::Kind::file, replaces, isMetadata);
+  PartFile::check(companions.events, PartFile::Kind::file, replaces, isEvents);
+  return companions;
+}
+
+RecordingFiles::RecordingFiles(const OutputName& output, bool replaces)
+    : format_(output.format),
+      replaces_(replaces),
+      companions_(checkNames(output, replaces)),
+      records_(output.path, kindOf(format_), replaces, testOf(format_))
+{
+  if (!companions_) return;
+  metadataPart_.emplace(companions_->metadata, PartFile::Kind::file, replaces, isMetadata);
+  eventsPart_.emplace(companions_->events, PartFile::Kind::file, replaces, isEvents);
+}
+
+RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
+{
+  metadata_ = std::move(metadata);
+  writer_ = makeRecordWriter(format_, growing(), metadata_.layout);
+  if (hasPlace()) {
+    events_.emplace(eventsPart_ ? eventsPart_->growing() : growing() / names::eventsFile);
+    events_->append(names::eventsHeading);
+    writeMetadata(false);
+  }
+  records_.keep(true);
+  if (metadataPart_) metadataPart_->keep(true);
+  if (eventsPart_) eventsPart_->keep(true);
+  return *writer_;
+}
+
+void RecordingFiles::addEvent(const RecordingEvent& event)
+{
+  if (!events_) return;
+  std::string line;
+  appendTime(line, event.timeMs);
+  for (const std::string* text : {&event.event, &event.glove, &event.detail}) {
+    line += ',';
+    appendText(line, *text);
+  }
+  events_->append(line + '\n');
+  ++eventCount_;
+}
+
+void RecordingFiles::keepUp(Time now)
+{
+  if (next_ && now < *next_) return;
+  next_ = now + metadataInterval;
+  try {
+    writeMetadata(false);
+  } catch (const Failure&) {
+    // The recording continues, and complete() reports what remains wrong.
+  }
+}
+
+void RecordingFiles::writeMetadata(bool isComplete)
+{
+  if (!hasPlace()) return;
+  const std::string text = metadataText(metadata_, eventCount_, isComplete);
+  if (metadataPart_) {
+    metadataPart_->replaceContent(text);
+  } else {
+    replaceFile(growing() / names::metadataFile, text);
+  }
+}
+
+void RecordingFiles::closeAll()
+{
+  writer_->close();
+  writer_.reset();
+  if (events_) events_->close();
+  events_.reset();
+}
+
+void RecordingFiles::dropEmptyEvents()
+{
+  if (eventCount_ > 0) return;
+  if (eventsPart_) {
+    eventsPart_->keep(false);
+    eventsPart_.reset();
+  } else if (hasPlace()) {
+    std::error_code ignored;
+    fs::remove(growing() / names::eventsFile, ignored);
+  }
+}
+
+void RecordingFiles::complete()
+{
+  closeAll();
+  writeMetadata(true);
+  if (!companions_) {
+    dropEmptyEvents();
+    records_.settle();
+    return;
+  }
+  records_.checkWanted();
+  metadataPart_->checkWanted();
+  eventsPart_->checkWanted();
+  if (replaces_) {
+    // A crash between the steps must not leave old metadata beside new records.
+    std::error_code ignored;
+    fs::remove(metadataPart_->wanted(), ignored);
+    fs::remove(eventsPart_->wanted(), ignored);
+  }
+  records_.settle();
+  metadataPart_->settle();
+  if (eventCount_ > 0) eventsPart_->settle();
+  dropEmptyEvents();
+}
+
+void RecordingFiles::abandon() noexcept
+{
+  try {
+    writeMetadata(false);
+    closeAll();
+    dropEmptyEvents();
+  } catch (const std::exception&) {
+    // What could not be written first is the reason for this call.
+  }
+}
+
+void RecordingFiles::discard()
+{
+  writer_.reset();
+  events_.reset();
+  records_.keep(false);
+  if (metadataPart_) metadataPart_->keep(false);
+  if (eventsPart_) eventsPart_->keep(false);
+}

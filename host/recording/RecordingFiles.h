@@ -1,0 +1,87 @@
+// The files of a recording: its records, and beside a CSV file or in the folder of arrays its metadata and
+// its events. While they grow, their names end in ".part"; the metadata is replaced as a whole, and
+// everything else is handed to the operating system at once, so a killed program leaves files that belong
+// together. Standard output, devices and pipes have neither metadata nor events. Threads: one. Errors: a
+// Failure with ExitCode::output; everything written so far is kept.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/base/OutputFile.h"
+#include "host/base/PartFile.h"
+#include "host/recording/OutputName.h"
+#include "host/recording/RecordWriter.h"
+#include "host/recording/RecordingMetadata.h"
+
+// Something other than a record, at a time of the records.
+struct RecordingEvent {
+  double timeMs = Record::unknown;
+  std::string event;
+  std::string glove;  // its label; empty: all
+  std::string detail;
+};
+
+class RecordingFiles {
+ public:
+  using Time = std::chrono::nanoseconds;  // of host::uptime()
+
+  // Reserves the names. A Failure if one of them is taken, unless `replaces`: then all are replaced in the
+  // end, and none if one of them is not a recording's.
+  RecordingFiles(const OutputName& output, bool replaces);
+  // Deletes everything unless begin() was called.
+  ~RecordingFiles() = default;
+  RecordingFiles(const RecordingFiles&) = delete;
+  RecordingFiles& operator=(const RecordingFiles&) = delete;
+
+  // Where the records are written.
+  const std::filesystem::path& growing() const { return records_.growing(); }
+  // False for standard output, a device or a pipe.
+  bool hasPlace() const { return records_.hasPlace(); }
+
+  // Begins the recording of metadata.layout; the records go to the writer.
+  RecordWriter& begin(RecordingMetadata metadata);
+  // Written by the functions below.
+  RecordingMetadata& metadata() { return metadata_; }
+
+  void addEvent(const RecordingEvent& event);
+  // Writes the metadata when called for the first time, then every 10 s. If that fails, it is tried again.
+  void keepUp(Time now);
+
+  // The recording ends in one of three ways. All is written: the files get their final names.
+  void complete();
+  // Not all could be written: the files keep their names.
+  void abandon() noexcept;
+  // There are no records: everything is deleted.
+  void discard();
+
+  // Where the records are after complete().
+  const std::filesystem::path& wanted() const { return records_.wanted(); }
+
+ private:
+  // Beside a CSV file; in a folder of arrays they are files of the folder.
+  struct Companions {
+    std::filesystem::path metadata, events;
+  };
+
+  static std::optional<Companions> checkNames(const OutputName& output, bool replaces);
+  void writeMetadata(bool isComplete);
+  void closeAll();
+  void dropEmptyEvents();
+
+  const RecordFormat format_;
+  const bool replaces_;
+  const std::optional<Companions> companions_;
+  PartFile records_;
+  std::optional<PartFile> metadataPart_;
+  std::optional<PartFile> eventsPart_;
+  std::unique_ptr<RecordWriter> writer_;
+  std::optional<OutputFile> events_;
+  std::uint64_t eventCount_ = 0;
+  RecordingMetadata metadata_;
+  std::optional<Time> next_;
+};

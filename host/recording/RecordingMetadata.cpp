@@ -1,0 +1,100 @@
+#include "host/recording/RecordingMetadata.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "host/base/Version.h"
+#include "host/recording/Names.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using WallClock = std::chrono::system_clock;
+
+std::chrono::minutes timeOfDay(const std::tm& time)
+{
+  using namespace std::chrono;
+  const year_month_day day(year(time.tm_year + 1900), month(static_cast<unsigned>(time.tm_mon + 1)),
+                           std::chrono::day(static_cast<unsigned>(time.tm_mday)));
+  return sys_days(day).time_since_epoch() + hours(time.tm_hour) + minutes(time.tm_min);
+}
+
+// In ISO 8601, with microseconds: as UTC and as local time.
+Json startJson(const std::optional<WallClock::time_point>& start)
+{
+  using namespace std::chrono;
+  if (!start) return nullptr;
+  const auto second = floor<seconds>(*start);
+  const auto micros = floor<microseconds>(*start - second).count();
+  const std::time_t time = WallClock::to_time_t(second);
+  const std::tm utc = fmt::gmtime(time);
+  const std::tm local = fmt::localtime(time);
+  const auto offset = (timeOfDay(local) - timeOfDay(utc)).count();
+  constexpr const char* form = "{:%Y-%m-%dT%H:%M:%S}.{:06}";
+  return {{names::timeColumn, 0},
+          {"utc", fmt::format(form, utc, micros) + 'Z'},
+          {"local",
+           fmt::format(form, local, micros) + fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+',
+                                                          std::abs(offset) / 60, std::abs(offset) % 60)}};
+}
+
+template <class Value>
+Json orNull(const std::optional<Value>& value)
+{
+  return value ? Json(*value) : Json();
+}
+
+Json orNull(const std::string& text)
+{
+  return text.empty() ? Json() : Json(text);
+}
+
+Json timeJson(const RecordingMetadata::Time& time)
+{
+  return {{"method", time.method},
+          {"residualMs", orNull(time.residualMs)},
+          {"clockErrorPpm", orNull(time.clockErrorPpm)},
+          {"phase", orNull(time.phase)},
+          {"phaseShare", orNull(time.phaseShare)}};
+}
+
+Json gloveJson(const RecordingMetadata::Glove& glove)
+{
+  return {{"label", glove.label},
+          {"module", glove.module},
+          {"serialNumber", glove.serialNumber},
+          {"firmware", glove.firmware},
+          {"address", orNull(glove.address)},
+          {"disconnectedSeconds", orNull(glove.disconnectedSeconds)}};
+}
+
+}  // namespace
+
+std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
+{
+  Json json{{"format", names::format}, {"version", 2}, {"program", programVersion}};
+  json["complete"] = isComplete;
+  json["ended"] = orNull(metadata.ended);
+  json["started"] = startJson(metadata.started);
+  json["records"] = metadata.records;
+  json["recordsPerSecond"] = orNull(metadata.recordsPerSecond);
+  json["events"] = events;
+  json["time"] = timeJson(metadata.time);
+  json["unit"] = "counts";
+  json["elements"] = metadata.layout.elements;
+  json["groups"] = Json::array();
+  for (const ElementGroup& group : metadata.layout.groups) {
+    json["groups"].push_back({{"label", group.label}, {"first", group.first}, {"count", group.count}});
+  }
+  json["gloves"] = Json::array();
+  for (const RecordingMetadata::Glove& glove : metadata.gloves) {
+    json["gloves"].push_back(gloveJson(glove));
+  }
+  json["books"] = metadata.books;
+  json["capture"] = orNull(metadata.capture);
+  json["settings"] = metadata.settings;
+  return json.dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
+}

@@ -1,0 +1,45 @@
+// What a recording says of itself, beside its records. docs/recording.md documents the JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/recording/Layout.h"
+
+struct RecordingMetadata {
+  struct Time {
+    std::string method;                   // how the times of the records were found
+    std::optional<double> residualMs;     // typical distance of the measurements from them
+    std::optional<double> clockErrorPpm;  // by which the glove's clock runs fast
+    std::string phase;                    // what was observed of it between frames and connection events
+    std::optional<double> phaseShare;     // 0 to 1: how much of the connection interval it went through
+  };
+
+  struct Glove {
+    std::string label;   // of its elements
+    std::string module;  // the advertised name
+    int serialNumber = 0;
+    nlohmann::ordered_json firmware;            // as `tessel info --json` prints it; null: unknown
+    std::string address;                        // empty: unknown
+    std::optional<double> disconnectedSeconds;  // within the recording
+  };
+
+  std::optional<std::chrono::system_clock::time_point> started;  // when a record's time was 0
+  Time time;
+  std::vector<Glove> gloves;        // in the order of the records
+  nlohmann::ordered_json settings;  // as the plug-in uses them, by key
+  Layout layout;
+  std::optional<double> recordsPerSecond;  // measured
+  std::uint64_t records = 0;
+  nlohmann::ordered_json books;  // what became of each frame, by glove; null: not counted
+  std::string capture;           // the file with the bytes of the link; empty: none
+  std::string ended;             // why; empty: it has not
+};
+
+// `events`: lines in the file of events. `isComplete`: it ended, and all records were written.
+std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete);

@@ -1,0 +1,12 @@
+// Collects what a recording says of itself. Throws only std::bad_alloc and what the plug-in throws.
+#pragma once
+
+#include "host/gloves/Hardware.h"
+#include "host/recording/RecordingMetadata.h"
+#include "host/session/Recorder.h"
+
+// What is known before the first record. The gloves must be open.
+RecordingMetadata describe(Hardware& hardware, const Layout& layout);
+
+// Adds what the figures show.
+void update(RecordingMetadata& metadata, const RecordingFigures& figures);
