@@ -36,14 +36,17 @@ std::string adviceFor(int error)
 
 }  // namespace
 
-OutputFile::OutputFile(fs::path path)
+OutputFile::OutputFile(fs::path path, Existing existing)
     : path_(std::move(path)), stream_(isStandardOutput(path_) ? std::cout.rdbuf() : file_.rdbuf())
 {
   if (isStandardOutput(path_)) return;
   file_.rdbuf()->pubsetbuf(nullptr, 0);
+  const bool appends = existing == Existing::appended;
   errno = 0;
-  file_.open(path_, std::ios_base::out | std::ios_base::binary);
+  file_.open(path_, (appends ? std::ios_base::app : std::ios_base::out) | std::ios_base::binary);
   if (!file_) fail();
+  std::error_code unknown;
+  if (appends && fs::is_regular_file(path_, unknown)) size_ = fs::file_size(path_);
 }
 
 void OutputFile::fail() const

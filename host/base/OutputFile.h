@@ -14,8 +14,10 @@
 
 class OutputFile {
  public:
-  // Replaces an existing file; appends to standard output.
-  explicit OutputFile(std::filesystem::path path);
+  enum class Existing { replaced, appended };
+
+  // Appends to standard output in any case.
+  explicit OutputFile(std::filesystem::path path, Existing existing = Existing::replaced);
 
   void append(std::string_view piece);
   // Overwrites the first bytes. For regular files only.

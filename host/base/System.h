@@ -90,7 +90,10 @@ std::chrono::nanoseconds uptime();
 // Peak resident memory of the process.
 std::uint64_t peakMemoryKiB();
 
+// On Windows an empty value removes the variable.
 void setEnvironment(const char* name, const std::string& value);
+// The path in an environment variable; empty if it is not set.
+std::filesystem::path environmentPath(const char* name);
 
 // While it exists, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
 // callback on a separate thread instead of ending the process. Later ones are ignored, except that a second

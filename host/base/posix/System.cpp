@@ -154,4 +154,10 @@ void setEnvironment(const char* name, const std::string& value)
   ::setenv(name, value.c_str(), 1);
 }
 
+std::filesystem::path environmentPath(const char* name)
+{
+  const char* const value = std::getenv(name);
+  return value == nullptr ? std::filesystem::path() : value;
+}
+
 }  // namespace host

@@ -133,4 +133,10 @@ void setEnvironment(const char* name, const std::string& value)
   _putenv_s(name, value.c_str());
 }
 
+std::filesystem::path environmentPath(const char* name)
+{
+  const wchar_t* const value = _wgetenv(std::filesystem::path(name).c_str());
+  return value == nullptr ? std::filesystem::path() : value;
+}
+
 }  // namespace host

@@ -1,0 +1,48 @@
+#include "host/capture/CaptureFile.h"
+
+#include <fmt/format.h>
+
+#include "host/base/Failure.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A pipe whose reader is slow would hold the capture up.
+const fs::path& withoutPipes(const fs::path& path)
+{
+  std::error_code ignored;
+  if (fs::is_fifo(path, ignored) || fs::is_socket(path, ignored)) {
+    throw Failure(ExitCode::output, fmt::format("{} is a pipe, but a capture needs a file.", path.string()),
+                  "Choose another name.");
+  }
+  return path;
+}
+
+}  // namespace
+
+CaptureFile::CaptureFile(const fs::path& path) : file_(withoutPipes(path), OutputFile::Existing::appended)
+{
+  lock_.emplace(path);
+  if (!lock_->isHeld()) {
+    throw Failure(ExitCode::output, fmt::format("{} is being written by another program.", path.string()),
+                  "Choose another name for the capture.");
+  }
+}
+
+void CaptureFile::append(std::span<const std::uint8_t> bytes)
+{
+  if (!problem().empty()) return;
+  try {
+    file_.append({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  } catch (const Failure& failure) {
+    const std::lock_guard guard(mutex_);
+    problem_ = fmt::format("{} It ends there; the recording goes on. {}", failure.what(), failure.advice());
+  }
+}
+
+std::string CaptureFile::problem() const
+{
+  const std::lock_guard guard(mutex_);
+  return problem_;
+}
