@@ -40,6 +40,7 @@ void LiveAccounts::handBack()
   }
   Snapshot snapshot{.books = accounts_.books(false),
                     .residualMs = accounts_.deviceTime().residualMs(),
+                    .observedPhaseMs = accounts_.deviceTime().observedPhaseMs(),
                     .clockError = accounts_.deviceTime().clockError(),
                     .addresses = {}};
   for (std::size_t glove = 0; glove < snapshot.addresses.size(); ++glove) {

@@ -21,8 +21,10 @@ class LiveAccounts {
   // As of the latest bytes of the capture.
   struct Snapshot {
     Books books;
-    double residualMs = 0;  // of the mapping of the first glove's clock
-    double clockError = 0;
+    // Of the mapping of the first glove's clock, see DeviceTime.
+    double residualMs = 0;
+    int observedPhaseMs = 0;
+    std::optional<double> clockError;
     std::array<std::optional<LinkDecoder::Address>, LinkDecoder::maxGloves> addresses;
   };
 

@@ -16,7 +16,9 @@
 #include "host/commands/HardwareOptions.h"
 #include "host/recording/OutputName.h"
 #include "host/recording/RecordingFiles.h"
+#include "host/session/BooksText.h"
 #include "host/session/GloveLayout.h"
+#include "host/session/LinkCapture.h"
 #include "host/session/Progress.h"
 #include "host/session/Recorder.h"
 #include "host/session/SessionMetadata.h"
@@ -29,6 +31,8 @@ struct Options {
   RecordingLimits limits;
   std::optional<std::string> output;
   std::optional<RecordFormat> format;
+  std::filesystem::path capture;  // empty: none is kept
+  bool isUncaptured = false;
   bool replaces = false;
   bool isJson = false;
   bool showsMemory = false;
@@ -40,13 +44,27 @@ struct Ending {
   std::optional<Failure> failure;
 };
 
+// Pauses of this computer, each once.
+void noteStalls(RecordingFiles& files, const RecordingFigures& figures, std::uint64_t& noted)
+{
+  if (figures.stalls.count == noted || !figures.zero) return;
+  noted = figures.stalls.count;
+  const std::chrono::duration<double, std::milli> time = host::uptime() - *figures.zero;
+  files.addEvent({.timeMs = time.count(),
+                  .event = "stall",
+                  .glove = "",
+                  .detail = fmt::format("tessel was stalled for {:.1f} s", figures.stalls.latest)});
+}
+
 Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLimits& limits,
                    const std::atomic<bool>& stop)
 {
   Progress progress(files.metadata().layout, limits);
+  std::uint64_t notedStalls = 0;
   const auto onProgress = [&](const RecordingFigures& figures) {
     progress.show(figures);
     if (figures.records == 0) return;
+    noteStalls(files, figures, notedStalls);
     update(files.metadata(), figures);
     files.keepUp(host::uptime());
   };
@@ -63,6 +81,76 @@ Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLim
   } catch (const std::exception& error) {
     return {error.what(), Failure(ExitCode::internal, error.what(), "")};
   }
+}
+
+// Nothing if the user wants none, or if none can be had.
+std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings::Values& settings)
+{
+  // The user's own variable would make the plug-in write past this program.
+  const std::filesystem::path variable = takeCaptureVariable();
+  if (options.isUncaptured) return nullptr;
+  const std::filesystem::path& file = options.capture.empty() ? variable : options.capture;
+  const std::size_t gloves = glovesInRecord(settings);
+  try {
+    return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
+                                         file);
+  } catch (const Failure& failure) {
+    if (!file.empty()) throw;
+    console::report("The link can't be captured: {} Losses and times will be estimates.\n", failure.what());
+    return nullptr;
+  }
+}
+
+void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest& stopRequest)
+{
+  try {
+    hardware.open(stopRequest);
+  } catch (const Failure&) {
+    // A capture of what failed is what its file is wanted for.
+    hardware.close();
+    if (capture) capture->finish();
+    throw;
+  }
+  if (!capture || capture->hasBegun()) return;
+  console::report("This plug-in does not capture the link. Losses and times will be estimates.\n");
+  capture.reset();
+}
+
+// Where a capture is kept that nobody asked for.
+std::filesystem::path capturePlace(const RecordingFiles& files)
+{
+  std::filesystem::path place = files.hasPlace() ? files.wanted() : std::filesystem::path("recording");
+  return place.replace_extension(".capture.pcapng");
+}
+
+// Closes the link, writes the last records, and closes the books.
+void finish(Hardware& hardware, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
+            RecordingFiles& files, Ending& ending)
+{
+  const auto fail = [&ending](const Failure& failure) {
+    if (!ending.failure) ending = {failure.what(), failure};
+  };
+  hardware.close();
+  std::optional<Books> books;
+  try {
+    if (capture) capture->finish();
+    const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
+    if (isWriting) keeper.writeRest();
+  } catch (const Failure& failure) {
+    fail(failure);
+  }
+  if (capture) books = capture->accounts().close();
+  recorder.finish(books);
+  if (!capture || keeper.written() == 0) return;
+  if (const auto failure = booksFailure(*books, gloveLabels(files.metadata().layout))) {
+    fail(*failure);
+    try {
+      capture->keepAt(capturePlace(files));
+    } catch (const Failure& notKept) {
+      console::report("The capture could not be kept: {}\n", notKept.what());
+    }
+  }
+  files.metadata().capture = utf8(capture->place());
 }
 
 // The recording gets its final name, unless records could not be written, which leaves it incomplete. Returns
@@ -88,6 +176,13 @@ std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figure
   }
 }
 
+void reportCapture(const LinkCapture& capture)
+{
+  if (capture.place().empty()) return;
+  console::report("The link was captured to {}\n", utf8(capture.place()));
+  if (const std::string problem = capture.problem(); !problem.empty()) console::report("{}\n", problem);
+}
+
 // Returns the failure that ended the recording early, if any. A failure before its start is thrown.
 std::optional<Failure> record(const Options& options)
 {
@@ -101,19 +196,23 @@ std::optional<Failure> record(const Options& options)
   // Before the gloves are opened, so that an output that can't be written is reported at once.
   RecordingFiles files(output, options.replaces);
   Hardware hardware(options.hardware);
+  std::unique_ptr<LinkCapture> capture = startCapture(options, hardware.settings());
   console::report("Looking for the dongle and the gloves...\n");
-  hardware.open(stopRequest);
+  open(hardware, capture, stopRequest);
 
   const Layout layout = gloveLayout(hardware.settings(), hardware.askModules());
   RecordWriter& writer = files.begin(describe(hardware, layout));
   console::report("Recording {} to {}; Ctrl-C ends it.\n",
                   fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(files.growing()));
-  Recorder recorder(hardware, layout, writer, options.limits);
+  RecordKeeper keeper(layout, writer, capture ? &capture->accounts() : nullptr);
+  Recorder recorder(hardware, layout, keeper, options.limits);
   Ending ending = runRecorder(recorder, files, options.limits, stopRequest.flag());
+  finish(hardware, capture.get(), keeper, recorder, files, ending);
   const auto place = keep(files, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
   console::reportLines(summaryText(summary));
+  if (capture) reportCapture(*capture);
   if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
   if (!ending.failure && files.hasPlace()) console::report("Draw it with: tessel plot {}\n", utf8(place));
   return ending.failure;
@@ -164,6 +263,12 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       },
       "csv: a file with a line for each frame; npy: a folder of NumPy arrays. By default the output name's "
       "extension decides, otherwise csv");
+  CLI::Option* const capture = addPath(
+      command, "--capture", "FILE", target.capture,
+      "Keep every byte between the plug-in and the dongle in this file (pcapng); see docs/capture.md");
+  addFlag(command, "--no-capture", target.isUncaptured,
+          "Do not follow the link: save some CPU time, but estimate losses and times")
+      ->excludes(capture);
   addFlag(command, "--force", target.replaces, "Replace an existing recording");
   addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
   addFlag(command, "--memory", target.showsMemory, "With --json: add the peak memory of the program")

@@ -57,8 +57,7 @@ Json timeJson(const RecordingMetadata::Time& time)
   return {{"method", time.method},
           {"residualMs", orNull(time.residualMs)},
           {"clockErrorPpm", orNull(time.clockErrorPpm)},
-          {"phase", orNull(time.phase)},
-          {"phaseShare", orNull(time.phaseShare)}};
+          {"observedPhaseMs", orNull(time.observedPhaseMs)}};
 }
 
 Json gloveJson(const RecordingMetadata::Glove& glove)

@@ -16,8 +16,7 @@ struct RecordingMetadata {
     std::string method;                   // how the times of the records were found
     std::optional<double> residualMs;     // typical distance of the measurements from them
     std::optional<double> clockErrorPpm;  // by which the glove's clock runs fast
-    std::string phase;                    // what was observed of it between frames and connection events
-    std::optional<double> phaseShare;     // 0 to 1: how much of the connection interval it went through
+    std::optional<int> observedPhaseMs;   // how long frames waited for the radio, at most and usually
   };
 
   struct Glove {

@@ -91,29 +91,28 @@ std::string lostText(const Books& books, const std::vector<std::string>& labels)
   return text;
 }
 
-std::string booksText(const Books& books, const std::vector<std::string>& labels)
+std::string framesText(const GloveBooks& glove)
 {
-  std::string text;
-  for (std::size_t index = 0; index < books.gloves.size(); ++index) {
-    const GloveBooks& glove = books.gloves[index];
-    text +=
-        fmt::format("  {:<7} {} frames sent{}, {} recorded, {} lost ({}){}\n", labels[index], glove.sent,
-                    glove.repeated > 0 ? fmt::format(", {} repeated", glove.repeated) : "", glove.recorded,
-                    glove.lost.total(), percent(glove.lostShare()), lossesText(glove.lost));
-    if (glove.awaySeconds > 0)
-      text += fmt::format("          disconnected for {:.1f} s\n", glove.awaySeconds);
-  }
-  if (!books.balanced()) {
+  std::string text =
+      fmt::format("{} frames sent{}, {} recorded, {} lost ({}){}", glove.sent,
+                  glove.repeated > 0 ? fmt::format(", {} repeated", glove.repeated) : "", glove.recorded,
+                  glove.lost.total(), percent(glove.lostShare()), lossesText(glove.lost));
+  if (glove.awaySeconds > 0) text += fmt::format("; disconnected for {:.1f} s", glove.awaySeconds);
+  return text;
+}
+
+std::string balanceText(const Books& books, const std::vector<std::string>& labels)
+{
+  const auto balanced = books.balanced();
+  if (!balanced) {
     const std::string what = books.lostBlocks > 0 ? fmt::format("{} blocks", books.lostBlocks)
-                                                  : fmt::format("{} bytes damaged", books.skippedBytes);
-    text += fmt::format(
-        "  Parts of the capture are missing ({}), so these numbers are not exact.\n"
+                                                  : fmt::format("{} bytes are damaged", books.skippedBytes);
+    return fmt::format(
+        "  Parts of the capture are missing ({}), so the numbers of frames are not exact.\n"
         "  All records that the plug-in delivered are kept.\n",
         what);
-  } else if (!*books.balanced()) {
-    text += fmt::format("  The books do not balance: {}.\n", unbalancedText(books, labels));
   }
-  return text;
+  return *balanced ? "" : fmt::format("  The books do not balance: {}.\n", unbalancedText(books, labels));
 }
 
 nlohmann::ordered_json booksJson(const Books& books, const std::vector<std::string>& labels)

@@ -4,10 +4,15 @@
 
 #include "host/gloves/ModuleNames.h"
 
+std::size_t glovesInRecord(const settings::Values& settings)
+{
+  return settings.numSensors == 1 ? 1 : 2;
+}
+
 Layout gloveLayout(const settings::Values& settings, const std::vector<std::string>& modules)
 {
   const auto gloveElements = static_cast<std::size_t>(settings.elementCount);
-  const std::size_t gloves = settings.numSensors == 1 ? 1 : 2;
+  const std::size_t gloves = glovesInRecord(settings);
   const std::size_t perGlove = gloveElements / gloves;
   Layout layout{.elements = gloveElements + static_cast<std::size_t>(settings.auxCount), .groups = {}};
   for (std::size_t glove = 0; glove < gloves; ++glove) {

@@ -6,6 +6,7 @@
 
 #include "host/base/Console.h"
 #include "host/base/System.h"
+#include "host/session/BooksText.h"
 
 namespace {
 
@@ -51,9 +52,11 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
   constexpr unsigned minWidthForValues = 100;
   if (figures.records == 0) return "waiting for the first frame";
   const std::string battery = figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?";
-  std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  gaps {}  bat {}", clockText(figures.seconds),
+  const std::string losses = figures.accounts ? lostText(figures.accounts->books, gloveLabels(layout_))
+                                              : fmt::format("gaps {}", figures.gaps.count());
+  std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  {}  bat {}", clockText(figures.seconds),
                                  remainingText(figures, limits_), figures.records,
-                                 figures.gaps.recordsPerSecond(), figures.gaps.count(), battery);
+                                 figures.gaps.recordsPerSecond(), losses, battery);
   if (figures.stalls.count > 0) {
     line += fmt::format("  stalled {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);
   }

@@ -24,18 +24,17 @@ double secondsBetween(Recorder::Time begin, Recorder::Time end)
 
 }  // namespace
 
-Recorder::Recorder(RecordSource& source, const Layout& layout, RecordWriter& writer,
+Recorder::Recorder(RecordSource& source, const Layout& layout, RecordKeeper& keeper,
                    const RecordingLimits& limits, Clock clock)
     : source_(source),
       layout_(layout),
-      writer_(writer),
+      keeper_(keeper),
       limits_(limits),
       clock_(std::move(clock)),
       latest_(clock_())
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
-  frames_.resize(static_cast<std::size_t>(std::ranges::count_if(layout_.groups, &ElementGroup::isGlove)));
 }
 
 bool Recorder::run(const std::atomic<bool>& stop,
@@ -44,11 +43,19 @@ bool Recorder::run(const std::atomic<bool>& stop,
   // On every exit, including a Failure of the hardware.
   struct Updated {
     Recorder& recorder;
-    ~Updated() { recorder.updateTimes(recorder.clock_()); }
+    ~Updated()
+    {
+      const Time now = recorder.clock_();
+      recorder.keeper_.endReading(now);
+      recorder.updateTimes(now);
+      recorder.updateKept();
+    }
   } const updated{*this};
+  keeper_.beginReading(clock_());
   auto nextProgress = clock_();
   while (!stop) {
     if (source_.read()) keepRecord();
+    keeper_.writeKnown();
     const auto now = clock_();
     updateTimes(now);
     const bool isAtEnd = isAtLimit();
@@ -58,6 +65,7 @@ bool Recorder::run(const std::atomic<bool>& stop,
     if (isAtEnd) return true;
     if (!isDue) continue;
     nextProgress = now + progressInterval;
+    updateKept();
     onProgress(figures_);
   }
   return false;
@@ -66,7 +74,6 @@ bool Recorder::run(const std::atomic<bool>& stop,
 void Recorder::updateTimes(Time now)
 {
   const Time resumed = source_.link().resumed().value_or(latest_);
-  figures_.first = first_;
   figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
   figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
   figures_.stalls = source_.link().stalls();
@@ -75,25 +82,30 @@ void Recorder::updateTimes(Time now)
 void Recorder::keepRecord()
 {
   const auto elements = source_.store().elements();
-  const std::uint32_t timestampMs = source_.store().timestampMs();
   const Time arrival = clock_();
-  const std::uint64_t timeMs = timeMs_ + (first_ ? timestampStep(timestampMs_, timestampMs).value_or(0) : 0);
-  writer_.add({.timeMs = static_cast<double>(timeMs),
-               .arrivalMs = secondsBetween(first_.value_or(arrival), arrival) * 1000,
-               .pluginMs = timestampMs,
-               .frames = frames_,
-               .elements = elements});
+  keeper_.add(arrival, source_.store().timestampMs(), elements);
   latest_ = clock_();  // a blocked output is no silence of the gloves
   if (!first_) first_ = arrival;
-  timeMs_ = timeMs;
-  timestampMs_ = timestampMs;
   ++figures_.records;
-  figures_.gaps.add(timestampMs);
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
     const auto own = elements.subspan(layout_.groups[index].first, layout_.groups[index].count);
     figures_.latest[index] = own.empty() ? std::uint16_t{0} : *std::ranges::max_element(own);
     figures_.highest[index] = std::max(figures_.highest[index], figures_.latest[index]);
   }
+}
+
+void Recorder::updateKept()
+{
+  figures_.zero = keeper_.zero();
+  figures_.gaps = keeper_.gaps();
+  figures_.accounts = keeper_.accounts();
+}
+
+void Recorder::finish(const std::optional<Books>& books)
+{
+  updateKept();
+  figures_.records = keeper_.written();
+  if (books && figures_.accounts) figures_.accounts->books = *books;
 }
 
 void Recorder::checkSilence() const
@@ -104,7 +116,7 @@ void Recorder::checkSilence() const
     throw Failure(ExitCode::silence, "no complete frame arrived, although the gloves are connected.", advice);
   }
   // A short recording may end before the plug-in's read timeout.
-  const double usualSeconds = figures_.gaps.usualMs() / 1000;
+  const double usualSeconds = keeper_.gaps().usualMs() / 1000;
   const bool isSilent = first_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
   if (isSilent && source_.link().resumed()) throw source_.linkFailure(LinkWatch::Verdict::lostInStall);
   if (isSilent) {

@@ -1,4 +1,4 @@
-// Passes records from the gloves to the writer and keeps statistics.
+// Passes records from the gloves to the keeper and keeps statistics.
 // Threads: one, except for the stop flag, which any thread may set. Errors: a Failure of the hardware or the
 // writer ends the recording; its statistics stay valid.
 #pragma once
@@ -13,7 +13,7 @@
 #include "host/base/System.h"
 #include "host/gloves/RecordSource.h"
 #include "host/recording/GapDetector.h"
-#include "host/recording/RecordWriter.h"
+#include "host/session/RecordKeeper.h"
 
 struct RecordingLimits {
   std::optional<double> seconds;  // from the first record on
@@ -23,10 +23,11 @@ struct RecordingLimits {
 // Statistics of a recording, running or finished.
 struct RecordingFigures {
   std::uint64_t records = 0;
-  std::optional<std::chrono::nanoseconds> first;  // when the first record arrived, by host::uptime()
-  double seconds = 0;                             // from the first record until now, or until the end
+  std::optional<std::chrono::nanoseconds> zero;  // when the time of the records was 0, by host::uptime()
+  double seconds = 0;                            // from the first record until now, or until the end
   double silentSeconds = 0;  // since the latest record, or since a later pause of this computer
-  GapDetector gaps;
+  GapDetector gaps;          // of the times of the records
+  std::optional<LiveAccounts::Snapshot> accounts;  // empty without a capture of the link
   Stalls stalls;
   std::vector<std::uint16_t> latest;   // highest element of each group, in the latest record
   std::vector<std::uint16_t> highest;  // over all records
@@ -40,32 +41,30 @@ class Recorder {
   using Clock = std::function<Time()>;
 
   // All must outlive it.
-  Recorder(RecordSource& source, const Layout& layout, RecordWriter& writer, const RecordingLimits& limits,
+  Recorder(RecordSource& source, const Layout& layout, RecordKeeper& keeper, const RecordingLimits& limits,
            Clock clock = host::uptime);
 
   // Records until a limit is reached, the flag is set, or a Failure is thrown; calls `onProgress` several
   // times a second. True if a limit was reached.
   bool run(const std::atomic<bool>& stop, const std::function<void(const RecordingFigures&)>& onProgress);
 
+  // Final statistics, once the keeper has written its last record.
+  void finish(const std::optional<Books>& books);
   const RecordingFigures& figures() const { return figures_; }
 
  private:
   void updateTimes(Time now);
   void keepRecord();
+  void updateKept();
   void checkSilence() const;
   bool isAtLimit() const;
 
   RecordSource& source_;
   const Layout& layout_;
-  RecordWriter& writer_;
+  RecordKeeper& keeper_;
   const RecordingLimits limits_;
   const Clock clock_;
   RecordingFigures figures_;
   std::optional<Time> first_;
-  Time latest_;                     // of the latest record, or the start
-  std::vector<GloveFrame> frames_;  // unknown, one for each glove
-  // Of the latest record. The time is an estimate: by the plug-in's timestamps since the first record; where
-  // they step back, it stands still.
-  std::uint64_t timeMs_ = 0;
-  std::uint32_t timestampMs_ = 0;
+  Time latest_;  // of the latest record, or the start
 };

@@ -1,8 +1,12 @@
 #include "host/session/SessionMetadata.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include "host/gloves/GloveFirmware.h"
 #include "host/gloves/ModuleNames.h"
 #include "host/gloves/SettingsFile.h"
+#include "host/session/BooksText.h"
 
 namespace {
 
@@ -13,6 +17,28 @@ std::vector<GloveFirmware> firmwareOf(Hardware& hardware)
     return parseFirmware(hardware.ask("GetFirmwareVersion"));
   } catch (const Failure&) {
     return {};
+  }
+}
+
+// As it is usually written: the last byte on the wire first.
+std::string addressText(const LinkDecoder::Address& address)
+{
+  return fmt::format("{:02x}", fmt::join(address.rbegin(), address.rend(), ":"));
+}
+
+void updateFromCapture(RecordingMetadata& metadata, const LiveAccounts::Snapshot& accounts)
+{
+  metadata.time.method = "glove clock, fitted to arrivals";
+  metadata.time.residualMs = accounts.residualMs;
+  if (accounts.clockError) metadata.time.clockErrorPpm = *accounts.clockError * 1e6;
+  metadata.time.observedPhaseMs = accounts.observedPhaseMs;
+  metadata.books = booksJson(accounts.books, gloveLabels(metadata.layout));
+  for (std::size_t glove = 0; glove < metadata.gloves.size() && glove < accounts.books.gloves.size();
+       ++glove) {
+    metadata.gloves[glove].disconnectedSeconds = accounts.books.gloves[glove].awaySeconds;
+    if (const auto& address = accounts.addresses.at(glove)) {
+      metadata.gloves[glove].address = addressText(*address);
+    }
   }
 }
 
@@ -43,8 +69,9 @@ void update(RecordingMetadata& metadata, const RecordingFigures& figures)
 {
   metadata.records = figures.records;
   if (figures.records > 1) metadata.recordsPerSecond = figures.gaps.recordsPerSecond();
-  if (metadata.started || !figures.first) return;
-  const auto sinceFirst =
-      std::chrono::duration_cast<std::chrono::system_clock::duration>(host::uptime() - *figures.first);
-  metadata.started = std::chrono::system_clock::now() - sinceFirst;
+  if (figures.accounts) updateFromCapture(metadata, *figures.accounts);
+  if (metadata.started || !figures.zero) return;
+  const auto sinceZero =
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(host::uptime() - *figures.zero);
+  metadata.started = std::chrono::system_clock::now() - sinceZero;
 }

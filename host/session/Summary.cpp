@@ -6,6 +6,7 @@
 #include "host/base/Characters.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
+#include "host/session/BooksText.h"
 
 namespace fs = std::filesystem;
 
@@ -30,7 +31,7 @@ std::string gapsText(const GapDetector& gaps)
   if (gaps.count() > 0) {
     text = fmt::format(
         "  timestamps: {} interval{} longer than usual, up to {} ms; about {} frames are missing "
-        "(estimate)\n",
+        "(an estimate, since the link was not captured)\n",
         gaps.count(), gaps.count() == 1 ? "" : "s", gaps.longestMs(), gaps.missing());
   }
   if (gaps.backwardSteps() > 0) {
@@ -59,18 +60,20 @@ std::string summaryText(const RecordingSummary& summary)
     return fmt::format("No frames were recorded, so nothing was kept. Ended: {}\n",
                        printable(summary.ending));
   }
-  std::string text =
-      fmt::format("Recorded {} frames in {:.1f} s; their timestamps span {:.1f} s ({:.1f}/s). Ended: {}\n",
-                  figures.records, figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(),
-                  printable(summary.ending));
-  text += gapsText(figures.gaps);
+  std::string text = fmt::format(
+      "Recorded {} frames in {:.1f} s; their times span {:.1f} s ({:.1f}/s). Ended: {}\n", figures.records,
+      figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(), printable(summary.ending));
+  if (!figures.accounts) text += gapsText(figures.gaps);
   text += stallsText(figures.stalls);
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
     if (!group.isGlove()) continue;
     text += fmt::format("  {:<7} {}  {} elements, highest value {}\n", group.label, printable(group.module),
                         group.count, figures.highest[index]);
+    if (figures.accounts)
+      text += fmt::format("          {}\n", framesText(figures.accounts->books.gloves.at(index)));
   }
+  if (figures.accounts) text += balanceText(figures.accounts->books, gloveLabels(summary.layout));
   text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
                           : "  battery empty, or not known yet\n";
   const std::uint64_t bytes = bytesAt(summary.place);
@@ -92,6 +95,11 @@ nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMe
                               {"missingFrames", figures.gaps.missing()},
                               {"longestGapMs", figures.gaps.longestMs()},
                               {"backwardSteps", figures.gaps.backwardSteps()}};
+  if (figures.accounts) {
+    json["books"] = booksJson(figures.accounts->books, gloveLabels(summary.layout));
+  } else {
+    json["books"] = nullptr;
+  }
   json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
   json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
   json["gloves"] = nlohmann::ordered_json::array();

@@ -67,7 +67,11 @@ class BooksTest : public testing::Test {
       record();
     }
   }
-  std::string text() { return booksText(accounts_->books(true), {"left", "right"}); }
+  std::string text()
+  {
+    const Books books = accounts_->books(true);
+    return framesText(books.gloves[0]) + "\n" + balanceText(books, {"left", "right"});
+  }
 
   std::chrono::nanoseconds now_ = 100s;
   std::uint8_t value_ = 0;
@@ -89,7 +93,7 @@ TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
   record();
   frame(8, 8 * 250);  // not read any more
   EXPECT_EQ(text(),
-            "  left    9 frames sent, 1 repeated, 6 recorded, 4 lost (40.0 %): 1 unheard, 1 radio, 1 "
+            "9 frames sent, 1 repeated, 6 recorded, 4 lost (40.0 %): 1 unheard, 1 radio, 1 "
             "refused, 1 queued\n");
   EXPECT_EQ(
       booksJson(accounts_->books(true), {"left"}).dump(),
@@ -150,9 +154,8 @@ TEST_F(BooksTest, WithoutAllOfTheCaptureTheyAreNotExact)
   block(CaptureBlock::Kind::note, {}, "lost 12 blocks");
   frame(1, 250);
   EXPECT_EQ(text(),
-            "  left    2 frames sent, 0 recorded, 2 lost (100.0 %): 2 queued\n"
-            "  right   0 frames sent, 0 recorded, 0 lost (0 %)\n"
-            "  Parts of the capture are missing (12 blocks), so these numbers are not exact.\n"
+            "2 frames sent, 0 recorded, 2 lost (100.0 %): 2 queued\n"
+            "  Parts of the capture are missing (12 blocks), so the numbers of frames are not exact.\n"
             "  All records that the plug-in delivered are kept.\n");
   EXPECT_FALSE(booksFailure(accounts_->books(true), {"left", "right"}));
   EXPECT_TRUE(booksJson(accounts_->books(true), {"left", "right"})["balanced"].is_null());

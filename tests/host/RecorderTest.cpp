@@ -64,7 +64,7 @@ class KeepingWriter final : public RecordWriter {
 // One recording of these gloves.
 struct Session {
   explicit Session(const RecordingLimits& limits)
-      : recorder(gloves, layout, writer, limits, [this] { return gloves.now; })
+      : recorder(gloves, layout, keeper, limits, [this] { return gloves.now; })
   {
   }
 
@@ -83,6 +83,7 @@ struct Session {
   Layout layout{.elements = 4, .groups = {{"left", "KVXGL00017", 0, 4}}};
   KeepingWriter writer;
   std::atomic<bool> stop{false};
+  RecordKeeper keeper{layout, writer, nullptr};
   Recorder recorder;
 };
 

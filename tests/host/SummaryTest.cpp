@@ -4,8 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/session/BooksJson.h"
-
 namespace {
 
 TEST(Summary, HasTimestampStatisticsAndDuration)
@@ -24,7 +22,7 @@ TEST(Summary, HasTimestampStatisticsAndDuration)
   const RecordingSummary summary{layout, figures, {}, "as requested.", ExitCode::done};
   const std::string text = summaryText(summary);
   for (const char* words :
-       {"41 frames in 8.0 s", "timestamps span 4.2 s", "1 interval longer than usual, up to 400 ms",
+       {"41 frames in 8.0 s", "times span 4.2 s", "1 interval longer than usual, up to 400 ms",
         "about 3 frames are missing", "1 backward step\n", "stalled for 3.2 s, the longest of 2 stalls"}) {
     EXPECT_NE(text.find(words), std::string::npos) << words << " in: " << text;
   }
@@ -38,24 +36,6 @@ TEST(Summary, HasTimestampStatisticsAndDuration)
   EXPECT_EQ(json.at("backwardSteps"), 1);
   EXPECT_EQ(json.at("stalls").at("count"), 2);
   EXPECT_EQ(json.at("stalls").at("longestSeconds"), 3.25);
-}
-
-TEST(Books, AreByGlove)
-{
-  const Layout layout{.elements = 3, .groups = {{"left", "", 0, 1}, {"right", "", 1, 1}, {"aux", "", 2, 1}}};
-  Books books;
-  books.gloves.push_back(
-      {.sent = 100, .repeated = 2, .recorded = 74, .ambiguous = 3, .lost = {1, 2, 3, 4, 5, 6, 7}});
-  books.gloves.push_back({.sent = 50, .repeated = 0, .recorded = 50, .ambiguous = 0, .lost = {}});
-  const auto json = booksJson(books, layout);
-  EXPECT_EQ(
-      json.dump(),
-      R"({"left":{"sent":100,"repeated":2,"recorded":74,"ambiguous":3,"lost":{"unheard":1,"radio":2,)"
-      R"("refused":3,"faulty":4,"pairing":5,"queued":6,"discarded":7}},"right":{"sent":50,"repeated":0,)"
-      R"("recorded":50,"ambiguous":0,"lost":{"unheard":0,"radio":0,"refused":0,"faulty":0,"pairing":0,)"
-      R"("queued":0,"discarded":0}},"balanced":null})");
-  books.balanced = false;
-  EXPECT_EQ(booksJson(books, layout).at("balanced"), false);
 }
 
 }  // namespace

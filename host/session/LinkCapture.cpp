@@ -1,0 +1,40 @@
+#include "host/session/LinkCapture.h"
+
+#include "host/base/OutputFile.h"
+
+namespace {
+
+constexpr std::size_t tailCapacity = std::size_t{4} << 20;
+
+}  // namespace
+
+LinkCapture::LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const std::filesystem::path& file)
+    : accounts_(gloves, elementsOfGlove),
+      tail_(tailCapacity),
+      file_(file.empty() ? nullptr : std::make_unique<CaptureFile>(file)),
+      place_(file),
+      feed_(scratch_.path())
+{
+  feed_.start(
+      [this](std::span<const std::uint8_t> bytes) {
+        hasBegun_ = true;
+        if (!file_) tail_.add(bytes);
+        accounts_.receive(bytes);
+      },
+      file_.get());
+}
+
+void LinkCapture::finish()
+{
+  feed_.finish();
+  accounts_.settle();
+}
+
+void LinkCapture::keepAt(const std::filesystem::path& path)
+{
+  if (file_) return;
+  OutputFile file(path);
+  file.append(tail_.bytes());
+  file.close();
+  place_ = path;
+}
