@@ -8,7 +8,9 @@
 #include <new>
 #include <optional>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "shared/PluginLibrary.h"
 #include "tests/support/HostLog.h"
@@ -134,6 +136,61 @@ TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(gloves.halt(0).isConnected());
   EXPECT_FALSE(gloves.halt(1).isConnected());
+}
+
+// The notes of a capture, with "section" where one begins; "torn" if its blocks don't fill it exactly.
+std::vector<std::string> notesOf(const std::string& capture)
+{
+  const auto number = [&](std::size_t at) {
+    return static_cast<unsigned char>(capture[at]) | static_cast<unsigned char>(capture[at + 1]) << 8;
+  };
+  std::vector<std::string> notes;
+  std::size_t at = 0;
+  while (at + 32 <= capture.size() && number(at + 4) > 0) {
+    const int type = number(at);
+    if (type == 0x0D0A) notes.emplace_back("section");
+    if (type == 6 && number(at + 20) == 0) notes.push_back(capture.substr(at + 32, number(at + 30)));
+    at += static_cast<std::size_t>(number(at + 4));
+  }
+  if (at != capture.size()) notes.emplace_back("torn");
+  return notes;
+}
+
+TEST_F(Plugin, ACaptureHoldsEachLoadUpToTheLinkThatUnloadingCloses)
+{
+  PtyGloves gloves(folder_ / "dongle");
+  ::setenv("TESSEL_CAPTURE", (folder_ / "capture").c_str(), 1);
+  ASSERT_EQ(create()->configure(), 0);
+  library_.reset();
+  library_.emplace(TESSEL_PLUGIN);
+  library_->setFolders(&log_.folders);
+  library_->setLog(log_.manager.get());
+  ASSERT_EQ(create()->configure(), 0);
+  library_.reset();
+  ::unsetenv("TESSEL_CAPTURE");
+
+  const std::vector<std::string> load{"section",   "open COM7", "reset", "close",
+                                      "open COM7", "purge",     "close"};
+  std::vector<std::string> expected = load;
+  expected.insert(expected.end(), load.begin(), load.end());
+  const std::string capture = folder_.read("capture");
+  EXPECT_EQ(notesOf(capture), expected);
+  const std::string disconnect("\0\1\3\0", 4);
+  EXPECT_GT(capture.rfind(disconnect), capture.rfind("purge")) << "what unloading sends is captured";
+}
+
+TEST_F(Plugin, ACaptureThatCanNotBeOpenedIsALineOfTheLog)
+{
+  PtyGloves gloves(folder_ / "dongle");
+  const std::string path = (folder_ / "m\u00FCssing" / "capture").string();
+  ::setenv("TESSEL_CAPTURE", path.c_str(), 1);
+  HwInterface* const hardware = create();
+  EXPECT_EQ(hardware->configure(), 0);
+  ::unsetenv("TESSEL_CAPTURE");
+  const std::string line = "The capture TESSEL_CAPTURE=" + (folder_ / "m??ssing").string() +
+                           "/capture can't be opened: No such file or directory.\n";
+  EXPECT_EQ(log_.entries("BleDevice"), line + "Successfully connected to device.\n");
+  library_->release(hardware);
 }
 
 TEST_F(Plugin, AnObjectThatDoesNotFitIntoMemoryLeavesNothingBehind)

@@ -12,7 +12,6 @@
 #include "platform/Platform.h"
 #include "serial/Capture.h"
 #include "shared/Log.h"
-#include "shared/Utf8.h"
 
 using namespace link_state;
 
@@ -61,13 +60,12 @@ void BleDevice::logCaptureError() const
 {
   const std::string error = capture::takeError();
   if (error.empty()) return;
-  std::wstring text;
-  for (std::string_view rest = error; !rest.empty();) {
-    const utf8::Character character = utf8::first(rest);
-    text += character.length == 0 ? L'?' : static_cast<wchar_t>(character.code);
-    rest.remove_prefix(std::max<std::size_t>(character.length, 1));
+  // One character that the locale can't narrow would lose the whole line.
+  std::wstring line;
+  for (const char character : error) {
+    line += static_cast<unsigned char>(character) < 0x80 ? static_cast<wchar_t>(character) : L'?';
   }
-  currentLogManager->node(this, 1) << text << L"\n";
+  currentLogManager->node(this, 1) << line << L"\n";
 }
 
 OpeningResult BleDevice::stopIfRaised()
