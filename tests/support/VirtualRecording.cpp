@@ -111,8 +111,8 @@ void VirtualRecording::receive(std::span<const std::uint8_t> message)
 // Sends the frame again behind its last packet.
 void VirtualRecording::repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message)
 {
-  constexpr std::size_t index = 9, count = 10;
-  if ((message[index] & 0x0F) == 0) latestFrame_.clear();
+  constexpr std::size_t count = 10;  // in a message with a first packet
+  if (std::exchange(latestNumber_, packet.frame) != packet.frame) latestFrame_.clear();
   latestFrame_.emplace_back(message.begin(), message.end());
   const std::size_t packets = latestFrame_.front()[count] & 0x0FU;
   if (!repeatsFrame_ || latestFrame_.size() != packets) return;

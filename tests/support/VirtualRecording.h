@@ -86,6 +86,7 @@ class VirtualRecording {
   std::uint64_t records_ = 0;
   Time lastTime_{0};
   std::vector<std::uint8_t> unread_;
-  std::vector<std::vector<std::uint8_t>> latestFrame_;  // messages of the first glove
+  std::uint64_t latestNumber_ = 0;                      // of the first glove's frame
+  std::vector<std::vector<std::uint8_t>> latestFrame_;  // its messages
   bool repeatsFrame_ = false;
 };
