@@ -6,6 +6,7 @@
 #include <sstream>
 #include <utility>
 
+#include "host/capture/CaptureReader.h"
 #include "host/capture/LinkAccounts.h"
 
 namespace {
@@ -29,8 +30,11 @@ class Comparer {
         recording_(plan),
         accounts_(plan.gloves.size(), plan.elements)
   {
-    recording_.onBlock = [this](const CaptureBlock& block) {
-      accounts_.add(block);
+    recording_.onCapture = [this](std::span<const std::uint8_t> bytes) {
+      reader_.add(bytes);
+      while (const auto block = reader_.next()) {
+        accounts_.add(*block);
+      }
       takeOrigins();
     };
     recording_.onBegin = [this](auto time) { accounts_.beginReading(time); };
@@ -49,6 +53,7 @@ class Comparer {
     result_.books = accounts_.books(true);
     result_.ledger = recording_.ledger().books();
     result_.records = recording_.records();
+    if (reader_.skippedBytes() + reader_.unfinishedBytes() > 0) note("bytes of the capture are damaged");
     if (!pending_.empty()) note("records that were never matched");
     compareBooks();
     result_.differences = std::move(text_).str();
@@ -117,6 +122,7 @@ class Comparer {
       note("glove ") << glove << "\n    books:  " << toText(books) << "\n    ledger: " << toText(ledger)
                      << movedOffsets_.str();
     }
+    if (result_.books.lostBlocks > 0) note("blocks of the capture are missing");
     if (result_.books.unmatchedRecords + result_.books.unexpectedRecords > 0) {
       note("unmatched records: ") << result_.books.unmatchedRecords
                                   << ", unexpected: " << result_.books.unexpectedRecords;
@@ -128,6 +134,7 @@ class Comparer {
   const RecordingPlan& plan_;
   const bool canMixFrames_;
   VirtualRecording recording_;
+  CaptureReader reader_;
   LinkAccounts accounts_;
   std::deque<Pending> pending_;
   std::array<std::optional<std::int64_t>, 2> offsets_;

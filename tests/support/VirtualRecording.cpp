@@ -5,7 +5,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "shared/PluginLibrary.h"
 #include "simulator/Scenario.h"
 #include "simulator/WordReader.h"
 #include "tests/ledger/TestPlugin.h"
@@ -69,7 +68,6 @@ VirtualRecording::VirtualRecording(const RecordingPlan& plan)
   dongle_.onSend = [this](std::span<const std::uint8_t> message) { receive(message); };
   port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
     noteConsumed();
-    capture(CaptureBlock::Kind::sent, bytes);
     ledger_.write(bytes);
     dongle_.receive(bytes);
   };
@@ -80,23 +78,10 @@ double VirtualRecording::now() const
   return std::chrono::duration<double>(platform_.clock.now()).count();
 }
 
-VirtualRecording::Time VirtualRecording::time()
+void VirtualRecording::takeCapture()
 {
-  return lastTime_ = std::max<Time>(lastTime_ + Time{1}, platform_.clock.now());
-}
-
-void VirtualRecording::noteConsumed()
-{
-  const std::size_t consumed = unread_.size() - port_.waiting.size();
-  if (consumed == 0) return;
-  ledger_.consume(ledger_.delivered() - port_.waiting.size());
-  capture(CaptureBlock::Kind::received, std::span(unread_).first(consumed));
-  unread_.erase(unread_.begin(), unread_.begin() + static_cast<std::ptrdiff_t>(consumed));
-}
-
-void VirtualRecording::capture(CaptureBlock::Kind kind, std::span<const std::uint8_t> bytes)
-{
-  if (onBlock) onBlock({.kind = kind, .time = time(), .bytes = bytes});
+  if (onCapture) onCapture(platform_.captured);
+  platform_.captured.clear();
 }
 
 void VirtualRecording::receive(std::span<const std::uint8_t> message)
@@ -104,7 +89,6 @@ void VirtualRecording::receive(std::span<const std::uint8_t> message)
   const auto packet = ledger_.announced();
   ledger_.deliver(message);
   port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
-  unread_.insert(unread_.end(), message.begin(), message.end());
   if (packet && packet->glove == 0 && !plan_.repeats.empty()) repeatFrame(*packet, message);
 }
 
@@ -129,14 +113,23 @@ void VirtualRecording::run()
     control_.execute(command);
   }
   currentClock = &platform_.clock;
+  platform_.capturing = true;
+  {
+    // Loaded twice, so that the first function called is not one of a plug-in.
+    const os::SharedObject object{TESSEL_TEST_PLUGIN};
+    reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform_);
+    record(plugin::Library{TESSEL_TEST_PLUGIN});
+  }
+  ledger_.end();
+  takeCapture();
+}
+
+void VirtualRecording::record(const plugin::Library& library)
+{
   HostLog log{0};
-  const std::wstring settings = log.folder.write("settings", settingsText(plan_));
-  capture(CaptureBlock::Kind::section, {});
-  const os::SharedObject object{TESSEL_TEST_PLUGIN};
-  reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform_);
-  const plugin::Library library{TESSEL_TEST_PLUGIN};
   library.setFolders(&log.folders);
   library.setLog(log.manager.get());
+  const std::wstring settings = log.folder.write("settings", settingsText(plan_));
   const std::unique_ptr<HwInterface, plugin::Library::Released> hardware{
       library.create(settings.c_str(), hostClock, L"ledger"), {&library}};
   plugin::RecordStore store{hardware->getNativeSize()};
@@ -145,13 +138,11 @@ void VirtualRecording::run()
     throw std::runtime_error(toText("the gloves can't be opened: ", result));
   }
   noteConsumed();
-  if (onBegin) onBegin(time());
+  if (onBegin) onBegin(platform_.uptime());
   read(*hardware, store);
-  if (onEnd) onEnd(time());
+  if (onEnd) onEnd(platform_.uptime());
   hardware->close();
   noteConsumed();
-  if (onBlock) onBlock({.kind = CaptureBlock::Kind::note, .time = time(), .text = "close"});
-  ledger_.end();
 }
 
 void VirtualRecording::read(HwInterface& hardware, plugin::RecordStore& store)
@@ -170,11 +161,12 @@ void VirtualRecording::read(HwInterface& hardware, plugin::RecordStore& store)
     if (pause != plan_.pauses.end() && now() - begin >= pause->at) {
       platform_.clock.advance(seconds(pause++->seconds));
     }
-    const Time before = time();
+    const Time before = platform_.uptime();
     const std::int32_t result = hardware.readRecord();
     const bool isNew = result == 0 && store.takeNew();
     noteConsumed();
     accept(store, isNew, before, now() - begin);
+    takeCapture();
     if (result != 0 && !port_.present) break;  // a failing read does not wait
   }
 }
@@ -189,5 +181,5 @@ void VirtualRecording::accept(plugin::RecordStore& store, bool isNew, Time befor
   }
   if (!isNew) return;
   ++records_;
-  if (onRecord) onRecord({before, time(), isWritten, *expected, store.elements()});
+  if (onRecord) onRecord({before, platform_.uptime(), isWritten, *expected, store.elements()});
 }

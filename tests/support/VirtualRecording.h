@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/capture/CaptureBlock.h"
-#include "shared/PluginApi.h"
+#include "shared/PluginLibrary.h"
 #include "shared/RecordStore.h"
 #include "simulator/Control.h"
 #include "simulator/Dongle.h"
@@ -58,8 +57,8 @@ class VirtualRecording {
   VirtualRecording(const VirtualRecording&) = delete;
   VirtualRecording& operator=(const VirtualRecording&) = delete;
 
-  std::function<void(const CaptureBlock&)> onBlock;
-  std::function<void(Time)> onBegin, onEnd;  // of the reading
+  std::function<void(std::span<const std::uint8_t>)> onCapture;  // the bytes that the plug-in wrote
+  std::function<void(Time)> onBegin, onEnd;                      // of the reading
   std::function<void(const Record&)> onRecord;
 
   void run();
@@ -71,11 +70,11 @@ class VirtualRecording {
  private:
   void receive(std::span<const std::uint8_t> message);
   void repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message);
+  void record(const plugin::Library& library);
   void read(HwInterface& hardware, plugin::RecordStore& store);
   void accept(plugin::RecordStore& store, bool isNew, Time before, double second);
-  void noteConsumed();
-  void capture(CaptureBlock::Kind kind, std::span<const std::uint8_t> bytes);
-  Time time();
+  void noteConsumed() { ledger_.consume(ledger_.delivered() - port_.waiting.size()); }
+  void takeCapture();
 
   const RecordingPlan plan_;
   SimulatedPlatform platform_;
@@ -84,8 +83,6 @@ class VirtualRecording {
   simulator::Control control_;
   Ledger ledger_;
   std::uint64_t records_ = 0;
-  Time lastTime_{0};
-  std::vector<std::uint8_t> unread_;
   std::uint64_t latestNumber_ = 0;                      // of the first glove's frame
   std::vector<std::vector<std::uint8_t>> latestFrame_;  // its messages
   bool repeatsFrame_ = false;
