@@ -16,8 +16,8 @@ constexpr unsigned counterWrap = 16;
 constexpr std::int64_t lagTolerance = 3'000;
 constexpr FrameCounter::Time lagWindow = 5min;
 constexpr std::int64_t noLag = std::numeric_limits<std::int64_t>::max();
-// Steps over which the period is averaged.
-constexpr std::int64_t maxAveraged = 65'536;
+// Steps over which the period is averaged: some seconds, so that it follows a small change of the rate.
+constexpr std::int64_t maxAveraged = 512;
 constexpr std::size_t maxUndecided = 64;
 
 std::int64_t inTicks(FrameCounter::Time time)
@@ -132,8 +132,8 @@ void FrameCounter::follow(const Interval& interval)
   stepsOfPeriod_ += interval.steps;
   period_ = static_cast<double>(ticksOfPeriod_) / static_cast<double>(stepsOfPeriod_);
   if (stepsOfPeriod_ > maxAveraged) {
-    ticksOfPeriod_ /= 2;
     stepsOfPeriod_ /= 2;
+    ticksOfPeriod_ = std::llround(period_ * static_cast<double>(stepsOfPeriod_));
   }
   if (!std::exchange(isConfirmed_, true)) decide();
 }
