@@ -279,8 +279,8 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       "           tessel record --settings gloves.txt --output session1.npy\n"
       "           tessel record --output - | head -3\n"
       "The recording's name ends in \".part\" until the recording ends, which includes\n"
-      "Ctrl-C and a failure of the gloves. Beside first.csv, first.json describes the\n"
-      "recording; --force replaces both.");
+      "Ctrl-C and a failure of the gloves. A second file, first.json for\n"
+      "first.csv, describes the recording; --force replaces both.");
   command.callback([options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;

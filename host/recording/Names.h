@@ -24,7 +24,7 @@ inline std::string arrayFile(std::string_view array)
   return std::string(array) + ".npy";
 }
 
-// In a folder of arrays. Beside a CSV file both follow its name: "run.json", "run.events.csv".
+// In a folder of arrays. Those of a CSV file are named after it: "run.json", "run.events.csv".
 inline constexpr std::string_view metadataFile = "meta.json";
 inline constexpr std::string_view eventsFile = "events.csv";
 

@@ -181,7 +181,7 @@ void RecordingFiles::complete()
   metadataPart_->checkWanted();
   eventsPart_->checkWanted();
   if (replaces_) {
-    // A crash between the steps must not leave old metadata beside new records.
+    // A crash between the steps must not leave new records with old metadata.
     std::error_code ignored;
     fs::remove(metadataPart_->wanted(), ignored);
     fs::remove(eventsPart_->wanted(), ignored);

@@ -1,8 +1,7 @@
-// The files of a recording: its records, and beside a CSV file or in the folder of arrays its metadata and
-// its events. While they grow, their names end in ".part"; the metadata is replaced as a whole, and
-// everything else is handed to the operating system at once, so a killed program leaves files that belong
-// together. Standard output, devices and pipes have neither metadata nor events. Threads: one. Errors: a
-// Failure with ExitCode::output; everything written so far is kept.
+// The files of a recording: its records, its metadata and its events. While they grow, their names end in
+// ".part". The metadata is replaced as a whole and everything else is handed to the operating system at once,
+// so the files of a killed program belong together. Standard output, devices and pipes have only records.
+// Threads: one. Errors: a Failure with ExitCode::output; everything written so far is kept.
 #pragma once
 
 #include <chrono>
@@ -63,7 +62,7 @@ class RecordingFiles {
   const std::filesystem::path& wanted() const { return records_.wanted(); }
 
  private:
-  // Beside a CSV file; in a folder of arrays they are files of the folder.
+  // Of a CSV file; those of a folder of arrays are in the folder.
   struct Companions {
     std::filesystem::path metadata, events;
   };

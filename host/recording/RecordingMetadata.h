@@ -1,4 +1,4 @@
-// What a recording says of itself, beside its records. docs/recording.md documents the JSON.
+// Describes a recording: everything but its records. docs/recording.md documents the JSON.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -30,8 +30,8 @@ struct RecordingMetadata {
 
   std::optional<std::chrono::system_clock::time_point> started;  // when a record's time was 0
   Time time;
-  std::vector<Glove> gloves;        // in the order of the records
-  nlohmann::ordered_json settings;  // as the plug-in uses them, by key
+  std::vector<Glove> gloves;                                           // in the order of the records
+  nlohmann::ordered_json settings = nlohmann::ordered_json::object();  // as the plug-in uses them, by key
   Layout layout;
   std::optional<double> recordsPerSecond;  // measured
   std::uint64_t records = 0;

@@ -81,7 +81,7 @@ void setTimes(Recording& recording, const std::vector<RowTime>& rows)
                                                  : std::max(sinceBefore, 0.0));
     }
     if (row == 0) {
-      beginMs = previousMs = ms;
+      beginMs = ms;
     } else if (ms < previousMs) {
       // Expected after a record of unknown time.
       if (!std::isnan(before.timeMs)) ++backwardSteps;

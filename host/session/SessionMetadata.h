@@ -1,4 +1,4 @@
-// Collects what a recording says of itself. Throws only std::bad_alloc and what the plug-in throws.
+// Collects the metadata of a recording. Throws only std::bad_alloc and what the plug-in throws.
 #pragma once
 
 #include "host/gloves/Hardware.h"

@@ -96,6 +96,7 @@ TEST_F(Stall, OfTheOutputIsNotMistakenForSilentGloves)
   readUntil(std::string::npos);
   expectStall(tessel.result(), 1);
   expectUnbroken(rowsOf(csv));
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "pipe.json")) << "a pipe has only records";
 }
 
 }  // namespace
