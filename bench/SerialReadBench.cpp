@@ -55,7 +55,7 @@ class Terminal {
   {
     ::grantpt(master_);
     ::unlockpt(master_);
-    ::setenv("TESSEL_SERIAL_PORTS", (std::string("Bench (COM7)=") + path()).c_str(), 1);
+    ::setenv("TESSEL_SERIAL_PORTS", (std::string(platform::dongleName) + " (COM7)=" + path()).c_str(), 1);
   }
   ~Terminal() { ::close(master_); }
   Terminal(const Terminal&) = delete;

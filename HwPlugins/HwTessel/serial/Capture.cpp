@@ -256,7 +256,7 @@ std::string takeError()
   return platform::captureError();
 }
 
-void Call::stage(std::span<const std::uint8_t> bytes) const
+void Call::add(std::span<const std::uint8_t> bytes) const
 {
   while (bytes.size() > staged.space()) {
     const std::size_t count = staged.space();

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Platform.h"
+
 namespace capture {
 
 enum class State : std::uint8_t { untried, off, on };
@@ -38,34 +40,37 @@ std::string takeError();
 
 enum class Direction : std::uint8_t { received = 1, sent = 2 };
 
-// One serial call, which returns when the object is destroyed; an entry is then added if any bytes were
-// moved. Only one exists at a time.
+// One serial call of a capture that is on. It returns when the object is destroyed; an entry is then added if
+// any bytes were moved. Only one exists at a time.
 class Call {
  public:
-  explicit Call(Direction direction) : direction_(direction), isCaptured_(isOn()) {}
-  ~Call()
-  {
-    if (isCaptured_) write(isComplete_ ? "" : "incomplete");
-  }
+  explicit Call(Direction direction) : direction_(direction) {}
+  ~Call() { write(isComplete_ ? "" : "incomplete"); }
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
-  bool isCaptured() const { return isCaptured_; }
-  // Bytes that the port returned or took.
-  void add(std::span<const std::uint8_t> bytes)
+  // A read of so many bytes begins. What was gathered must not wait for them.
+  static void beforeRead(platform::PortHandle port, std::size_t count)
   {
-    if (isCaptured_) stage(bytes);
+    if (platform::receivedInProcess(port) < count) flush();
   }
+  // Bytes that the port returned or took.
+  void add(std::span<const std::uint8_t> bytes) const;
   // All bytes wanted were moved.
   void complete() { isComplete_ = true; }
 
  private:
-  void stage(std::span<const std::uint8_t> bytes) const;
   void write(std::string_view comment) const;
 
   Direction direction_;
-  bool isCaptured_;
   bool isComplete_ = false;
+};
+
+// The same without a capture: compiled to nothing.
+struct NoCall {
+  static void beforeRead(platform::PortHandle, std::size_t) {}
+  static void add(std::span<const std::uint8_t>) {}
+  static void complete() {}
 };
 
 }  // namespace capture

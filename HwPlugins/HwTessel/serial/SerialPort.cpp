@@ -36,11 +36,10 @@ struct Progress {
 };
 
 // One read of the missing bytes. Those that fall beyond the buffer are read and discarded.
-PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress,
-                      capture::Call& call)
+template <class Call>
+PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const Progress& progress, Call& call)
 {
-  // What came before must not wait for what comes next.
-  if (call.isCaptured() && platform::receivedInProcess(handle) < progress.wanted) capture::flush();
+  call.beforeRead(handle, progress.wanted);
   if (progress.position + progress.wanted <= buffer.size()) {
     const auto piece = buffer.subspan(progress.position, progress.wanted);
     const PortResult result = platform::readPort(handle, piece);
@@ -57,8 +56,9 @@ PortResult readWanted(PortHandle handle, std::span<std::uint8_t> buffer, const P
 }
 
 // One write of the missing bytes. Those beyond the caller's buffer are sent as zeros.
+template <class Call>
 PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, const Progress& progress,
-                       capture::Call& call)
+                       Call& call)
 {
   if (progress.position + progress.wanted <= bytes.size()) {
     const auto piece = bytes.subspan(progress.position, progress.wanted);
@@ -74,9 +74,20 @@ PortResult writeWanted(PortHandle handle, std::span<const std::uint8_t> bytes, c
   return result;
 }
 
-ReadResult readAll(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
-                   capture::Call& call)
+// Two of each, so that without a capture a call costs one test more.
+template <class Call>
+[[gnu::always_inline]] inline ReadResult readAll(PortHandle handle, const StopFlag* stopFlag,
+                                                 std::span<std::uint8_t> buffer, std::uint32_t timeoutMs,
+                                                 Call call)
 {
+  if (handle == closedPort) return ReadResult::stopped;
+  PortTimeouts timeouts;
+  if (!platform::getTimeouts(handle, timeouts).ok()) return ReadResult::failed;
+  timeouts.readInterval = platform::noInterval;
+  timeouts.readTotalMultiplier = 0;
+  timeouts.readTotalConstant = timeoutMs;
+  platform::setTimeouts(handle, timeouts);  // Intentional: if this fails, the old timeouts apply
+
   Progress progress{.wanted = buffer.size()};
   while (progress.wanted > 0) {
     if (stopFlag != nullptr && isRaised(*stopFlag)) return ReadResult::stopped;
@@ -85,12 +96,15 @@ ReadResult readAll(PortHandle handle, const StopFlag* stopFlag, std::span<std::u
     if (result.count == 0) return ReadResult::nothing;
     progress.advance(result.count);
   }
+  call.complete();
   return buffer.empty() ? ReadResult::nothing : ReadResult::filled;
 }
 
-WriteResult writeAll(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes,
-                     capture::Call& call)
+template <class Call>
+[[gnu::always_inline]] inline WriteResult writeAll(PortHandle handle, const StopFlag& stopFlag,
+                                                   std::span<const std::uint8_t> bytes, Call call)
 {
+  if (handle == closedPort) return WriteResult::stopped;
   Progress progress{.wanted = bytes.size()};
   while (progress.wanted > 0) {
     if (isRaised(stopFlag)) return WriteResult::stopped;
@@ -98,7 +112,20 @@ WriteResult writeAll(PortHandle handle, const StopFlag& stopFlag, std::span<cons
     if (!result.ok()) return static_cast<WriteResult>(result.error);
     progress.advance(result.count);
   }
+  call.complete();
   return WriteResult::done;
+}
+
+[[gnu::noinline]] ReadResult captureRead(PortHandle handle, const StopFlag* stopFlag,
+                                         std::span<std::uint8_t> buffer, std::uint32_t timeoutMs)
+{
+  return readAll(handle, stopFlag, buffer, timeoutMs, capture::Call(capture::Direction::received));
+}
+
+[[gnu::noinline]] WriteResult captureWrite(PortHandle handle, const StopFlag& stopFlag,
+                                           std::span<const std::uint8_t> bytes)
+{
+  return writeAll(handle, stopFlag, bytes, capture::Call(capture::Direction::sent));
 }
 
 }  // namespace
@@ -147,27 +174,18 @@ OpenResult serialOpen(const std::string& portName, PortHandle& handle)
 ReadResult serialRead(PortHandle handle, const StopFlag* stopFlag, std::span<std::uint8_t> buffer,
                       std::uint32_t timeoutMs)
 {
-  if (handle == closedPort) return ReadResult::stopped;
-  PortTimeouts timeouts;
-  if (!platform::getTimeouts(handle, timeouts).ok()) return ReadResult::failed;
-  timeouts.readInterval = platform::noInterval;
-  timeouts.readTotalMultiplier = 0;
-  timeouts.readTotalConstant = timeoutMs;
-  platform::setTimeouts(handle, timeouts);  // Intentional: if this fails, the old timeouts apply
-
-  capture::Call call(capture::Direction::received);
-  const ReadResult result = readAll(handle, stopFlag, buffer, call);
-  if (result == ReadResult::filled) call.complete();
-  return result;
+  if (capture::isOn()) [[unlikely]] {
+    return captureRead(handle, stopFlag, buffer, timeoutMs);
+  }
+  return readAll(handle, stopFlag, buffer, timeoutMs, capture::NoCall());
 }
 
 WriteResult serialWrite(PortHandle handle, const StopFlag& stopFlag, std::span<const std::uint8_t> bytes)
 {
-  if (handle == closedPort) return WriteResult::stopped;
-  capture::Call call(capture::Direction::sent);
-  const WriteResult result = writeAll(handle, stopFlag, bytes, call);
-  if (result == WriteResult::done) call.complete();
-  return result;
+  if (capture::isOn()) [[unlikely]] {
+    return captureWrite(handle, stopFlag, bytes);
+  }
+  return writeAll(handle, stopFlag, bytes, capture::NoCall());
 }
 
 PortResult serialPurge(PortHandle handle)
