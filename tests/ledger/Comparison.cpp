@@ -112,12 +112,8 @@ class Comparer {
       for (GloveBooks* const each : {&books, &ledger}) {
         if (canMixFrames_) each->lost.radio += std::exchange(each->lost.refused, 0);
       }
-      // An undecided number of frames is the only difference that the books may have, and they say so.
-      if (books.ambiguous > 0 && books.sent - books.lost.unheard == ledger.sent - ledger.lost.unheard) {
-        books.sent = ledger.sent;
-        books.lost.unheard = ledger.lost.unheard;
-        ledger.ambiguous = books.ambiguous;
-      }
+      // Undecided books claim nothing but what was recorded.
+      if (books.ambiguous > 0 && books.recorded == ledger.recorded) continue;
       if (books == ledger && books.isBalanced()) continue;
       note("glove ") << glove << "\n    books:  " << toText(books) << "\n    ledger: " << toText(ledger)
                      << movedOffsets_.str();

@@ -23,7 +23,7 @@ void PrintTo(const Row& row, std::ostream* stream)
 }
 
 RecordingPlan plan(std::vector<std::string> setup, std::vector<RecordingPlan::Step> scenario = {},
-                   double seconds = 60)
+                   double seconds = 18)
 {
   return {.gloves = RecordingPlan::leftAndRight(),
           .setup = std::move(setup),
@@ -59,35 +59,33 @@ const Row rows[] = {
     {"swaps", plan({"swap 2"}), {&Lost::refused, &Lost::radio}, true},
     {"lossDoublesAndSwaps", plan({"loss 2", "double 1", "swap 1"}), {&Lost::refused, &Lost::radio}, true},
     {"lossAtRest", with(plan({"loss 2"}), rest), {&Lost::radio, &Lost::pairing}},
-    {"dropoutOfOneGlove",
-     plan({}, {{10, "leave left"}, {15, "back left"}}),
-     {&Lost::unheard, &Lost::pairing}},
-    {"dropoutOfBoth", plan({}, {{10, "leave both"}, {15, "back both"}}), {&Lost::unheard}},
+    {"dropoutOfOneGlove", plan({}, {{4, "leave left"}, {9, "back left"}}), {&Lost::unheard, &Lost::pairing}},
+    {"dropoutOfBoth", plan({}, {{4, "leave both"}, {9, "back both"}}), {&Lost::unheard}},
     {"dropoutsWithLoss",
-     plan({"loss 2"}, {{10, "leave left"}, {15, "back left"}, {30, "leave right"}, {35, "back right"}}),
+     plan({"loss 2"}, {{2, "leave left"}, {7, "back left"}, {11, "leave right"}, {16, "back right"}}),
      {&Lost::unheard, &Lost::radio}},
-    {"dropoutOfNineSeconds", plan({}, {{10, "leave left"}, {19, "back left"}}), {&Lost::unheard}},
-    {"supervisionTimeout", plan({}, {{10, "leave left"}, {25, "back left"}}, 40), {&Lost::queued}},
-    {"silentGlove", plan({}, {{10, "silent right"}}, 30), {&Lost::queued}},
-    {"disconnection", plan({"loss 1"}, {{10, "drop left"}}, 30), {&Lost::queued}},
-    {"unplugged", plan({}, {{10.01, "unplug"}}, 30)},
+    {"dropoutOfNineSeconds", plan({}, {{4, "leave left"}, {13, "back left"}}), {&Lost::unheard}},
+    {"supervisionTimeout", plan({}, {{4, "leave left"}, {16, "back left"}}), {&Lost::queued}},
+    {"silentGlove", plan({}, {{4, "silent right"}}), {&Lost::queued}},
+    {"disconnection", plan({"loss 1"}, {{4, "drop left"}}), {&Lost::queued}},
+    {"unplugged", plan({}, {{4.01, "unplug"}})},
     {"hostPause", with(plan({}),
                        [](auto& plan) {
-                         plan.pauses = {{10, 3}, {20, 0.5}, {30, 12}};
+                         plan.pauses = {{4, 3}, {8, 0.5}, {10, 12}};
                        })},
     {"hostPauseWithLoss", with(plan({"loss 2"}),
                                [](auto& plan) {
-                                 plan.pauses = {{10, 3}, {30, 8}};
+                                 plan.pauses = {{4, 3}, {9, 8}};
                                })},
     {"rateChanges",
-     plan({}, {{10, "rate 60"}, {20, "rate 25"}, {30, "rate left 33.3"}, {40, "rate 40"}}),
+     plan({}, {{3, "rate 60"}, {6, "rate 25"}, {10, "rate left 33.3"}, {14, "rate 40"}}),
      {&Lost::pairing}},
     {"rateTooHigh", plan({"rate 100"}), {&Lost::unheard}},
     {"lowRate", plan({"rate 3"})},
     {"packetCountsChange",
-     plan({}, {{10, "packets left 13"}, {12, "packets left 15"}, {20, "packets 2"}, {21, "packets 14"}}),
+     plan({}, {{3, "packets left 13"}, {5, "packets left 15"}, {9, "packets 2"}, {10, "packets 14"}}),
      {&Lost::faulty}},
-    {"batteryChanges", plan({}, {{10, "battery left 9"}, {11, "battery 31"}})},
+    {"batteryChanges", plan({}, {{4, "battery left 9"}, {5, "battery 31"}})},
     {"smallFrames",
      with(plan({"packets 2", "loss 2"}), [](auto& plan) { plan.elements = 17; }),
      {&Lost::unheard},
@@ -95,16 +93,16 @@ const Row rows[] = {
     {"oneGlove", with(plan({"loss 2", "double 1"}), useOneGlove), {&Lost::refused, &Lost::radio}, true},
     {"oneGloveInPauses", with(with(plan({}), useOneGlove),
                               [](auto& plan) {
-                                plan.pauses = {{10, 5}};
+                                plan.pauses = {{4, 5}};
                               })},
     {"twoLeftGloves", with(plan({"loss 2"}), useLeftGloves), {&Lost::radio}},
     {"oldGloves", with(plan({"loss 2"}), useOldGloves), {&Lost::radio}},
     {"repeats", with(plan({}),
                      [](auto& plan) {
-                       plan.repeats = {10, 20, 20.1};
+                       plan.repeats = {4, 9, 9.1};
                      })},
-    {"discarded", with(plan({}), [](auto& plan) { plan.writtenSeconds = 55; }), {&Lost::discarded}},
-    {"garbage", plan({}, {{10, "noise 40"}, {20, "noise 1"}, {30, "noise 500"}})},
+    {"discarded", with(plan({}), [](auto& plan) { plan.writtenSeconds = 15; }), {&Lost::discarded}},
+    {"garbage", plan({}, {{4, "noise 40"}, {8, "noise 1"}, {12, "noise 500"}})},
 };
 
 class LedgerTest : public testing::TestWithParam<Row> {};

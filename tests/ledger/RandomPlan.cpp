@@ -19,7 +19,7 @@ class Planner {
   RecordingPlan make()
   {
     chooseGloves();
-    plan_.seconds = between(20, 900);
+    plan_.seconds = happens(0.2) ? between(300, 900) : between(20, 200);
     if (happens(0.3)) plan_.writtenSeconds = plan_.seconds - between(0, 2);
     plan_.setup = {toText("rate ", rate_), toText("packets ", packets_)};
     if (happens(0.5)) plan_.setup.push_back(faults());
