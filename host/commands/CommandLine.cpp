@@ -54,9 +54,11 @@ bool isRead(const std::string& text, Number& number)
 // The library's format, wrapped at 80 columns.
 class HelpFormatter final : public CLI::Formatter {
  public:
+  // The library would add what an option requires and excludes, in words for programmers.
   std::string make_option_opts(const CLI::Option* option) const override
   {
-    return option->get_positional() ? "" : CLI::Formatter::make_option_opts(option);
+    const std::string& text = option->get_option_text();
+    return option->get_positional() || text.empty() ? "" : " " + text;
   }
 
   std::string make_option_desc(const CLI::Option* option) const override

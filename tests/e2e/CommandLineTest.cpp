@@ -108,7 +108,7 @@ TEST_F(CommandLine, HelpFitsATerminalAndShowsNoTypeNames)
     std::istringstream lines(result.output);
     for (std::string line; std::getline(lines, line);) {
       EXPECT_LE(line.size(), 80U) << line;
-      for (const char* word : {"TEXT ", "INT", "FLOAT", "UINT", "REQUIRED", "Excludes"}) {
+      for (const char* word : {"TEXT ", "INT", "FLOAT", "UINT", "REQUIRED", "Excludes", "Needs"}) {
         if (arguments[0] == "send") continue;  // its argument is called TEXT
         EXPECT_EQ(line.find(word), std::string::npos) << line;
       }
