@@ -143,7 +143,7 @@ void finish(Hardware& hardware, LinkCapture* capture, RecordKeeper& keeper, Reco
   recorder.finish(books);
   if (!capture || keeper.written() == 0) return;
   if (const auto failure = booksFailure(*books, gloveLabels(files.metadata().layout))) {
-    fail(*failure);
+    if (!ending.failure) ending.failure = *failure;
     try {
       capture->keepAt(capturePlace(files));
     } catch (const Failure& notKept) {

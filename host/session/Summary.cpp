@@ -41,14 +41,13 @@ std::string gapsText(const GapDetector& gaps)
   return text;
 }
 
-std::string stallsText(const Stalls& stalls)
+std::string stallsText(const Stalls& stalls, bool hasExactTimes)
 {
   if (stalls.count == 0) return "";
   const std::string times = stalls.count == 1 ? "" : fmt::format(", the longest of {} stalls", stalls.count);
   return fmt::format(
-      "  tessel was stalled for {:.1f} s{}: the computer paused, or the output was blocked.\n"
-      "  This alone makes intervals longer.\n",
-      stalls.longest, times);
+      "  tessel was stalled for {:.1f} s{}: the computer paused, or the output was blocked.\n{}",
+      stalls.longest, times, hasExactTimes ? "" : "  This alone makes intervals longer.\n");
 }
 
 }  // namespace
@@ -64,7 +63,7 @@ std::string summaryText(const RecordingSummary& summary)
       "Recorded {} frames in {:.1f} s; their times span {:.1f} s ({:.1f}/s). Ended: {}\n", figures.records,
       figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(), printable(summary.ending));
   if (!figures.accounts) text += gapsText(figures.gaps);
-  text += stallsText(figures.stalls);
+  text += stallsText(figures.stalls, figures.accounts.has_value());
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
     if (!group.isGlove()) continue;
@@ -92,13 +91,13 @@ nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMe
                               {"timestampSeconds", figures.gaps.seconds()},
                               {"framesPerSecond", figures.gaps.recordsPerSecond()},
                               {"gaps", figures.gaps.count()},
-                              {"missingFrames", figures.gaps.missing()},
                               {"longestGapMs", figures.gaps.longestMs()},
                               {"backwardSteps", figures.gaps.backwardSteps()}};
   if (figures.accounts) {
     json["books"] = booksJson(figures.accounts->books, gloveLabels(summary.layout));
   } else {
     json["books"] = nullptr;
+    json["estimatedMissingFrames"] = figures.gaps.missing();
   }
   json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
   json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
