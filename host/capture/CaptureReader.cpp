@@ -199,7 +199,7 @@ std::optional<CaptureBlock> CaptureReader::next()
   return std::nullopt;
 }
 
-// The length of the block that begins here: 0 if none does, nothing if that can't be told yet. After garbage
+// The length of the block that begins here: 0 if none does, nothing if that is not known yet. After garbage
 // only the types that matter are believed.
 std::optional<std::size_t> CaptureReader::lengthHere() const
 {

@@ -195,7 +195,7 @@ TEST_F(SerialCapture, AFullTargetGetsWholeBlocksAndTheNumberOfTheLostOnes)
   EXPECT_EQ(entries.back(), "2");
 }
 
-TEST_F(SerialCapture, WhatIsLostAtTheEndIsToldWhenTheTargetTakesBytesAgain)
+TEST_F(SerialCapture, WhatIsLostAtTheEndIsNotedWhenTheTargetTakesBytesAgain)
 {
   open();
   taken();
