@@ -48,11 +48,12 @@ std::int64_t agreeingSteps(double least, unsigned counted)
 
 }  // namespace
 
-bool FrameCounter::isSame(const FirstPacket& packet) const
+bool FrameCounter::isSame(const FirstPacket& packet, bool isDirectlyBehind) const
 {
-  // A glove that was silent for longer may have come round to the same counter and clock.
+  // A glove that was silent for longer may have come round to the same counter and clock. But a packet that
+  // came twice may also be read late, if the program paused in between.
   return last_ && packet.counter == last_->counter && packet.clock == last_->clock &&
-         inTicks(packet.arrival - last_->arrival) < clockWrap / 2;
+         (isDirectlyBehind || inTicks(packet.arrival - last_->arrival) < clockWrap / 2);
 }
 
 FrameCounter::Frame FrameCounter::add(const FirstPacket& packet)

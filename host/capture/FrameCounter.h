@@ -32,7 +32,8 @@ class FrameCounter {
   };
 
   // True if the packet has the counter and clock of the previous one: it came twice, or its frame did.
-  bool isSame(const FirstPacket& packet) const;
+  // `isDirectlyBehind`: no packet was heard between the two.
+  bool isSame(const FirstPacket& packet, bool isDirectlyBehind) const;
   // The next frame. It must not be the same one.
   Frame add(const FirstPacket& packet);
   // A later packet has shown that so many more frames were sent, or fewer, before the latest one than add()

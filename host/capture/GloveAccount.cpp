@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+namespace {
+
+// Of the bits of the packets heard.
+constexpr std::uint32_t onlyFirst = 1;
+
+}  // namespace
+
 bool GloveAccount::Heard::isComplete() const
 {
   return packets > 0 && (heard & ((1U << packets) - 1)) == (1U << packets) - 1;
@@ -54,7 +61,6 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
 // Two neighbouring packets may change places, but not more.
 void GloveAccount::noteHeard(Heard& frame, unsigned index)
 {
-  constexpr std::uint32_t onlyFirst = 1;
   const bool isOfPreviousFrame =
       frame.heard == onlyFirst && index > 2;             // its last packet, after this first one
   const bool isOfNextFrame = index + 1 < frame.highest;  // whose first packet was not heard
@@ -71,7 +77,7 @@ void GloveAccount::beginFrame(LinkListener::Packet packet, Time time)
                                         .clock = static_cast<std::uint16_t>(packet[2] << 8 | packet[3]),
                                         .arrival = time};
   const unsigned packets = packet[1] & 0x0FU;
-  if (current_ && counter_.isSame(first)) {
+  if (current_ && counter_.isSame(first, current_->heard == onlyFirst)) {
     // The packet came twice, or, behind a complete frame, the frame.
     if (!current_->isComplete()) return;
     const Heard again{.number = current_->number,

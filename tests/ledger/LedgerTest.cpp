@@ -77,6 +77,15 @@ const Row rows[] = {
                                [](auto& plan) {
                                  plan.pauses = {{4, 3}, {9, 8}};
                                })},
+    {"hostPausesBetweenDoubles",
+     with(plan({"packets 2", "double 50"}),
+          [](auto& plan) {
+            plan.elements = 17;
+            for (double at = 1; at < 17; ++at)
+              plan.pauses.push_back({at, 3.5});
+          }),
+     {&Lost::refused},
+     true},
     {"rateChanges",
      plan({}, {{3, "rate 60"}, {6, "rate 25"}, {10, "rate left 33.3"}, {14, "rate 40"}}),
      {&Lost::pairing}},
@@ -111,6 +120,7 @@ TEST_P(LedgerTest, EqualsTheBooks)
 {
   const Comparison result = compare(GetParam().plan, GetParam().canMixFrames);
   EXPECT_EQ(result.differences, "");
+  EXPECT_EQ(result.books.balanced(), true);
   EXPECT_GT(result.records, 0U);
   Lost all;
   for (const GloveBooks& glove : result.ledger) {
