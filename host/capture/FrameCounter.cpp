@@ -11,28 +11,23 @@ using namespace std::chrono_literals;
 
 constexpr std::int64_t clockWrap = 65'536;
 constexpr unsigned counterWrap = 16;
-// Far below a wrap of the clock, which is what one number of frames differs from another by, and far above
-// the drift of a clock within the window and what the radio's events and the USB port delay.
+// Far below a wrap of the clock, by which choices differ, and far above the drift of a clock within the
+// window and what the radio's events and the USB port delay.
 constexpr std::int64_t lagTolerance = 3'000;
 constexpr FrameCounter::Time lagWindow = 5min;
 constexpr std::int64_t noLag = std::numeric_limits<std::int64_t>::max();
+// A queue that drains changes the lag more quickly than this tolerates.
+constexpr FrameCounter::Time settlingTime = 5s;
+// More than crystals differ by, less than a queue drains by.
+constexpr double maxDrift = 500e-6;
 // Steps over which the period is averaged: some seconds, so that it follows a small change of the rate.
 constexpr std::int64_t maxAveraged = 512;
 constexpr std::size_t maxUndecided = 64;
+constexpr std::size_t maxGaps = 64;
 
 std::int64_t inTicks(FrameCounter::Time time)
 {
   return time / 100us;
-}
-
-// The number of frames in this time, if the counters agree.
-std::optional<std::int64_t> fitting(std::int64_t ticks, unsigned counted, double period)
-{
-  const auto time = static_cast<double>(ticks);
-  const std::int64_t steps = std::llround(time / period);
-  const bool fits = steps >= 1 && steps % counterWrap == counted &&
-                    std::abs(time - static_cast<double>(steps) * period) < period / 4;
-  return fits ? std::optional(steps) : std::nullopt;
 }
 
 // The smallest number from `least` on that agrees with the counter.
@@ -58,63 +53,86 @@ bool FrameCounter::isSame(const FirstPacket& packet, bool isDirectlyBehind) cons
 
 FrameCounter::Frame FrameCounter::add(const FirstPacket& packet)
 {
+  std::int64_t elapsed = 0;
   if (!last_) {
-    latest_.number = agreeing(latest_.number + 1, packet.counter);
-    latest_.ticks = packet.clock;
-    latest_.steps = 0;
+    latest_ = {.number = agreeing(latest_.number + 1, packet.counter), .ticks = packet.clock, .steps = 0};
     minLags_ = {noLag, noLag};
   } else {
-    const std::int64_t lateness =
-        minLag() == noLag ? 0 : std::max<std::int64_t>(0, inTicks(last_->arrival) - latest_.ticks - minLag());
-    const std::int64_t elapsed = inTicks(packet.arrival - last_->arrival);
-    Interval interval{.counted = (packet.counter + counterWrap - last_->counter) % counterWrap,
-                      .ticks = static_cast<std::uint16_t>(packet.clock - last_->clock),
-                      .elapsed = elapsed,
-                      .maxTicks = elapsed + lateness + lagTolerance};
-    choose(interval);
-    latest_.number += interval.steps;
-    latest_.ticks += interval.ticks;
-    latest_.steps = interval.steps;
+    elapsed = inTicks(packet.arrival - last_->arrival);
+    Interval interval = intervalTo(packet);
+    choose(interval, packet.arrival);
+    latest_.number += interval.chosen.steps;
+    latest_.ticks += interval.chosen.ticks;
+    latest_.steps = interval.chosen.steps;
   }
   last_ = packet;
-  checkLag(packet.arrival);
+  checkLag(packet.arrival, elapsed);
   return latest_;
 }
 
-void FrameCounter::choose(Interval& interval)
+FrameCounter::Interval FrameCounter::intervalTo(const FirstPacket& packet) const
 {
-  if (interval.counted == 0 && interval.ticks == 0) interval.ticks = clockWrap;
-  std::vector<Interval> choices;
-  for (Interval choice = interval; period_ > 0 && choice.ticks <= interval.maxTicks;
-       choice.ticks += clockWrap) {
-    if (const auto steps = fitting(choice.ticks, choice.counted, period_)) {
-      choice.steps = *steps;
-      choices.push_back(choice);
-    }
+  const std::int64_t elapsed = inTicks(packet.arrival - last_->arrival);
+  const std::int64_t lag = inTicks(last_->arrival) - latest_.ticks;
+  const std::int64_t lateness = minLag() == noLag ? 0 : std::max<std::int64_t>(0, lag - minLag());
+  Interval interval{.counted = (packet.counter + counterWrap - last_->counter) % counterWrap,
+                    .minTicks = static_cast<std::uint16_t>(packet.clock - last_->clock),
+                    .likelyTicks = elapsed + lagTolerance,
+                    .maxTicks = elapsed + lateness + lagTolerance,
+                    .chosen = {}};
+  if (interval.counted == 0 && interval.minTicks == 0) interval.minTicks = clockWrap;
+  return interval;
+}
+
+// The times that may have passed, each with the only number of frames that the counters allow for a period
+// within these limits. Empty if a time allows several numbers.
+std::vector<FrameCounter::Choice> FrameCounter::solutions(const Interval& interval, double minPeriod,
+                                                          double maxPeriod) const
+{
+  std::vector<Choice> choices;
+  for (std::int64_t ticks = interval.minTicks; ticks <= interval.maxTicks; ticks += clockWrap) {
+    const auto time = static_cast<double>(ticks);
+    const std::int64_t steps = agreeingSteps(time / maxPeriod - 0.25, interval.counted);
+    const double most = time / minPeriod + 0.25;
+    if (static_cast<double>(steps) >= most) continue;
+    if (static_cast<double>(steps + counterWrap) < most) return {};
+    choices.push_back({ticks, steps});
   }
+  return choices;
+}
+
+void FrameCounter::choose(Interval& interval, Time arrival)
+{
+  std::vector<Choice> choices;
+  if (period_ > 0) choices = solutions(interval, period_, period_);
   if (choices.empty()) {
     assume(interval);
     return;
   }
-  interval = choices.back();
-  if (choices.size() > 1) {
-    choices_ = std::move(choices);
-    isUnsettled_ = true;
+  while (choices.size() > 1 && choices.back().ticks > interval.likelyTicks) {
+    choices.pop_back();
   }
-  follow(interval);
+  interval.chosen = choices.back();
+  if (choices.size() > 1 && gaps_.size() < maxGaps)
+    gaps_.push_back({.choices = std::move(choices), .end = arrival});
+  follow(interval.chosen, arrival);
 }
 
 // The rate changed, the clock jumped, or this is the first interval.
 void FrameCounter::assume(Interval& interval)
 {
-  const bool isTooLong = interval.ticks > interval.maxTicks;
-  while (interval.ticks + clockWrap <= interval.maxTicks) {
-    interval.ticks += clockWrap;
+  Choice& chosen = interval.chosen;
+  chosen.ticks = interval.minTicks;
+  while (chosen.ticks + clockWrap <= interval.likelyTicks) {
+    chosen.ticks += clockWrap;
   }
-  const double nearest = period_ > 0 ? static_cast<double>(interval.elapsed) / period_ - counterWrap / 2 : 1;
-  interval.steps = agreeingSteps(nearest, interval.counted);
-  if (isTooLong) minLags_ = {noLag, noLag};
-
+  const double nearest =
+      period_ > 0 ? static_cast<double>(chosen.ticks) / period_ - static_cast<double>(counterWrap) / 2 : 1;
+  chosen.steps = agreeingSteps(nearest, interval.counted);
+  if (chosen.ticks > interval.maxTicks) {
+    minLags_ = {noLag, noLag};
+    chosen.steps = agreeingSteps(1, interval.counted);
+  }
   if (undecided_.size() == maxUndecided) {
     ambiguous_ += undecided_.size();
     undecided_.clear();
@@ -122,42 +140,49 @@ void FrameCounter::assume(Interval& interval)
   undecided_.push_back(interval);
   if (isConfirmed_) formerPeriod_ = period_;
   isConfirmed_ = false;
-  ticksOfPeriod_ = interval.ticks;
+  ticksOfPeriod_ = chosen.ticks;
   stepsOfPeriod_ = agreeingSteps(1, interval.counted);
   period_ = static_cast<double>(ticksOfPeriod_) / static_cast<double>(stepsOfPeriod_);
 }
 
-void FrameCounter::follow(const Interval& interval)
+void FrameCounter::follow(const Choice& choice, Time arrival)
 {
-  ticksOfPeriod_ += interval.ticks;
-  stepsOfPeriod_ += interval.steps;
+  ticksOfPeriod_ += choice.ticks;
+  stepsOfPeriod_ += choice.steps;
   period_ = static_cast<double>(ticksOfPeriod_) / static_cast<double>(stepsOfPeriod_);
   if (stepsOfPeriod_ > maxAveraged) {
     stepsOfPeriod_ /= 2;
     ticksOfPeriod_ = std::llround(period_ * static_cast<double>(stepsOfPeriod_));
   }
-  if (!std::exchange(isConfirmed_, true)) decide();
+  if (!std::exchange(isConfirmed_, true)) decide(arrival);
 }
 
 // During a change of rate the period may have been anything between the former one and the present one.
-void FrameCounter::decide()
+void FrameCounter::decide(Time arrival)
 {
   const double former = formerPeriod_ > 0 ? formerPeriod_ : period_;
-  for (const Interval& interval : undecided_) {
-    const auto time = static_cast<double>(interval.ticks);
-    const std::int64_t fewest = agreeingSteps(time / std::max(former, period_) - 0.25, interval.counted);
-    const double most = time / std::min(former, period_) + 0.25;
-    const bool isOnly = interval.ticks <= interval.maxTicks && static_cast<double>(fewest) <= most &&
-                        static_cast<double>(fewest + counterWrap) > most;
-    if (isOnly) {
-      correction_ += fewest - interval.steps;
-      latest_.number += fewest - interval.steps;
-    } else {
+  for (const Interval& interval : std::exchange(undecided_, {})) {
+    auto choices = solutions(interval, std::min(former, period_), std::max(former, period_));
+    if (choices.empty()) {
       ++ambiguous_;
+      continue;
+    }
+    while (choices.size() > 1 && choices.back().ticks > interval.likelyTicks) {
+      choices.pop_back();
+    }
+    replace(interval.chosen, choices.back());
+    if (choices.size() > 1 && gaps_.size() < maxGaps) {
+      gaps_.push_back({.choices = std::move(choices), .end = arrival});
     }
   }
-  undecided_.clear();
   formerPeriod_ = 0;
+}
+
+void FrameCounter::replace(const Choice& former, const Choice& better)
+{
+  correction_ += better.steps - former.steps;
+  latest_.number += better.steps - former.steps;
+  latest_.ticks += better.ticks - former.ticks;
 }
 
 std::int64_t FrameCounter::minLag() const
@@ -165,34 +190,58 @@ std::int64_t FrameCounter::minLag() const
   return std::min(minLags_[0], minLags_[1]);
 }
 
-void FrameCounter::checkLag(Time arrival)
+void FrameCounter::checkLag(Time arrival, std::int64_t elapsed)
 {
-  std::int64_t lag = inTicks(arrival) - latest_.ticks;
-  const std::int64_t usual = minLag();
-  if (usual != noLag && lag < usual - lagTolerance && !choices_.empty()) {
-    // Too early: of the choices, the longest one that is not.
-    const Interval chosen = choices_.back();
-    const auto isTooLong = [&](const Interval& choice) {
-      return lag + chosen.ticks - choice.ticks < usual - lagTolerance;
-    };
-    while (choices_.size() > 1 && isTooLong(choices_.back())) {
-      choices_.pop_back();
+  const auto lag = [&] { return inTicks(arrival) - latest_.ticks; };
+  // Choices differ by whole wraps: so half a wrap tells them apart, even if the usual lag is not known well.
+  while (minLag() != noLag && lag() < minLag() - clockWrap / 2 && shortenLatestGap()) {
+  }
+  settleGaps(arrival, lag());
+  followLag(arrival, elapsed, lag());
+}
+
+bool FrameCounter::shortenLatestGap()
+{
+  const auto gap =
+      std::find_if(gaps_.rbegin(), gaps_.rend(), [](const Gap& open) { return open.choices.size() > 1; });
+  if (gap == gaps_.rend()) return false;
+  const Choice former = gap->choices.back();
+  gap->choices.pop_back();
+  replace(former, gap->choices.back());
+  return true;
+}
+
+void FrameCounter::settleGaps(Time arrival, std::int64_t lag)
+{
+  if (gaps_.empty()) return;
+  const bool isUsual = minLag() != noLag && std::abs(lag - minLag()) <= lagTolerance;
+  if (!isUsual) {
+    usualSince_.reset();
+    return;
+  }
+  if (!usualSince_) usualSince_ = arrival;
+  for (Gap& gap : gaps_) {
+    gap.isSettled = gap.isSettled || arrival - std::max(*usualSince_, gap.end) >= settlingTime;
+  }
+  std::erase_if(gaps_, [&](const Gap& gap) { return gap.isSettled && arrival - gap.end > lagWindow; });
+}
+
+// While a gap is open, a wrong choice must not become the usual lag: then that only follows what a crystal
+// may do.
+void FrameCounter::followLag(Time arrival, std::int64_t elapsed, std::int64_t lag)
+{
+  if (gaps_.empty() || minLag() == noLag) {
+    if (arrival >= windowEnd_) {
+      windowEnd_ = arrival + lagWindow;
+      minLags_ = {noLag, minLags_[0]};
     }
-    const Interval& better = choices_.back();
-    correction_ += better.steps - chosen.steps;
-    latest_.number += better.steps - chosen.steps;
-    latest_.ticks += better.ticks - chosen.ticks;
-    lag = inTicks(arrival) - latest_.ticks;
+    minLags_[0] = std::min(minLags_[0], lag);
+    return;
   }
-  if (usual != noLag && lag <= usual + lagTolerance) isUnsettled_ = false;
-  const bool isOver = arrival >= windowEnd_;
-  if (isOver && !isUnsettled_) choices_.clear();
-  if (choices_.size() > 1) return;  // a wrong choice must not become the usual lag
-  if (isOver) {
-    windowEnd_ = arrival + lagWindow;
-    minLags_ = {noLag, minLags_[0]};
-  }
-  minLags_[0] = std::min(minLags_[0], lag);
+  const auto drift = static_cast<std::int64_t>(std::ceil(static_cast<double>(elapsed) * maxDrift));
+  const bool isSettled = std::ranges::all_of(gaps_, &Gap::isSettled);
+  const std::int64_t usual = std::clamp(lag, minLag() - drift, isSettled ? minLag() + drift : minLag());
+  minLags_ = {usual, usual};
 }
 
 std::int64_t FrameCounter::takeCorrection()
@@ -202,9 +251,11 @@ std::int64_t FrameCounter::takeCorrection()
 
 void FrameCounter::endConnection()
 {
-  if (!undecided_.empty()) decide();
-  if (std::exchange(isUnsettled_, false)) ++ambiguous_;
-  choices_.clear();
+  if (!undecided_.empty()) decide(last_->arrival);
+  ambiguous_ += static_cast<std::uint64_t>(
+      std::ranges::count_if(gaps_, [](const Gap& gap) { return !gap.isSettled && gap.choices.size() > 1; }));
+  gaps_.clear();
+  usualSince_.reset();
   last_.reset();
   period_ = formerPeriod_ = 0;
   isConfirmed_ = false;

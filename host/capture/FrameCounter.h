@@ -3,9 +3,11 @@
 //
 // Between two first packets the counter says how many frames were sent, modulo 16, and the clock how much
 // time passed, modulo 6.5536 s. Together with the frame period both numbers follow, unless the radio was
-// silent for seconds: several numbers may then fit. The glove may have sent late what it had queued, but
-// nothing arrives early: so the largest one that does not make a packet arrive too early is taken, and if
-// later packets do, a smaller one.
+// silent for seconds: several pairs of numbers may then fit. Such a gap stays open. Nothing arrives early, so
+// the longest time is taken that does not exceed the time between the arrivals. If the glove sends late what
+// it had queued meanwhile, this may be too long: then packets seem to arrive early once its queue has
+// drained, and a shorter time is taken. A gap is settled when packets are as late as before it, for some
+// seconds.
 //
 // Units: clock ticks of 0.1 ms. Threads: one. Throws only std::bad_alloc.
 #pragma once
@@ -44,24 +46,38 @@ class FrameCounter {
   // connection.
   void endConnection();
   std::uint64_t ambiguous() const { return ambiguous_; }
-  // Ticks between two frames; 0 while unknown.
-  double period() const { return isConfirmed_ ? period_ : 0; }
 
  private:
+  // A time that may have passed, with the number of frames that it means.
+  struct Choice {
+    std::int64_t ticks = 0;
+    std::int64_t steps = 0;
+  };
   // From one first packet to the next.
   struct Interval {
-    unsigned counted = 0;       // difference of the counters
-    std::int64_t ticks = 0;     // difference of the clocks, with the wraps that were assumed
-    std::int64_t elapsed = 0;   // between the arrivals, in ticks
-    std::int64_t maxTicks = 0;  // more would make the later packet arrive too early
-    std::int64_t steps = 0;     // frames, as assumed
+    unsigned counted = 0;          // difference of the counters
+    std::int64_t minTicks = 0;     // difference of the clocks without a wrap
+    std::int64_t likelyTicks = 0;  // more would make packets less late, all at once
+    std::int64_t maxTicks = 0;     // more would make the later packet arrive too early
+    Choice chosen;
+  };
+  struct Gap {
+    std::vector<Choice> choices;  // shortest first; the last one is taken
+    Time end{0};
+    bool isSettled = false;
   };
 
-  void choose(Interval& interval);
+  Interval intervalTo(const FirstPacket& packet) const;
+  void choose(Interval& interval, Time arrival);
   void assume(Interval& interval);
-  void follow(const Interval& interval);
-  void decide();
-  void checkLag(Time arrival);
+  void follow(const Choice& choice, Time arrival);
+  void decide(Time arrival);
+  std::vector<Choice> solutions(const Interval& interval, double minPeriod, double maxPeriod) const;
+  void replace(const Choice& former, const Choice& better);
+  void checkLag(Time arrival, std::int64_t elapsed);
+  bool shortenLatestGap();
+  void settleGaps(Time arrival, std::int64_t lag);
+  void followLag(Time arrival, std::int64_t elapsed, std::int64_t lag);
   std::int64_t minLag() const;
 
   std::optional<FirstPacket> last_;
@@ -72,10 +88,11 @@ class FrameCounter {
   std::int64_t ticksOfPeriod_ = 0, stepsOfPeriod_ = 0;
   std::vector<Interval> undecided_;  // no multiple of the period
 
+  // Lag: arrival minus the glove's clock.
   std::array<std::int64_t, 2> minLags_{};  // of this window of time and of the previous one
   Time windowEnd_{0};
-  std::vector<Interval> choices_;  // of the latest interval that left a choice, shortest first
-  bool isUnsettled_ = false;       // since then all packets arrived late
+  std::vector<Gap> gaps_;           // open ones, oldest first
+  std::optional<Time> usualSince_;  // since when packets are as late as usual
   std::int64_t correction_ = 0;
   std::uint64_t ambiguous_ = 0;
 };

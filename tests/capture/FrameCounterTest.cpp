@@ -57,13 +57,18 @@ const Case cases[] = {
     {"OnlyTwoHeard", {{3}}},
     {"ADropoutOf5Seconds", steady(100) + std::vector<Heard>{{200}} + steady(100)},
     {"ADropoutOf20Seconds", steady(100) + std::vector<Heard>{{803}} + steady(100)},
-    {"ADropoutOf100SecondsFitsTwiceAndEndsInTime", steady(100) + std::vector<Heard>{{4001}} + steady(100)},
+    {"ADropoutOf100SecondsFitsTwiceAndEndsInTime", steady(100) + std::vector<Heard>{{4001}} + steady(300)},
     {"QueuedInTheGloveFor3Seconds",
      steady(100) + std::vector<Heard>{{1, 3000}} + drained(3000) + steady(100)},
     // 256 frames of 256 ticks are a wrap of both counter and clock.
-    {"AWrapOfBoth", steady(100, 0, 256) + std::vector<Heard>{{256, 0, 256}} + steady(100, 0, 256)},
+    {"AWrapOfBoth", steady(100, 0, 256) + std::vector<Heard>{{256, 0, 256}} + steady(300, 0, 256)},
+    {"AWrapOfBothThatNothingSettles",
+     steady(100, 0, 256) + std::vector<Heard>{{300, 0, 256}} + steady(100, 0, 256), 1},
     {"AWrapOfBothAndABacklog",
-     steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + drained(7000, 256) + steady(50, 0, 256)},
+     steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + drained(7000, 256) + steady(300, 0, 256)},
+    {"AWrapOfBothDuringABacklog", steady(100, 0, 256) + steady(100, 20'000, 256) +
+                                      std::vector<Heard>{{2, 20'000, 256}} + drained(20'000, 256) +
+                                      steady(300, 0, 256)},
     {"ABacklogThatNeverDrains",
      steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + steady(300, 7000, 256), 1},
     {"AnotherRate", steady(50) + steady(50, 0, 500) + steady(50, 0, 167)},
