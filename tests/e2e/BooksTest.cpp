@@ -86,7 +86,7 @@ TEST_F(RecordedBooks, ThatDoNotBalanceKeepDataAndCapture)
 {
   // The rate changes while nothing is heard, and more frames are sampled than the glove can queue.
   folder_.write("faults", "2 leave left\n3 rate left 90\n7 back left\n");
-  const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--seconds", "5",
+  const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--seconds", "8",
                                           "--output", "run.csv", "--json"});
   EXPECT_EQ(result.exitCode, 17);
   EXPECT_NE(
