@@ -61,6 +61,7 @@ FrameCounter::Frame FrameCounter::add(const FirstPacket& packet)
     elapsed = inTicks(packet.arrival - last_->arrival);
     Interval interval = intervalTo(packet);
     choose(interval, packet.arrival);
+    checkRun(interval);
     latest_.number += interval.chosen.steps;
     latest_.ticks += interval.chosen.ticks;
     latest_.steps = interval.chosen.steps;
@@ -178,6 +179,38 @@ void FrameCounter::decide(Time arrival)
   formerPeriod_ = 0;
 }
 
+// If each of many intervals lacks the same multiple of 16 frames, and no queue makes packets late, the rate
+// has changed: a frame every 17 periods has the same counters.
+void FrameCounter::checkRun(Interval& interval)
+{
+  constexpr unsigned minLength = 8;
+  Choice& chosen = interval.chosen;
+  const auto excess = chosen.steps - static_cast<std::int64_t>(interval.counted);
+  if (excess <= 0 || interval.counted == 0) {
+    run_ = {};
+    return;
+  }
+  if (interval.counted != run_.counted || std::abs(chosen.ticks - run_.ticks) > run_.ticks / 20) {
+    run_ = {.counted = interval.counted, .ticks = chosen.ticks, .length = 1, .excess = excess};
+    return;
+  }
+  if (++run_.length < minLength || !isUsuallyLate(inTicks(last_->arrival) - latest_.ticks)) {
+    run_.excess += excess;
+    return;
+  }
+  replace({.ticks = 0, .steps = run_.excess}, {});
+  chosen.steps = interval.counted;
+  ticksOfPeriod_ = chosen.ticks;
+  stepsOfPeriod_ = chosen.steps;
+  period_ = static_cast<double>(ticksOfPeriod_) / static_cast<double>(stepsOfPeriod_);
+  run_ = {};
+}
+
+bool FrameCounter::isUsuallyLate(std::int64_t lag) const
+{
+  return minLag() != noLag && std::abs(lag - minLag()) <= lagTolerance;
+}
+
 void FrameCounter::replace(const Choice& former, const Choice& better)
 {
   correction_ += better.steps - former.steps;
@@ -214,8 +247,7 @@ bool FrameCounter::shortenLatestGap()
 void FrameCounter::settleGaps(Time arrival, std::int64_t lag)
 {
   if (gaps_.empty()) return;
-  const bool isUsual = minLag() != noLag && std::abs(lag - minLag()) <= lagTolerance;
-  if (!isUsual) {
+  if (!isUsuallyLate(lag)) {
     usualSince_.reset();
     return;
   }
@@ -255,6 +287,7 @@ void FrameCounter::endConnection()
   ambiguous_ += static_cast<std::uint64_t>(
       std::ranges::count_if(gaps_, [](const Gap& gap) { return !gap.isSettled && gap.choices.size() > 1; }));
   gaps_.clear();
+  run_ = {};
   usualSince_.reset();
   last_.reset();
   period_ = formerPeriod_ = 0;

@@ -67,11 +67,21 @@ class FrameCounter {
     bool isSettled = false;
   };
 
+  // Intervals in a row that look like equally many lost frames each, or like a lower rate.
+  struct Run {
+    unsigned counted = 0;
+    std::int64_t ticks = 0;
+    unsigned length = 0;
+    std::int64_t excess = 0;  // steps beyond those of the lower rate
+  };
+
   Interval intervalTo(const FirstPacket& packet) const;
   void choose(Interval& interval, Time arrival);
   void assume(Interval& interval);
   void follow(const Choice& choice, Time arrival);
   void decide(Time arrival);
+  void checkRun(Interval& interval);
+  bool isUsuallyLate(std::int64_t lag) const;
   std::vector<Choice> solutions(const Interval& interval, double minPeriod, double maxPeriod) const;
   void replace(const Choice& former, const Choice& better);
   void checkLag(Time arrival, std::int64_t elapsed);
@@ -87,6 +97,7 @@ class FrameCounter {
   bool isConfirmed_ = false;  // by two intervals in a row
   std::int64_t ticksOfPeriod_ = 0, stepsOfPeriod_ = 0;
   std::vector<Interval> undecided_;  // no multiple of the period
+  Run run_;
 
   // Lag: arrival minus the glove's clock.
   std::array<std::int64_t, 2> minLags_{};  // of this window of time and of the previous one

@@ -72,6 +72,7 @@ const Case cases[] = {
     {"ABacklogThatNeverDrains",
      steady(100, 0, 256) + std::vector<Heard>{{300, 7000, 256}} + steady(300, 7000, 256), 1},
     {"AnotherRate", steady(50) + steady(50, 0, 500) + steady(50, 0, 167)},
+    {"ARateThatLooksLikeSixteenLostFramesEachTime", steady(50, 0, 100) + steady(50, 0, 1709)},
     {"ARateBelowTheWrap", steady(50, 0, 100'000)},
     {"AHostPause", steady(50) + steady(20, 500) + drained(500) + steady(50)},
     {"AJumpOfTheClock", steady(50) + std::vector<Heard>{{1, 0, 250, 40'000}} + steady(50), 1},
