@@ -107,7 +107,7 @@ void GloveAccount::endFrame(bool isFollowed)
 {
   if (!current_) return;
   const Heard frame = *std::exchange(current_, std::nullopt);
-  if (!isFollowed && !frame.isComplete()) return;
+  if (!isFollowed && !frame.isPublished) return;
   if (!firstNumber_) firstNumber_ = frame.number;
   lastNumber_ = frame.number;
   if (frame.isRepeated) ++books_.repeated;

@@ -1,8 +1,8 @@
 // One glove's frames, from what is heard of them to their fate.
 //
-// A frame is counted if it lies between the first first packet of a connection and the last frame of which
-// all packets were heard, or which another first packet follows; outside nothing is known. Threads: one.
-// Throws only std::bad_alloc.
+// A frame is counted if it lies between the first first packet of a connection and the last frame that the
+// plug-in accepted, or that another first packet follows; outside nothing is known. Threads: one. Throws only
+// std::bad_alloc.
 #pragma once
 
 #include <chrono>

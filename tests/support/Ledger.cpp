@@ -105,10 +105,10 @@ void GloveLedger::beginFrame(std::uint64_t frame, std::size_t packets)
   heard_ = {.frame = frame, .unheard = unheard, .isRepeat = isSame, .packets = packets};
 }
 
-// Counts the frame, unless it is the last one heard and incomplete.
+// Counts the frame, unless it is the last one heard and not accepted.
 void GloveLedger::settle(bool isFollowed)
 {
-  if (!heard_ || !(isFollowed || heard_->isComplete())) return;
+  if (!heard_ || !(isFollowed || heard_->isPublished)) return;
   (heard_->isRepeat ? books.repeated : books.sent) += 1;
   books.sent += heard_->unheard;
   books.lost.unheard += heard_->unheard;
