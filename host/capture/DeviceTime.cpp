@@ -106,9 +106,11 @@ double DeviceTime::slopeBelowCentre() const
   return (right->lag - left->lag) / (right->device - left->device);
 }
 
-DeviceTime::Time DeviceTime::timeOf(std::int64_t ticks)
+std::optional<DeviceTime::Time> DeviceTime::timeOf(std::int64_t ticks)
 {
-  if (!origin_) return output_ ? output_->time : Time{};
+  // A frame that waited in the plug-in since before the restart: the fit of its clock is gone.
+  const bool isOfThisSegment = origin_ && ticks >= origin_->ticks && ticks <= latestTicks_;
+  if (!isOfThisSegment) return output_ ? std::optional(output_->time) : std::nullopt;
   const double device = pointOf(ticks, origin_->arrival).device;
   Time time = origin_->arrival + toTime(Seconds(device + line_.at(device)));
   if (output_ && output_->isOfThisSegment) {

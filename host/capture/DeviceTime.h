@@ -20,9 +20,10 @@ class DeviceTime {
   // which counts as a restart.
   void addArrival(std::int64_t ticks, Time arrival);
   // When the frame with these ticks was sampled, apart from a constant delay. Depends on the arrivals added
-  // before, which should include the frame's own and all that came in the same read. Never decreases; between
-  // restarts it advances by 0.995 to 1.005 of the glove's clock.
-  Time timeOf(std::int64_t ticks);
+  // before, which must include the frame's own and should include all that came in the same read. Never
+  // decreases; between restarts it advances by 0.995 to 1.005 of the glove's clock. For a frame from before
+  // the latest restart it stands still, or is unknown if it was not asked before.
+  std::optional<Time> timeOf(std::int64_t ticks);
   // The glove's clock starts again: a new connection. The time may then jump forward, but not back.
   void restart();
 
