@@ -7,7 +7,6 @@ void CaptureTail::add(std::span<const std::uint8_t> bytes)
   while (size_ > capacity_ && pieces_.size() > 2) {
     size_ -= pieces_[1].size();
     pieces_.erase(pieces_.begin() + 1);
-    isCut_ = true;
   }
 }
 

@@ -17,11 +17,9 @@ class CaptureTail {
   void add(std::span<const std::uint8_t> bytes);
   // As a file that readers of captures accept; they skip what remains of a block at the place of the cut.
   std::string bytes() const;
-  bool isCut() const { return isCut_; }
 
  private:
   std::size_t capacity_;
   std::size_t size_ = 0;  // of all pieces
-  bool isCut_ = false;
   std::deque<std::vector<std::uint8_t>> pieces_;
 };
