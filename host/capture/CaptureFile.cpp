@@ -2,26 +2,43 @@
 
 #include <fmt/format.h>
 
+#include <fstream>
+#include <string_view>
+
 #include "host/base/Failure.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// A pipe whose reader is slow would hold the capture up.
-const fs::path& withoutPipes(const fs::path& path)
+bool isOtherFile(const fs::path& path)
+{
+  constexpr std::string_view beginning = "\n\r\r\n";  // of a pcapng section
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored) || fs::is_empty(path, ignored)) return false;
+  std::string bytes(beginning.size(), '\0');
+  std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return bytes != beginning;
+}
+
+// A pipe whose reader is slow would hold the capture up, and no other file is to be spoiled.
+const fs::path& usable(const fs::path& path)
 {
   std::error_code ignored;
   if (fs::is_fifo(path, ignored) || fs::is_socket(path, ignored)) {
     throw Failure(ExitCode::output, fmt::format("{} is a pipe, but a capture needs a file.", path.string()),
                   "Choose another name.");
   }
+  if (isOtherFile(path)) {
+    throw Failure(ExitCode::output, fmt::format("{} already exists and is not a capture.", path.string()),
+                  "Choose another name for the capture.");
+  }
   return path;
 }
 
 }  // namespace
 
-CaptureFile::CaptureFile(const fs::path& path) : file_(withoutPipes(path), OutputFile::Existing::appended)
+CaptureFile::CaptureFile(const fs::path& path) : file_(usable(path), OutputFile::Existing::appended)
 {
   lock_.emplace(path);
   if (!lock_->isHeld()) {

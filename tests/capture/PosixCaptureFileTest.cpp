@@ -24,8 +24,22 @@ TEST(CaptureFile, APathThatCanNotHoldACaptureIsAFailure)
 {
   const TemporaryFolder folder;
   ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-  for (const char* name : {"fifo", "missing/capture", "."}) {
+  folder.write("notes", "12\n");
+  for (const char* name : {"fifo", "missing/capture", ".", "notes"}) {
     EXPECT_THROW(CaptureFile file(folder / name), Failure) << name;
+  }
+  EXPECT_EQ(folder.read("notes"), "12\n");
+}
+
+TEST(CaptureFile, ACaptureIsContinued)
+{
+  const TemporaryFolder folder;
+  folder.write("capture", "\n\r\r\n...");
+  folder.write("empty", "");
+  for (const char* name : {"capture", "empty"}) {
+    const std::string before = folder.read(name);
+    CaptureFile(folder / name).append(bytes);
+    EXPECT_EQ(folder.read(name), before + "\x01\x02\x03");
   }
 }
 
