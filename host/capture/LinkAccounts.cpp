@@ -8,6 +8,8 @@ namespace {
 
 // To which the plug-in cuts a queue.
 constexpr std::size_t trimmedDepth = 2;
+// Frames that came while the gloves were being opened are read within it, all at once.
+constexpr std::chrono::milliseconds backlogTime{200};
 
 }  // namespace
 
@@ -48,18 +50,31 @@ void LinkAccounts::settle(Time time)
 void LinkAccounts::matchRecords(Time before)
 {
   while (!delivered_.empty() && delivered_.front().time < before) {
+    if (!firstDelivery_) firstDelivery_ = delivered_.front().time;
     origins_.push_back(match(delivered_.front()));
     unsettled_.push_back(origins_.back().isMatched);
     delivered_.pop_front();
     settleWritten();
   }
+  if (firstDelivery_ && before - *firstDelivery_ >= backlogTime) findTimes();
+}
+
+// Of the first frames this waits for the rest of the backlog, whose last frame shows when all were sampled.
+void LinkAccounts::findTimes()
+{
+  for (; timed_ < origins_.size(); ++timed_) {
+    RecordOrigin& origin = origins_[timed_];
+    const auto& [number, ticks] = origin.frames[0];
+    if (number >= 0) origin.sampled = deviceTime_.timeOf(ticks);
+  }
 }
 
 std::optional<RecordOrigin> LinkAccounts::takeOrigin()
 {
-  if (origins_.empty()) return std::nullopt;
+  if (timed_ == 0) return std::nullopt;
   const RecordOrigin origin = origins_.front();
   origins_.pop_front();
+  --timed_;
   return origin;
 }
 
@@ -152,7 +167,6 @@ RecordOrigin LinkAccounts::match(const Delivered& record)
     gloves_[glove].skip(position[glove]);
     const GloveAccount::Published frame = gloves_[glove].take();
     origin.frames[glove] = {frame.number, frame.ticks};
-    if (glove == 0 && frame.number >= 0) origin.sampled = deviceTime_.timeOf(frame.ticks);
   }
   return origin;
 }

@@ -57,7 +57,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void add(const CaptureBlock& block);
   // No block before this time will follow. Matches all records before it.
   void settle(Time time);
-  // Of the records, in their order; nothing while the next one is not matched.
+  // Of the records, in their order; nothing while the next one is not matched, or its time not known.
   std::optional<RecordOrigin> takeOrigin();
 
   // The next record was written, or won't be.
@@ -92,6 +92,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::optional<Position> findFrames(const Delivered& record) const;
   void matchRecords(Time before);
   RecordOrigin match(const Delivered& record);
+  void findTimes();
   void settleWritten();
   void rejectShortFrames();
   void noteLostBlocks(std::string_view note);
@@ -106,7 +107,9 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::optional<Time> undelivered_;  // the latest message, unless the read that handled it delivered a record
   std::int64_t latestTicks_ = 0;     // of the first glove
   std::deque<Delivered> delivered_;
+  std::optional<Time> firstDelivery_;
   std::deque<RecordOrigin> origins_;
+  std::size_t timed_ = 0;       // origins whose time was found
   std::deque<bool> unsettled_;  // whether each record was matched, until it is known whether it was written
   std::deque<bool> written_;    // the other way round
   std::uint64_t recordedRecords_ = 0;

@@ -102,6 +102,28 @@ TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
   EXPECT_FALSE(booksFailure(accounts_->books(true), {"left"}));
 }
 
+// What the glove sent while the gloves were opened is read at once, so only its last frame arrived in time.
+TEST_F(BooksTest, FirstTimesWaitForTheBacklog)
+{
+  start(1);
+  now_ += 1s;
+  const auto begin = now_;
+  for (std::uint8_t counter = 0; counter < 12; ++counter) {
+    if (counter > 3) now_ = begin + (counter - 3) * 25ms;
+    ++value_;
+    first(0, counter, static_cast<std::uint16_t>(counter * 250));
+    packet(0, {1, 0});
+    EXPECT_FALSE(accounts_->takeOrigin()) << int{counter};
+    accounts_->addRecord(++now_, Samples(elements, static_cast<std::uint16_t>(value_ * 257)));
+  }
+  accounts_->settle(begin + 1s);
+  for (int counter = 0; counter < 12; ++counter) {
+    const auto origin = accounts_->takeOrigin();
+    ASSERT_TRUE(origin && origin->sampled) << counter;
+    EXPECT_NEAR(static_cast<double>((*origin->sampled - begin - (counter - 3) * 25ms).count()), 0, 10'000);
+  }
+}
+
 TEST_F(BooksTest, SayWhatDoesNotBalance)
 {
   const struct {
