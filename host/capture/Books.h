@@ -44,11 +44,12 @@ struct Books {
   std::uint64_t unexpectedRecords = 0;  // made of other frames than the plug-in's rules say
   std::uint64_t lostBlocks = 0;         // of the capture
   std::uint64_t skippedBytes = 0;       // of the capture: damaged
+  bool isFinal = true;                  // false: of frames that are on their way nothing is known yet
 
-  // Empty if bytes of the capture are missing.
+  // Empty if bytes of the capture are missing, or while frames are on their way.
   std::optional<bool> balanced() const
   {
-    if (lostBlocks > 0 || skippedBytes > 0) return std::nullopt;
+    if (lostBlocks > 0 || skippedBytes > 0 || !isFinal) return std::nullopt;
     for (const GloveBooks& glove : gloves) {
       if (!glove.isBalanced() || glove.ambiguous > 0) return false;
     }

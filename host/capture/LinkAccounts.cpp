@@ -233,7 +233,8 @@ Books LinkAccounts::books(bool isEnd) const
               .unmatchedRecords = unmatched_,
               .unexpectedRecords = unexpected_,
               .lostBlocks = lostBlocks_,
-              .skippedBytes = skippedBytes_};
+              .skippedBytes = skippedBytes_,
+              .isFinal = isEnd};
   const auto unwritten = isEnd ? std::ranges::count(unsettled_, true) : 0;
   for (std::size_t glove = 0; glove < count_; ++glove) {
     GloveBooks& own = books.gloves.emplace_back(gloves_[glove].books(isEnd));

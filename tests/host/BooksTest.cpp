@@ -100,6 +100,7 @@ TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
       R"({"left":{"sent":9,"repeated":1,"recorded":6,"ambiguous":0,"lost":{"unheard":1,"radio":1,"refused":1,)"
       R"("faulty":0,"pairing":0,"queued":1,"discarded":0}},"balanced":true})");
   EXPECT_FALSE(booksFailure(accounts_->books(true), {"left"}));
+  EXPECT_EQ(accounts_->books(false).balanced(), std::nullopt) << "a frame is on its way";
 }
 
 // What the glove sent while the gloves were opened is read at once, so only its last frame arrived in time.
