@@ -47,7 +47,7 @@ struct Ending {
 // Pauses of this computer, each once.
 void noteStalls(RecordingFiles& files, const RecordingFigures& figures, std::uint64_t& noted)
 {
-  if (figures.stalls.count == noted || !figures.zero) return;
+  if (figures.stalls.count == noted) return;
   noted = figures.stalls.count;
   const std::chrono::duration<double, std::milli> time = host::uptime() - *figures.zero;
   files.addEvent({.timeMs = time.count(),
@@ -63,7 +63,7 @@ Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLim
   std::uint64_t notedStalls = 0;
   const auto onProgress = [&](const RecordingFigures& figures) {
     progress.show(figures);
-    if (figures.records == 0) return;
+    if (!figures.zero) return;
     noteStalls(files, figures, notedStalls);
     update(files.metadata(), figures);
     files.keepUp(host::uptime());
