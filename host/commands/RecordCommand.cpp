@@ -44,6 +44,20 @@ struct Ending {
   std::optional<Failure> failure;
 };
 
+// In a handler: how the exception being handled ends the recording.
+Ending endingByException()
+{
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return {failure.what(), failure};
+  } catch (const std::bad_alloc&) {
+    return {outOfMemory().what(), outOfMemory()};
+  } catch (const std::exception& error) {
+    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
+  }
+}
+
 // Pauses of this computer, each once.
 void noteStalls(RecordingFiles& files, const RecordingFigures& figures, std::uint64_t& noted)
 {
@@ -74,12 +88,8 @@ Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLim
     if (!isEarly) return {"as requested.", {}};
     const char* const words = "interrupted before the recording was complete.";
     return {words, Failure(ExitCode::interrupted, words, "")};
-  } catch (const Failure& failure) {
-    return {failure.what(), failure};
-  } catch (const std::bad_alloc&) {
-    return {outOfMemory().what(), outOfMemory()};
-  } catch (const std::exception& error) {
-    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
+  } catch (...) {
+    return endingByException();
   }
 }
 
@@ -120,25 +130,27 @@ void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest
 std::filesystem::path capturePlace(const RecordingFiles& files)
 {
   std::filesystem::path place = files.hasPlace() ? files.wanted() : std::filesystem::path("recording");
-  return place.replace_extension(".capture.pcapng");
+  if (hasExtension(place, ".csv") || hasExtension(place, ".npy")) place.replace_extension();
+  return place += ".capture.pcapng";
 }
 
 // Closes the link, writes the last records, and closes the books.
 void finish(Hardware& hardware, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
             RecordingFiles& files, Ending& ending)
 {
-  const auto fail = [&ending](const Failure& failure) {
-    if (!ending.failure) ending = {failure.what(), failure};
+  const auto attempt = [&ending](const auto& step) {
+    try {
+      step();
+    } catch (...) {
+      if (!ending.failure) ending = endingByException();
+    }
   };
   hardware.close();
+  // Whatever becomes of the capture, the records that wait for it are written.
+  if (capture) attempt([&] { capture->finish(); });
+  const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
+  if (isWriting) attempt([&] { keeper.writeRest(); });
   std::optional<Books> books;
-  try {
-    if (capture) capture->finish();
-    const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
-    if (isWriting) keeper.writeRest();
-  } catch (const Failure& failure) {
-    fail(failure);
-  }
   if (capture) books = capture->accounts().close();
   recorder.finish(books);
   if (!capture || keeper.written() == 0) return;

@@ -1,7 +1,5 @@
 #include "host/session/LinkCapture.h"
 
-#include "host/base/OutputFile.h"
-
 namespace {
 
 constexpr std::size_t tailCapacity = std::size_t{4} << 20;
@@ -33,8 +31,8 @@ void LinkCapture::finish()
 void LinkCapture::keepAt(const std::filesystem::path& path)
 {
   if (file_) return;
-  OutputFile file(path);
-  file.append(tail_.bytes());
-  file.close();
+  file_ = std::make_unique<CaptureFile>(path);
   place_ = path;
+  const std::string bytes = tail_.bytes();
+  file_->append({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }

@@ -30,7 +30,7 @@ class LinkCapture {
   std::filesystem::path place() const { return place_; }
   // Why the file is not complete; empty if it is.
   std::string problem() const { return file_ ? file_->problem() : ""; }
-  // Writes its latest part to this new file, unless there is a complete one. A Failure if that fails.
+  // Appends its latest part to this file, unless it has one already. A Failure if that can't be opened.
   void keepAt(const std::filesystem::path& path);
 
  private:
