@@ -91,7 +91,12 @@ std::vector<FrameCounter::Choice> FrameCounter::solutions(const Interval& interv
                                                           double maxPeriod) const
 {
   std::vector<Choice> choices;
-  for (std::int64_t ticks = interval.minTicks; ticks <= interval.maxTicks; ticks += clockWrap) {
+  // All that waited in a queue is not lost at once: only a few frames take longer than the time between
+  // arrivals.
+  const std::int64_t maxTicks =
+      std::min(interval.maxTicks, std::max({interval.likelyTicks, interval.minTicks,
+                                            static_cast<std::int64_t>(counterWrap * maxPeriod)}));
+  for (std::int64_t ticks = interval.minTicks; ticks <= maxTicks; ticks += clockWrap) {
     const auto time = static_cast<double>(ticks);
     const std::int64_t steps = agreeingSteps(time / maxPeriod - 0.25, interval.counted);
     const double most = time / minPeriod + 0.25;
