@@ -31,18 +31,6 @@ TEST(CaptureFile, APathThatCanNotHoldACaptureIsAFailure)
   EXPECT_EQ(folder.read("notes"), "12\n");
 }
 
-TEST(CaptureFile, ACaptureIsContinued)
-{
-  const TemporaryFolder folder;
-  folder.write("capture", "\n\r\r\n...");
-  folder.write("empty", "");
-  for (const char* name : {"capture", "empty"}) {
-    const std::string before = folder.read(name);
-    CaptureFile(folder / name).append(bytes);
-    EXPECT_EQ(folder.read(name), before + "\x01\x02\x03");
-  }
-}
-
 TEST(CaptureFeed, WithoutAPlaceForTheFifoThereIsAFailureAndNoVariable)
 {
   const TemporaryFolder folder;
