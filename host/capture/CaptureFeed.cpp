@@ -87,7 +87,7 @@ void CaptureFeed::pass(std::span<const std::uint8_t> bytes)
 
 std::filesystem::path takeCaptureVariable()
 {
-  const std::filesystem::path path = host::environmentPath(variable);
+  std::filesystem::path path = host::environmentPath(variable);
   host::setEnvironment(variable, "");
   return path;
 }

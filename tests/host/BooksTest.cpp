@@ -20,8 +20,8 @@ class BooksTest : public testing::Test {
   void start(std::size_t gloves)
   {
     accounts_ = std::make_unique<LinkAccounts>(gloves, elements);
-    for (std::uint8_t glove = 0; glove < gloves; ++glove) {
-      block(CaptureBlock::Kind::sent, {0, 6, 4, 5, glove, 18, 0, 2, 1, 0});
+    for (std::size_t glove = 0; glove < gloves; ++glove) {
+      block(CaptureBlock::Kind::sent, {0, 6, 4, 5, static_cast<std::uint8_t>(glove), 18, 0, 2, 1, 0});
     }
     accounts_->beginReading(now_);
   }
