@@ -52,10 +52,10 @@ void LinkAccounts::matchRecords(Time before)
   while (!delivered_.empty() && delivered_.front().time < before) {
     if (!firstDelivery_) firstDelivery_ = delivered_.front().time;
     origins_.push_back(match(delivered_.front()));
-    unsettled_.push_back(origins_.back().isMatched);
+    unwritten_.push_back(origins_.back().isMatched);
     delivered_.pop_front();
-    settleWritten();
   }
+  forgetWritten();
   if (firstDelivery_ && before - *firstDelivery_ >= backlogTime) findTimes();
 }
 
@@ -78,23 +78,17 @@ std::optional<RecordOrigin> LinkAccounts::takeOrigin()
   return origin;
 }
 
-void LinkAccounts::noteWritten(bool isWritten)
+// A record may be written before it is known of which frames it is made, or after.
+void LinkAccounts::noteWritten()
 {
-  written_.push_back(isWritten);
-  settleWritten();
+  ++written_;
+  forgetWritten();
 }
 
-// A record may be written before it is known of which frames it is made, or after.
-void LinkAccounts::settleWritten()
+void LinkAccounts::forgetWritten()
 {
-  while (!written_.empty() && !unsettled_.empty()) {
-    if (written_.front()) {
-      ++recordedRecords_;
-    } else if (unsettled_.front()) {
-      ++discardedRecords_;
-    }
-    written_.pop_front();
-    unsettled_.pop_front();
+  for (; !unwritten_.empty() && forgotten_ < written_; ++forgotten_) {
+    unwritten_.pop_front();
   }
 }
 
@@ -235,11 +229,11 @@ Books LinkAccounts::books(bool isEnd) const
               .lostBlocks = lostBlocks_,
               .skippedBytes = skippedBytes_,
               .isFinal = isEnd};
-  const auto unwritten = isEnd ? std::ranges::count(unsettled_, true) : 0;
+  const auto discarded = isEnd ? std::ranges::count(unwritten_, true) : 0;
   for (std::size_t glove = 0; glove < count_; ++glove) {
     GloveBooks& own = books.gloves.emplace_back(gloves_[glove].books(isEnd));
-    own.recorded = recordedRecords_;
-    own.lost.discarded = discardedRecords_ + static_cast<std::uint64_t>(unwritten);
+    own.recorded = written_;
+    own.lost.discarded = static_cast<std::uint64_t>(discarded);
   }
   return books;
 }

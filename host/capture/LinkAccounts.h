@@ -60,8 +60,8 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   // Of the records, in their order; nothing while the next one is not matched, or its time not known.
   std::optional<RecordOrigin> takeOrigin();
 
-  // The next record was written, or won't be.
-  void noteWritten(bool isWritten);
+  // The next record, in their order, was written. Those after the last such call were discarded.
+  void noteWritten();
   void noteDamage(std::uint64_t skippedBytes) { skippedBytes_ = skippedBytes; }
 
   Books books(bool isEnd) const;
@@ -93,7 +93,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void matchRecords(Time before);
   RecordOrigin match(const Delivered& record);
   void findTimes();
-  void settleWritten();
+  void forgetWritten();
   void rejectShortFrames();
   void noteLostBlocks(std::string_view note);
 
@@ -109,11 +109,11 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::deque<Delivered> delivered_;
   std::optional<Time> firstDelivery_;
   std::deque<RecordOrigin> origins_;
-  std::size_t timed_ = 0;       // origins whose time was found
-  std::deque<bool> unsettled_;  // whether each record was matched, until it is known whether it was written
-  std::deque<bool> written_;    // the other way round
-  std::uint64_t recordedRecords_ = 0;
-  std::uint64_t discardedRecords_ = 0;  // matched, but not written
+  std::size_t timed_ = 0;  // origins whose time was found
+  std::deque<bool>
+      unwritten_;  // whether each record was matched, from the first one that is not known to be written
+  std::uint64_t written_ = 0;    // records
+  std::uint64_t forgotten_ = 0;  // of these, no longer in unwritten_
   std::uint64_t unmatched_ = 0;
   std::uint64_t unexpected_ = 0;
   std::uint64_t lostBlocks_ = 0;

@@ -24,8 +24,8 @@ void LiveAccounts::takeInbox()
   }
   if (inbox.readingBegin) accounts_.beginReading(*inbox.readingBegin);
   if (inbox.readingEnd) accounts_.endReading(*inbox.readingEnd);
-  for (const bool isWritten : inbox.written) {
-    accounts_.noteWritten(isWritten);
+  for (; inbox.written > 0; --inbox.written) {
+    accounts_.noteWritten();
   }
   for (const Delivered& record : inbox.records) {
     accounts_.addRecord(record.time, record.elements);
@@ -79,10 +79,10 @@ std::optional<RecordOrigin> LiveAccounts::takeOrigin()
   return origin;
 }
 
-void LiveAccounts::noteWritten(bool isWritten)
+void LiveAccounts::noteWritten()
 {
   const std::scoped_lock lock(mutex_);
-  inbox_.written.push_back(isWritten);
+  ++inbox_.written;
 }
 
 LiveAccounts::Snapshot LiveAccounts::snapshot() const

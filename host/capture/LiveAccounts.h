@@ -40,7 +40,7 @@ class LiveAccounts {
   void endReading(Time time);
   void addRecord(Time time, std::span<const std::uint16_t> elements);
   std::optional<RecordOrigin> takeOrigin();
-  void noteWritten(bool isWritten);
+  void noteWritten();
   Snapshot snapshot() const;
 
   // The link is closed, and the whole capture has been received. No thread may use it meanwhile. Matches the
@@ -57,7 +57,7 @@ class LiveAccounts {
   struct Inbox {
     std::optional<Time> readingBegin, readingEnd;
     std::vector<Delivered> records;
-    std::vector<bool> written;
+    std::uint64_t written = 0;
   };
 
   void takeInbox();

@@ -94,12 +94,18 @@ Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLim
 }
 
 // Nothing if the user wants none, or if none can be had.
-std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings::Values& settings)
+std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings::Values& settings,
+                                          const RecordingFiles& files)
 {
   // The user's own variable would make the plug-in write past this program.
   const std::filesystem::path variable = takeCaptureVariable();
   if (options.isUncaptured) return nullptr;
   const std::filesystem::path& file = options.capture.empty() ? variable : options.capture;
+  if (!file.empty() && files.contain(file)) {
+    throw Failure(ExitCode::usage,
+                  fmt::format("the capture {} would be a file of the recording.", utf8(file)),
+                  "Choose another name for one of them.");
+  }
   const std::size_t gloves = glovesInRecord(settings);
   try {
     return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
@@ -111,6 +117,13 @@ std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings
   }
 }
 
+void reportCapture(const LinkCapture& capture)
+{
+  if (capture.place().empty()) return;
+  console::report("The link was captured to {}\n", utf8(capture.place()));
+  if (const std::string problem = capture.problem(); !problem.empty()) console::report("{}\n", problem);
+}
+
 void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest& stopRequest)
 {
   try {
@@ -118,10 +131,17 @@ void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest
   } catch (const Failure&) {
     // A capture of what failed is what its file is wanted for.
     hardware.close();
-    if (capture) capture->finish();
+    if (capture) {
+      capture->finish();
+      reportCapture(*capture);
+    }
     throw;
   }
   if (!capture || capture->hasBegun()) return;
+  if (!capture->place().empty()) {
+    throw Failure(ExitCode::plugin, "this plug-in does not capture the link.",
+                  "Omit --capture and TESSEL_CAPTURE, or --plugin.");
+  }
   console::report("This plug-in does not capture the link. Losses and times will be estimates.\n");
   capture.reset();
 }
@@ -188,13 +208,6 @@ std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figure
   }
 }
 
-void reportCapture(const LinkCapture& capture)
-{
-  if (capture.place().empty()) return;
-  console::report("The link was captured to {}\n", utf8(capture.place()));
-  if (const std::string problem = capture.problem(); !problem.empty()) console::report("{}\n", problem);
-}
-
 // Returns the failure that ended the recording early, if any. A failure before its start is thrown.
 std::optional<Failure> record(const Options& options)
 {
@@ -208,7 +221,7 @@ std::optional<Failure> record(const Options& options)
   // Before the gloves are opened, so that an output that can't be written is reported at once.
   RecordingFiles files(output, options.replaces);
   Hardware hardware(options.hardware);
-  std::unique_ptr<LinkCapture> capture = startCapture(options, hardware.settings());
+  std::unique_ptr<LinkCapture> capture = startCapture(options, hardware.settings(), files);
   console::report("Looking for the dongle and the gloves...\n");
   open(hardware, capture, stopRequest);
 

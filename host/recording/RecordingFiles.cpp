@@ -168,11 +168,22 @@ void RecordingFiles::dropEmptyEvents()
   }
 }
 
+bool RecordingFiles::contain(const std::filesystem::path& path) const
+{
+  const auto isNameOf = [&](const PartFile& file) {
+    const auto full = [](const fs::path& name) { return fs::absolute(name).lexically_normal(); };
+    return full(path) == full(file.wanted()) || full(path) == full(file.growing());
+  };
+  return isNameOf(records_) || (metadataPart_ && isNameOf(*metadataPart_)) ||
+         (eventsPart_ && isNameOf(*eventsPart_));
+}
+
 void RecordingFiles::complete()
 {
   closeAll();
-  writeMetadata(true);
   if (!companions_) {
+    records_.checkWanted();
+    writeMetadata(true);
     dropEmptyEvents();
     records_.settle();
     return;
@@ -180,6 +191,7 @@ void RecordingFiles::complete()
   records_.checkWanted();
   metadataPart_->checkWanted();
   eventsPart_->checkWanted();
+  writeMetadata(true);
   if (replaces_) {
     // A crash between the steps must not leave new records with old metadata.
     std::error_code ignored;

@@ -39,6 +39,8 @@ class RecordingFiles {
 
   // Where the records are written.
   const std::filesystem::path& growing() const { return records_.growing(); }
+  // True for a name that one of them has now or gets.
+  bool contain(const std::filesystem::path& path) const;
   // False for standard output, a device or a pipe.
   bool hasPlace() const { return records_.hasPlace(); }
 

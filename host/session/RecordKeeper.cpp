@@ -5,8 +5,10 @@
 
 namespace {
 
-// The capture is some hundredths of a second behind; only if it fails does more than this wait.
+// The capture is some hundredths of a second behind; only if it fails do records wait for longer, and more of
+// them than a pause of the computer lets arrive at once.
 constexpr std::size_t maxWaiting = 256;
+constexpr std::chrono::seconds maxWait{2};
 
 }  // namespace
 
@@ -52,7 +54,7 @@ void RecordKeeper::writeKnown()
       writeNext(*origin);
     }
   }
-  while (waiting_.size() > maxWaiting) {
+  while (waiting_.size() > maxWaiting && waiting_.back().arrival - waiting_.front().arrival > maxWait) {
     ++overtaken_;
     writeNext({});
   }
@@ -72,7 +74,7 @@ void RecordKeeper::writeNext(const RecordOrigin& origin)
   waiting_.pop_front();
   write(record, origin);
   ++written_;
-  if (accounts_ != nullptr) accounts_->noteWritten(true);
+  if (accounts_ != nullptr) accounts_->noteWritten();
 }
 
 void RecordKeeper::write(const Waiting& record, const RecordOrigin& origin)

@@ -31,7 +31,7 @@ void updateFromCapture(RecordingMetadata& metadata, const LiveAccounts::Snapshot
   metadata.time.method = "glove clock, fitted to arrivals";
   metadata.time.residualMs = accounts.residualMs;
   if (accounts.clockError) metadata.time.clockErrorPpm = *accounts.clockError * 1e6;
-  metadata.time.observedPhaseMs = accounts.observedPhaseMs;
+  if (accounts.observedPhaseMs > 0) metadata.time.observedPhaseMs = accounts.observedPhaseMs;
   metadata.books = booksJson(accounts.books, gloveLabels(metadata.layout));
   for (std::size_t glove = 0; glove < metadata.gloves.size() && glove < accounts.books.gloves.size();
        ++glove) {

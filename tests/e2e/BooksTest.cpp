@@ -126,6 +126,9 @@ TEST_F(RecordedBooks, TheUsersVariableNamesTheFileOfTheCapture)
   EXPECT_EQ(refused.exitCode, 5);
   EXPECT_NE(refused.messages.find("missing/own.pcapng"), std::string::npos) << refused.messages;
   EXPECT_FALSE(std::filesystem::exists(folder_ / "two.csv.part"));
+  ::setenv("TESSEL_CAPTURE", "./two.json", 1);
+  EXPECT_EQ(runTessel(folder_, {"record", "--sim", "--frames", "5", "--output", "two.csv"}).exitCode, 2)
+      << "it would overwrite the metadata";
 }
 
 }  // namespace

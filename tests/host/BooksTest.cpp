@@ -58,7 +58,7 @@ class BooksTest : public testing::Test {
                          Samples(gloves * elements, static_cast<std::uint16_t>(value_ * 257 + difference)));
     accounts_->settle(now_ + 1us);
     accounts_->takeOrigin();
-    accounts_->noteWritten(true);
+    accounts_->noteWritten();
   }
   void steady(std::uint8_t begin, std::uint8_t end)
   {

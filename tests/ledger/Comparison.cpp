@@ -76,7 +76,7 @@ class Comparer {
   void takeOrigins()
   {
     while (const auto origin = accounts_.takeOrigin()) {
-      accounts_.noteWritten(pending_.front().isWritten);
+      if (pending_.front().isWritten) accounts_.noteWritten();
       check(*origin, pending_.front());
       pending_.pop_front();
     }
