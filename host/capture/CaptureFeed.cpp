@@ -10,7 +10,7 @@ namespace {
 constexpr const char* variable = "TESSEL_CAPTURE";
 
 // At the highest rate some kilobytes arrive within it; waking for each write would cost more than all else.
-constexpr std::chrono::milliseconds interval{20};
+constexpr std::chrono::milliseconds interval{100};
 // More than the pipe holds; then a stop is looked for.
 constexpr int piecesInTurn = 32;
 

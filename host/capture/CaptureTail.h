@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +19,8 @@ class CaptureTail {
 
  private:
   std::size_t capacity_;
-  std::size_t size_ = 0;  // of all pieces
-  std::deque<std::vector<std::uint8_t>> pieces_;
+  std::vector<std::uint8_t> head_;
+  std::vector<std::uint8_t> ring_;
+  std::size_t next_ = 0;  // where the ring is written next
+  bool isFull_ = false;
 };

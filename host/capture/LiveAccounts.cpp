@@ -2,6 +2,13 @@
 
 #include <utility>
 
+namespace {
+
+// For the eye: the progress is shown as often.
+constexpr std::chrono::milliseconds snapshotInterval{200};
+
+}  // namespace
+
 void LiveAccounts::receive(std::span<const std::uint8_t> bytes)
 {
   // The records first: each was left before the plug-in read what follows it, so none can come later than
@@ -10,6 +17,7 @@ void LiveAccounts::receive(std::span<const std::uint8_t> bytes)
   reader_.add(bytes);
   while (const auto block = reader_.next()) {
     accounts_.add(*block);
+    latest_ = block->time;
   }
   accounts_.noteDamage(reader_.skippedBytes());
   handBack();
@@ -38,6 +46,13 @@ void LiveAccounts::handBack()
   while (const auto origin = accounts_.takeOrigin()) {
     origins.push_back(*origin);
   }
+  {
+    const std::scoped_lock lock(mutex_);
+    origins_.insert(origins_.end(), origins.begin(), origins.end());
+    hasOrigins_ = !origins_.empty();
+  }
+  if (latest_ < nextSnapshot_) return;
+  nextSnapshot_ = latest_ + snapshotInterval;
   Snapshot snapshot{.books = accounts_.books(false),
                     .residualMs = accounts_.deviceTime().residualMs(),
                     .observedPhaseMs = accounts_.deviceTime().observedPhaseMs(),
@@ -47,7 +62,6 @@ void LiveAccounts::handBack()
     snapshot.addresses[glove] = accounts_.address(glove);
   }
   const std::scoped_lock lock(mutex_);
-  origins_.insert(origins_.end(), origins.begin(), origins.end());
   snapshot_ = std::move(snapshot);
 }
 
@@ -72,10 +86,12 @@ void LiveAccounts::addRecord(Time time, std::span<const std::uint16_t> elements)
 
 std::optional<RecordOrigin> LiveAccounts::takeOrigin()
 {
+  if (!hasOrigins_.load(std::memory_order_relaxed)) return std::nullopt;
   const std::scoped_lock lock(mutex_);
   if (origins_.empty()) return std::nullopt;
   const RecordOrigin origin = origins_.front();
   origins_.pop_front();
+  hasOrigins_ = !origins_.empty();
   return origin;
 }
 
@@ -95,6 +111,7 @@ void LiveAccounts::settle()
 {
   takeInbox();
   accounts_.settle(Time::max());
+  nextSnapshot_ = latest_;
   handBack();
 }
 

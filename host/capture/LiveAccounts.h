@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -65,8 +66,11 @@ class LiveAccounts {
 
   CaptureReader reader_;
   LinkAccounts accounts_;
+  Time latest_{0};  // block of the capture
+  Time nextSnapshot_{0};
 
-  mutable std::mutex mutex_;  // of what follows
+  std::atomic<bool> hasOrigins_{false};  // so that each read need not lock
+  mutable std::mutex mutex_;             // of what follows
   Inbox inbox_;
   std::deque<RecordOrigin> origins_;
   Snapshot snapshot_;

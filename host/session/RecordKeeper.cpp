@@ -5,7 +5,7 @@
 
 namespace {
 
-// The capture is some hundredths of a second behind; only if it fails do records wait for longer, and more of
+// The capture is up to a tenth of a second behind; only if it fails do records wait for longer, and more of
 // them than a pause of the computer lets arrive at once.
 constexpr std::size_t maxWaiting = 256;
 constexpr std::chrono::seconds maxWait{2};

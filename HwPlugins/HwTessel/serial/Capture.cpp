@@ -22,6 +22,11 @@ constexpr std::size_t maxComment = 128;
 template <std::size_t capacity>
 class Buffer {
  public:
+  constexpr Buffer() : bytes_{} {}
+  // For one that is made for each entry, where filling it with zeros would show.
+  struct Uninitialised {};
+  explicit Buffer(Uninitialised) {}  // NOLINT: nothing is read that was not written
+
   std::size_t size() const { return size_; }
   std::size_t space() const { return capacity - size_; }
   std::span<const std::uint8_t> bytes() const { return std::span(bytes_).first(size_); }
@@ -55,7 +60,7 @@ class Buffer {
   void clear() { size_ = 0; }
 
  private:
-  std::array<std::uint8_t, capacity> bytes_{};
+  std::array<std::uint8_t, capacity> bytes_;
   std::size_t size_ = 0;
 };
 
@@ -74,7 +79,7 @@ std::span<const std::uint8_t> bytesOf(std::string_view text)
 // One block. Its body is written by the caller, the lengths around it by this class.
 class Block {
  public:
-  explicit Block(std::uint32_t type) : type_(type) {}
+  explicit Block(std::uint32_t type) : type_(type), body_(decltype(body_)::Uninitialised{}) {}
 
   void u16(std::uint32_t value) { body_.u16(value); }
   void u32(std::uint32_t value) { body_.u32(value); }
