@@ -77,8 +77,7 @@ bool FileBeginning::write(std::string_view bytes)
   OVERLAPPED begin{};  // offset 0
   DWORD written = 0;
   const auto size = static_cast<DWORD>(bytes.size());
-  const bool isDone =
-      WriteFile(reinterpret_cast<HANDLE>(handle_), bytes.data(), size, &written, &begin) != 0;
+  const bool isDone = WriteFile(reinterpret_cast<HANDLE>(handle_), bytes.data(), size, &written, &begin) != 0;
   if (!isDone) errno = EIO;
   return isDone && written == size;
 }
