@@ -48,11 +48,12 @@ class Stall : public testing::Test {
     EXPECT_GE(stalls.at("longestSeconds"), seconds) << result.output;
   }
 
-  // The first element of each glove counts its frames.
+  // The first element of each glove counts its frames. Behind the first record one may be missing: of the
+  // frames that came while the gloves were opened the plug-in keeps the latest.
   static void expectUnbroken(const Rows& rows)
   {
     expectSent(rows, rows.size());
-    for (std::size_t row = 1; row < rows.size(); ++row) {
+    for (std::size_t row = 2; row < rows.size(); ++row) {
       ASSERT_EQ(rows[row][1], rows[row - 1][1] + 1) << "frame " << row;
     }
   }
