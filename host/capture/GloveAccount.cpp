@@ -7,6 +7,8 @@ namespace {
 
 // Of the bits of the packets heard.
 constexpr std::uint32_t onlyFirst = 1;
+// More than the plug-in lets wait; only records that can't be matched leave frames behind.
+constexpr std::size_t maxQueue = 65'536;
 
 }  // namespace
 
@@ -56,6 +58,7 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
     published.arrival = current_->arrival;
   }
   queue_.push_back(std::move(published));
+  if (queue_.size() > maxQueue) skip(1);
 }
 
 // Two neighbouring packets may change places, but not more.

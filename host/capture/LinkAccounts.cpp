@@ -205,7 +205,8 @@ void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
 
 void LinkAccounts::packet(std::size_t glove, Packet packet, Time time)
 {
-  gloves_[glove].add(packet, time);
+  // A second glove that is not recorded waits in the plug-in for ever.
+  if (glove < count_) gloves_[glove].add(packet, time);
 }
 
 void LinkAccounts::frameBegins(std::int64_t ticks, Time arrival)
