@@ -85,7 +85,6 @@ TEST_P(FrameCounting, FindsTheNumberOfFrames)
   FrameCounter counter;
   std::int64_t number = 5;
   std::int64_t ticks = 65'000;
-  std::int64_t jumped = 0;
   auto sampled = 100s + 0us;
   FrameCounter::Frame latest =
       counter.add({.counter = 5, .clock = static_cast<std::uint16_t>(ticks), .arrival = sampled});
@@ -94,7 +93,6 @@ TEST_P(FrameCounting, FindsTheNumberOfFrames)
   for (const Heard& heard : GetParam().frames) {
     number += heard.frames;
     ticks += heard.frames * heard.ticks + heard.jump;
-    jumped += heard.jump;
     sampled += 100us * (heard.frames * heard.ticks);
     latest = counter.add({.counter = static_cast<std::uint8_t>(number % 16),
                           .clock = static_cast<std::uint16_t>(ticks),
