@@ -149,7 +149,8 @@ std::vector<std::string> notesOf(const std::string& capture)
   while (at + 32 <= capture.size() && number(at + 4) > 0) {
     const int type = number(at);
     if (type == 0x0D0A) notes.emplace_back("section");
-    if (type == 6 && number(at + 20) == 0) notes.push_back(capture.substr(at + 32, number(at + 30)));
+    if (type == 6 && number(at + 20) == 0)
+      notes.push_back(capture.substr(at + 32, static_cast<std::size_t>(number(at + 30))));
     at += static_cast<std::size_t>(number(at + 4));
   }
   if (at != capture.size()) notes.emplace_back("torn");
