@@ -19,9 +19,9 @@ LinkAccounts::LinkAccounts(std::size_t gloves, std::size_t elementsOfGlove)
   gloves_[0].setListener(this);
 }
 
-void LinkAccounts::addRecord(Time time, std::span<const std::uint16_t> elements)
+void LinkAccounts::addRecord(Time time, std::vector<std::uint16_t> elements)
 {
-  delivered_.push_back({time, {elements.begin(), elements.end()}});
+  delivered_.push_back({time, std::move(elements)});
 }
 
 void LinkAccounts::add(const CaptureBlock& block)

@@ -52,7 +52,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void endReading(Time time) { readingEnd_ = time; }
 
   // A record that a read delivered, which ended at this time. In order.
-  void addRecord(Time time, std::span<const std::uint16_t> elements);
+  void addRecord(Time time, std::vector<std::uint16_t> elements);
   // The next block of the capture, in order. Records before it are matched first.
   void add(const CaptureBlock& block);
   // No block before this time will follow. Matches all records before it.

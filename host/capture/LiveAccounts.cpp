@@ -35,8 +35,8 @@ void LiveAccounts::takeInbox()
   for (; inbox.written > 0; --inbox.written) {
     accounts_.noteWritten();
   }
-  for (const Delivered& record : inbox.records) {
-    accounts_.addRecord(record.time, record.elements);
+  for (Delivered& record : inbox.records) {
+    accounts_.addRecord(record.time, std::move(record.elements));
   }
 }
 

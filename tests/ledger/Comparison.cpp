@@ -40,7 +40,7 @@ class Comparer {
     recording_.onBegin = [this](auto time) { accounts_.beginReading(time); };
     recording_.onEnd = [this](auto time) { accounts_.endReading(time); };
     recording_.onRecord = [this](const VirtualRecording::Record& record) {
-      accounts_.addRecord(record.after, record.elements);
+      accounts_.addRecord(record.after, {record.elements.begin(), record.elements.end()});
       pending_.push_back({recording_.now(), record.isWritten, record.truth.frames});
     };
   }
