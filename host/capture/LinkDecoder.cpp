@@ -76,6 +76,9 @@ void LinkDecoder::handleMessage(std::span<const std::uint8_t> message, Time time
   listener_.message(time);
   PayloadReader payload(message.subspan(headerSize));
   switch (kind(message[0], message[2], message[3])) {
+    case kind(eventBit, message_class::gap, 0):
+      handleScanResponse(message.subspan(headerSize), time);
+      break;
     case kind(eventBit, message_class::attclient, 5):
       handleValue(payload, time);
       break;
@@ -94,6 +97,20 @@ void LinkDecoder::handleMessage(std::span<const std::uint8_t> message, Time time
     default:
       break;
   }
+}
+
+void LinkDecoder::handleScanResponse(std::span<const std::uint8_t> bytes, Time time)
+{
+  constexpr std::size_t fixedSize = 11;  // up to the length of the data
+  if (bytes.size() < fixedSize) return;
+  PayloadReader payload(bytes);
+  Advertisement advertisement{.rssi = static_cast<std::int8_t>(payload.u8()), .time = time};
+  payload.u8();  // kind of advertisement
+  advertisement.address = payload.address();
+  payload.u8();  // address type
+  payload.u8();  // bonding
+  advertisement.data = payload.array();
+  listener_.advertisement(advertisement);
 }
 
 void LinkDecoder::handleValue(PayloadReader payload, Time time)

@@ -13,6 +13,16 @@
 #include "host/capture/CaptureBlock.h"
 #include "simulator/Wire.h"
 
+// What the dongle heard from a device while the plug-in looked for gloves, gloves and others.
+struct Advertisement {
+  using Address = std::array<std::uint8_t, 6>;  // in wire order
+
+  Address address{};
+  int rssi = 0;                          // dBm
+  std::span<const std::uint8_t> data{};  // AD structures as sent, valid during the call
+  std::chrono::nanoseconds time{0};
+};
+
 // A glove is named by its connection, 0 or 1: the plug-in's left, or only, glove has 0.
 class LinkListener {
  public:
@@ -24,6 +34,7 @@ class LinkListener {
   virtual void begin() = 0;
   // The plug-in reads a message; what it causes follows.
   virtual void message(Time time) = 0;
+  virtual void advertisement(const Advertisement&) {}
   // From now on, and until it ends, the plug-in takes this glove's packets.
   virtual void notificationsBegin(std::size_t glove, Time time) = 0;
   virtual void notificationsEnd(std::size_t glove, Time time) = 0;
@@ -33,7 +44,7 @@ class LinkListener {
 class LinkDecoder {
  public:
   static constexpr std::size_t maxGloves = 2;
-  using Address = std::array<std::uint8_t, 6>;  // in wire order
+  using Address = Advertisement::Address;
 
   // The listener must outlive it.
   explicit LinkDecoder(LinkListener& listener) : listener_(listener) {}
@@ -53,6 +64,7 @@ class LinkDecoder {
 
   void received(const CaptureBlock& block);
   void handleMessage(std::span<const std::uint8_t> message, Time time);
+  void handleScanResponse(std::span<const std::uint8_t> bytes, Time time);
   void handleValue(simulator::PayloadReader payload, Time time);
   void handleCompleted(simulator::PayloadReader payload, Time time);
   void sent(const CaptureBlock& block);
