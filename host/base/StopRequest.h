@@ -1,17 +1,22 @@
 // A stop request by the user or the system, and the callback that acts on it.
-// Threads: `raise` runs on the thread of `host::StopSignals`, everything else on the main thread.
+// Threads: `raise` and `onMarker` run on the thread of `host::StopSignals`, everything else on the main
+// thread.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <utility>
 
 #include "host/base/System.h"
 
 class StopRequest {
  public:
-  // Construct it before starting any thread.
-  StopRequest() : interrupt_([this] { raise(); }) {}
+  // Construct it before starting any thread. SIGUSR1 calls `onMarker`.
+  explicit StopRequest(std::function<void()> onMarker = {})
+      : interrupt_([this] { raise(); }, std::move(onMarker))
+  {
+  }
 
   const std::atomic<bool>& flag() const { return isRequested_; }
 

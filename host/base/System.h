@@ -98,10 +98,11 @@ std::filesystem::path environmentPath(const char* name);
 // While it exists, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
 // callback on a separate thread instead of ending the process. Later ones are ignored, except that a second
 // Ctrl-C ends the process at once. Construct it before starting any thread, and only one at a time. A closed
-// pipe or the file size limit makes a write fail instead of raising a signal.
+// pipe or the file size limit makes a write fail instead of raising a signal. SIGUSR1 calls `onMarker` on the
+// same thread, and is ignored where there is none.
 class StopSignals {
  public:
-  explicit StopSignals(std::function<void()> onInterrupt);
+  explicit StopSignals(std::function<void()> onInterrupt, std::function<void()> onMarker = {});
   // Waits until no callback is running.
   ~StopSignals();
   StopSignals(const StopSignals&) = delete;

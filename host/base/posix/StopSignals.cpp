@@ -11,8 +11,8 @@ namespace host {
 
 namespace {
 
-// Wakes the waiting thread; not a stop request.
-constexpr int wakeUp = SIGUSR1;
+// A marker, no stop request; from this program itself, it wakes the waiting thread.
+constexpr int marker = SIGUSR1;
 constexpr int exitInterrupted = 130;
 
 // Except those that the parent process set to be ignored, as nohup does.
@@ -20,7 +20,7 @@ sigset_t stopRequests()
 {
   sigset_t set{};
   ::sigemptyset(&set);
-  ::sigaddset(&set, wakeUp);
+  ::sigaddset(&set, marker);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction action {};
     ::sigaction(signal, nullptr, &action);
@@ -37,13 +37,18 @@ struct StopSignals::Watch {
   bool isRequested = false;  // used by the thread until it has ended
   std::thread thread;
 
-  void run(const sigset_t& set, const std::function<void()>& onInterrupt)
+  void run(const sigset_t& set, const std::function<void()>& onInterrupt,
+           const std::function<void()>& onMarker)
   {
     bool hadCtrlC = false;
-    while (!isOver) {
+    for (;;) {
       int signal = 0;
       ::sigwait(&set, &signal);
-      if (signal == wakeUp) continue;
+      if (signal == marker) {
+        if (isOver) return;
+        if (onMarker) onMarker();
+        continue;
+      }
       // Only a second Ctrl-C is deliberate: when a terminal closes, kernel and shell both send SIGHUP.
       if (signal == SIGINT && hadCtrlC) ::_exit(exitInterrupted);
       hadCtrlC = hadCtrlC || signal == SIGINT;
@@ -53,21 +58,24 @@ struct StopSignals::Watch {
   }
 };
 
-StopSignals::StopSignals(std::function<void()> onInterrupt) : watch_(std::make_unique<Watch>())
+StopSignals::StopSignals(std::function<void()> onInterrupt, std::function<void()> onMarker)
+    : watch_(std::make_unique<Watch>())
 {
   ::signal(SIGPIPE, SIG_IGN);
   ::signal(SIGXFSZ, SIG_IGN);
   const sigset_t set = stopRequests();
   ::pthread_sigmask(SIG_BLOCK, &set, &watch_->previousMask);
-  watch_->thread = std::thread(
-      [set, watch = watch_.get(), onInterrupt = std::move(onInterrupt)] { watch->run(set, onInterrupt); });
+  watch_->thread = std::thread([set, watch = watch_.get(), onInterrupt = std::move(onInterrupt),
+                                onMarker = std::move(onMarker)] { watch->run(set, onInterrupt, onMarker); });
 }
 
 StopSignals::~StopSignals()
 {
   watch_->isOver = true;
-  ::pthread_kill(watch_->thread.native_handle(), wakeUp);
+  ::pthread_kill(watch_->thread.native_handle(), marker);
   watch_->thread.join();
+  // Another one may be pending, and would end the process.
+  ::signal(marker, SIG_IGN);
   if (watch_->isRequested) {
     // The program is ending: another signal must not cut off its last messages and its exit code.
     ::signal(SIGTERM, SIG_IGN);

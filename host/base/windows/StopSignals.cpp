@@ -37,7 +37,8 @@ BOOL WINAPI handle(DWORD event)
 
 struct StopSignals::Watch {};
 
-StopSignals::StopSignals(std::function<void()> onInterrupt)
+// Windows has no signal for markers.
+StopSignals::StopSignals(std::function<void()> onInterrupt, std::function<void()> /*onMarker*/)
 {
   {
     const std::lock_guard lock(mutex);
