@@ -31,13 +31,25 @@ void CaptureFeed::start(Receiver receiver, CaptureFile* file)
 {
   receiver_ = std::move(receiver);
   file_ = file;
+  begin();
+}
+
+void CaptureFeed::begin()
+{
+  stop_ = Stop::no;
   thread_ = std::thread([this] { run(); });
 }
 
-void CaptureFeed::finish()
+void CaptureFeed::pause()
 {
   stop(Stop::whenEmpty);
   if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
+}
+
+void CaptureFeed::resume()
+{
+  pipe_.renew();
+  begin();
 }
 
 void CaptureFeed::stop(Stop kind)

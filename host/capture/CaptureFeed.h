@@ -3,8 +3,9 @@
 //
 //   CaptureFeed feed(scratch.path());      // before the plug-in opens its port for the first time
 //   feed.start(receiver, file);
-//   ...                                    // record, close the link
-//   feed.finish();
+//   ...                                    // record, close the link, unload the plug-in
+//   feed.pause();                          // all that it wrote was received
+//   feed.resume();                         // before a plug-in is loaded again
 //
 // Threads: one, except that the receiver is called on the feed's own.
 // Errors: the constructor throws a Failure if there can be no pipe; a recording then does without a capture.
@@ -29,20 +30,23 @@ class CaptureFeed {
 
   // Makes the pipe, where needed in this private folder, and sets TESSEL_CAPTURE to it.
   explicit CaptureFeed(const std::filesystem::path& folder);
-  // Clears TESSEL_CAPTURE; stops without emptying the pipe unless `finish` was called.
+  // Clears TESSEL_CAPTURE; stops without emptying the pipe unless it was paused.
   ~CaptureFeed();
   CaptureFeed(const CaptureFeed&) = delete;
   CaptureFeed& operator=(const CaptureFeed&) = delete;
 
   // The file, which may be null, gets the same bytes before the receiver. It must live as long as the feed.
   void start(Receiver receiver, CaptureFile* file);
-  // Passes on all that the plug-in has written, then stops. Call it after the link was closed. Rethrows what
-  // the receiver threw: after that it was not called again.
-  void finish();
+  // Passes on all that the plug-in has written, then stops. Call it after the plug-in was unloaded, or at
+  // least its link closed. Rethrows what the receiver threw: after that it was not called again.
+  void pause();
+  // For the next plug-in, which the pipe then awaits.
+  void resume();
 
  private:
   enum class Stop { no, whenEmpty, now };
 
+  void begin();
   void run();
   void drain(int maxPieces);
   void pass(std::span<const std::uint8_t> bytes);

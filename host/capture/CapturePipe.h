@@ -21,6 +21,8 @@ class CapturePipe {
   const std::string& name() const { return name_; }
   // What has arrived: 0 if nothing, or if there is no writer.
   std::size_t read(std::span<std::uint8_t> buffer);
+  // Lets the next writer in, once the earlier one is gone and all it wrote has been read.
+  void renew();
 
  private:
   std::string name_;

@@ -19,6 +19,12 @@ LinkAccounts::LinkAccounts(std::size_t gloves, std::size_t elementsOfGlove)
   gloves_[0].setListener(this);
 }
 
+void LinkAccounts::beginReading(Time time)
+{
+  readingBegin_ = time;
+  readingEnd_ = Time::max();
+}
+
 void LinkAccounts::addRecord(Time time, std::vector<std::uint16_t> elements)
 {
   delivered_.push_back({time, std::move(elements)});
@@ -185,6 +191,8 @@ void LinkAccounts::begin()
   for (GloveAccount& glove : gloves_) {
     glove.reload();
   }
+  undelivered_.reset();
+  firstDelivery_.reset();
 }
 
 void LinkAccounts::message(Time time)
@@ -195,11 +203,13 @@ void LinkAccounts::message(Time time)
 
 void LinkAccounts::notificationsBegin(std::size_t glove, Time time)
 {
+  ended_[glove].reset();
   gloves_[glove].beginConnection(time);
 }
 
 void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
 {
+  ended_[glove] = time;
   gloves_[glove].endConnection(time);
 }
 

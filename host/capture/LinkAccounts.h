@@ -23,6 +23,7 @@
 #include "host/capture/CaptureBlock.h"
 #include "host/capture/DeviceTime.h"
 #include "host/capture/GloveAccount.h"
+#include "host/capture/HeardDevices.h"
 #include "host/capture/LinkDecoder.h"
 
 // What is known of a record.
@@ -46,16 +47,17 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   LinkAccounts(const LinkAccounts&) = delete;
   LinkAccounts& operator=(const LinkAccounts&) = delete;
 
-  // The program's first read of records begins, and its last one has ended. Messages before and after are
-  // only handled, which delivers nothing.
-  void beginReading(Time time) { readingBegin_ = time; }
+  // Of the latest loading of the plug-in: the program's first read of records begins, and its last one has
+  // ended. Messages before and after are only handled, which delivers nothing.
+  void beginReading(Time time);
   void endReading(Time time) { readingEnd_ = time; }
 
   // A record that a read delivered, which ended at this time. In order.
   void addRecord(Time time, std::vector<std::uint16_t> elements);
   // The next block of the capture, in order. Records before it are matched first.
   void add(const CaptureBlock& block);
-  // No block before this time will follow. Matches all records before it.
+  // No block before this time will follow. Matches all records before it. `Time::max()`: the plug-in has
+  // ended; another one may be loaded.
   void settle(Time time);
   // Of the records, in their order; nothing while the next one is not matched, or its time not known.
   std::optional<RecordOrigin> takeOrigin();
@@ -67,6 +69,10 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   Books books(bool isEnd) const;
   const DeviceTime& deviceTime() const { return deviceTime_; }
   std::optional<LinkDecoder::Address> address(std::size_t glove) const { return decoder_.address(glove); }
+  const HeardDevices& heard() const { return heard_; }
+  void forgetHeard() { heard_.clear(); }
+  // When the glove's latest connection ended; empty while it lasts.
+  std::optional<Time> ended(std::size_t glove) const { return ended_.at(glove); }
 
  private:
   struct Delivered {
@@ -81,6 +87,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void packet(std::size_t glove, Packet packet, Time time) override;
   void frameBegins(std::int64_t ticks, Time arrival) override;
   void connectionBegins() override;
+  void advertisement(const Advertisement& advertisement) override { heard_.add(advertisement); }
 
   using Position = std::array<std::size_t, LinkDecoder::maxGloves>;  // in each queue
 
@@ -100,10 +107,12 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   const std::size_t count_;
   const std::size_t elements_;
   LinkDecoder decoder_{*this};
+  HeardDevices heard_;
   std::array<GloveAccount, LinkDecoder::maxGloves> gloves_;
   DeviceTime deviceTime_;
   std::optional<Time> readingBegin_;
   Time readingEnd_ = Time::max();
+  std::array<std::optional<Time>, LinkDecoder::maxGloves> ended_;
   std::optional<Time> undelivered_;  // the latest message, unless the read that handled it delivered a record
   std::int64_t latestTicks_ = 0;     // of the first glove
   std::deque<Delivered> delivered_;

@@ -30,6 +30,7 @@ void LiveAccounts::takeInbox()
     const std::scoped_lock lock(mutex_);
     std::swap(inbox, inbox_);
   }
+  if (inbox.forgetsHeard) accounts_.forgetHeard();
   if (inbox.readingBegin) accounts_.beginReading(*inbox.readingBegin);
   if (inbox.readingEnd) accounts_.endReading(*inbox.readingEnd);
   for (; inbox.written > 0; --inbox.written) {
@@ -57,9 +58,12 @@ void LiveAccounts::handBack()
                     .residualMs = accounts_.deviceTime().residualMs(),
                     .observedPhaseMs = accounts_.deviceTime().observedPhaseMs(),
                     .clockError = accounts_.deviceTime().clockError(),
-                    .addresses = {}};
+                    .addresses = {},
+                    .ended = {},
+                    .heard = accounts_.heard()};
   for (std::size_t glove = 0; glove < snapshot.addresses.size(); ++glove) {
     snapshot.addresses[glove] = accounts_.address(glove);
+    snapshot.ended[glove] = accounts_.ended(glove);
   }
   const std::scoped_lock lock(mutex_);
   snapshot_ = std::move(snapshot);
@@ -99,6 +103,12 @@ void LiveAccounts::noteWritten()
 {
   const std::scoped_lock lock(mutex_);
   ++inbox_.written;
+}
+
+void LiveAccounts::forgetHeard()
+{
+  const std::scoped_lock lock(mutex_);
+  inbox_.forgetsHeard = true;
 }
 
 LiveAccounts::Snapshot LiveAccounts::snapshot() const

@@ -27,6 +27,9 @@ class LiveAccounts {
     int observedPhaseMs = 0;
     std::optional<double> clockError;
     std::array<std::optional<LinkDecoder::Address>, LinkDecoder::maxGloves> addresses;
+    // When the latest connection of each glove ended; empty while it lasts.
+    std::array<std::optional<Time>, LinkDecoder::maxGloves> ended;
+    HeardDevices heard;  // since forgetHeard()
   };
 
   // As for LinkAccounts.
@@ -36,18 +39,19 @@ class LiveAccounts {
   void receive(std::span<const std::uint8_t> bytes);
 
   // On the thread that reads the gloves.
-  // Around all reads of records.
+  // Around all reads of records from one loaded plug-in.
   void beginReading(Time time);
   void endReading(Time time);
   void addRecord(Time time, std::span<const std::uint16_t> elements);
   std::optional<RecordOrigin> takeOrigin();
   void noteWritten();
+  void forgetHeard();
   Snapshot snapshot() const;
 
-  // The link is closed, and the whole capture has been received. No thread may use it meanwhile. Matches the
-  // last records; they can still be taken, and noted as written.
+  // The plug-in was unloaded, and its whole capture has been received. No thread may use it meanwhile.
+  // Matches the last records; they can still be taken, and noted as written. A plug-in may be loaded again.
   void settle();
-  // After that: the final books.
+  // After the last of them: the final books.
   Books close();
 
  private:
@@ -59,6 +63,7 @@ class LiveAccounts {
     std::optional<Time> readingBegin, readingEnd;
     std::vector<Delivered> records;
     std::uint64_t written = 0;
+    bool forgetsHeard = false;
   };
 
   void takeInbox();

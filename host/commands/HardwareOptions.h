@@ -1,7 +1,7 @@
 // The options of every command that uses gloves.
 #pragma once
 
-#include "host/gloves/Hardware.h"
+#include "host/gloves/HardwareSource.h"
 
 namespace CLI {
 class App;

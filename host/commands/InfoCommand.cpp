@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <memory>
 
 #include "host/base/Console.h"
@@ -10,9 +11,9 @@
 #include "host/commands/Commands.h"
 #include "host/commands/HardwareOptions.h"
 #include "host/gloves/GloveFirmware.h"
-#include "host/gloves/Hardware.h"
 #include "host/gloves/ModuleNames.h"
 #include "host/gloves/Ports.h"
+#include "host/session/GloveConnection.h"
 
 namespace {
 
@@ -40,9 +41,10 @@ std::optional<double> waitForBattery(Hardware& hardware)
   return std::nullopt;
 }
 
-Findings lookAt(Hardware& hardware, StopRequest& stopRequest)
+Findings lookAt(const HardwareOptions& options, const StopRequest& stopRequest)
 {
-  hardware.open(stopRequest);
+  GloveConnection connection(options);
+  Hardware& hardware = connection.open(stopRequest);
   return {.ports = listPorts(),
           .modules = hardware.askModules(),
           .firmware = parseFirmware(hardware.ask("GetFirmwareVersion")),
@@ -51,20 +53,22 @@ Findings lookAt(Hardware& hardware, StopRequest& stopRequest)
 }
 
 // Without a settings file and --gloves, one glove is accepted as well as two.
-Findings look(HardwareOptions options)
+Findings look(const HardwareOptions& options)
 {
-  StopRequest stopRequest;
+  constexpr double maxWaitForSecond = 10;
+  const StopRequest stopRequest;
+  const bool isOneEnough = options.gloves == Gloves::both && options.settings.empty();
+  if (!isOneEnough) return lookAt(options, stopRequest);
+  HardwareOptions attempt = options;
   try {
-    Hardware hardware(options);
-    return lookAt(hardware, stopRequest);
+    attempt.waitSeconds = std::min(options.waitSeconds, maxWaitForSecond);
+    return lookAt(attempt, stopRequest);
   } catch (const Failure& failure) {
-    const bool isOneThere = std::string(failure.what()).ends_with("detected: 1");
-    if (failure.code() != ExitCode::noGloves || !isOneThere || options.gloves != Gloves::both) throw;
-    if (!options.settings.empty()) throw;
+    if (failure.code() != ExitCode::noGloves) throw;
   }
-  options.gloves = Gloves::one;
-  Hardware hardware(options);
-  return lookAt(hardware, stopRequest);
+  attempt.gloves = Gloves::one;
+  attempt.waitSeconds = std::max(options.waitSeconds - maxWaitForSecond, 0.0);
+  return lookAt(attempt, stopRequest);
 }
 
 void printText(const Findings& findings)

@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include <memory>
-#include <new>
 #include <optional>
 
 #include "host/base/Console.h"
@@ -17,18 +16,28 @@
 #include "host/recording/OutputName.h"
 #include "host/recording/RecordingFiles.h"
 #include "host/session/BooksText.h"
+#include "host/session/GloveConnection.h"
 #include "host/session/GloveLayout.h"
+#include "host/session/HardwareConnector.h"
 #include "host/session/LinkCapture.h"
-#include "host/session/Progress.h"
+#include "host/session/MarkerInput.h"
+#include "host/session/Markers.h"
 #include "host/session/Recorder.h"
+#include "host/session/RecordingReport.h"
+#include "host/session/Session.h"
 #include "host/session/SessionMetadata.h"
 #include "host/session/Summary.h"
 
 namespace {
 
+// The dongle reports after 10 s that a glove is out of range; what is silent for longer has another reason.
+constexpr std::chrono::seconds supervisionTime{11};
+
 struct Options {
   HardwareOptions hardware;
-  RecordingLimits limits;
+  SessionRules rules{.limits = {.seconds = {}, .records = {}, .isPatient = true}};
+  bool acceptsAnyGlove = false;
+  std::filesystem::path markers;  // of a FIFO; empty: none
   std::optional<std::string> output;
   std::optional<RecordFormat> format;
   std::filesystem::path capture;  // empty: none is kept
@@ -37,61 +46,6 @@ struct Options {
   bool isJson = false;
   bool showsMemory = false;
 };
-
-// How the recording ended; `failure` is reported after the summary.
-struct Ending {
-  std::string words;
-  std::optional<Failure> failure;
-};
-
-// In a handler: how the exception being handled ends the recording.
-Ending endingByException()
-{
-  try {
-    throw;
-  } catch (const Failure& failure) {
-    return {failure.what(), failure};
-  } catch (const std::bad_alloc&) {
-    return {outOfMemory().what(), outOfMemory()};
-  } catch (const std::exception& error) {
-    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
-  }
-}
-
-// Pauses of this computer, each once.
-void noteStalls(RecordingFiles& files, const RecordingFigures& figures, std::uint64_t& noted)
-{
-  if (figures.stalls.count == noted) return;
-  noted = figures.stalls.count;
-  const std::chrono::duration<double, std::milli> time = host::uptime() - *figures.zero;
-  files.addEvent({.timeMs = time.count(),
-                  .event = "stall",
-                  .glove = "",
-                  .detail = fmt::format("tessel was stalled for {:.1f} s", figures.stalls.latest)});
-}
-
-Ending runRecorder(Recorder& recorder, RecordingFiles& files, const RecordingLimits& limits,
-                   const std::atomic<bool>& stop)
-{
-  Progress progress(files.metadata().layout, limits);
-  std::uint64_t notedStalls = 0;
-  const auto onProgress = [&](const RecordingFigures& figures) {
-    progress.show(figures);
-    if (!figures.zero) return;
-    noteStalls(files, figures, notedStalls);
-    update(files.metadata(), figures);
-    files.keepUp(host::uptime());
-  };
-  try {
-    if (recorder.run(stop, onProgress)) return {"as requested.", {}};
-    const bool isEarly = limits.seconds || limits.records || recorder.figures().records == 0;
-    if (!isEarly) return {"as requested.", {}};
-    const char* const words = "interrupted before the recording was complete.";
-    return {words, Failure(ExitCode::interrupted, words, "")};
-  } catch (...) {
-    return endingByException();
-  }
-}
 
 // Nothing if the user wants none, or if none can be had.
 std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings::Values& settings,
@@ -124,17 +78,15 @@ void reportCapture(const LinkCapture& capture)
   if (const std::string problem = capture.problem(); !problem.empty()) console::report("{}\n", problem);
 }
 
-void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest& stopRequest)
+// Opens the gloves for the first time. Drops a capture that remains empty.
+void open(HardwareConnector& connector, std::unique_ptr<LinkCapture>& capture, double waitSeconds,
+          const StopRequest& stopRequest)
 {
   try {
-    hardware.open(stopRequest);
+    openGloves(connector, waitSeconds, stopRequest);
   } catch (const Failure&) {
     // A capture of what failed is what its file is wanted for.
-    hardware.close();
-    if (capture) {
-      capture->finish();
-      reportCapture(*capture);
-    }
+    if (capture) reportCapture(*capture);
     throw;
   }
   if (!capture || capture->hasBegun()) return;
@@ -143,6 +95,7 @@ void open(Hardware& hardware, std::unique_ptr<LinkCapture>& capture, StopRequest
                   "Omit --capture and TESSEL_CAPTURE, or --plugin.");
   }
   console::report("This plug-in does not capture the link. Losses and times will be estimates.\n");
+  connector.dropCapture();
   capture.reset();
 }
 
@@ -154,9 +107,9 @@ std::filesystem::path capturePlace(const RecordingFiles& files)
   return place += ".capture.pcapng";
 }
 
-// Closes the link, writes the last records, and closes the books.
-void finish(Hardware& hardware, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
-            RecordingFiles& files, Ending& ending)
+// Closes the link, writes the last records and events, and closes the books.
+void finish(HardwareConnector& connector, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
+            Session& session, RecordingFiles& files, Ending& ending)
 {
   const auto attempt = [&ending](const auto& step) {
     try {
@@ -165,11 +118,11 @@ void finish(Hardware& hardware, LinkCapture* capture, RecordKeeper& keeper, Reco
       if (!ending.failure) ending = endingByException();
     }
   };
-  hardware.close();
   // Whatever becomes of the capture, the records that wait for it are written.
-  if (capture) attempt([&] { capture->finish(); });
+  attempt([&] { connector.disconnect(); });
   const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
   if (isWriting) attempt([&] { keeper.writeRest(); });
+  if (isWriting) attempt([&] { session.noteRest(); });
   std::optional<Books> books;
   if (capture) books = capture->accounts().close();
   recorder.finish(books);
@@ -211,7 +164,8 @@ std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figure
 // Returns the failure that ended the recording early, if any. A failure before its start is thrown.
 std::optional<Failure> record(const Options& options)
 {
-  StopRequest stopRequest;
+  MarkerQueue markers;
+  StopRequest stopRequest([&markers] { markers.add(host::uptime(), ""); });
   const OutputName output = chooseOutputName(options.output, options.format);
   if (options.isJson && isStandardOutput(output.path)) {
     throw Failure(ExitCode::usage,
@@ -220,19 +174,26 @@ std::optional<Failure> record(const Options& options)
   }
   // Before the gloves are opened, so that an output that can't be written is reported at once.
   RecordingFiles files(output, options.replaces);
-  Hardware hardware(options.hardware);
-  std::unique_ptr<LinkCapture> capture = startCapture(options, hardware.settings(), files);
+  HardwareSource source(options.hardware);
+  if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
+  std::unique_ptr<LinkCapture> capture = startCapture(options, source.settings(), files);
+  HardwareConnector connector(source, capture.get());
   console::report("Looking for the dongle and the gloves...\n");
-  open(hardware, capture, stopRequest);
+  open(connector, capture, options.hardware.waitSeconds, stopRequest);
+  if (!options.acceptsAnyGlove) connector.acceptNoOthers();
 
-  const Layout layout = gloveLayout(hardware.settings(), hardware.askModules());
-  RecordWriter& writer = files.begin(describe(hardware, layout));
-  console::report("Recording {} to {}; Ctrl-C ends it.\n",
-                  fmt::to_string(fmt::join(hardware.askModules(), " and ")), outputText(files.growing()));
+  const auto modules = connector.hardware().askModules();
+  const Layout layout = gloveLayout(source.settings(), modules);
+  RecordWriter& writer = files.begin(describe(connector.hardware(), layout));
+  console::report("Recording {} to {}; Ctrl-C ends it.\n", fmt::to_string(fmt::join(modules, " and ")),
+                  outputText(files.growing()));
+  const MarkerInput markerInput(markers, options.markers);
   RecordKeeper keeper(layout, writer, capture ? &capture->accounts() : nullptr);
-  Recorder recorder(hardware, layout, keeper, options.limits);
-  Ending ending = runRecorder(recorder, files, options.limits, stopRequest.flag());
-  finish(hardware, capture.get(), keeper, recorder, files, ending);
+  Recorder recorder(layout, keeper, options.rules.limits);
+  RecordingReport report(files, options.rules);
+  Session session(connector, recorder, keeper, markers, report, options.rules);
+  Ending ending = session.run(connector.hardware(), stopRequest.flag());
+  finish(connector, capture.get(), keeper, recorder, session, files, ending);
   const auto place = keep(files, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};
@@ -274,10 +235,11 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
   addNumber(
       command, "--seconds", "SECONDS", {.lowest = 0.001, .highest = 1e9},
-      [&target](double seconds) { target.limits.seconds = seconds; }, "Recording duration");
+      [&target](double seconds) { target.rules.limits.seconds = seconds; }, "Recording duration");
   addWholeNumber(
       command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
-      [&target](std::uint64_t frames) { target.limits.records = frames; }, "Number of frames to record");
+      [&target](std::uint64_t frames) { target.rules.limits.records = frames; },
+      "Number of frames to record");
   addText(
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
       "Output file or folder, or - for standard output; by default named by date and time");
@@ -294,6 +256,17 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   addFlag(command, "--no-capture", target.isUncaptured,
           "Do not follow the link: save some CPU time, but estimate losses and times")
       ->excludes(capture);
+  addNumber(
+      command, "--reconnect", "SECONDS", {.lowest = 0, .highest = 1e9},
+      [&target](double seconds) {
+        target.rules.reconnectSeconds = seconds;
+        target.rules.limits.isPatient = seconds > 0;
+      },
+      "For how long to wait for gloves that are lost while recording (60); 0: their loss ends the recording");
+  addFlag(command, "--any-glove", target.acceptsAnyGlove,
+          "After a loss accept other gloves than those that the recording began with");
+  addPath(command, "--markers", "PATH", target.markers,
+          "Make this FIFO; each line that is written to it marks a moment of the recording");
   addFlag(command, "--force", target.replaces, "Replace an existing recording");
   addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
   addFlag(command, "--memory", target.showsMemory, "With --json: add the peak memory of the program")

@@ -6,10 +6,11 @@
 #include <memory>
 
 #include "host/base/Console.h"
+#include "host/base/StopRequest.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HardwareOptions.h"
-#include "host/gloves/Hardware.h"
+#include "host/session/GloveConnection.h"
 
 namespace {
 
@@ -31,9 +32,9 @@ void run(const Options& options)
 {
   using namespace std::chrono_literals;
   StopRequest stopRequest;
-  Hardware hardware(options.hardware);
+  GloveConnection connection(options.hardware);
   console::report("Looking for the dongle and the gloves...\n");
-  hardware.open(stopRequest);
+  Hardware& hardware = connection.open(stopRequest);
   readFor(hardware, 500ms);  // frames carry the battery level
   const std::string reply = hardware.ask(options.text);
   readFor(hardware, 100ms);  // "OK" means queued: the next reads send it

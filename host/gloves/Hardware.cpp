@@ -1,23 +1,19 @@
 #include "host/gloves/Hardware.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <chrono>
-#include <ctime>
+#include <exception>
 
 #include "HwPlugins/HwTessel/platform/Platform.h"
 #include "HwPlugins/HwTessel/serial/SerialPort.h"
-#include "host/base/Console.h"
-#include "host/base/Limits.h"
-#include "host/base/OutputFile.h"
 #include "host/base/System.h"
 #include "host/base/Text.h"
+#include "host/base/Ticker.h"
 #include "host/gloves/ModuleNames.h"
 #include "host/gloves/OpeningFailure.h"
-#include "host/gloves/SettingsFile.h"
 
 namespace fs = std::filesystem;
 
@@ -35,58 +31,6 @@ std::uint32_t clockMs()
       std::chrono::duration_cast<std::chrono::milliseconds>(host::uptime() - start).count());
 }
 
-// A new subfolder, because a log manager deletes existing logs in its folder.
-fs::path newLogFolder(const fs::path& wanted)
-{
-  const std::string name = fmt::format("tessel-{:%Y%m%d-%H%M%S}", fmt::localtime(std::time(nullptr)));
-  fs::path folder = wanted / name;
-  try {
-    fs::create_directories(wanted);
-    for (int next = 2; !fs::create_directory(folder); ++next) {
-      folder = wanted / fmt::format("{}-{}", name, next);
-    }
-  } catch (const fs::filesystem_error& error) {
-    throw Failure(ExitCode::output,
-                  fmt::format("the folder {} can't be created: {}.", utf8(folder), error.code().message()),
-                  "Choose another folder with --log.");
-  }
-  console::report("Log: {}\n", utf8(folder));
-  return folder;
-}
-
-std::vector<std::uint32_t> acceptedSerialNumbers(const settings::Values& values)
-{
-  std::vector<std::uint32_t> accepted;
-  for (const std::int32_t number : values.serialNumber) {
-    if (number >= 1 && number <= 65534) accepted.push_back(static_cast<std::uint32_t>(number));
-  }
-  return accepted;
-}
-
-void printWarnings(const SettingsReport& report, const fs::path& file)
-{
-  constexpr std::size_t maxShown = 5;
-  if (report.isClean()) return;
-  console::report("The settings file {} has errors or warnings:\n", utf8(file));
-  for (const std::string& line : errorLines(report, maxShown)) {
-    console::report("{}\n", line);
-  }
-  console::report("For all details: tessel settings {}\n", utf8(file));
-}
-
-// Before the gloves are opened, so that nothing is recorded that can't be read back.
-void checkElements(const settings::Values& values, const fs::path& file)
-{
-  const std::int64_t elements = values.elementCount;
-  const std::int64_t aux = values.auxCount;
-  if (elements >= 1 && aux >= 0 && elements + aux <= static_cast<std::int64_t>(maxElements)) return;
-  throw Failure(ExitCode::settings,
-                fmt::format("nothing can be recorded with the settings file {}: TesselElementCount is {}, "
-                            "TesselAuxCount {}; a record has 1 to {} elements, auxiliary ones included.",
-                            utf8(file), elements, aux, maxElements),
-                "Write a valid one with `tessel settings FILE --write`, or omit --settings.");
-}
-
 // Does not open the port, because it may be called for every message: reads can fail repeatedly.
 bool isDongleGone()
 {
@@ -101,33 +45,20 @@ Failure notAPlugin()
 
 }  // namespace
 
-Hardware::Hardware(const HardwareOptions& options)
-    : gloves_(options.gloves), plugin_(loadPlugin(options.plugin))
+Hardware::Hardware(const Parts& parts)
+    : settings_(parts.settings),
+      gloves_(parts.gloves),
+      isSimulated_(parts.isSimulated),
+      plugin_(loadPlugin(parts.plugin)),
+      link_(parts.patience)
 {
-  const fs::path settings = settingsFile(options);
-  const fs::path logs = options.logFolder.empty() ? scratch_.path() : newLogFolder(options.logFolder);
-  services_.folders[L"log"] = folder::Folder(widen(logs / ""));
+  services_.folders[L"log"] = folder::Folder(widen(parts.logFolder / ""));
   folder::folders_ = &services_.folders;
-  services_.log = std::make_unique<LogManager>(options.logFolder.empty() ? 0 : 2);
+  services_.log = std::make_unique<LogManager>(parts.isLogged ? 2 : 0);
   currentLogManager = services_.log.get();
   plugin_->setFolders(&services_.folders);
   plugin_->setLog(services_.log.get());
-
-  if (options.isSimulated) {
-    SimulationOptions simulation;
-    simulation.hasLeft = gloves_ != Gloves::right;
-    simulation.hasRight = gloves_ == Gloves::right || settings_.numBleModules > 1;
-    // Simulate gloves that the settings accept.
-    if (const auto serials = acceptedSerialNumbers(settings_); !serials.empty()) {
-      simulation.leftSerialNumber = serials.front();
-      simulation.rightSerialNumber = serials.size() > 1 ? serials[1] : serials.front() % 99999 + 1;
-    }
-    simulation.scenario = options.scenario;
-    simulated_ = std::make_unique<SimulatedGloves>(simulation);
-    host::setEnvironment("TESSEL_SERIAL_PORTS", simulated_->portsVariable());
-    simulated_->start();
-  }
-  makeObject(settings);
+  makeObject(parts.settingsFile);
 }
 
 Hardware::Services::~Services()
@@ -136,29 +67,12 @@ Hardware::Services::~Services()
   folder::folders_ = nullptr;
 }
 
-fs::path Hardware::settingsFile(const HardwareOptions& options)
-{
-  if (!options.settings.empty()) {
-    SettingsReport report = readSettings(options.settings);
-    printWarnings(report, options.settings);
-    settings_ = std::move(report.values);
-    checkElements(settings_, options.settings);
-    return options.settings;
-  }
-  settings_ = valuesFor(options.gloves == Gloves::both ? 2 : 1);
-  fs::path file = scratch_.path() / "settings.txt";
-  OutputFile text(file);
-  text.append(settingsText(settings_));
-  text.close();
-  return file;
-}
-
 void Hardware::makeObject(const fs::path& settings)
 {
   try {
     hardware_ = {plugin_->create(widen(settings).c_str(), clockMs, L"tessel"), {plugin_.get()}};
   } catch (const std::wstring& words) {
-    throw openingFailure(oneLine(words), simulated_ != nullptr);
+    throw openingFailure(oneLine(words), isSimulated_);
   } catch (const std::exception&) {
     throw;
   } catch (...) {
@@ -169,15 +83,27 @@ void Hardware::makeObject(const fs::path& settings)
   hardware_->mapping_ = &store_->map;
 }
 
-void Hardware::open(StopRequest& stopRequest)
+void Hardware::open(const GoesOn& goesOn)
 {
   std::int32_t result = 0;
-  if (!stopRequest.flag()) {
-    stopRequest.during([&] { result = hardware_->configure(); }, [this] { hardware_->signalShutdown(); });
+  std::atomic<bool> isGivenUp = !goesOn();
+  std::exception_ptr error;
+  if (!isGivenUp) {
+    const Ticker ticker([&] {
+      try {
+        if (!isGivenUp) isGivenUp = !goesOn();
+      } catch (...) {
+        error = std::current_exception();
+        isGivenUp = true;
+      }
+      // Repeated, since a signal before the plug-in has made its link has no effect.
+      if (isGivenUp) hardware_->signalShutdown();
+    });
+    result = hardware_->configure();
   }
-  if (stopRequest.flag())
-    throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
-  if (result != 0) throw openingFailure(oneLine(hardware_->lastError_), simulated_ != nullptr);
+  if (error) std::rethrow_exception(error);
+  if (isGivenUp) throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
+  if (result != 0) throw openingFailure(oneLine(hardware_->lastError_), isSimulated_);
   checkSide();
 }
 
@@ -189,12 +115,15 @@ void Hardware::checkSide()
   const std::string name = modules.empty() ? "" : modules.front();
   const std::string side = sideOfModule(name);
   if (side == wanted) return;
-  throw Failure(ExitCode::noGloves,
-                fmt::format("the glove found is {}, {}, not a {} one.", name,
-                            side == "glove" ? "of unknown side" : fmt::format("a {} one", side), wanted),
-                fmt::format("Switch it off and the {0} one on. If both are on, select the {0} one with "
-                            "TesselSerialNumber in a settings file and --settings.",
-                            wanted));
+  // Of several gloves the plug-in takes the one that it meets first.
+  throw OpeningFailure(
+      ExitCode::noGloves,
+      fmt::format("the glove found is {}, {}, not a {} one.", name,
+                  side == "glove" ? "of unknown side" : fmt::format("a {} one", side), wanted),
+      fmt::format("Switch it off and the {0} one on. If both are on, select the {0} one with "
+                  "TesselSerialNumber in a settings file and --settings.",
+                  wanted),
+      true);
 }
 
 std::vector<std::string> Hardware::askModules()

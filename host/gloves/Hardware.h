@@ -1,8 +1,9 @@
-// The plug-in with its settings, log and hardware object, from loading to release; also runs simulated gloves
-// if requested. Threads: one. Errors: a Failure with the plug-in's message and advice.
+// The plug-in with its log and hardware object, for one connection: from loading to unloading.
+// Threads: one, except for the callback of open(). Errors: a Failure with the plug-in's message and advice.
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,35 +11,35 @@
 
 #include "HwPlugins/HwTessel/Settings.h"
 #include "host/base/Failure.h"
-#include "host/base/ScratchFolder.h"
-#include "host/base/StopRequest.h"
 #include "host/gloves/Plugin.h"
 #include "host/gloves/RecordSource.h"
-#include "host/gloves/SimulatedGloves.h"
 
 // The gloves to connect to. For one glove, the plug-in takes the first that it finds.
 enum class Gloves { both, one, left, right };
 
-struct HardwareOptions {
-  std::filesystem::path plugin;    // empty: the default one
-  std::filesystem::path settings;  // empty: written for the gloves
-  Gloves gloves = Gloves::both;
-  std::filesystem::path logFolder;  // empty: no log
-  bool isSimulated = false;
-  std::filesystem::path scenario;  // of the simulation; empty: none
-};
-
 class Hardware final : public RecordSource {
  public:
-  // Loads the plug-in and creates the hardware object; opens no port. Prints errors and warnings of the
-  // settings file on standard error.
-  explicit Hardware(const HardwareOptions& options);
+  struct Parts {
+    std::filesystem::path plugin;  // empty: the default one
+    std::filesystem::path settingsFile;
+    settings::Values settings;  // as read from it
+    Gloves gloves;
+    std::filesystem::path logFolder;  // existing logs in it are deleted
+    bool isLogged;
+    bool isSimulated;
+    LinkWatch::Time patience;
+  };
+
+  // Loads the plug-in and creates the hardware object; opens no port.
+  explicit Hardware(const Parts& parts);
   Hardware(const Hardware&) = delete;
   Hardware& operator=(const Hardware&) = delete;
 
-  // Opens the link to the gloves, which takes 1 to 15 seconds. Fails early on a stop request; also fails if
-  // the glove found is of the wrong side.
-  void open(StopRequest& stopRequest);
+  // Opens the link to the gloves, which takes 1 to 15 seconds; calls `goesOn` before it and, on another
+  // thread, several times a second meanwhile. When it returns false, opening ends early with
+  // Failure(interrupted); what it throws is thrown here. Also fails if the glove found is of the wrong side.
+  using GoesOn = std::function<bool()>;
+  void open(const GoesOn& goesOn);
 
   bool read() override;
   void close() override;
@@ -57,7 +58,6 @@ class Hardware final : public RecordSource {
 
  private:
   std::wstring reply(const std::string& command);
-  std::filesystem::path settingsFile(const HardwareOptions& options);
   void makeObject(const std::filesystem::path& settings);
   void checkSide();
 
@@ -69,12 +69,12 @@ class Hardware final : public RecordSource {
     ~Services();
   };
 
+  const settings::Values settings_;
   const Gloves gloves_;
-  settings::Values settings_;
-  ScratchFolder scratch_;
-  Services services_;
-  std::unique_ptr<SimulatedGloves> simulated_;
+  const bool isSimulated_;
+  // Unloaded last: the log manager must end while the plug-in that used it is still there.
   std::unique_ptr<plugin::Library> plugin_;
+  Services services_;
   std::unique_ptr<plugin::RecordStore> store_;
   std::unique_ptr<HwInterface, plugin::Library::Released> hardware_;
   LinkWatch link_;

@@ -16,6 +16,10 @@ constexpr LinkWatch::Time recoveryTime = 5s;
 // A read without a message takes a full second, so a faster failure had a message.
 constexpr LinkWatch::Time maxFastRead = 900ms;
 constexpr unsigned maxRefusedFrames = 3;
+// A read that fails without waiting had a message, or the port is dead. More than a glove queues can't follow
+// each other at once.
+constexpr LinkWatch::Time instant = 1ms;
+constexpr unsigned maxInstantFailures = 5000;
 
 }  // namespace
 
@@ -34,19 +38,26 @@ void LinkWatch::beginRead(Time now)
   noteTurn(now, maxPause);
 }
 
+bool LinkWatch::isPatient(Time begin, Time now)
+{
+  instantFailures_ = now - begin < instant ? instantFailures_ + 1 : 0;
+  return now - *record_ < patience_ && instantFailures_ < maxInstantFailures;
+}
+
 LinkWatch::Verdict LinkWatch::endRead(Time now, TurnResult result)
 {
   const Time begin = latest_.value_or(now);
   noteTurn(now, maxRead);
   if (result == TurnResult::record) {
-    hasRecord_ = true;
+    record_ = now;
     resumed_.reset();
   }
   const bool hadFailed = std::exchange(hasFailed_, result == TurnResult::failed);
   if (!hasFailed_) return Verdict::alive;
   if (resumed_) return now - *resumed_ < recoveryTime ? Verdict::alive : Verdict::lostInStall;
   // A lost link fails at each read, frames that are too short only when one is complete.
-  if (hasRecord_ || hadFailed) return Verdict::silent;
+  if (record_) return isPatient(begin, now) ? Verdict::alive : Verdict::silent;
+  if (hadFailed) return Verdict::silent;
   if (now - begin < maxFastRead) ++refusedFrames_;
   return refusedFrames_ < maxRefusedFrames ? Verdict::alive : Verdict::framesTooShort;
 }

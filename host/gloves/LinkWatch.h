@@ -26,6 +26,10 @@ class LinkWatch {
     framesTooShort,  // messages arrive, but the plug-in rejects each frame
   };
 
+  // `patience`: for so long after a record, failing reads don't count. A glove out of range is given up by
+  // the dongle after 10 s; until then it may come back, with the frames that it has queued.
+  explicit LinkWatch(Time patience = Time{0}) : patience_(patience) {}
+
   void beginRead(Time now);
   [[nodiscard]] Verdict endRead(Time now, TurnResult result);
 
@@ -35,11 +39,14 @@ class LinkWatch {
 
  private:
   void noteTurn(Time end, Time bound);
+  bool isPatient(Time begin, Time now);
 
+  const Time patience_;
   std::optional<Time> latest_;  // begin or end of a read
   std::optional<Time> resumed_;
   Stalls stalls_;
-  bool hasRecord_ = false;
-  bool hasFailed_ = false;  // the latest read
+  std::optional<Time> record_;  // the end of the read that delivered the latest one
+  bool hasFailed_ = false;      // the latest read
   unsigned refusedFrames_ = 0;
+  unsigned instantFailures_ = 0;  // in a row
 };

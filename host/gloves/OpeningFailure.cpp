@@ -14,6 +14,7 @@ struct Meaning {
   std::string_view words;  // the beginning of the plug-in's message
   ExitCode code;
   const char* advice;
+  bool isTransient = false;
 };
 constexpr std::array meanings{
     Meaning{"No BLE USB dongle detected", ExitCode::noDongle, ""},
@@ -25,15 +26,17 @@ constexpr std::array meanings{
     Meaning{"Communication error", ExitCode::silence,
             "Check the dongle and its USB connection, then try again."},
     Meaning{"Not enough remote BLE modules", ExitCode::noGloves,
-            "Switch the gloves on and bring them closer. For one glove: --gloves 1, or a settings file."},
+            "Switch the gloves on and bring them closer. For one glove: --gloves 1, or a settings file.",
+            true},
     Meaning{"Failed to enable notifications", ExitCode::gloves,
-            "Switch the glove off and on, then try again."},
-    Meaning{"A remote BLE module timed out", ExitCode::gloves, "Switch the glove off and on; charge it."},
+            "Switch the glove off and on, then try again.", true},
+    Meaning{"A remote BLE module timed out", ExitCode::gloves, "Switch the glove off and on; charge it.",
+            true},
     Meaning{"A remote BLE module's service", ExitCode::gloves,
             "The glove's firmware is too old, or the device is not a glove."},
     Meaning{"Faulty sensor(s)", ExitCode::gloves,
             "Check the sensors. To record anyway: TesselSkipSensorStartupCheck 1 in a settings file."},
-    Meaning{"Failed to read status", ExitCode::gloves, "Switch the glove off and on, then try again."},
+    Meaning{"Failed to read status", ExitCode::gloves, "Switch the glove off and on, then try again.", true},
     Meaning{"Unhandled exception", ExitCode::gloves,
             "More gloves are in range than can be used: select yours with TesselSerialNumber in a settings "
             "file."},
@@ -41,24 +44,25 @@ constexpr std::array meanings{
 
 }  // namespace
 
-Failure openingFailure(const std::string& words, bool isSimulated)
+OpeningFailure openingFailure(const std::string& words, bool isSimulated)
 {
   const auto meaning =
       std::ranges::find_if(meanings, [&](const Meaning& known) { return words.starts_with(known.words); });
   if (meaning == meanings.end())
-    return {ExitCode::gloves, words, "Switch dongle and gloves off and on, then try again."};
+    return {ExitCode::gloves, words, "Switch dongle and gloves off and on, then try again.", false};
   // The plug-in reports only that there is no port or that it did not open; the operating system knows why.
   if (meaning->code == ExitCode::noDongle) {
-    if (isSimulated) return {ExitCode::noDongle, words, "The scenario causes this."};
-    return noDongle(listPorts(), portsVariable());
+    if (isSimulated) return {ExitCode::noDongle, words, "The scenario causes this.", false};
+    const Failure known = noDongle(listPorts(), portsVariable());
+    return {known.code(), known.what(), known.advice(), false};
   }
   if (meaning->code == ExitCode::port) {
     for (const Port& port : listPorts()) {
       if (port.isUsed && port.state != PortState::free) {
         return {ExitCode::port, fmt::format("{} can't be opened: {}", port.path, describe(port)),
-                isSimulated ? "The scenario causes this." : adviceFor(port)};
+                isSimulated ? "The scenario causes this." : adviceFor(port), false};
       }
     }
   }
-  return {meaning->code, words, meaning->advice};
+  return {meaning->code, words, meaning->advice, meaning->isTransient};
 }

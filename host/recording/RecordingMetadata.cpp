@@ -3,6 +3,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 
@@ -70,7 +71,24 @@ Json gloveJson(const RecordingMetadata::Glove& glove)
           {"disconnectedSeconds", orNull(glove.disconnectedSeconds)}};
 }
 
+Json timeOrNull(double timeMs)
+{
+  return std::isnan(timeMs) ? Json() : Json(timeMs);
+}
+
 }  // namespace
+
+nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconnections)
+{
+  Json json = Json::array();
+  for (const Reconnection& each : reconnections) {
+    json.push_back({{"reason", each.reason},
+                    {"lostMs", timeOrNull(each.lostMs)},
+                    {"backMs", timeOrNull(each.backMs)},
+                    {"attempts", each.attempts}});
+  }
+  return json;
+}
 
 std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
 {
@@ -92,6 +110,7 @@ std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events
   for (const RecordingMetadata::Glove& glove : metadata.gloves) {
     json["gloves"].push_back(gloveJson(glove));
   }
+  json["reconnections"] = reconnectionsJson(metadata.reconnections);
   json["books"] = metadata.books;
   json["capture"] = orNull(metadata.capture);
   json["settings"] = metadata.settings;

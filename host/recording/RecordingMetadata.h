@@ -10,6 +10,15 @@
 #include <vector>
 
 #include "host/recording/Layout.h"
+#include "host/recording/Record.h"
+
+// A time without the gloves, within a recording.
+struct Reconnection {
+  std::string reason;
+  double lostMs = Record::unknown;  // of the latest record before
+  double backMs = Record::unknown;  // of the first record after; unknown: they did not come back
+  unsigned attempts = 0;
+};
 
 struct RecordingMetadata {
   struct Time {
@@ -28,6 +37,7 @@ struct RecordingMetadata {
     std::optional<double> disconnectedSeconds;  // within the recording
   };
 
+  std::vector<Reconnection> reconnections;
   std::optional<std::chrono::system_clock::time_point> started;  // when a record's time was 0
   Time time;
   std::vector<Glove> gloves;                                           // in the order of the records
@@ -39,6 +49,8 @@ struct RecordingMetadata {
   std::string capture;           // the file with the bytes of the link; empty: none
   std::string ended;             // why; empty: it has not
 };
+
+nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconnections);
 
 // `events`: lines in the file of events. `isComplete`: it ended, and all records were written.
 std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete);

@@ -1,5 +1,7 @@
 #include "host/session/LinkCapture.h"
 
+#include <exception>
+
 namespace {
 
 constexpr std::size_t tailCapacity = std::size_t{4} << 20;
@@ -22,10 +24,17 @@ LinkCapture::LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const 
       file_.get());
 }
 
-void LinkCapture::finish()
+void LinkCapture::endConnection()
 {
-  feed_.finish();
+  std::exception_ptr error;
+  try {
+    feed_.pause();
+  } catch (...) {
+    error = std::current_exception();
+  }
   accounts_.settle();
+  feed_.resume();
+  if (error) std::rethrow_exception(error);
 }
 
 void LinkCapture::keepAt(const std::filesystem::path& path)

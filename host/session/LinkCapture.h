@@ -23,8 +23,9 @@ class LinkCapture {
   LiveAccounts& accounts() { return accounts_; }
   // False if the plug-in has written nothing, although it opened its port.
   bool hasBegun() const { return hasBegun_; }
-  // Receives the rest. The link must be closed. Then the accounts are settled.
-  void finish();
+  // The plug-in was unloaded: receives the rest that it wrote, and settles the accounts of its records.
+  // Another one may be loaded then.
+  void endConnection();
 
   // Where the capture is kept; empty if it is not.
   std::filesystem::path place() const { return place_; }

@@ -4,15 +4,11 @@
 
 #include <algorithm>
 
-#include "host/base/Console.h"
-#include "host/base/System.h"
 #include "host/session/BooksText.h"
 
 namespace {
 
-constexpr auto logInterval = std::chrono::seconds(2);
 constexpr double minReportedSilence = 1.5;  // seconds
-constexpr unsigned anyWidth = ~0U;
 
 // A value of 0 to 65535 as a bar.
 std::string bar(std::uint16_t value, unsigned cells)
@@ -37,15 +33,7 @@ std::string remainingText(const RecordingFigures& figures, const RecordingLimits
 
 }  // namespace
 
-Progress::Progress(const Layout& layout, const RecordingLimits& limits)
-    : layout_(layout), limits_(limits), isTerminal_(host::isTerminal(stderr)), next_(host::uptime())
-{
-}
-
-Progress::~Progress()
-{
-  if (hasLine_) console::report("\n");
-}
+Progress::Progress(const Layout& layout, const RecordingLimits& limits) : layout_(layout), limits_(limits) {}
 
 std::string Progress::text(const RecordingFigures& figures, unsigned width) const
 {
@@ -55,8 +43,8 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
   const std::string losses = figures.accounts ? lostText(figures.accounts->books, gloveLabels(layout_))
                                               : fmt::format("gaps {}", figures.gaps.count());
   std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  {}  bat {}", clockText(figures.seconds),
-                                 remainingText(figures, limits_), figures.records,
-                                 figures.gaps.recordsPerSecond(), losses, battery);
+                                 remainingText(figures, limits_), figures.records, figures.recordsPerSecond(),
+                                 losses, battery);
   if (figures.stalls.count > 0) {
     line += fmt::format("  stalled {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);
   }
@@ -75,19 +63,26 @@ std::string Progress::text(const RecordingFigures& figures, unsigned width) cons
 
 void Progress::show(const RecordingFigures& figures)
 {
-  // Recording must not block on the terminal or the reading program.
-  if (!host::takesText(stderr)) return;
-  const auto now = host::uptime();
-  if (!isTerminal_) {
-    if (now < next_) return;
-    next_ = now + logInterval;
-    console::report("{}\n", text(figures, anyWidth));
-    return;
-  }
-  const unsigned width = host::terminalWidth(stderr);
-  std::string line = text(figures, width);
-  line.resize(width - 1, ' ');  // overwrites the previous text
-  console::report("\r{}", line);
-  std::fflush(stderr);
-  hasLine_ = true;
+  if (line_.isDue()) line_.show(text(figures, line_.width()));
+}
+
+void Progress::sayLost(double second, const std::string& reason, double secondsToWait)
+{
+  line_.say(fmt::format("{}  NOT RECORDING: {} Waiting up to {:.0f} s for the gloves.", clockText(second),
+                        reason, secondsToWait),
+            true);
+}
+
+void Progress::showWaiting(double seconds, double secondsLeft, const std::string& state)
+{
+  if (!line_.isDue()) return;
+  line_.show(fmt::format("NOT RECORDING for {:.0f} s, giving up in {:.0f} s: {}", seconds,
+                         std::max(secondsLeft, 0.0), state));
+}
+
+void Progress::sayBack(double second, double seconds, unsigned attempts)
+{
+  line_.say(fmt::format("{}  RECORDING AGAIN after {:.1f} s ({} attempt{}).", clockText(second), seconds,
+                        attempts, attempts == 1 ? "" : "s"),
+            true);
 }

@@ -1,20 +1,21 @@
-// Shows the progress of a recording on standard error: on a terminal one line that is redrawn, otherwise a
-// new line every few seconds.
+// Shows on standard error how a recording goes: its figures, or that the gloves are away.
 #pragma once
 
-#include <chrono>
+#include <string>
 
+#include "host/base/StatusLine.h"
 #include "host/session/Recorder.h"
 
 class Progress {
  public:
   Progress(const Layout& layout, const RecordingLimits& limits);
-  // Ends the line.
-  ~Progress();
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
 
   void show(const RecordingFigures& figures);
+  // The gloves are lost, at this second of the recording, and will be waited for.
+  void sayLost(double second, const std::string& reason, double secondsToWait);
+  // `state`: what is known of them.
+  void showWaiting(double seconds, double secondsLeft, const std::string& state);
+  void sayBack(double second, double seconds, unsigned attempts);
 
  private:
   // Fits into a line of this many columns.
@@ -22,7 +23,5 @@ class Progress {
 
   const Layout& layout_;
   const RecordingLimits limits_;
-  const bool isTerminal_;
-  bool hasLine_ = false;
-  Recorder::Time next_;
+  StatusLine line_;
 };

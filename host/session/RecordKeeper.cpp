@@ -21,6 +21,7 @@ RecordKeeper::RecordKeeper(const Layout& layout, RecordWriter& writer, LiveAccou
 
 void RecordKeeper::beginReading(Time time)
 {
+  firstMs_ = Record::unknown;
   if (accounts_ != nullptr) accounts_->beginReading(time);
 }
 
@@ -64,6 +65,7 @@ void RecordKeeper::writeRest()
 {
   writeKnown();
   while (!waiting_.empty()) {
+    ++overtaken_;
     writeNext({});
   }
 }
@@ -96,6 +98,7 @@ void RecordKeeper::write(const Waiting& record, const RecordOrigin& origin)
                .elements = record.elements});
   if (std::isnan(timeMs)) return;
   latestMs_ = timeMs;
+  if (std::isnan(firstMs_)) firstMs_ = timeMs;
   gaps_.add(static_cast<std::uint32_t>(std::llround(timeMs)));
 }
 

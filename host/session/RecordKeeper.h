@@ -24,7 +24,7 @@ class RecordKeeper {
   // All must outlive it. `accounts`: null without a capture.
   RecordKeeper(const Layout& layout, RecordWriter& writer, LiveAccounts* accounts);
 
-  // Around all reads of records.
+  // Around all reads of records from one connection.
   void beginReading(Time time);
   void endReading(Time time);
   // A record that a read delivered, which ended at this time.
@@ -37,6 +37,9 @@ class RecordKeeper {
   std::uint64_t written() const { return written_; }
   // Empty before the first record was written.
   std::optional<Time> zero() const { return zero_; }
+  // The time of the first record of this connection, and of the latest one of all, in ms; unknown before.
+  double firstMs() const { return firstMs_; }
+  double latestMs() const { return written_ > 0 ? latestMs_ : Record::unknown; }
   // Empty without a capture.
   std::optional<LiveAccounts::Snapshot> accounts() const;
   // Of the times of the written records.
@@ -65,6 +68,7 @@ class RecordKeeper {
   std::uint64_t written_ = 0;
   std::optional<Time> zero_;
   double latestMs_ = 0;
+  double firstMs_ = Record::unknown;
   std::optional<std::uint32_t> latestPluginMs_;
   GapDetector gaps_;
 };

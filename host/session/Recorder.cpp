@@ -1,8 +1,10 @@
 #include "host/session/Recorder.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "host/base/Failure.h"
@@ -24,67 +26,105 @@ double secondsBetween(Recorder::Time begin, Recorder::Time end)
 
 }  // namespace
 
-Recorder::Recorder(RecordSource& source, const Layout& layout, RecordKeeper& keeper,
-                   const RecordingLimits& limits, Clock clock)
-    : source_(source),
-      layout_(layout),
-      keeper_(keeper),
-      limits_(limits),
-      clock_(std::move(clock)),
-      latest_(clock_())
+double RecordingFigures::awaySeconds() const
+{
+  double ms = 0;
+  for (const Reconnection& each : reconnections) {
+    if (!std::isnan(each.backMs)) ms += each.backMs - each.lostMs;
+  }
+  return ms / 1000;
+}
+
+double RecordingFigures::recordsPerSecond() const
+{
+  const double seconds = gaps.seconds() - awaySeconds();
+  const auto intervals = static_cast<double>(records) - 1 - static_cast<double>(reconnections.size());
+  return seconds > 0 && intervals > 0 ? intervals / seconds : 0;
+}
+
+LinkLoss::LinkLoss(std::vector<std::string> gloves)
+    : Failure(ExitCode::silence,
+              fmt::format("the connection to the {} glove{} was lost.", fmt::join(gloves, " and the "),
+                          gloves.size() == 1 ? "" : "s"),
+              "Check that it is switched on, charged and in range."),
+      gloves_(std::move(gloves))
+{
+}
+
+Recorder::Recorder(const Layout& layout, RecordKeeper& keeper, const RecordingLimits& limits, Clock clock)
+    : layout_(layout), keeper_(keeper), limits_(limits), clock_(std::move(clock))
 {
   figures_.latest.resize(layout_.groups.size());
   figures_.highest.resize(layout_.groups.size());
 }
 
-bool Recorder::run(const std::atomic<bool>& stop,
+bool Recorder::run(RecordSource& source, const std::atomic<bool>& stop,
                    const std::function<void(const RecordingFigures&)>& onProgress)
 {
   // On every exit, including a Failure of the hardware.
   struct Updated {
     Recorder& recorder;
+    const RecordSource& source;
     ~Updated()
     {
       const Time now = recorder.clock_();
       recorder.keeper_.endReading(now);
-      recorder.updateTimes(now);
+      recorder.updateTimes(source, now);
       recorder.updateKept();
+      recorder.earlierStalls_ = recorder.figures_.stalls;
     }
-  } const updated{*this};
-  keeper_.beginReading(clock_());
-  auto nextProgress = clock_();
+  } const updated{*this, source};
+  const Time begin = clock_();
+  latest_ = begin;
+  hasRecord_ = false;
+  keeper_.beginReading(begin);
+  auto nextProgress = begin;
   while (!stop) {
-    if (source_.read()) keepRecord();
+    if (source.read()) keepRecord(source);
     keeper_.writeKnown();
     const auto now = clock_();
-    updateTimes(now);
+    updateTimes(source, now);
     const bool isAtEnd = isAtLimit();
-    if (isAtEnd || !first_) checkSilence();
+    if (!hasRecord_ || (isAtEnd && !limits_.isPatient)) checkSilence(source);
     const bool isDue = now >= nextProgress;
-    if (isAtEnd || isDue) figures_.battery = source_.battery();
+    if (isAtEnd || isDue) figures_.battery = source.battery();
     if (isAtEnd) return true;
     if (!isDue) continue;
     nextProgress = now + progressInterval;
     updateKept();
     onProgress(figures_);
+    checkConnections(begin);
   }
   return false;
 }
 
-void Recorder::updateTimes(Time now)
+bool Recorder::wait()
 {
-  const Time resumed = source_.link().resumed().value_or(latest_);
+  const Time now = clock_();
   figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
-  figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
-  figures_.stalls = source_.link().stalls();
+  figures_.silentSeconds = secondsBetween(latest_, now);
+  updateKept();
+  return isAtLimit();
 }
 
-void Recorder::keepRecord()
+void Recorder::updateTimes(const RecordSource& source, Time now)
 {
-  const auto elements = source_.store().elements();
+  const Time resumed = source.link().resumed().value_or(latest_);
+  figures_.seconds = first_ ? secondsBetween(*first_, now) : 0;
+  figures_.silentSeconds = secondsBetween(std::max(latest_, resumed), now);
+  const Stalls& stalls = source.link().stalls();
+  figures_.stalls = {.count = earlierStalls_.count + stalls.count,
+                     .longest = std::max(earlierStalls_.longest, stalls.longest),
+                     .latest = stalls.count > 0 ? stalls.latest : earlierStalls_.latest};
+}
+
+void Recorder::keepRecord(const RecordSource& source)
+{
+  const auto elements = source.store().elements();
   const Time arrival = clock_();
-  keeper_.add(arrival, source_.store().timestampMs(), elements);
+  keeper_.add(arrival, source.store().timestampMs(), elements);
   latest_ = clock_();  // a blocked output is no silence of the gloves
+  hasRecord_ = true;
   if (!first_) first_ = arrival;
   ++figures_.records;
   for (std::size_t index = 0; index < layout_.groups.size(); ++index) {
@@ -101,6 +141,18 @@ void Recorder::updateKept()
   figures_.accounts = keeper_.accounts();
 }
 
+// The plug-in does not notice the loss of one of two gloves, and of all only as silence.
+void Recorder::checkConnections(Time begin) const
+{
+  if (!figures_.accounts) return;
+  std::vector<std::string> lost;
+  for (std::size_t glove = 0; glove < figures_.accounts->ended.size(); ++glove) {
+    const auto& ended = figures_.accounts->ended[glove];
+    if (ended && *ended >= begin) lost.push_back(layout_.groups.at(glove).label);
+  }
+  if (!lost.empty()) throw LinkLoss(std::move(lost));
+}
+
 void Recorder::finish(const std::optional<Books>& books)
 {
   updateKept();
@@ -108,17 +160,17 @@ void Recorder::finish(const std::optional<Books>& books)
   if (books && figures_.accounts) figures_.accounts->books = *books;
 }
 
-void Recorder::checkSilence() const
+void Recorder::checkSilence(const RecordSource& source) const
 {
   constexpr const char* advice =
       "One of two gloves may have stopped: check that both are switched on, charged and in range.";
-  if (!first_ && figures_.silentSeconds > maxWaitForFirst) {
+  if (!hasRecord_ && figures_.silentSeconds > maxWaitForFirst) {
     throw Failure(ExitCode::silence, "no complete frame arrived, although the gloves are connected.", advice);
   }
   // A short recording may end before the plug-in's read timeout.
   const double usualSeconds = keeper_.gaps().usualMs() / 1000;
-  const bool isSilent = first_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
-  if (isSilent && source_.link().resumed()) throw source_.linkFailure(LinkWatch::Verdict::lostInStall);
+  const bool isSilent = hasRecord_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
+  if (isSilent && source.link().resumed()) throw source.linkFailure(LinkWatch::Verdict::lostInStall);
   if (isSilent) {
     throw Failure(ExitCode::silence,
                   fmt::format("the gloves stopped sending: no frame arrived in the last {:.1f} s.",

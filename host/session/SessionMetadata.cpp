@@ -68,7 +68,8 @@ RecordingMetadata describe(Hardware& hardware, const Layout& layout)
 void update(RecordingMetadata& metadata, const RecordingFigures& figures)
 {
   metadata.records = figures.records;
-  if (figures.records > 1) metadata.recordsPerSecond = figures.gaps.recordsPerSecond();
+  metadata.reconnections = figures.reconnections;
+  if (figures.records > 1) metadata.recordsPerSecond = figures.recordsPerSecond();
   if (figures.accounts) updateFromCapture(metadata, *figures.accounts);
   if (metadata.started || !figures.zero) return;
   const auto sinceZero =

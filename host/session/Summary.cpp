@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
+
 #include "host/base/Characters.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
@@ -50,6 +52,20 @@ std::string stallsText(const Stalls& stalls, bool hasExactTimes)
       stalls.longest, times, hasExactTimes ? "" : "  This alone makes intervals longer.\n");
 }
 
+std::string reconnectionsText(const RecordingFigures& figures)
+{
+  if (figures.reconnections.empty()) return "";
+  const bool areAway = std::isnan(figures.reconnections.back().backMs);
+  const std::size_t back = figures.reconnections.size() - (areAway ? 1 : 0);
+  std::string text;
+  if (back > 0) {
+    text = fmt::format("  the gloves were lost and opened again {}; without records for {:.1f} s in all\n",
+                       back == 1 ? "once" : fmt::format("{} times", back), figures.awaySeconds());
+  }
+  if (areAway) text += "  at the end of the recording they were away\n";
+  return text;
+}
+
 }  // namespace
 
 std::string summaryText(const RecordingSummary& summary)
@@ -61,8 +77,9 @@ std::string summaryText(const RecordingSummary& summary)
   }
   std::string text = fmt::format(
       "Recorded {} frames in {:.1f} s; their times span {:.1f} s ({:.1f}/s). Ended: {}\n", figures.records,
-      figures.seconds, figures.gaps.seconds(), figures.gaps.recordsPerSecond(), printable(summary.ending));
+      figures.seconds, figures.gaps.seconds(), figures.recordsPerSecond(), printable(summary.ending));
   if (!figures.accounts) text += gapsText(figures.gaps);
+  text += reconnectionsText(figures);
   text += stallsText(figures.stalls, figures.accounts.has_value());
   for (std::size_t index = 0; index < summary.layout.groups.size(); ++index) {
     const ElementGroup& group = summary.layout.groups[index];
@@ -89,7 +106,7 @@ nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMe
                               {"frames", figures.records},
                               {"seconds", figures.seconds},
                               {"timestampSeconds", figures.gaps.seconds()},
-                              {"framesPerSecond", figures.gaps.recordsPerSecond()},
+                              {"framesPerSecond", figures.recordsPerSecond()},
                               {"gaps", figures.gaps.count()},
                               {"longestGapMs", figures.gaps.longestMs()},
                               {"backwardSteps", figures.gaps.backwardSteps()}};
@@ -99,6 +116,7 @@ nlohmann::ordered_json summaryJson(const RecordingSummary& summary, bool showsMe
     json["books"] = nullptr;
     json["estimatedMissingFrames"] = figures.gaps.missing();
   }
+  json["reconnections"] = reconnectionsJson(figures.reconnections);
   json["stalls"] = {{"count", figures.stalls.count}, {"longestSeconds", figures.stalls.longest}};
   json["battery"] = figures.battery ? nlohmann::ordered_json(*figures.battery) : nullptr;
   json["gloves"] = nlohmann::ordered_json::array();

@@ -58,7 +58,7 @@ TEST_F(Feed, FinishingPassesOnAllThatWasWrittenBefore)
   constexpr int fitting = 10'000;  // 480 KB
   write(fitting);
   capture::close();
-  feed.finish();
+  feed.pause();
   EXPECT_EQ(sections_, 1);
   EXPECT_EQ(notes_, fitting);
   EXPECT_EQ(lost_, 0);
@@ -79,7 +79,7 @@ TEST_F(Feed, OfAWriterThatIsTooFastEachBlockIsReceivedOrCounted)
     std::this_thread::yield();
   }
   capture::close();
-  feed.finish();
+  feed.pause();
   EXPECT_EQ(notes_ + ends_ + lost_, tooMany + ends);
   EXPECT_GT(lost_, 0);
   EXPECT_EQ(reader_.skippedBytes() + reader_.unfinishedBytes(), 0U);
@@ -102,8 +102,8 @@ TEST_F(Feed, AFileGetsTheSameBytesBehindWhatItHeld)
       &file);
   write(1);
   capture::close();
-  EXPECT_THROW(feed.finish(), std::runtime_error);
-  feed.finish();
+  EXPECT_THROW(feed.pause(), std::runtime_error);
+  feed.pause();
   EXPECT_GT(received.size(), 100U);
   std::ifstream content(path, std::ios::binary);
   EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(content), {}).starts_with(kept + received))

@@ -28,6 +28,7 @@ TEST(LinkWatch, DistinguishesSilenceStallsOfThisComputerAndShortFrames)
     Verdict verdict;
     std::uint64_t stalls;
     double longest;
+    LinkWatch::Time patience = 0s;
   } cases[] = {
       {"a good link", {message, frame, message, frame}, Verdict::alive, 0, 0},
       {"a second of silence", {frame, wait, message}, Verdict::alive, 0, 0},
@@ -89,10 +90,13 @@ TEST(LinkWatch, DistinguishesSilenceStallsOfThisComputerAndShortFrames)
        Verdict::alive,
        0,
        0},
+      {"silence within the patience", {frame, wait, {1ms, 1s, failed, 8}, frame}, Verdict::alive, 0, 0, 11s},
+      {"silence beyond the patience", {frame, wait, {1ms, 1s, failed, 10}}, Verdict::silent, 0, 0, 11s},
+      {"a dead port", {frame, {0ms, 1us, failed, 5000}}, Verdict::silent, 0, 0, 11s},
       {"a dead port from the beginning", {{1ms, 1ms, nothing}, {1ms, 1ms, failed, 2}}, Verdict::silent, 0, 0},
   };
-  for (const auto& [name, turns, verdict, stalls, longest] : cases) {
-    LinkWatch watch;
+  for (const auto& [name, turns, verdict, stalls, longest, patience] : cases) {
+    LinkWatch watch(patience);
     LinkWatch::Time now = 1000h;
     Verdict reached = Verdict::alive;
     for (const Turn& turn : turns) {

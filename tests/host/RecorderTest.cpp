@@ -64,7 +64,7 @@ class KeepingWriter final : public RecordWriter {
 // One recording of these gloves.
 struct Session {
   explicit Session(const RecordingLimits& limits)
-      : recorder(gloves, layout, keeper, limits, [this] { return gloves.now; })
+      : recorder(layout, keeper, limits, [this] { return gloves.now; })
   {
   }
 
@@ -72,8 +72,9 @@ struct Session {
   std::string run(Time stopAt = 1h)
   {
     try {
-      return recorder.run(stop, [&](const RecordingFigures&) { stop = gloves.now >= stopAt; }) ? "limit"
-                                                                                               : "stop";
+      return recorder.run(gloves, stop, [&](const RecordingFigures&) { stop = gloves.now >= stopAt; })
+                 ? "limit"
+                 : "stop";
     } catch (const Failure& failure) {
       return failure.what();
     }

@@ -33,6 +33,11 @@ CapturePipe::~CapturePipe()
   ::unlink(name_.c_str());
 }
 
+void CapturePipe::renew()
+{
+  // Writers of a FIFO come and go.
+}
+
 std::size_t CapturePipe::read(std::span<std::uint8_t> buffer)
 {
   const ssize_t count = ::read(static_cast<int>(handle_), buffer.data(), buffer.size());

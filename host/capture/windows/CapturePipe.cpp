@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "host/base/Failure.h"
 
@@ -14,22 +15,33 @@ HANDLE native(std::intptr_t handle)
   return reinterpret_cast<HANDLE>(handle);
 }
 
+HANDLE makePipe(const std::string& name)
+{
+  constexpr DWORD size = 1024 * 1024;
+  const HANDLE pipe =
+      CreateNamedPipeA(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_FIRST_PIPE_INSTANCE,
+                       PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, size, 0, nullptr);
+  if (pipe == INVALID_HANDLE_VALUE) {
+    throw Failure(ExitCode::output, fmt::format("the pipe {} can't be made: error {}.", name, GetLastError()),
+                  "End other instances of this program and try again.");
+  }
+  return pipe;
+}
+
 }  // namespace
 
 CapturePipe::CapturePipe(const std::filesystem::path&)
 {
-  constexpr DWORD size = 1024 * 1024;
   static DWORD count = 0;
   name_ = fmt::format(R"(\\.\pipe\tessel-{}-{})", GetCurrentProcessId(), ++count);
-  const HANDLE pipe =
-      CreateNamedPipeA(name_.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_FIRST_PIPE_INSTANCE,
-                       PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, size, 0, nullptr);
-  if (pipe == INVALID_HANDLE_VALUE) {
-    throw Failure(ExitCode::output,
-                  fmt::format("the pipe {} can't be made: error {}.", name_, GetLastError()),
-                  "End other instances of this program and try again.");
-  }
-  handle_ = reinterpret_cast<std::intptr_t>(pipe);
+  handle_ = reinterpret_cast<std::intptr_t>(makePipe(name_));
+}
+
+void CapturePipe::renew()
+{
+  // Only a new pipe can be opened without anybody waiting for it.
+  CloseHandle(native(std::exchange(handle_, reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE))));
+  handle_ = reinterpret_cast<std::intptr_t>(makePipe(name_));
 }
 
 CapturePipe::~CapturePipe()

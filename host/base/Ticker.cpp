@@ -1,0 +1,32 @@
+#include "host/base/Ticker.h"
+
+#include <chrono>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds interval{100};
+
+}  // namespace
+
+Ticker::Ticker(std::function<void()> tick)
+    : thread_([this, tick = std::move(tick)] {
+        std::unique_lock guard(mutex_);
+        while (!wake_.wait_for(guard, interval, [this] { return isOver_; })) {
+          guard.unlock();
+          tick();
+          guard.lock();
+        }
+      })
+{
+}
+
+Ticker::~Ticker()
+{
+  {
+    const std::lock_guard guard(mutex_);
+    isOver_ = true;
+  }
+  wake_.notify_one();
+  thread_.join();
+}

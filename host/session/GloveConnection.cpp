@@ -1,0 +1,56 @@
+#include "host/session/GloveConnection.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+#include "host/base/StatusLine.h"
+#include "host/session/GloveLayout.h"
+#include "host/session/PatientOpening.h"
+
+namespace {
+
+// It shows what is heard; the gloves can be used without it.
+std::unique_ptr<LinkCapture> captureFor(const settings::Values& settings)
+{
+  const std::filesystem::path file = takeCaptureVariable();
+  const std::size_t gloves = glovesInRecord(settings);
+  try {
+    return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
+                                         file);
+  } catch (const Failure&) {
+    if (!file.empty()) throw;
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest)
+{
+  StatusLine line(std::chrono::seconds(10));
+  const auto onFailed = [&](const FailedAttempt& attempt) {
+    if (!line.isDue()) return;
+    const std::string heard = attempt.heard ? fmt::format(" Heard: {}.", heardText(*attempt.heard)) : "";
+    line.show(fmt::format("{}{} Trying again for up to {:.0f} s.", attempt.failure.what(), heard,
+                          std::ceil(attempt.secondsLeft)));
+  };
+  return openPatiently(
+             gloves, {.seconds = waitSeconds}, HostTime::real(), [&] { return !stopRequest.flag(); },
+             onFailed)
+      .source;
+}
+
+GloveConnection::GloveConnection(const HardwareOptions& options)
+    : waitSeconds_(options.waitSeconds),
+      source_(options),
+      capture_(captureFor(source_.settings())),
+      connector_(source_, capture_.get())
+{
+}
+
+Hardware& GloveConnection::open(const StopRequest& stopRequest)
+{
+  openGloves(connector_, waitSeconds_, stopRequest);
+  return connector_.hardware();
+}

@@ -1,0 +1,25 @@
+// The gloves for a command that uses them once: opens them with patience, and says what it waits for.
+#pragma once
+
+#include <memory>
+
+#include "host/base/StopRequest.h"
+#include "host/gloves/HardwareSource.h"
+#include "host/session/HardwareConnector.h"
+#include "host/session/LinkCapture.h"
+
+// Opens the gloves for the first time; reports failed attempts on standard error. A Failure if it fails.
+RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest);
+
+class GloveConnection {
+ public:
+  explicit GloveConnection(const HardwareOptions& options);
+
+  Hardware& open(const StopRequest& stopRequest);
+
+ private:
+  const double waitSeconds_;
+  HardwareSource source_;
+  std::unique_ptr<LinkCapture> capture_;
+  HardwareConnector connector_;
+};

@@ -1,0 +1,77 @@
+#include "host/session/PatientOpening.h"
+
+#include <fmt/format.h>
+
+#include <thread>
+
+#include "host/base/System.h"
+#include "host/gloves/ModuleNames.h"
+#include "host/gloves/OpeningFailure.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Some attempts fail at once, as without a dongle.
+constexpr auto pauseTime = 500ms;
+constexpr auto step = 100ms;
+
+bool isWorthRepeating(const Failure& failure, bool isReconnection)
+{
+  const auto* const opening = dynamic_cast<const OpeningFailure*>(&failure);
+  if (opening == nullptr || failure.code() == ExitCode::interrupted) return false;
+  return isReconnection || opening->isTransient();
+}
+
+OpeningFailure finalFailure(const Failure& failure, const std::optional<HeardDevices>& heard,
+                            unsigned attempts, double seconds)
+{
+  std::string text = failure.what();
+  if (text.ends_with('.')) text.pop_back();
+  if (attempts > 1) text += fmt::format("; tried {} times in {:.0f} s", attempts, seconds);
+  if (failure.code() == ExitCode::noGloves && heard) text += fmt::format("; heard: {}", heardText(*heard));
+  return {failure.code(), text + '.', failure.advice(), true};
+}
+
+}  // namespace
+
+HostTime HostTime::real()
+{
+  return {host::uptime, [](std::chrono::nanoseconds time) { std::this_thread::sleep_for(time); }};
+}
+
+OpenedGloves openPatiently(GloveConnector& gloves, const OpeningRules& rules, const HostTime& time,
+                           const GloveConnector::GoesOn& goesOn,
+                           const std::function<void(const FailedAttempt&)>& onFailed)
+{
+  const auto begin = time.now();
+  for (unsigned attempts = 1;; ++attempts) {
+    try {
+      return {gloves.connect(goesOn), attempts};
+    } catch (const Failure& failure) {
+      if (!isWorthRepeating(failure, rules.isReconnection)) throw;
+      const double seconds = std::chrono::duration<double>(time.now() - begin).count();
+      if (seconds >= rules.seconds) throw finalFailure(failure, gloves.heard(), attempts, seconds);
+      onFailed({failure, gloves.heard(), rules.seconds - seconds});
+    }
+    for (auto waited = 0ms; waited < pauseTime; waited += step) {
+      if (!goesOn()) throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
+      time.sleep(step);
+    }
+  }
+}
+
+std::string heardText(const HeardDevices& heard)
+{
+  std::string text;
+  for (const HeardGlove& glove : heard.gloves()) {
+    const std::string side = sideOfModule(glove.name);
+    text += fmt::format("{}{} {} ({} dBm)", text.empty() ? "" : ", ",
+                        side == "glove" ? side : side + " glove", glove.name, glove.rssi);
+  }
+  const std::string others =
+      heard.others() == 0 ? ""
+                          : fmt::format("{} other device{}", heard.others(), heard.others() == 1 ? "" : "s");
+  if (text.empty()) return others.empty() ? "no Bluetooth device" : "no glove, " + others;
+  return others.empty() ? text : text + " and " + others;
+}

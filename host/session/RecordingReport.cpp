@@ -1,0 +1,58 @@
+#include "host/session/RecordingReport.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "host/base/System.h"
+#include "host/session/SessionMetadata.h"
+
+RecordingReport::RecordingReport(RecordingFiles& files, const SessionRules& rules)
+    : files_(files), patience_(rules.reconnectSeconds), progress_(files.metadata().layout, rules.limits)
+{
+}
+
+void RecordingReport::recording(const RecordingFigures& figures)
+{
+  progress_.show(figures);
+  keepUp(figures);
+}
+
+void RecordingReport::lost(const Failure& failure, const RecordingFigures& figures)
+{
+  progress_.sayLost(figures.seconds, failure.what(), patience_);
+}
+
+void RecordingReport::waiting(const Waiting& waiting, const RecordingFigures& figures)
+{
+  progress_.showWaiting(waiting.seconds, waiting.secondsLeft, stateOf(waiting));
+  keepUp(figures);
+}
+
+void RecordingReport::back(double seconds, unsigned attempts, const RecordingFigures& figures)
+{
+  progress_.sayBack(figures.seconds, seconds, attempts);
+}
+
+void RecordingReport::keepUp(const RecordingFigures& figures)
+{
+  if (!figures.zero) return;
+  update(files_.metadata(), figures);
+  files_.keepUp(host::uptime());
+}
+
+// "left glove not heard, right glove heard (-50 dBm), 12 other devices"
+std::string RecordingReport::stateOf(const Waiting& waiting) const
+{
+  if (!waiting.failure) return "opening the gloves";
+  if (!waiting.heard || waiting.failure->code() != ExitCode::noGloves) return waiting.failure->what();
+  std::string state;
+  for (const ElementGroup& group : files_.metadata().layout.groups) {
+    if (!group.isGlove()) continue;
+    const auto& gloves = waiting.heard->gloves();
+    const auto found = std::ranges::find(gloves, group.module, &HeardGlove::name);
+    state += fmt::format("{} glove {}, ", group.label,
+                         found == gloves.end() ? "not heard" : fmt::format("heard ({} dBm)", found->rssi));
+  }
+  return state + fmt::format("{} other devices", waiting.heard->others());
+}

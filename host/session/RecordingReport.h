@@ -1,0 +1,28 @@
+// What a recording reports while it runs: to the user, and in its metadata and events.
+#pragma once
+
+#include <string>
+
+#include "host/recording/RecordingFiles.h"
+#include "host/session/Progress.h"
+#include "host/session/Session.h"
+
+class RecordingReport final : public SessionListener {
+ public:
+  // The files must have begun, and outlive it.
+  RecordingReport(RecordingFiles& files, const SessionRules& rules);
+
+  void recording(const RecordingFigures& figures) override;
+  void lost(const Failure& failure, const RecordingFigures& figures) override;
+  void waiting(const Waiting& waiting, const RecordingFigures& figures) override;
+  void back(double seconds, unsigned attempts, const RecordingFigures& figures) override;
+  void event(const RecordingEvent& event) override { files_.addEvent(event); }
+
+ private:
+  void keepUp(const RecordingFigures& figures);
+  std::string stateOf(const Waiting& waiting) const;
+
+  RecordingFiles& files_;
+  const double patience_;  // seconds
+  Progress progress_;
+};

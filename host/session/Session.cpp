@@ -1,0 +1,196 @@
+#include "host/session/Session.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "host/gloves/OpeningFailure.h"
+
+Ending endingByException()
+{
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return {failure.what(), failure};
+  } catch (const std::bad_alloc&) {
+    return {outOfMemory().what(), outOfMemory()};
+  } catch (const std::exception& error) {
+    return {error.what(), Failure(ExitCode::internal, error.what(), "")};
+  }
+}
+
+Session::Session(GloveConnector& gloves, Recorder& recorder, RecordKeeper& keeper, MarkerQueue& markers,
+                 SessionListener& listener, const SessionRules& rules, HostTime time)
+    : gloves_(gloves),
+      recorder_(recorder),
+      keeper_(keeper),
+      markers_(markers),
+      listener_(listener),
+      rules_(rules),
+      time_(std::move(time)),
+      reconnections_(recorder.reconnections())
+{
+}
+
+Ending Session::run(RecordSource& first, const std::atomic<bool>& stop)
+{
+  RecordSource* source = &first;
+  for (;;) {
+    std::uint64_t notedStalls = recorder_.figures().stalls.count;
+    try {
+      const bool isAtLimit = recorder_.run(
+          *source, stop, [&](const RecordingFigures& figures) { whileRecording(figures, notedStalls); });
+      return endedBy(isAtLimit);
+    } catch (const Failure& failure) {
+      const bool isLoss = failure.code() == ExitCode::silence;
+      if (!isLoss || rules_.reconnectSeconds <= 0) return {failure.what(), failure};
+      try {
+        if (auto ending = reconnect(failure, source, stop)) return std::move(*ending);
+      } catch (...) {
+        return endingByException();
+      }
+    } catch (...) {
+      return endingByException();
+    }
+  }
+}
+
+bool Session::isAway() const
+{
+  return !reconnections_.empty() && std::isnan(reconnections_.back().backMs);
+}
+
+Ending Session::endedBy(bool isAtLimit) const
+{
+  const std::string away = isAway() ? ", while the gloves were away" : "";
+  const bool isEarly = rules_.limits.seconds || rules_.limits.records || recorder_.figures().records == 0;
+  if (isAtLimit || !isEarly) return {fmt::format("as requested{}.", away), {}};
+  const std::string words = fmt::format("interrupted before the recording was complete{}.", away);
+  return {words, Failure(ExitCode::interrupted, words, "")};
+}
+
+void Session::whileRecording(const RecordingFigures& figures, std::uint64_t& notedStalls)
+{
+  noteBack();
+  if (figures.zero) noteStalls(figures.stalls, notedStalls);
+  noteMarkers();
+  listener_.recording(figures);
+}
+
+// Returns how the recording ends, or nothing if the gloves are back.
+std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& source,
+                                         const std::atomic<bool>& stop)
+{
+  noteBack();
+  // Gloves that can be opened, but deliver nothing, have not come back.
+  if (!isAway()) noteLost(loss);
+  gloves_.disconnect();
+  keeper_.writeRest();
+  Reconnection& current = reconnections_.back();
+  current.lostMs = keeper_.latestMs();
+
+  const double secondsLeft = rules_.reconnectSeconds - secondsAway();
+  if (current.attempts > 0 && secondsLeft <= 0) return giveUp(loss);
+  bool isAtLimit = false;
+  Waiting waiting;
+  const auto goesOn = [&] {
+    isAtLimit = recorder_.wait();
+    noteMarkers();
+    waiting.seconds = secondsAway();
+    waiting.secondsLeft = rules_.reconnectSeconds - waiting.seconds;
+    listener_.waiting(waiting, recorder_.figures());
+    return !stop && !isAtLimit;
+  };
+  const auto onFailed = [&](const FailedAttempt& attempt) {
+    ++current.attempts;
+    waiting.failure = attempt.failure;
+    waiting.heard = attempt.heard;
+  };
+  try {
+    source =
+        &openPatiently(gloves_, {.seconds = secondsLeft, .isReconnection = true}, time_, goesOn, onFailed)
+             .source;
+    ++current.attempts;
+    return std::nullopt;
+  } catch (const OpeningFailure& failure) {
+    ++current.attempts;
+    return giveUp(failure);
+  } catch (const Failure&) {
+    if (stop || isAtLimit) return endedBy(isAtLimit);
+    throw;
+  }
+}
+
+void Session::noteLost(const Failure& loss)
+{
+  awaySince_ = time_.now();
+  reconnections_.push_back({.reason = loss.what()});
+  const auto* const link = dynamic_cast<const LinkLoss*>(&loss);
+  const bool isOneGlove = link != nullptr && link->gloves().size() == 1;
+  noteEvent(msOf(awaySince_), "disconnected", isOneGlove ? link->gloves().front() : "", loss.what());
+  listener_.lost(loss, recorder_.figures());
+}
+
+Ending Session::giveUp(const Failure& latest)
+{
+  const Reconnection& current = reconnections_.back();
+  noteEvent(msOf(time_.now()), "gave up", "", latest.what());
+  const Failure failure(
+      ExitCode::silence,
+      fmt::format("{} They did not come back in {:.0f} s ({} attempt{}). The latest one: {}", current.reason,
+                  secondsAway(), current.attempts, current.attempts == 1 ? "" : "s", latest.what()),
+      latest.advice());
+  return {failure.what(), failure};
+}
+
+// They are back with their first record, which can take some tenths of a second after the opening.
+void Session::noteBack()
+{
+  if (!isAway() || std::isnan(keeper_.firstMs())) return;
+  Reconnection& current = reconnections_.back();
+  current.backMs = keeper_.firstMs();
+  const double seconds = (current.backMs - current.lostMs) / 1000;
+  noteEvent(current.backMs, "reconnected", "",
+            fmt::format("after {:.1f} s without records, {} attempts", seconds, current.attempts));
+  listener_.back(seconds, current.attempts, recorder_.figures());
+}
+
+// Before the first record was written there is no time for them.
+void Session::noteMarkers()
+{
+  if (!keeper_.zero()) return;
+  for (const Marker& marker : markers_.take()) {
+    noteEvent(msOf(marker.time), "marker", "", marker.text);
+  }
+}
+
+// Pauses of this computer, each once.
+void Session::noteStalls(const Stalls& stalls, std::uint64_t& noted)
+{
+  if (stalls.count == std::exchange(noted, stalls.count)) return;
+  noteEvent(msOf(time_.now()), "stall", "", fmt::format("tessel was stalled for {:.1f} s", stalls.latest));
+}
+
+void Session::noteRest()
+{
+  noteBack();
+  noteMarkers();
+}
+
+void Session::noteEvent(double timeMs, std::string event, std::string glove, std::string detail)
+{
+  listener_.event({timeMs, std::move(event), std::move(glove), std::move(detail)});
+}
+
+double Session::msOf(Time time) const
+{
+  const auto zero = keeper_.zero();
+  return zero ? std::chrono::duration<double, std::milli>(time - *zero).count() : Record::unknown;
+}
+
+double Session::secondsAway() const
+{
+  return std::chrono::duration<double>(time_.now() - awaySince_).count();
+}
