@@ -210,6 +210,7 @@ void LinkAccounts::notificationsBegin(std::size_t glove, Time time)
 void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
 {
   ended_[glove] = time;
+  ++endings_;
   gloves_[glove].endConnection(time);
 }
 

@@ -71,6 +71,8 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::optional<LinkDecoder::Address> address(std::size_t glove) const { return decoder_.address(glove); }
   const HeardDevices& heard() const { return heard_; }
   void forgetHeard() { heard_.clear(); }
+  // How many connections have ended.
+  std::uint64_t endings() const { return endings_; }
   // When the glove's latest connection ended; empty while it lasts.
   std::optional<Time> ended(std::size_t glove) const { return ended_.at(glove); }
 
@@ -113,6 +115,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   std::optional<Time> readingBegin_;
   Time readingEnd_ = Time::max();
   std::array<std::optional<Time>, LinkDecoder::maxGloves> ended_;
+  std::uint64_t endings_ = 0;
   std::optional<Time> undelivered_;  // the latest message, unless the read that handled it delivered a record
   std::int64_t latestTicks_ = 0;     // of the first glove
   std::deque<Delivered> delivered_;

@@ -52,7 +52,9 @@ void LiveAccounts::handBack()
     origins_.insert(origins_.end(), origins.begin(), origins.end());
     hasOrigins_ = !origins_.empty();
   }
-  if (latest_ < nextSnapshot_) return;
+  // An ended connection may be the last that is heard.
+  const bool isEnding = accounts_.endings() != std::exchange(endings_, accounts_.endings());
+  if (latest_ < nextSnapshot_ && !isEnding) return;
   nextSnapshot_ = latest_ + snapshotInterval;
   Snapshot snapshot{.books = accounts_.books(false),
                     .residualMs = accounts_.deviceTime().residualMs(),

@@ -73,6 +73,7 @@ class LiveAccounts {
   LinkAccounts accounts_;
   Time latest_{0};  // block of the capture
   Time nextSnapshot_{0};
+  std::uint64_t endings_ = 0;  // in the latest snapshot
 
   std::atomic<bool> hasOrigins_{false};  // so that each read need not lock
   mutable std::mutex mutex_;             // of what follows

@@ -32,8 +32,10 @@ RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopR
   const auto onFailed = [&](const FailedAttempt& attempt) {
     if (!line.isDue()) return;
     const std::string heard = attempt.heard ? fmt::format(" Heard: {}.", heardText(*attempt.heard)) : "";
-    line.show(fmt::format("{}{} Trying again for up to {:.0f} s.", attempt.failure.what(), heard,
-                          std::ceil(attempt.secondsLeft)));
+    std::string failure = attempt.failure.what();
+    if (!failure.ends_with('.')) failure += '.';
+    line.show(
+        fmt::format("{}{} Trying again for up to {:.0f} s.", failure, heard, std::ceil(attempt.secondsLeft)));
   };
   return openPatiently(
              gloves, {.seconds = waitSeconds}, HostTime::real(), [&] { return !stopRequest.flag(); },

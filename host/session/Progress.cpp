@@ -76,8 +76,8 @@ void Progress::sayLost(double second, const std::string& reason, double secondsT
 void Progress::showWaiting(double seconds, double secondsLeft, const std::string& state)
 {
   if (!line_.isDue()) return;
-  line_.show(fmt::format("NOT RECORDING for {:.0f} s, giving up in {:.0f} s: {}", seconds,
-                         std::max(secondsLeft, 0.0), state));
+  const std::string end = secondsLeft > 0 ? fmt::format("in {:.0f} s", secondsLeft) : "after this attempt";
+  line_.show(fmt::format("NOT RECORDING for {:.0f} s, giving up {}: {}", seconds, end, state));
 }
 
 void Progress::sayBack(double second, double seconds, unsigned attempts)

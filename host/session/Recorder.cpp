@@ -1,7 +1,6 @@
 #include "host/session/Recorder.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
@@ -44,9 +43,9 @@ double RecordingFigures::recordsPerSecond() const
 
 LinkLoss::LinkLoss(std::vector<std::string> gloves)
     : Failure(ExitCode::silence,
-              fmt::format("the connection to the {} glove{} was lost.", fmt::join(gloves, " and the "),
-                          gloves.size() == 1 ? "" : "s"),
-              "Check that it is switched on, charged and in range."),
+              gloves.size() == 1 ? fmt::format("the connection to the {} glove was lost.", gloves.front())
+                                 : "the connections to both gloves were lost.",
+              "Check that all gloves are switched on, charged and in range."),
       gloves_(std::move(gloves))
 {
 }

@@ -84,10 +84,15 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
                                          const std::atomic<bool>& stop)
 {
   noteBack();
-  // Gloves that can be opened, but deliver nothing, have not come back.
-  if (!isAway()) noteLost(loss);
+  const bool isSaid = !isAway();
+  if (isSaid) noteLost(loss);
   gloves_.disconnect();
   keeper_.writeRest();
+  // Gloves that can be opened, but deliver nothing, have not come back. The first record may just have been
+  // written.
+  noteBack();
+  if (!isSaid && !isAway()) noteLost(loss);
+  isOpen_ = false;
   Reconnection& current = reconnections_.back();
   current.lostMs = keeper_.latestMs();
 
@@ -113,6 +118,7 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
         &openPatiently(gloves_, {.seconds = secondsLeft, .isReconnection = true}, time_, goesOn, onFailed)
              .source;
     ++current.attempts;
+    isOpen_ = true;
     return std::nullopt;
   } catch (const OpeningFailure& failure) {
     ++current.attempts;
@@ -126,6 +132,7 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
 void Session::noteLost(const Failure& loss)
 {
   awaySince_ = time_.now();
+  isOpen_ = false;
   reconnections_.push_back({.reason = loss.what()});
   const auto* const link = dynamic_cast<const LinkLoss*>(&loss);
   const bool isOneGlove = link != nullptr && link->gloves().size() == 1;
@@ -139,8 +146,9 @@ Ending Session::giveUp(const Failure& latest)
   noteEvent(msOf(time_.now()), "gave up", "", latest.what());
   const Failure failure(
       ExitCode::silence,
-      fmt::format("{} They did not come back in {:.0f} s ({} attempt{}). The latest one: {}", current.reason,
-                  secondsAway(), current.attempts, current.attempts == 1 ? "" : "s", latest.what()),
+      fmt::format("{} Tried for {:.0f} s to open the gloves again, {} time{}. The latest failure: {}",
+                  current.reason, secondsAway(), current.attempts, current.attempts == 1 ? "" : "s",
+                  latest.what()),
       latest.advice());
   return {failure.what(), failure};
 }
@@ -148,12 +156,12 @@ Ending Session::giveUp(const Failure& latest)
 // They are back with their first record, which can take some tenths of a second after the opening.
 void Session::noteBack()
 {
-  if (!isAway() || std::isnan(keeper_.firstMs())) return;
+  if (!isAway() || !isOpen_ || std::isnan(keeper_.firstMs())) return;
   Reconnection& current = reconnections_.back();
   current.backMs = keeper_.firstMs();
   const double seconds = (current.backMs - current.lostMs) / 1000;
   noteEvent(current.backMs, "reconnected", "",
-            fmt::format("after {:.1f} s without records, {} attempts", seconds, current.attempts));
+            fmt::format("after {:.1f} s without records, attempt {}", seconds, current.attempts));
   listener_.back(seconds, current.attempts, recorder_.figures());
 }
 

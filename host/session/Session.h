@@ -96,4 +96,5 @@ class Session {
   const HostTime time_;
   std::vector<Reconnection>& reconnections_;  // among the recorder's figures
   Time awaySince_{0};
+  bool isOpen_ = false;  // again, after the latest loss
 };
