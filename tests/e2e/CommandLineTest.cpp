@@ -177,9 +177,9 @@ TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
   ::setenv("TESSEL_SERIAL_PORTS",
            ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder_ / "dongle").string()).c_str(), 1);
-  const auto wrong = runTessel(folder_, {"record", "--gloves", "left", "--frames", "2"});
+  const auto wrong = runTessel(folder_, {"record", "--gloves", "left", "--frames", "2", "--wait", "0"});
   EXPECT_EQ(wrong.exitCode, 13) << wrong.messages;
-  EXPECT_NE(wrong.messages.find("the glove found is KVXGR00018, a right one, not a left one."),
+  EXPECT_NE(wrong.messages.find("the glove found is KVXGR00018, a right one, not a left one;"),
             std::string::npos)
       << wrong.messages;
   EXPECT_EQ(folder_.list().find("recording"), std::string::npos) << folder_.list();

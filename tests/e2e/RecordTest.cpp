@@ -122,11 +122,11 @@ TEST_F(Record, AFailureWhileRecordingKeepsTheRecords)
   } cases[] = {{"2.2 silent both", "20", "stopped sending"},
                {"2.2 unplug", "20", "dongle is gone"},
                {"2.2 noise 3000\n2.3 silent both", "20", "stopped sending"},
-               {"2.2 drop left", "4", "no frame arrived in the last 2"}};
+               {"2.2 drop left", "4", "the connection to the left glove was lost"}};
   for (const auto& [scenario, seconds, words] : cases) {
     folder_.write("scenario", scenario);
     const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "scenario", "--seconds", seconds,
-                                            "--force", "--output", "run.csv"});
+                                            "--reconnect", "0", "--force", "--output", "run.csv"});
     EXPECT_EQ(result.exitCode, 15) << scenario << result.messages;
     EXPECT_NE(result.messages.find(words), std::string::npos) << scenario << result.messages;
     EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U) << scenario;
@@ -156,7 +156,7 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
       {{}, (folder_ / "file").string(), 11, "no serial port"},
       {{"--sim", "--scenario", "busy"}, "", 11, "has it open"},
       {{"--sim", "--scenario", "oldFirmware"}, "", 12, "1.4.2.130"},
-      {{"--sim", "--scenario", "noGloves"}, "", 13, "Not enough"},
+      {{"--sim", "--scenario", "noGloves", "--wait", "0"}, "", 13, "heard: no Bluetooth device"},
       {{"--sim", "--scenario", "brokenSensor"}, "", 14, "Thumb"},
       {{"--plugin", "nowhere.so"}, "", 4, "can't be read"},
       {{"--plugin", "file"}, "", 4, "can't be loaded"},

@@ -1,0 +1,290 @@
+// Recordings whose gloves go and come back: real processes, real pseudo terminals.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <deque>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "tests/e2e/Rows.h"
+#include "tests/e2e/Tessel.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+const bool arePortsUnset = ::unsetenv("TESSEL_SERIAL_PORTS") == 0 && ::unsetenv("TESSEL_CAPTURE") == 0;
+
+std::size_t count(const std::string& text, const std::string& words)
+{
+  std::size_t found = 0;
+  for (auto at = text.find(words); at != std::string::npos; at = text.find(words, at + 1)) {
+    ++found;
+  }
+  return found;
+}
+
+bool has(const std::string& text, const std::string& words)
+{
+  return text.find(words) != std::string::npos;
+}
+
+// A recording of simulated gloves with this scenario, which goes on while others run.
+struct Recording {
+  Recording(const std::string& scenario, std::vector<std::string> arguments)
+  {
+    folder.write("scenario", scenario);
+    std::vector<std::string> all{"record",   "--sim",   "--scenario", "scenario",
+                                 "--output", "run.csv", "--json"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    tessel.emplace(folder, all);
+  }
+
+  std::string messages() const { return folder.read("stderr"); }
+
+  TemporaryFolder folder;
+  std::optional<Tessel> tessel;
+};
+
+TEST(Reconnection, EachLossIsSaidAndEndsAsItShould)
+{
+  const struct {
+    std::string scenario;
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::vector<std::string> words;
+    std::size_t losses, returns;
+  } cases[] = {
+      {"2 leave left\n5 back left", {"--seconds", "6"}, 0, {"NO FRAMES FOR 2 s"}, 0, 0},
+      {"2 leave both\n5 back both", {"--seconds", "6"}, 0, {"NO FRAMES FOR 2 s"}, 0, 0},
+      {"2 drop left\n2 hide left\n5 show left",
+       {"--seconds", "10"},
+       0,
+       {"the connection to the left glove was lost. Waiting up to 60 s", "opened again once"},
+       1,
+       1},
+      {"2 drop both", {"--seconds", "7"}, 0, {"the connections to both gloves were lost."}, 1, 1},
+      {"2 unplug\n5 plug",
+       {"--seconds", "8"},
+       0,
+       {"NOT RECORDING: the dongle is gone.", "No BLE USB dongle detected"},
+       1,
+       1},
+      {"2 mute on\n2.5 mute off\n2.5 drop right", {"--frames", "60"}, 0, {}, 1, 1},
+      {"2 drop both\n2 hide left",
+       {"--seconds", "16"},
+       0,
+       {"left glove not heard, right glove heard (-50 dBm), 0 other devices",
+        "at the end of the recording they were away", "Ended: as requested, while the gloves were away."},
+       1,
+       0},
+      {"2 drop left\n2 name left KVXGL00099",
+       {"--reconnect", "2"},
+       15,
+       {"left glove not heard", "Tried for", "heard: ", "left glove KVXGL00099 (-50 dBm)"},
+       1,
+       0},
+      {"2 drop left\n2 name left KVXGL00099", {"--seconds", "7", "--any-glove"}, 0, {}, 1, 1},
+      {"2 unplug",
+       {"--reconnect", "2"},
+       15,
+       {"tessel: the dongle is gone. Tried for 2 s to open the gloves again, 4 times. The latest failure: No "
+        "BLE"},
+       1,
+       0},
+      {"2 drop left", {"--no-capture", "--seconds", "17"}, 0, {"the gloves stopped sending"}, 1, 1},
+  };
+  std::deque<Recording> runs;
+  for (const auto& each : cases) {
+    runs.emplace_back(each.scenario, each.arguments);
+  }
+  auto run = runs.begin();
+  for (const auto& [scenario, arguments, exitCode, words, losses, returns] : cases) {
+    SCOPED_TRACE(scenario + ' ' + testing::PrintToString(arguments));
+    const auto result = run->tessel->result();
+    EXPECT_EQ(result.exitCode, exitCode) << result.messages;
+    for (const std::string& text : words) {
+      EXPECT_TRUE(has(result.messages, text)) << text << '\n' << result.messages;
+    }
+    EXPECT_EQ(count(result.messages, "  NOT RECORDING: "), losses) << result.messages;
+    EXPECT_EQ(count(result.messages, "RECORDING AGAIN after"), returns) << result.messages;
+    const std::string events = run->folder.read("run.events.csv");
+    EXPECT_EQ(count(events, ",disconnected,"), losses) << events;
+    EXPECT_EQ(count(events, ",reconnected,"), returns) << events;
+    EXPECT_EQ(count(events, ",gave up,"), exitCode == 15 ? 1U : 0U) << events;
+    const Json summary = Json::parse(result.output);
+    EXPECT_EQ(Json::parse(run->folder.read("run.json")).at("reconnections"), summary.at("reconnections"));
+    ASSERT_EQ(summary.at("reconnections").size(), losses);
+    for (const Json& each : summary.at("reconnections")) {
+      EXPECT_EQ(each.at("backMs").is_null(), returns == 0);
+    }
+    const Json& books = summary.at("books");
+    EXPECT_TRUE(books.is_null() || books.at("balanced") == true) << result.output;
+    EXPECT_GT(recordedRows(run->folder, "run.csv").size(), 10U);
+    ++run;
+  }
+}
+
+TEST(Reconnection, EndsAtOnceOnAStopRequestAndIsWholeIfKilled)
+{
+  const struct {
+    int signal;
+    std::vector<std::string> limit;
+    int exitCode;
+  } cases[] = {{SIGINT, {}, 0}, {SIGTERM, {"--seconds", "60"}, 130}, {SIGKILL, {}, 128 + SIGKILL}};
+  std::deque<Recording> runs;
+  for (const auto& each : cases) {
+    runs.emplace_back("1.5 drop both\n1.5 hide both", each.limit);
+  }
+  auto run = runs.begin();
+  for (const auto& [signal, limit, exitCode] : cases) {
+    const bool isKilled = signal == SIGKILL;
+    const std::string part = isKilled ? ".part" : "";
+    run->tessel->waitUntil([&] { return has(run->messages(), "NOT RECORDING for"); });
+    run->tessel->signal(signal);
+    const auto result = run->tessel->result();
+    EXPECT_EQ(result.exitCode, exitCode) << result.messages;
+    EXPECT_GT(recordedRows(run->folder, "run.csv" + part).size(), 10U);
+    EXPECT_TRUE(has(run->folder.read("run.events.csv" + part), ",disconnected,")) << signal;
+    EXPECT_EQ(has(result.messages, "while the gloves were away."), !isKilled) << result.messages;
+    ++run;
+  }
+}
+
+TEST(Reconnection, EachConnectionHasALogOfItsOwn)
+{
+  Recording run("1.5 drop left", {"--seconds", "5", "--log", "logs"});
+  EXPECT_EQ(run.tessel->result().exitCode, 0);
+  std::size_t logs = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(run.folder / "logs")) {
+    if (entry.path().extension() == ".log") ++logs;
+  }
+  EXPECT_EQ(logs, 4U) << "of the hardware object and of its link, twice";
+}
+
+TEST(Reconnection, ASecondRecorderOnTheDongleIsRefusedAndDisturbsNobody)
+{
+  TemporaryFolder folder, other;
+  Tessel sim(other, {"sim", "--port", (folder / "dongle").string()});
+  sim.waitUntil([&] { return has(sim.output(), "TESSEL_SERIAL_PORTS="); });
+  ::setenv("TESSEL_SERIAL_PORTS",
+           ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder / "dongle").string()).c_str(), 1);
+  Tessel first(folder, {"record", "--seconds", "6", "--output", "run.csv"});
+  first.waitUntil([&] { return has(folder.read("stderr"), "frames"); });
+  const auto second = runTessel(other, {"record", "--output", "second.csv"});
+  ::unsetenv("TESSEL_SERIAL_PORTS");
+  EXPECT_EQ(second.exitCode, 11) << second.messages;
+  EXPECT_TRUE(has(second.messages, "has it open")) << second.messages;
+  const auto result = first.result();
+  EXPECT_EQ(result.exitCode, 0) << result.messages;
+  EXPECT_FALSE(has(result.messages, "NOT RECORDING")) << result.messages;
+}
+
+TEST(Reconnection, MarkersAreEventsAlsoWhileTheGlovesAreAway)
+{
+  Recording run("2 drop both\n2 hide both", {"--seconds", "7", "--markers", "marks"});
+  const auto mark = [&](const std::string& text) { std::ofstream(run.folder / "marks") << text << '\n'; };
+  run.tessel->waitUntil([&] { return has(run.messages(), " frames "); });
+  mark("the subject, seated");
+  run.tessel->signal(SIGUSR1);
+  run.tessel->waitUntil([&] { return has(run.messages(), "NOT RECORDING for"); });
+  mark("\x1B[31mback\xFF");
+  EXPECT_EQ(run.tessel->result().exitCode, 0);
+  const std::string events = run.folder.read("run.events.csv");
+  EXPECT_TRUE(has(events, ",marker,,\"the subject, seated\"\n")) << events;
+  EXPECT_TRUE(has(events, ",marker,,marker 2\n")) << events;
+  EXPECT_TRUE(has(events, "back")) << events;
+  EXPECT_FALSE(has(events, "\x1B")) << events;
+  EXPECT_LT(events.find(",disconnected,"), events.find("back"));
+  EXPECT_FALSE(std::filesystem::exists(run.folder / "marks"));
+  EXPECT_EQ(runTessel(run.folder, {"plot", "run.csv"}).exitCode, 0);
+  EXPECT_TRUE(has(run.folder.read("run.svg"), "the subject, seated"));
+}
+
+double secondsWanted()
+{
+  const char* const text = std::getenv("TESSEL_DROPOUT_SECONDS");
+  return text == nullptr ? 40 : std::atof(text);
+}
+
+// Dropouts of 0.2 to 15 s, one after the other.
+std::string randomDropouts(std::uint64_t seed, double seconds)
+{
+  std::mt19937_64 random(seed);
+  const auto between = [&](double lowest, double highest) {
+    return std::uniform_real_distribution<>(lowest, highest)(random);
+  };
+  const char* const gloves[] = {"left", "right", "both"};
+  std::ostringstream text;
+  for (double at = between(2, 5); at < seconds - 12; at += between(4, 15)) {
+    const std::string glove = gloves[random() % 3];
+    const double end = at + between(0.2, std::min(15.0, seconds / 5));
+    switch (random() % 4) {
+      case 0:
+        text << at << " unplug\n" << end << " plug\n";
+        break;
+      case 1:
+        text << at << " drop " << glove << '\n' << at << " hide " << glove << '\n' << end << " show all\n";
+        break;
+      default:
+        text << at << " leave " << glove << '\n' << end << " back " << glove << '\n';
+    }
+    at = end;
+  }
+  return text.str();
+}
+
+// CONTRIBUTING.md says how to run it for longer.
+TEST(Reconnection, OfRandomDropoutsTheBooksAreExactOnOneTimeAxis)
+{
+  const double seconds = secondsWanted();
+  const auto seed = std::random_device()();
+  const std::string scenario = randomDropouts(seed, seconds);
+  SCOPED_TRACE("seed " + std::to_string(seed) + '\n' + scenario);
+  Recording run(scenario, {"--seconds", std::to_string(seconds)});
+  const auto begin = std::chrono::steady_clock::now();
+  const auto elapsed = [&] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  };
+  while (elapsed() < seconds + 5) {
+    run.tessel->waitUntil([&, until = elapsed() + 30] { return elapsed() > until; });
+    if (has(run.messages(), "Ended: ")) break;
+  }
+  const auto result = run.tessel->result();
+  ASSERT_EQ(result.exitCode, 0) << result.messages;
+  const Json summary = Json::parse(result.output);
+  EXPECT_EQ(summary.at("books").at("balanced"), true) << result.output;
+  const auto reconnections = summary.at("reconnections").size();
+  std::printf("%zu reconnections in %g s\n", reconnections, seconds);
+
+  std::istringstream lines(run.folder.read("run.csv"));
+  std::string line;
+  std::getline(lines, line);
+  double time = 0, arrival = 0;
+  long long frames[2] = {-1, -1};
+  std::size_t rows = 0;
+  for (; std::getline(lines, line); ++rows) {
+    double newTime = 0, newArrival = 0, pluginMs = 0;
+    long long left = 0, leftTicks = 0, right = 0, rightTicks = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lld,%lld,%lld,%lld", &newTime, &newArrival, &pluginMs,
+                          &left, &leftTicks, &right, &rightTicks),
+              7)
+        << line.substr(0, 80);
+    EXPECT_GE(newTime, time) << "row " << rows;
+    EXPECT_GE(newArrival, arrival) << "row " << rows;
+    EXPECT_GT(left, frames[0]) << "row " << rows;
+    EXPECT_GT(right, frames[1]) << "row " << rows;
+    EXPECT_LT(newTime, newArrival + 60) << "row " << rows << ": sampled before it arrived";
+    time = newTime;
+    arrival = newArrival;
+    frames[0] = left;
+    frames[1] = right;
+  }
+  EXPECT_EQ(rows, summary.at("books").at("left").at("recorded"));
+}
+
+}  // namespace
