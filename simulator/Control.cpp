@@ -38,6 +38,8 @@ const std::vector<Control::Row>& Control::rows()
       {"mute", "on|off", "the dongle answers nothing and sends nothing", &Control::mute},
       {"noise", "BYTES", "this number of random bytes is sent to the host", &Control::noise},
       {"firmware", "A.B.C.D", "version of the dongle's firmware", &Control::firmware},
+      {"neighbours", "N [PER-SECOND]", "other Bluetooth devices, each heard this often by a scan",
+       &Control::neighbours},
       {"status", "", "state of the dongle and the gloves", &Control::status},
       {"help", "", "this list", &Control::showHelp},
       {"quit", "", "ends the simulation", &Control::end},
@@ -141,7 +143,15 @@ std::string Control::dongleStatus() const
                                                   : "restarting";
   return toText("dongle: ", place, dongle_.faults.mute ? ", mute" : "",
                 dongle_.faults.staysAway ? ", stays away after a reset" : "", ", firmware ", firmware.major,
-                '.', firmware.minor, '.', firmware.patch, '.', firmware.build);
+                '.', firmware.minor, '.', firmware.patch, '.', firmware.build,
+                dongle_.neighbours.count() > 0 ? ", " + neighbourStatus() : "");
+}
+
+std::string Control::neighbourStatus() const
+{
+  const Neighbours& neighbours = dongle_.neighbours;
+  const std::size_t count = neighbours.count();
+  return toText(count, count == 1 ? " neighbour" : " neighbours", " at ", neighbours.perSecond(), "/s each");
 }
 
 std::string Control::gloveStatus(const Glove& glove)

@@ -26,8 +26,8 @@ class Control {
   // Executes the command and returns the reply: one or more lines, without a newline at the end.
   using Action = std::function<std::string()>;
 
-  // The dongle must outlive the control, and the control its actions. `seed`: of noise and random packet
-  // faults.
+  // The dongle must outlive the control, and the control its actions. `seed`: of noise, neighbours and random
+  // packet faults.
   Control(Dongle& dongle, std::uint64_t seed);
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
@@ -95,12 +95,14 @@ class Control {
   Action mute(WordReader& words);
   Action noise(WordReader& words);
   Action firmware(WordReader& words);
+  Action neighbours(WordReader& words);
   Action status(WordReader& words);
   Action showHelp(WordReader& words);
   Action end(WordReader& words);
 
   Action chance(WordReader& words, double RandomFaults::*percent);
   std::string dongleStatus() const;
+  std::string neighbourStatus() const;
   static std::string gloveStatus(const Glove& glove);
 
   Dongle& dongle_;

@@ -243,6 +243,18 @@ Control::Action Control::firmware(WordReader& words)
   };
 }
 
+Control::Action Control::neighbours(WordReader& words)
+{
+  const std::uint32_t count = words.integer("N", 0, Neighbours::maxCount);
+  const double perSecond =
+      words.atEnd() ? Neighbours::usualPerSecond
+                    : words.number("PER-SECOND", Neighbours::minPerSecond, Neighbours::maxPerSecond);
+  return [this, count, perSecond] {
+    dongle_.neighbours.replace(count, perSecond, seed_);
+    return toText("dongle: ", neighbourStatus());
+  };
+}
+
 Control::Action Control::status(WordReader&)
 {
   return [this] {

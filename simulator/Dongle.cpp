@@ -15,13 +15,9 @@ constexpr std::uint8_t maxConnections = 3;
 constexpr std::uint8_t lastDiscoverMode = 2;
 constexpr Duration advertisingInterval = milliseconds{100};
 constexpr Duration connectTime = milliseconds{8};
+constexpr std::int8_t gloveRssi = -50;
 
-// Gloves advertise in the order in which they were added, and drift against each other.
-Duration firstAdvertisement(std::size_t glove)
-{
-  return milliseconds{4 + 7 * glove};
-}
-
+// So that gloves drift against each other.
 Duration advertisingIntervalOf(std::size_t glove)
 {
   return advertisingInterval + milliseconds{glove % 4 * 3};
@@ -31,14 +27,11 @@ std::vector<std::uint8_t> advertisingData(std::string_view name)
 {
   // Keeps the payload of ble_evt_gap_scan_response within 255 bytes.
   constexpr std::size_t maxNameLength = 239;
-  constexpr std::uint8_t completeLocalName = 9;
+  constexpr std::array<std::uint8_t, 1> generallyDiscoverable{6};
   name = name.substr(0, maxNameLength);
-  constexpr std::array<std::uint8_t, 3> flags{2, 1, 6};
-  std::vector<std::uint8_t> data(flags.size() + 2 + name.size());
-  auto next = std::ranges::copy(flags, data.begin()).out;
-  *next++ = static_cast<std::uint8_t>(name.size() + 1);
-  *next++ = completeLocalName;
-  std::ranges::copy(name, next);
+  std::vector<std::uint8_t> data;
+  appendStructure(data, ad_type::flags, generallyDiscoverable);
+  appendStructure(data, ad_type::completeName, std::vector<std::uint8_t>(name.begin(), name.end()));
   return data;
 }
 
@@ -51,7 +44,12 @@ ConnectionParameters connectionParameters(std::uint16_t intervalMin, std::uint16
 
 }  // namespace
 
-Dongle::Dongle(VirtualClock& clock) : clock_(clock), life_(std::make_shared<const bool>(true)) {}
+Dongle::Dongle(VirtualClock& clock)
+    : neighbours(clock, [this](const ScanReport& report) { sendScanResponse(report); }),
+      clock_(clock),
+      life_(std::make_shared<const bool>(true))
+{
+}
 
 Glove& Dongle::addGlove(GloveConfig config)
 {
@@ -223,6 +221,7 @@ void Dongle::discover(PayloadReader payload)
     outcome = result::wrongState;
   } else {
     gapProcedure_ = std::make_shared<const bool>(true);
+    neighbours.beginScan();
     for (std::size_t glove = 0; glove < gloves_.size(); ++glove) {
       listenTo(glove, firstAdvertisement(glove));
     }
@@ -313,6 +312,7 @@ void Dongle::endGapProcedure()
 {
   gapProcedure_.reset();
   pendingConnect_.reset();
+  neighbours.endScan();
 }
 
 void Dongle::listenTo(std::size_t index, Duration delay)
@@ -321,21 +321,28 @@ void Dongle::listenTo(std::size_t index, Duration delay)
     if (scan.expired()) return;
     listenTo(index, advertisingIntervalOf(index));
     const Glove& glove = *gloves_[index];
-    if (glove.advertises()) sendScanResponse(glove);
+    if (!glove.advertises()) return;
+    sendScanResponse(
+        {.rssi = gloveRssi, .address = glove.config.address, .data = advertisingData(glove.config.name)});
   });
 }
 
-void Dongle::sendScanResponse(const Glove& glove)
+// Gloves alone advertise in the order in which they were added.
+Duration Dongle::firstAdvertisement(std::size_t index)
 {
-  constexpr std::uint8_t rssi = 0xCE;  // -50 dBm
-  constexpr std::uint8_t connectableAdvertisement = 0;
+  if (neighbours.count() > 0) return neighbours.randomDelay(advertisingIntervalOf(index));
+  return milliseconds{4 + 7 * index};
+}
+
+void Dongle::sendScanResponse(const ScanReport& report)
+{
   send(MessageWriter::event(message_class::gap, 0)
-           .u8(rssi)
-           .u8(connectableAdvertisement)
-           .bytes(glove.config.address)
-           .u8(publicAddress)
+           .u8(static_cast<std::uint8_t>(report.rssi))
+           .u8(static_cast<std::uint8_t>(report.kind))
+           .bytes(report.address)
+           .u8(report.addressType)
            .u8(noBonding)
-           .array(advertisingData(glove.config.name))
+           .array(report.data)
            .message());
 }
 

@@ -2,7 +2,8 @@
 // on the thread that moves the clock or calls in; messages leave through onSend, which may call back into the
 // dongle. Not emulated: bonding and encryption, the peripheral, advertiser and server roles, service
 // discovery, link-layer errors and retransmissions, scan modes other than one that receives every
-// advertisement, white lists, the 31-byte limit of an advertisement, the firmware update mode, flow control.
+// advertisement, white lists, the 31-byte limit of a glove's advertisement, the firmware update mode, flow
+// control.
 #pragma once
 
 #include <array>
@@ -18,6 +19,7 @@
 #include "simulator/Connection.h"
 #include "simulator/Faults.h"
 #include "simulator/Glove.h"
+#include "simulator/Neighbours.h"
 #include "simulator/VirtualClock.h"
 #include "simulator/Wire.h"
 
@@ -55,6 +57,9 @@ class Dongle final : private Radio {
   // Simulates plugging it in: starts as after a reset, whatever its faults. No effect if it is not unplugged.
   void plugIn();
   bool isUnplugged() const { return isUnplugged_; }
+
+  // Scans report them, too. While there are any, the gloves advertise at random moments, as real ones do.
+  Neighbours neighbours;
 
   DongleFaults faults;
   Firmware firmware;
@@ -111,7 +116,8 @@ class Dongle final : private Radio {
   bool isScanning() const { return gapProcedure_ && !pendingConnect_; }
   void endGapProcedure();
   void listenTo(std::size_t index, Duration delay);
-  void sendScanResponse(const Glove& glove);
+  Duration firstAdvertisement(std::size_t index);
+  void sendScanResponse(const ScanReport& report);
   void lookForGlove(Duration delay);
   // The lowest free number; the maximum number of connections if none is free.
   std::uint8_t freeConnection() const;

@@ -21,6 +21,7 @@ inline constexpr std::uint8_t gap = 6;
 }  // namespace message_class
 
 inline constexpr std::uint8_t publicAddress = 0;
+inline constexpr std::uint8_t randomAddress = 1;
 inline constexpr std::uint8_t noBonding = 0xFF;
 
 namespace result {

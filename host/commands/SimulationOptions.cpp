@@ -31,6 +31,8 @@ constexpr std::array settings{
             "A faulty sensor: palm, thumb, index, middle, ring or pinky, and a status from 1 to 255"},
     Setting{"firmware", "A.B.C.D", "Firmware version of the dongle (1.4.2.130)"},
     Setting{"restart-time", "SECONDS", "Duration of the dongle's restart after a reset (0.3)"},
+    Setting{"neighbours", "'N [PER-SECOND]'",
+            "Other Bluetooth devices, 0 to 200 (0), each heard 0.1 to 50 times a second by a scan (10)"},
     Setting{"busy", "on|off", "Whether another program holds the port (off)"},
 };
 
@@ -66,7 +68,8 @@ void addSimulationOptions(CLI::App& command, SimulationOptions& options)
         },
         setting.help);
   }
-  addCount(command, "--seed", UINT64_MAX, options.seed, "Seed of movement, noise and random faults (1)");
+  addCount(command, "--seed", UINT64_MAX, options.seed,
+           "Seed of movement, noise, neighbours and random faults (1)");
   addTexts(
       command, "--at", "'SECONDS COMMAND'",
       [&options](const std::string& line) { options.schedule.push_back(line); },

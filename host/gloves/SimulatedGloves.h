@@ -27,7 +27,7 @@ struct SimulationOptions {
   std::uint32_t leftSerialNumber = 17;  // up to 99999
   std::uint32_t rightSerialNumber = 18;
   std::uint16_t moduleRevision = 5;
-  std::uint64_t seed = 1;      // of movement, noise and random faults
+  std::uint64_t seed = 1;      // of movement, noise, neighbours and random faults
   std::filesystem::path port;  // empty: in a temporary folder
   // Control commands, executed before the port is created: "rate 100" for the option --rate.
   std::vector<std::string> setup;

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+#include <set>
+
 #include "simulator/Grasp.h"
 #include "simulator/Scenario.h"
 
@@ -87,6 +91,12 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"sensor left thumb 0xF9", "249", [&] { return left.sensorStatus[1] == 249; }},
            {"firmware 1.2.3", "error: A.B.C.D are four numbers", any},
            {"busy maybe", "error: the word must be on or off, not 'maybe'", any},
+           {"neighbours 12", "12 neighbours at 10/s each", any},
+           {"neighbours 1 0.5", "1 neighbour at 0.5/s each", any},
+           {"status", "firmware 1.4.2.130, 1 neighbour at 0.5/s each\nleft: streaming", any},
+           {"neighbours 201", "error: N must be a whole number from 0 to 200, not '201'; usage: neighbours",
+            any},
+           {"neighbours 3 51", "error: PER-SECOND must be a number from 0.1 to 50, not '51'", any},
            {"silent left", "silent", [&] { return left_.isConnected() && !left_.isNotifying(); }},
            {"drop left 0x213", "reason 0x0213", [&] { return !left_.isConnected(); }},
            {"leave right", "out of range", [&] { return clock_.advance(9s), right_.isConnected(); }},
@@ -118,6 +128,52 @@ TEST_F(Control, AScenarioIsCheckedWhenReadAndRunsAtItsTimes)
   say("unplug");
   EXPECT_EQ(sent_, 0U) << "the host gets no event";
   EXPECT_FALSE(left_.isConnected() || right_.isConnected());
+}
+
+TEST_F(Control, NeighboursAdvertiseAsOftenAsTheyShould)
+{
+  std::map<simulator::Address, int> reports;
+  std::set<int> kinds;
+  std::string all;
+  dongle_.onSend = [&](std::span<const std::uint8_t> message) {
+    if (message[0] != 0x80 || message[2] != 6 || message[3] != 0) return;
+    ASSERT_EQ(message.size(), 15U + message[14]);
+    all.append(message.begin(), message.end());
+    simulator::Address address{};
+    std::ranges::copy(message.subspan(6, address.size()), address.begin());
+    ++reports[address];
+    if (address == left_.config.address || address == right_.config.address) return;
+    kinds.insert(message[5]);
+    const int rssi = static_cast<std::int8_t>(message[4]);
+    EXPECT_TRUE(rssi >= -95 && rssi <= -40) << rssi;
+    auto data = message.subspan(15);
+    EXPECT_LE(data.size(), 31U);
+    while (!data.empty()) {
+      ASSERT_TRUE(data[0] > 1 && data.size() > data[0]) << "AD structure";
+      data = data.subspan(1U + data[0]);
+    }
+  };
+  const auto scan = [&] {
+    say("neighbours 60 8");
+    all.clear();
+    send({0, 1, 6, 2, 1});
+    clock_.advance(10s);
+    send({0, 0, 6, 4});
+    clock_.advance(100ms);
+    return all;
+  };
+  const std::string first = scan();
+  EXPECT_EQ(reports.size(), 62U);
+  for (const auto& [address, count] : reports) {
+    const bool isGlove = address == left_.config.address || address == right_.config.address;
+    EXPECT_NEAR(count, isGlove ? 100 : 80, isGlove ? 3 : 4);
+  }
+  EXPECT_EQ(kinds, (std::set<int>{0, 2, 4, 6}));
+  clock_.advance(1s);
+  EXPECT_EQ(all, first) << "nothing is reported after the scan";
+  EXPECT_EQ(scan(), first) << "the same seed";
+  say("neighbours 0");
+  EXPECT_EQ(dongle_.neighbours.count(), 0U);
 }
 
 TEST_F(Control, DriftMovesTheFramesAndNotTheTicksBetweenThem)
