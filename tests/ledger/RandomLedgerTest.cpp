@@ -3,18 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "tests/ledger/Comparison.h"
 #include "tests/ledger/RandomPlan.h"
+#include "tests/support/FromEnvironment.h"
 
 namespace {
-
-double fromEnvironment(const char* name, double otherwise)
-{
-  const char* const text = std::getenv(name);
-  return text != nullptr ? std::atof(text) : otherwise;
-}
 
 std::string describe(const RecordingPlan& plan)
 {

@@ -7,34 +7,16 @@
 
 #include "simulator/Scenario.h"
 #include "simulator/WordReader.h"
-#include "tests/ledger/TestPlugin.h"
-#include "tests/support/HostLog.h"
+#include "tests/support/VirtualPlugin.h"
 
 using simulator::Duration;
 using simulator::toText;
 
 namespace {
 
-// The host's clock is far from 0, which the plug-in treats specially.
-constexpr std::uint32_t hostClockStart = 60'000;
-
-const VirtualClock* currentClock = nullptr;
-
-std::uint32_t hostClock()
-{
-  const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(currentClock->now());
-  return hostClockStart + static_cast<std::uint32_t>(now.count());
-}
-
 Duration seconds(double value)
 {
   return Duration{std::llround(value * 1e6)};
-}
-
-std::string settingsText(const RecordingPlan& plan)
-{
-  return toText("TesselElementCount\t", plan.elements * plan.gloves.size(), "\nTesselNumSensors\t",
-                plan.gloves.size(), "\nTesselNumBleModules\t", plan.gloves.size(), '\n');
 }
 
 }  // namespace
@@ -112,36 +94,23 @@ void VirtualRecording::run()
   for (const std::string& command : plan_.setup) {
     control_.execute(command);
   }
-  currentClock = &platform_.clock;
   platform_.capturing = true;
-  {
-    // Loaded twice, so that the first function called is not one of a plug-in.
-    const os::SharedObject object{TESSEL_TEST_PLUGIN};
-    reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform_);
-    record(plugin::Library{TESSEL_TEST_PLUGIN});
-  }
+  record();
   ledger_.end();
   takeCapture();
 }
 
-void VirtualRecording::record(const plugin::Library& library)
+void VirtualRecording::record()
 {
-  HostLog log{0};
-  library.setFolders(&log.folders);
-  library.setLog(log.manager.get());
-  const std::wstring settings = log.folder.write("settings", settingsText(plan_));
-  const std::unique_ptr<HwInterface, plugin::Library::Released> hardware{
-      library.create(settings.c_str(), hostClock, L"ledger"), {&library}};
-  plugin::RecordStore store{hardware->getNativeSize()};
-  hardware->mapping_ = &store.map;
-  if (const std::int32_t result = hardware->configure(); result != 0) {
+  VirtualPlugin plugin{platform_, plan_.gloves.size(), plan_.elements};
+  if (const std::int32_t result = plugin.hardware().configure(); result != 0) {
     throw std::runtime_error(toText("the gloves can't be opened: ", result));
   }
   noteConsumed();
   if (onBegin) onBegin(platform_.uptime());
-  read(*hardware, store);
+  read(plugin.hardware(), plugin.store());
   if (onEnd) onEnd(platform_.uptime());
-  hardware->close();
+  plugin.hardware().close();
   noteConsumed();
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "shared/PluginLibrary.h"
+#include "shared/HwInterface.h"
 #include "shared/RecordStore.h"
 #include "simulator/Control.h"
 #include "simulator/Dongle.h"
@@ -70,7 +70,7 @@ class VirtualRecording {
  private:
   void receive(std::span<const std::uint8_t> message);
   void repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message);
-  void record(const plugin::Library& library);
+  void record();
   void read(HwInterface& hardware, plugin::RecordStore& store);
   void accept(plugin::RecordStore& store, bool isNew, Time before, double second);
   void noteConsumed() { ledger_.consume(ledger_.delivered() - port_.waiting.size()); }

@@ -1,0 +1,126 @@
+// Openings among other Bluetooth devices, in virtual time. CONTRIBUTING.md says how to repeat the figures in
+// docs/simulator.md.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "simulator/Control.h"
+#include "simulator/Dongle.h"
+#include "tests/support/FromEnvironment.h"
+#include "tests/support/VirtualPlugin.h"
+#include "tests/support/VirtualRecording.h"
+
+namespace {
+
+// A simulated dongle with gloves and neighbours; at first nobody uses it.
+class Room {
+ public:
+  Room(std::size_t gloves, const std::string& neighbours, std::uint64_t seed)
+      : gloves_(gloves), control_(dongle_, seed)
+  {
+    const auto configs = RecordingPlan::leftAndRight();
+    for (std::size_t glove = 0; glove < gloves; ++glove) {
+      dongle_.addGlove(configs[glove]);
+    }
+    dongle_.onPresence = [this](bool isPresent) { port_.present = isPresent; };
+    dongle_.onSend = [this](std::span<const std::uint8_t> message) {
+      port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
+    };
+    port_.onWrite = [this](std::span<const std::uint8_t> bytes) { dongle_.receive(bytes); };
+    control_.execute("neighbours " + neighbours);
+  }
+
+  // Seconds.
+  double now() const { return std::chrono::duration<double>(platform_.clock.now()).count(); }
+  // With a plug-in that is loaded for it and unloaded afterwards.
+  bool open() { return VirtualPlugin(platform_, gloves_, 125).hardware().configure() == 0; }
+
+ private:
+  const std::size_t gloves_;
+  SimulatedPlatform platform_;
+  SimulatedPlatform::Port& port_ = platform_.addPort("Bluegiga Bluetooth Low Energy (COM7)");
+  simulator::Dongle dongle_{platform_.clock};
+  simulator::Control control_;
+};
+
+// Seconds that one opening took.
+struct Durations {
+  double longestSuccess = 0, longestFailure = 0;
+};
+
+// Of hosts that open the gloves again and again for a minute.
+struct Outcome {
+  double firstPercent = 0;    // of which the first opening succeeded
+  double percent = 0;         // that succeeded in the end
+  std::vector<double> waits;  // seconds until the gloves were open, in order
+};
+
+Outcome openAll(std::size_t gloves, const std::string& neighbours, std::size_t hosts, Durations& durations)
+{
+  constexpr double patience = 60;
+  Outcome outcome;
+  std::size_t firstOnes = 0;
+  for (std::size_t host = 0; host < hosts; ++host) {
+    Room room(gloves, neighbours, host + 1);
+    bool isOpen = false;
+    for (bool isFirst = true; !isOpen && room.now() < patience; isFirst = false) {
+      const double begin = room.now();
+      isOpen = room.open();
+      double& longest = isOpen ? durations.longestSuccess : durations.longestFailure;
+      longest = std::max(longest, room.now() - begin);
+      if (isOpen && isFirst) ++firstOnes;
+    }
+    if (isOpen) outcome.waits.push_back(room.now());
+  }
+  std::ranges::sort(outcome.waits);
+  const auto percent = [hosts](std::size_t count) {
+    return 100 * static_cast<double>(count) / static_cast<double>(hosts);
+  };
+  outcome.firstPercent = percent(firstOnes);
+  outcome.percent = percent(outcome.waits.size());
+  return outcome;
+}
+
+TEST(CrowdedRoom, APatientHostOpensTheGlovesWhereOneOpeningFails)
+{
+  const auto hosts = static_cast<std::size_t>(fromEnvironment("TESSEL_ROOM_OPENINGS", TESSEL_ROOM_OPENINGS));
+  struct Row {
+    const char* neighbours;
+    std::size_t gloves;
+    double minFirst, maxFirst, minPercent;
+  };
+  Durations durations;
+  std::printf("neighbours, gloves, %% opened at first and in the end, seconds for half and 90 %% of these\n");
+  for (const auto& [neighbours, gloves, minFirst, maxFirst, minPercent] : {
+           Row{"0", 2, 100, 100, 100},
+           Row{"3", 2, 0, 100, 100},
+           Row{"6", 2, 0, 100, 100},
+           Row{"12", 2, 0, 60, 95},
+           Row{"30", 2, 0, 30, 80},
+           Row{"12 2", 2, 0, 100, 100},
+           Row{"12 5", 2, 0, 100, 95},
+           Row{"12 20", 2, 0, 30, 80},
+           Row{"0", 1, 100, 100, 100},
+           Row{"12", 1, 0, 90, 95},
+           Row{"30", 1, 0, 60, 95},
+       }) {
+    const Outcome outcome = openAll(gloves, neighbours, hosts, durations);
+    const auto waited = [&waits = outcome.waits](double share) {
+      return waits[static_cast<std::size_t>(share * static_cast<double>(waits.size() - 1))];
+    };
+    ASSERT_FALSE(outcome.waits.empty()) << neighbours;
+    std::printf("%-5s %zu  %5.1f %5.1f  %4.1f %4.1f\n", neighbours, gloves, outcome.firstPercent,
+                outcome.percent, waited(0.5), waited(0.9));
+    EXPECT_GE(outcome.firstPercent, minFirst) << neighbours;
+    EXPECT_LE(outcome.firstPercent, maxFirst) << neighbours;
+    EXPECT_GE(outcome.percent, minPercent) << neighbours;
+  }
+  std::printf("longest opening: %.1f s if it succeeded, %.1f s if not\n", durations.longestSuccess,
+              durations.longestFailure);
+}
+
+}  // namespace
