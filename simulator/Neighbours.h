@@ -20,7 +20,7 @@ class Neighbours {
   static constexpr double minPerSecond = 0.1;
   static constexpr double maxPerSecond = 50;
   // That of a device which advertises every 100 ms, or every 200 ms and answers the scanner's requests.
-  static constexpr double usualPerSecond = 10;
+  static constexpr double usualPerSecond = 20;
 
   // The clock must outlive it. `report` is called with all that a scan receives, and may end the scan.
   Neighbours(VirtualClock& clock, std::function<void(const ScanReport&)> report);

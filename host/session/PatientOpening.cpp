@@ -12,8 +12,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Some attempts fail at once, as without a dongle.
-constexpr auto pauseTime = 500ms;
+// From one attempt to the next: some fail at once, as without a dongle.
+constexpr auto minInterval = 500ms;
 constexpr auto step = 100ms;
 
 bool isWorthRepeating(const Failure& failure, bool isReconnection)
@@ -24,11 +24,11 @@ bool isWorthRepeating(const Failure& failure, bool isReconnection)
 }
 
 OpeningFailure finalFailure(const Failure& failure, const std::optional<HeardDevices>& heard,
-                            unsigned attempts, double seconds)
+                            const std::string& tries)
 {
   std::string text = failure.what();
   if (text.ends_with('.')) text.pop_back();
-  if (attempts > 1) text += fmt::format("; tried {} times in {:.0f} s", attempts, seconds);
+  text += tries;
   if (failure.code() == ExitCode::noGloves && heard) text += fmt::format("; heard: {}", heardText(*heard));
   return {failure.code(), text + '.', failure.advice(), true};
 }
@@ -46,16 +46,22 @@ OpenedGloves openPatiently(GloveConnector& gloves, const OpeningRules& rules, co
 {
   const auto begin = time.now();
   for (unsigned attempts = 1;; ++attempts) {
+    const auto next = time.now() + minInterval;
     try {
       return {gloves.connect(goesOn), attempts};
     } catch (const Failure& failure) {
       if (!isWorthRepeating(failure, rules.isReconnection)) throw;
       const double seconds = std::chrono::duration<double>(time.now() - begin).count();
-      if (seconds >= rules.seconds) throw finalFailure(failure, gloves.heard(), attempts, seconds);
+      if (seconds >= rules.seconds) {
+        const bool isOneOfMany = attempts > 1 && !rules.isReconnection;
+        throw finalFailure(failure, gloves.heard(),
+                           isOneOfMany ? fmt::format("; tried {} times in {:.0f} s", attempts, seconds) : "");
+      }
       onFailed({failure, gloves.heard(), rules.seconds - seconds});
     }
-    for (auto waited = 0ms; waited < pauseTime; waited += step) {
+    for (;;) {
       if (!goesOn()) throw Failure(ExitCode::interrupted, "interrupted before the gloves were ready.", "");
+      if (time.now() >= next) break;
       time.sleep(step);
     }
   }

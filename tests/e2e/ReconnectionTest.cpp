@@ -59,8 +59,8 @@ TEST(Reconnection, EachLossIsSaidAndEndsAsItShould)
     std::vector<std::string> words;
     std::size_t losses, returns;
   } cases[] = {
-      {"2 leave left\n5 back left", {"--seconds", "6"}, 0, {"NO FRAMES FOR 2 s"}, 0, 0},
-      {"2 leave both\n5 back both", {"--seconds", "6"}, 0, {"NO FRAMES FOR 2 s"}, 0, 0},
+      {"2 leave left\n5 back left", {"--seconds", "6"}, 0, {}, 0, 0},
+      {"2 leave both\n5 back both", {"--seconds", "6"}, 0, {}, 0, 0},
       {"2 drop left\n2 hide left\n5 show left",
        {"--seconds", "10"},
        0,
@@ -85,14 +85,14 @@ TEST(Reconnection, EachLossIsSaidAndEndsAsItShould)
       {"2 drop left\n2 name left KVXGL00099",
        {"--reconnect", "2"},
        15,
-       {"left glove not heard", "Tried for", "heard: ", "left glove KVXGL00099 (-50 dBm)"},
+       {"Tried for", "; heard: ", "left glove KVXGL00099 (-50 dBm)"},
        1,
        0},
       {"2 drop left\n2 name left KVXGL00099", {"--seconds", "7", "--any-glove"}, 0, {}, 1, 1},
       {"2 unplug",
        {"--reconnect", "2"},
        15,
-       {"tessel: the dongle is gone. Tried for 2 s to open the gloves again, 4 times. The latest failure: No "
+       {"tessel: the dongle is gone. Tried for 2 s to open the gloves again, 5 times. The latest failure: No "
         "BLE"},
        1,
        0},
@@ -208,7 +208,7 @@ TEST(Reconnection, MarkersAreEventsAlsoWhileTheGlovesAreAway)
 double secondsWanted()
 {
   const char* const text = std::getenv("TESSEL_DROPOUT_SECONDS");
-  return text == nullptr ? 40 : std::atof(text);
+  return text == nullptr ? 20 : std::atof(text);
 }
 
 // Dropouts of 0.2 to 15 s, one after the other.

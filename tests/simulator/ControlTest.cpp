@@ -91,7 +91,7 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"sensor left thumb 0xF9", "249", [&] { return left.sensorStatus[1] == 249; }},
            {"firmware 1.2.3", "error: A.B.C.D are four numbers", any},
            {"busy maybe", "error: the word must be on or off, not 'maybe'", any},
-           {"neighbours 12", "12 neighbours at 10/s each", any},
+           {"neighbours 12", "12 neighbours at 20/s each", any},
            {"neighbours 1 0.5", "1 neighbour at 0.5/s each", any},
            {"status", "firmware 1.4.2.130, 1 neighbour at 0.5/s each\nleft: streaming", any},
            {"neighbours 201", "error: N must be a whole number from 0 to 200, not '201'; usage: neighbours",
