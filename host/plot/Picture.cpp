@@ -9,9 +9,11 @@
 #include "host/base/Failure.h"
 #include "host/base/Text.h"
 #include "host/plot/Curve.h"
+#include "host/plot/EventLayer.h"
 #include "host/plot/HeatMap.h"
 #include "host/plot/Png.h"
 #include "host/plot/Svg.h"
+#include "host/plot/TextFit.h"
 #include "host/plot/Ticks.h"
 #include "host/plot/TimeAxis.h"
 
@@ -19,12 +21,13 @@ namespace {
 
 constexpr double leftMargin = 66;
 constexpr double rightMargin = 100;
-constexpr double headHeight = 92;  // down to the first heat map
+constexpr double headHeight = 92;  // down to the first heat map, without the texts of markers
 constexpr double curvesHeight = 110;
 constexpr double panelDistance = 12;
 constexpr double gloveDistance = 60;  // holds the labels of one glove and the name of the next
 constexpr double footHeight = 48;
 constexpr double tickLength = 4;
+constexpr double edge = 4;           // which text keeps clear of
 constexpr double sideDistance = 16;  // between the panels and the colour bar or legend
 
 constexpr const char* axisStyle = "stroke=\"#999\" stroke-width=\"1\"";
@@ -36,22 +39,6 @@ constexpr const char* meanStyle =
 constexpr const char* highestStyle =
     "fill=\"none\" stroke=\"#d55e00\" stroke-width=\"1.5\" stroke-linejoin=\"round\" "
     "stroke-linecap=\"round\"";
-
-// As much of the text as fits, by an estimate of its width.
-std::string shortened(std::string_view text, double width, double fontSize)
-{
-  double used = fontSize;
-  std::size_t size = 0;
-  while (size < text.size()) {
-    const auto byte = static_cast<unsigned char>(text[size]);
-    const bool isAscii = byte < 0x80;
-    const bool continues = byte >= 0x80 && byte < 0xC0;
-    if (!continues) used += fontSize * (isAscii ? 0.65 : 1.0);
-    if (used > width) return std::string(text.substr(0, size)) + "\xE2\x80\xA6";
-    ++size;
-  }
-  return std::string(text);
-}
 
 std::string styleOf(const Colour& colour)
 {
@@ -105,7 +92,8 @@ class Picture {
         width_(static_cast<double>(options.width)),
         axis_(recording, options.from, options.to,
               options.width - static_cast<std::size_t>(leftMargin + rightMargin)),
-        timeTicks_(options.from, options.to, axis_.columns() / 80)
+        timeTicks_(options.from, options.to, axis_.columns() / 80),
+        events_(recording, axis_, leftMargin, width_ - edge)
   {
     for (const auto& group : recording.groups) {
       if (!group.isGlove()) continue;
@@ -123,15 +111,16 @@ class Picture {
                     fmt::format("there are no records from {:g} s to {:g} s.", options_.from, options_.to),
                     "Choose other times with --from and --to, or omit them.");
     }
-    double height = headHeight + footHeight - gloveDistance;
+    double top = headHeight + events_.textHeight();
+    double height = top + footHeight - gloveDistance;
     for (const auto& glove : gloves_) {
       height += heatHeight(glove) + panelDistance + curvesHeight + gloveDistance;
     }
     Svg svg(width_, height, pictureMark);
     drawHead(svg);
+    events_.drawTexts(svg, top);
     const CountRange range = rangeOf(maps_);
     const Ticks ticks = curveTicks(levels_);
-    double top = headHeight;
     for (std::size_t glove = 0; glove < gloves_.size(); ++glove) {
       const Box heat = panel(top, heatHeight(gloves_[glove]));
       const Box curves = panel(heat.bottom() + panelDistance, curvesHeight);
@@ -139,6 +128,7 @@ class Picture {
       drawColourBar(svg, heat, range);
       drawCurves(svg, curves, glove, ticks);
       drawLegend(svg, curves);
+      events_.draw(svg, heat, curves);
       drawTimeTicks(svg, heat, curves);
       top = curves.bottom() + gloveDistance;
     }
@@ -157,9 +147,9 @@ class Picture {
 
   void drawHead(Svg& svg) const
   {
-    constexpr double fontSize = 18;
+    constexpr double titleSize = 18;
     constexpr const char* separator = "  \xC2\xB7  ";
-    svg.text(leftMargin, 32, shortened(options_.title, width_ - leftMargin, fontSize),
+    svg.text(leftMargin, 32, shortened(options_.title, width_ - leftMargin - edge, titleSize),
              "font-size=\"18\" font-weight=\"bold\" fill=\"#111\"");
     std::string facts = recording_.started.empty() ? "" : recording_.started + separator;
     facts += fmt::format("{}{}{} record{}", durationText(duration(recording_)), separator,
@@ -175,10 +165,11 @@ class Picture {
 
   void drawHeatMap(Svg& svg, const Box& box, std::size_t glove, CountRange range) const
   {
-    constexpr double fontSize = 13;
+    constexpr double nameSize = 13;
     const HeatMap& map = maps_[glove];
-    svg.text(box.left, box.top - 8, shortened(gloves_[glove].label, box.width, fontSize),
-             "font-size=\"13\" font-weight=\"bold\" fill=\"#111\"");
+    svg.text(box.left, box.top - 8, shortened(gloves_[glove].label, box.width, nameSize),
+             "font-size=\"13\" font-weight=\"bold\" fill=\"#111\" stroke=\"#fff\" stroke-width=\"3\" "
+             "paint-order=\"stroke\"");
     const std::size_t height = rowHeight(map.rows);
     svg.image(box, encodePng(paint(map, range, height), map.columns, map.rows * height));
     const Ticks ticks(0, static_cast<double>(map.rows - 1), 7, 1);
@@ -251,15 +242,22 @@ class Picture {
     name("maximum");
     svg.line(left, y, left + swatch, y, meanStyle);
     name("mean");
-    if (axis_.gaps().empty()) return;
-    svg.rectangle({left, y - 5, swatch, 10}, styleOf(colourOfNothing));
-    name("no records");
+    if (!axis_.gaps().empty()) {
+      svg.rectangle({left, y - 5, swatch, 10}, styleOf(colourOfNothing));
+      name("no records");
+    }
+    if (events_.hasAbsences()) {
+      svg.rectangle({left, y - 5, swatch, 10}, styleOf(colourOfNothing));
+      svg.rectangle({left, y - 5, swatch, 10}, EventLayer::absenceStyle);
+      name("away");
+    }
+    if (events_.hasMarkers()) {
+      svg.line(left + swatch / 2, y - 7, left + swatch / 2, y + 7, EventLayer::markerStyle);
+      name("marker");
+    }
   }
 
-  double xOf(double time) const
-  {
-    return leftMargin + plotWidth() * (time - axis_.from()) / (axis_.to() - axis_.from());
-  }
+  double xOf(double time) const { return leftMargin + axis_.positionOf(time); }
 
   void drawTimeTicks(Svg& svg, const Box& heat, const Box& curves) const
   {
@@ -277,6 +275,7 @@ class Picture {
   double width_;
   TimeAxis axis_;
   Ticks timeTicks_;
+  EventLayer events_;
   std::vector<Recording::Group> gloves_;
   std::vector<HeatMap> maps_;
   std::vector<Levels> levels_;

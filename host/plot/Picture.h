@@ -1,5 +1,5 @@
 // Draws a recording as a self-contained SVG: for each glove a heat map of its elements and curves of their
-// mean and maximum, all over the same time axis.
+// mean and maximum, all over the same time axis, with the recording's markers and the absences of gloves.
 #pragma once
 
 #include <cstddef>

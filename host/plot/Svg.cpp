@@ -37,9 +37,9 @@ Svg::Svg(double width, double height, std::string_view comment)
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- {} -->\n"
       "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
       "width=\"{:.0f}\" height=\"{:.0f}\" viewBox=\"0 0 {:.0f} {:.0f}\" "
-      "font-family=\"'Helvetica Neue', Helvetica, Arial, sans-serif\" font-size=\"11\" fill=\"#333\">\n"
+      "font-family=\"'Helvetica Neue', Helvetica, Arial, sans-serif\" font-size=\"{}\" fill=\"#333\">\n"
       "<defs><linearGradient id=\"counts\" x1=\"0\" y1=\"1\" x2=\"0\" y2=\"0\">",
-      comment, width, height, width, height);
+      comment, width, height, width, height, svgFontSize);
   for (std::size_t stop = 0; stop < colourStops.size(); ++stop) {
     const Colour& colour = colourStops[stop];
     fmt::format_to(std::back_inserter(text_), "<stop offset=\"{:.4f}\" stop-color=\"#{:02x}{:02x}{:02x}\"/>",

@@ -19,6 +19,9 @@ struct Box {
   double bottom() const { return top + height; }
 };
 
+// Of text without another one.
+inline constexpr double svgFontSize = 11;
+
 // Escaped for XML text and attribute values.
 std::string xmlText(std::string_view text);
 

@@ -32,7 +32,9 @@ class TimeAxis {
   std::size_t firstRecord() const { return firstRecord_; }
   std::size_t endRecord() const { return endRecord_; }
 
-  // Begin and end of a record, in columns from the left edge; may be outside.
+  // In columns from the left edge; may be outside.
+  double positionOf(double time) const;
+  // Begin and end of a record, in the same way.
   double position(std::size_t record) const;
   double endPosition(std::size_t record) const;
   // Empty for an invisible record, at the edge of its side.
@@ -42,7 +44,6 @@ class TimeAxis {
 
  private:
   double endOf(std::size_t record) const;
-  double positionOf(double time) const;
   void findGaps();
 
   const Recording& recording_;

@@ -5,77 +5,22 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <optional>
 #include <string_view>
 
 #include "host/base/Text.h"
+#include "host/recording/LineReader.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingParts.h"
 
 namespace {
 
-constexpr std::size_t bufferSize = 1 << 20;
 // The header line is the longest.
 constexpr std::size_t maxLineLength = 1 << 19;
 
-// Reads the lines of an untrusted file of any size in bounded memory.
-class Lines {
- public:
-  explicit Lines(const std::filesystem::path& path)
-      : path_(path), file_(openRecording(path)), buffer_(bufferSize)
-  {
-  }
-
-  // The next line without its newline, valid until the next call; empty if no complete line is left.
-  std::optional<std::string_view> next()
-  {
-    for (;;) {
-      const char* const start = buffer_.data() + begin_;
-      const std::size_t size = end_ - begin_;
-      const auto* newline = static_cast<const char*>(std::memchr(start, '\n', size));
-      const std::size_t length = newline ? static_cast<std::size_t>(newline - start) : size;
-      if (length > maxLineLength)
-        damagedRecording(path_, fmt::format("has no newline in the first bytes of line {}", number_ + 1));
-      if (newline) {
-        begin_ += length + 1;
-        ++number_;
-        const bool endsWithReturn = length > 0 && start[length - 1] == '\r';
-        return std::string_view(start, endsWithReturn ? length - 1 : length);
-      }
-      if (!fill()) return std::nullopt;
-    }
-  }
-
-  // Of the line that next() returned, from 1.
-  std::size_t number() const { return number_; }
-  bool hasRest() const { return begin_ < end_; }
-
- private:
-  bool fill()
-  {
-    std::copy(buffer_.data() + begin_, buffer_.data() + end_, buffer_.data());
-    end_ -= begin_;
-    begin_ = 0;
-    file_.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
-    if (file_.bad()) damagedRecording(path_, "can't be read completely", "Check the disk.");
-    const auto got = static_cast<std::size_t>(file_.gcount());
-    end_ += got;
-    return got > 0;
-  }
-
-  std::filesystem::path path_;
-  std::ifstream file_;
-  std::vector<char> buffer_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
-  std::size_t number_ = 0;
-};
-
 class CsvReader {
  public:
-  explicit CsvReader(const std::filesystem::path& path) : path_(path), lines_(path) {}
+  explicit CsvReader(const std::filesystem::path& path) : path_(path), lines_(path, maxLineLength) {}
 
   Recording read()
   {
@@ -237,7 +182,7 @@ class CsvReader {
   }
 
   std::filesystem::path path_;
-  Lines lines_;
+  LineReader lines_;
   Recording recording_;
   bool hasTimes_ = false;  // otherwise only timestamps
   std::vector<RowTime> times_;

@@ -25,11 +25,18 @@ inline std::string arrayFile(std::string_view array)
 }
 
 // In a folder of arrays. Those of a CSV file are named after it: "run.json", "run.events.csv".
+inline constexpr std::string_view metadataSuffix = ".json";
+inline constexpr std::string_view eventsSuffix = ".events.csv";
 inline constexpr std::string_view metadataFile = "meta.json";
 inline constexpr std::string_view eventsFile = "events.csv";
 
 // Of metadata.
 inline constexpr std::string_view format = "tessel-recording";
 inline constexpr std::string_view eventsHeading = "time_ms,event,glove,detail\n";
+
+// Events that the picture shows.
+inline constexpr std::string_view markerEvent = "marker";
+inline constexpr std::string_view disconnectedEvent = "disconnected";
+inline constexpr std::string_view reconnectedEvent = "reconnected";
 
 }  // namespace names

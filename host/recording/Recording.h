@@ -1,5 +1,6 @@
 // A recording in memory, read from any format. Threads: one. Errors: a Failure with ExitCode::recording that
-// names the place; incomplete records at the end are skipped with a note. Samples are the gloves' raw counts.
+// names the place; incomplete records at the end, and damaged events, are skipped with a note. Samples are
+// the gloves' raw counts.
 #pragma once
 
 #include <cstddef>
@@ -20,12 +21,19 @@ struct Recording {
     bool isGlove() const { return label != "aux" && count > 0; }
   };
 
+  struct Event {
+    double seconds = 0;  // as those of the records
+    std::string name, glove, detail;
+  };
+
   std::vector<Group> groups;
   std::size_t elements = 0;            // of a record, all groups together
   std::vector<double> seconds;         // of each record since the first; never decreases
+  double zeroMs = 0;                   // the recording's own time at 0 s
   GapDetector gaps;                    // of these times, in ms
   std::vector<std::uint16_t> samples;  // record after record
   std::string started;                 // date and time according to the recording, or empty
+  std::vector<Event> events;           // by time
   std::vector<std::string> notes;      // for the user: what was skipped or adjusted
 
   std::size_t records() const { return seconds.size(); }

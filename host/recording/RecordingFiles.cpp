@@ -78,10 +78,10 @@ PartFile::Test testOf(RecordFormat format)
 std::optional<RecordingFiles::Companions> RecordingFiles::checkNames(const OutputName& output, bool replaces)
 {
   PartFile::check(output.path, kindOf(output.format), replaces, testOf(output.format));
-  auto [base, growing] = PartFile::namesOf(output.path, kindOf(output.format));
+  const auto [base, growing] = PartFile::namesOf(output.path, kindOf(output.format));
   if (output.format != RecordFormat::csv || base == growing) return std::nullopt;
-  if (hasExtension(base, ".csv")) base.replace_extension();
-  const Companions companions{fs::path(base) += ".json", fs::path(base) += ".events.csv"};
+  const Companions companions{companionOf(base, names::metadataSuffix),
+                              companionOf(base, names::eventsSuffix)};
   PartFile::check(companions.metadata, PartFile::Kind::file, replaces, isMetadata);
   PartFile::check(companions.events, PartFile::Kind::file, replaces, isEvents);
   return companions;

@@ -15,15 +15,8 @@
 #include "host/base/PartFile.h"
 #include "host/recording/OutputName.h"
 #include "host/recording/RecordWriter.h"
+#include "host/recording/RecordingEvents.h"
 #include "host/recording/RecordingMetadata.h"
-
-// Something other than a record, at a time of the records.
-struct RecordingEvent {
-  double timeMs = Record::unknown;
-  std::string event;
-  std::string glove;  // its label; empty: all
-  std::string detail;
-};
 
 class RecordingFiles {
  public:

@@ -91,6 +91,7 @@ void setTimes(Recording& recording, const std::vector<RowTime>& rows)
     recording.seconds.push_back((ms - beginMs) / 1000);
     recording.gaps.add(static_cast<std::uint32_t>(std::llround(ms - beginMs)));
   }
+  recording.zeroMs = beginMs;
   noteBackwardSteps(recording, backwardSteps);
 }
 

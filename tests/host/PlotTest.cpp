@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "host/base/Failure.h"
 #include "host/plot/HeatMap.h"
+#include "host/plot/MarkerLabels.h"
 #include "host/plot/Picture.h"
+#include "host/plot/TextFit.h"
 #include "host/recording/Recording.h"
 #include "host/recording/RecordingParts.h"
 #include "tests/support/TemporaryFolder.h"
@@ -134,6 +139,115 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
           << failure.what() << " / " << reason;
     }
   }
+}
+
+TEST(Recordings, HaveTheirEventsAndSkipDamagedOnes)
+{
+  const std::string records =
+      "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,left_0\n500,500,1,1,1,1\n525,525,2,2,2,2\n";
+  const std::string heading = "time_ms,event,glove,detail\n";
+  std::string tooMany = heading;
+  std::string allOfThem;
+  for (int event = 0; event < 10'001; ++event) {
+    tooMany += "500,marker,,m\n";
+    if (event < 10'000) allOfThem += "0 marker  m;";
+  }
+  const struct {
+    const char* name;
+    std::string text, events, note;
+  } cases[] = {
+      {"as they are written", heading + "1500.00,marker,,\"a \"\"b\"\", \\n\"\n-500.00,stall,left,x\n",
+       "-1 stall left x;1 marker  a \"b\", \\n;", ""},
+      {"unfinished", heading + "500,marker,,x\n600,mar", "0 marker  x;", ""},
+      {"none", heading, "", ""},
+      {"of another program", "onset,label\n1,2\n", "", "is not a file of events"},
+      {"left empty", "", "", ""},
+      {"cells that are no event",
+       heading +
+           "inf,marker,,\n,marker,,\n1e9,marker,,\n1,,,\n1,marker,,\"x\n1,marker,,\"x\"y\n1,marker,,x,y\n",
+       "", "7 line(s) of"},
+      {"an endless line", heading + "500,marker,,x\n" + std::string(100'000, 'x'), "0 marker  x;",
+       "its events are incomplete"},
+      {"too many", tooMany, allOfThem, "only its first 10000 events"},
+  };
+  for (const auto& [name, text, expected, note] : cases) {
+    const TemporaryFolder folder;
+    for (const char* file : {"a.csv", "a.csv.part"}) {
+      folder.write(file, records);
+      folder.write(file == "a.csv"s ? "a.events.csv" : "a.events.csv.part", text);
+      const Recording recording = readRecording(folder / file);
+      std::string events;
+      for (const Recording::Event& event : recording.events) {
+        events += std::to_string(static_cast<int>(event.seconds)) + ' ' + event.name + ' ' + event.glove +
+                  ' ' + event.detail + ';';
+      }
+      EXPECT_EQ(events, expected) << name;
+      ASSERT_EQ(recording.notes.size(), note.empty() ? 0 : 1) << name;
+      EXPECT_TRUE(note.empty() || recording.notes[0].find(note) != std::string::npos) << recording.notes[0];
+    }
+  }
+}
+
+TEST(MarkerLabels, OverlapNeitherEachOtherNorTheirLines)
+{
+  constexpr double right = 900;
+  for (unsigned seed = 0; seed < 200; ++seed) {
+    std::mt19937 random(seed);
+    std::vector<MarkedPosition> markers(1 + seed);
+    for (auto& [x, text, number] : markers) {
+      x = 66 + static_cast<double>(random() % 834);
+      text.assign(1 + random() % 60, 'w');
+    }
+    std::ranges::sort(markers, {}, &MarkedPosition::x);
+    const auto labels = placeLabels(markers, right, 11);
+    EXPECT_FALSE(labels.empty()) << seed;
+    for (const MarkerLabel& label : labels) {
+      const double end = label.x + textWidth(label.text, 11);
+      EXPECT_LE(end, right) << seed;
+      for (const MarkerLabel& other : labels) {
+        if (&other == &label || other.row < label.row) continue;
+        const bool isOwnLine = other.x == label.x && other.row != label.row;
+        EXPECT_TRUE(other.x < label.x || isOwnLine || other.x >= end)
+            << "seed " << seed << ": " << label.x << " and " << other.x;
+      }
+    }
+  }
+}
+
+TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
+{
+  Recording recording;
+  recording.groups = {{"left", 0, 1}};
+  recording.elements = 1;
+  std::vector<std::uint32_t> timestamps;
+  for (unsigned record = 0; record < 1000; ++record) {
+    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
+    recording.samples.push_back(7);
+  }
+  setTimestamps(recording, timestamps);
+  recording.events = {{2, "marker", "", "a<b"},
+                      {12, "disconnected", "left", ""},
+                      {12.5, "disconnected", "right", ""},
+                      {37, "reconnected", "", ""},
+                      {40, "disconnected", "left", ""},
+                      {40.1, "reconnected", "left", ""},
+                      {45, "disconnected", "right", ""},
+                      {60, "marker", "", "at the end"}};
+  const std::string few = drawPicture(recording, {.title = "", .from = 0, .to = 50});
+  for (const char* text : {">a&lt;b<", ">gloves away 25 s<", ">right away 5 s<", ">at the end<", ">away<"}) {
+    EXPECT_NE(few.find(text), std::string::npos) << text;
+  }
+  EXPECT_EQ(few.find("left away"), std::string::npos) << "no room";
+  recording.events.assign(200, {0, "marker", "", "dense"});
+  for (std::size_t marker = 0; marker < 200; ++marker) {
+    recording.events[marker].seconds = static_cast<double>(marker) / 4;
+  }
+  const std::string dense = drawPicture(recording, {.title = "", .from = 0, .to = 50});
+  EXPECT_EQ(dense.find("dense"), std::string::npos);
+  EXPECT_NE(dense.find(">200<"), std::string::npos) << "its number";
+  const std::string lines = dense.substr(dense.find("d=\"M66.5 "));
+  EXPECT_EQ(std::count(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lines.find("/>")), 'V'),
+            200);
 }
 
 TEST(Picture, KeepsAShortPeakAndLeavesOnlyPausesEmpty)
