@@ -1,8 +1,8 @@
-// Receives markers while it exists: lines from the terminal, and from a FIFO that programs write to. Standard
-// input is read only if it is the terminal of which this process is in the foreground; anything else, such as
-// a pipe, belongs to others. Threads: constructed and destroyed by one, reads on its own.
-// Errors: the constructor throws a Failure if the FIFO can't be made, or std::system_error. Afterwards an
-// input that fails is no longer read.
+// Receives markers while it exists: lines from the terminal, and from a FIFO that programs write to; on
+// Windows from the console, and from a named pipe. Standard input is read only if it is the terminal of which
+// this process is in the foreground; anything else, such as a pipe, belongs to others. Threads: constructed
+// and destroyed by one, reads on its own. Errors: the constructor throws a Failure if the FIFO can't be made,
+// or std::system_error. Afterwards an input that fails is no longer read.
 #pragma once
 
 #include <filesystem>
@@ -12,7 +12,7 @@
 
 class MarkerInput {
  public:
-  // Makes the FIFO, unless its name is empty, and removes it in the end. On Windows there is none.
+  // Makes the FIFO, unless its name is empty, and removes it in the end.
   MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo);
   // Returns at once. What was written to the FIFO before is in the queue.
   ~MarkerInput();

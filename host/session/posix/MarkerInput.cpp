@@ -16,7 +16,7 @@
 #include <thread>
 
 #include "host/base/System.h"
-#include "host/session/posix/MarkerFifo.h"
+#include "host/session/posix/MarkerPipe.h"
 
 namespace {
 
@@ -140,7 +140,7 @@ struct MarkerInput::Reader {
     return std::string_view(buffer.data(), static_cast<std::size_t>(count));
   }
 
-  MarkerFifo fifo;
+  MarkerPipe fifo;
   Descriptor end;
   Descriptor terminal{openTerminal()};
   MarkerLines fifoLines;

@@ -2,14 +2,14 @@
 
 #include <windows.h>
 
-#include <array>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
-#include "host/base/Failure.h"
 #include "host/base/System.h"
 #include "host/base/Text.h"
+#include "host/session/windows/MarkerPipe.h"
 
 namespace {
 
@@ -30,11 +30,10 @@ void echo(const std::wstring& text)
 
 }  // namespace
 
-// Reads key by key and edits the line itself, because reading a line can't be interrupted.
 struct MarkerInput::Reader {
-  explicit Reader(MarkerQueue& queue) : markers(queue)
+  Reader(MarkerQueue& queue, const std::filesystem::path& path) : markers(queue), pipe(queue, path)
   {
-    if (input == nullptr) return;
+    if (input == nullptr && pipe.event() == nullptr) return;
     end = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (end == nullptr) {
       throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "CreateEvent");
@@ -56,16 +55,33 @@ struct MarkerInput::Reader {
  private:
   void run()
   {
-    const std::array wanted{end, input};
-    while (WaitForMultipleObjects(wanted.size(), wanted.data(), FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
-      INPUT_RECORD record{};
-      DWORD count = 0;
-      if (ReadConsoleInputW(input, &record, 1, &count) == 0) return;
-      if (record.EventType != KEY_EVENT || record.Event.KeyEvent.bKeyDown == 0) continue;
-      for (WORD key = 0; key < record.Event.KeyEvent.wRepeatCount; ++key) {
-        press(record.Event.KeyEvent.uChar.UnicodeChar);
+    std::vector<HANDLE> wanted{end};
+    if (pipe.event() != nullptr) wanted.push_back(pipe.event());
+    if (input != nullptr) wanted.push_back(input);
+    for (;;) {
+      const DWORD found =
+          WaitForMultipleObjects(static_cast<DWORD>(wanted.size()), wanted.data(), FALSE, INFINITE);
+      if (found >= wanted.size() || wanted[found] == end) break;
+      if (wanted[found] == pipe.event()) {
+        pipe.proceed();
+      } else if (!readKey()) {
+        wanted.pop_back();
       }
     }
+    if (pipe.event() != nullptr) pipe.finish();
+  }
+
+  // The line is edited here, because reading a whole line can't be interrupted. False if there is no console.
+  bool readKey()
+  {
+    INPUT_RECORD record{};
+    DWORD count = 0;
+    if (ReadConsoleInputW(input, &record, 1, &count) == 0) return false;
+    if (record.EventType != KEY_EVENT || record.Event.KeyEvent.bKeyDown == 0) return true;
+    for (WORD key = 0; key < record.Event.KeyEvent.wRepeatCount; ++key) {
+      press(record.Event.KeyEvent.uChar.UnicodeChar);
+    }
+    return true;
   }
 
   void press(wchar_t character)
@@ -85,6 +101,7 @@ struct MarkerInput::Reader {
   }
 
   MarkerQueue& markers;
+  MarkerPipe pipe;
   const HANDLE input = console();
   HANDLE end = nullptr;
   std::wstring line;
@@ -92,12 +109,8 @@ struct MarkerInput::Reader {
 };
 
 MarkerInput::MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo)
+    : reader_(std::make_unique<Reader>(markers, fifo))
 {
-  if (!fifo.empty()) {
-    throw Failure(ExitCode::usage, "markers from a FIFO need Linux.",
-                  "Omit --markers, and type markers on the console.");
-  }
-  reader_ = std::make_unique<Reader>(markers);
 }
 
 MarkerInput::~MarkerInput() = default;

@@ -7,13 +7,13 @@
 
 #include <filesystem>
 
-class MarkerFifo {
+class MarkerPipe {
  public:
   // None if the path is empty.
-  explicit MarkerFifo(const std::filesystem::path& path);
-  ~MarkerFifo();
-  MarkerFifo(const MarkerFifo&) = delete;
-  MarkerFifo& operator=(const MarkerFifo&) = delete;
+  explicit MarkerPipe(const std::filesystem::path& path);
+  ~MarkerPipe();
+  MarkerPipe(const MarkerPipe&) = delete;
+  MarkerPipe& operator=(const MarkerPipe&) = delete;
 
   // Never blocks, and has no end: writers may come and go. -1 if there is none.
   int descriptor() const { return descriptor_; }

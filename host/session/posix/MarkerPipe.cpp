@@ -1,4 +1,4 @@
-#include "host/session/posix/MarkerFifo.h"
+#include "host/session/posix/MarkerPipe.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -57,7 +57,7 @@ void checkExisting(const fs::path& path)
 
 }  // namespace
 
-MarkerFifo::MarkerFifo(const fs::path& path) : path_(path)
+MarkerPipe::MarkerPipe(const fs::path& path) : path_(path)
 {
   if (path.empty()) return;
   const bool isMade = ::mkfifo(path.c_str(), 0600) == 0;
@@ -71,7 +71,7 @@ MarkerFifo::MarkerFifo(const fs::path& path) : path_(path)
   failWithError(path, error);
 }
 
-MarkerFifo::~MarkerFifo()
+MarkerPipe::~MarkerPipe()
 {
   if (descriptor_ < 0) return;
   struct stat own {};
