@@ -161,8 +161,8 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       "           tessel plot grip.csv --from 2.5 --to 4     draws this part\n"
       "           tessel plot grip.csv --output p.svg        draws p.svg\n"
       "Each glove gets a heat map with the highest count of each element over time, and\n"
-      "curves of the mean and the maximum of its elements. Grey: no records. Markers are\n"
-      "lines with their text, and times without gloves are shaded.\n"
+      "curves of the mean and the maximum of its elements. Grey: no records.\n"
+      "Markers are lines with their text, and times without gloves are shaded.\n"
       "Without --output, a picture that `tessel plot` drew earlier is replaced. Any\n"
       "other existing file is replaced only with --force.");
   command.callback([options] { plot(*options); });
