@@ -174,6 +174,7 @@ std::optional<Failure> record(const Options& options)
   }
   // Before the gloves are opened, so that an output that can't be written is reported at once.
   RecordingFiles files(output, options.replaces);
+  std::optional<MarkerInput> markerInput(std::in_place, markers, options.markers);
   HardwareSource source(options.hardware);
   if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
   std::unique_ptr<LinkCapture> capture = startCapture(options, source.settings(), files);
@@ -187,13 +188,15 @@ std::optional<Failure> record(const Options& options)
   RecordWriter& writer = files.begin(describe(connector.hardware(), layout));
   console::report("Recording {} to {}; Ctrl-C ends it.\n", fmt::to_string(fmt::join(modules, " and ")),
                   outputText(files.growing()));
-  const MarkerInput markerInput(markers, options.markers);
   RecordKeeper keeper(layout, writer, capture ? &capture->accounts() : nullptr);
   Recorder recorder(layout, keeper, options.rules.limits);
   RecordingReport report(files, options.rules);
   Session session(connector, recorder, keeper, markers, report, options.rules);
   Ending ending = session.run(connector.hardware(), stopRequest.flag());
+  markerInput.reset();
   finish(connector, capture.get(), keeper, recorder, session, files, ending);
+  if (markers.dropped() > 0)
+    console::report("{} markers came too fast and are not kept.\n", markers.dropped());
   const auto place = keep(files, recorder.figures(), ending);
   const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
                                  ending.failure ? ending.failure->code() : ExitCode::done};

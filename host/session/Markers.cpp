@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "host/base/Characters.h"
@@ -42,10 +43,13 @@ void MarkerQueue::add(std::chrono::nanoseconds time, std::string_view text)
   waiting_.push_back(std::move(marker));
 }
 
-std::vector<Marker> MarkerQueue::take()
+std::vector<Marker> MarkerQueue::take(std::size_t max)
 {
   const std::lock_guard lock(mutex_);
-  return std::exchange(waiting_, {});
+  const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(std::min(max, waiting_.size()));
+  std::vector<Marker> taken(std::move_iterator(waiting_.begin()), std::move_iterator(end));
+  waiting_.erase(waiting_.begin(), end);
+  return taken;
 }
 
 std::uint64_t MarkerQueue::dropped() const

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -22,14 +23,14 @@ class MarkerQueue {
  public:
   // An empty text becomes "marker N", where N counts all markers.
   void add(std::chrono::nanoseconds time, std::string_view text);
-  // What was added since the last call.
-  std::vector<Marker> take();
+  // The oldest ones, at most so many; those that remain are next.
+  std::vector<Marker> take(std::size_t max);
   // Markers in all that arrived while too many were waiting.
   std::uint64_t dropped() const;
 
  private:
   mutable std::mutex mutex_;
-  std::vector<Marker> waiting_;
+  std::deque<Marker> waiting_;
   std::uint64_t count_ = 0;
   std::uint64_t dropped_ = 0;
 };

@@ -7,6 +7,14 @@
 #include <utility>
 
 #include "host/gloves/OpeningFailure.h"
+#include "host/recording/Names.h"
+
+namespace {
+
+// Each is written to the disk, while no glove is read.
+constexpr std::size_t maxMarkersAtOnce = 100;
+
+}  // namespace
 
 Ending endingByException()
 {
@@ -136,7 +144,8 @@ void Session::noteLost(const Failure& loss)
   reconnections_.push_back({.reason = loss.what()});
   const auto* const link = dynamic_cast<const LinkLoss*>(&loss);
   const bool isOneGlove = link != nullptr && link->gloves().size() == 1;
-  noteEvent(msOf(awaySince_), "disconnected", isOneGlove ? link->gloves().front() : "", loss.what());
+  noteEvent(msOf(awaySince_), names::disconnectedEvent, isOneGlove ? link->gloves().front() : "",
+            loss.what());
   listener_.lost(loss, recorder_.figures());
 }
 
@@ -160,18 +169,20 @@ void Session::noteBack()
   Reconnection& current = reconnections_.back();
   current.backMs = keeper_.firstMs();
   const double seconds = (current.backMs - current.lostMs) / 1000;
-  noteEvent(current.backMs, "reconnected", "",
+  noteEvent(current.backMs, names::reconnectedEvent, "",
             fmt::format("after {:.1f} s without records, attempt {}", seconds, current.attempts));
   listener_.back(seconds, current.attempts, recorder_.figures());
 }
 
-// Before the first record was written there is no time for them.
-void Session::noteMarkers()
+// Before the first record was written there is no time for them. Returns whether there was one.
+bool Session::noteMarkers()
 {
-  if (!keeper_.zero()) return;
-  for (const Marker& marker : markers_.take()) {
-    noteEvent(msOf(marker.time), "marker", "", marker.text);
+  if (!keeper_.zero()) return false;
+  const auto markers = markers_.take(maxMarkersAtOnce);
+  for (const Marker& marker : markers) {
+    noteEvent(msOf(marker.time), names::markerEvent, "", marker.text);
   }
+  return !markers.empty();
 }
 
 // Pauses of this computer, each once.
@@ -184,12 +195,13 @@ void Session::noteStalls(const Stalls& stalls, std::uint64_t& noted)
 void Session::noteRest()
 {
   noteBack();
-  noteMarkers();
+  while (noteMarkers()) {
+  }
 }
 
-void Session::noteEvent(double timeMs, std::string event, std::string glove, std::string detail)
+void Session::noteEvent(double timeMs, std::string_view event, std::string glove, std::string detail)
 {
-  listener_.event({timeMs, std::move(event), std::move(glove), std::move(detail)});
+  listener_.event({timeMs, std::string(event), std::move(glove), std::move(detail)});
 }
 
 double Session::msOf(Time time) const

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/recording/RecordingFiles.h"
@@ -81,9 +82,9 @@ class Session {
   void noteLost(const Failure& loss);
   Ending giveUp(const Failure& latest);
   void noteBack();
-  void noteMarkers();
+  bool noteMarkers();
   void noteStalls(const Stalls& stalls, std::uint64_t& noted);
-  void noteEvent(double timeMs, std::string event, std::string glove, std::string detail);
+  void noteEvent(double timeMs, std::string_view event, std::string glove, std::string detail);
   double msOf(Time time) const;
   double secondsAway() const;
 

@@ -34,12 +34,12 @@ TEST(Markers, AreLinesOfBoundedHarmlessText)
     }
     lines.finish(8s);
     std::vector<std::string> texts;
-    for (const Marker& marker : queue.take()) {
+    for (const Marker& marker : queue.take(100'000)) {
       texts.push_back(marker.text);
       EXPECT_TRUE(marker.time == 7s || marker.time == 8s) << name;
     }
     EXPECT_EQ(texts, expected) << name;
-    EXPECT_TRUE(queue.take().empty()) << name;
+    EXPECT_TRUE(queue.take(100'000).empty()) << name;
   }
 }
 
@@ -49,9 +49,9 @@ TEST(Markers, AreCountedWhereTooManyWait)
   for (int marker = 0; marker < 10'003; ++marker) {
     queue.add(0s, "");
   }
-  EXPECT_EQ(queue.take().size(), 10'000U);
+  EXPECT_EQ(queue.take(100'000).size(), 10'000U);
   queue.add(0s, "");
-  EXPECT_EQ(queue.take().at(0).text, "marker 10001") << "those that were dropped have no number";
+  EXPECT_EQ(queue.take(100'000).at(0).text, "marker 10001") << "those that were dropped have no number";
   EXPECT_EQ(queue.dropped(), 3U);
 }
 

@@ -29,7 +29,7 @@ std::string wait(MarkerQueue& queue, std::size_t count)
   std::string texts;
   const auto limit = host::uptime() + 10s;
   for (std::size_t taken = 0; taken < count && host::uptime() < limit;) {
-    for (const Marker& marker : queue.take()) {
+    for (const Marker& marker : queue.take(100'000)) {
       texts += marker.text + ';';
       ++taken;
     }
@@ -109,7 +109,7 @@ TEST(MarkerInput, ReadsItsTerminalOnlyInTheForegroundAndByLines)
               ::tcsetpgrp(STDIN_FILENO, other);
               write(master, "back\n");
               std::this_thread::sleep_for(1100ms);
-              texts += "background: " + wait(queue, 0) + (queue.take().empty() ? "none" : "read");
+              texts += "background: " + wait(queue, 0) + (queue.take(100'000).empty() ? "none" : "read");
               ::tcsetpgrp(STDIN_FILENO, ::getpgrp());
               texts += " foreground: " + wait(queue, 1);
               ::kill(other, SIGKILL);
@@ -210,7 +210,7 @@ TEST(StopRequest, CallsTheMarkerCallbackForEachSigusr1AndIgnoresItOtherwise)
     const StopRequest request;
     ::kill(::getpid(), SIGUSR1);
   }
-  EXPECT_TRUE(queue.take().empty());
+  EXPECT_TRUE(queue.take(100'000).empty());
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ TEST(MarkerInput, ReadsANamedPipeOfManyWriters)
     write("not ended");
     write("last\n");
   }
-  for (const Marker& marker : queue.take()) {
+  for (const Marker& marker : queue.take(100'000)) {
     texts += marker.text + ';';
   }
   EXPECT_EQ(texts, "first;marker 2;not ended;last;");
