@@ -2,64 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include "tests/support/FakeGloves.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using Time = Recorder::Time;
-
-// Gloves that send a record every 25 ms of a virtual clock, which each read moves by 5 ms.
-class FakeGloves final : public RecordSource {
- public:
-  bool read() override
-  {
-    if (failAt && now >= *failAt) throw Failure(ExitCode::silence, "the dongle is gone.", "");
-    link_.beginRead(now);
-    now += 5ms;
-    const bool isNew = now % 25ms == 0ms && now >= silentUntil && now < silentFrom;
-    if (isNew) {
-      store_.map[0] = static_cast<unsigned short>(now / 1ms);
-      *store_.stampCell() = static_cast<std::uint32_t>(60'000 + now / 1ms) - (now > jumpAt ? 10'000 : 0);
-    }
-    EXPECT_EQ(link_.endRead(now, isNew ? TurnResult::record : TurnResult::nothing),
-              LinkWatch::Verdict::alive);
-    return isNew;
-  }
-  void close() override {}
-  const plugin::RecordStore& store() const override { return store_; }
-  const LinkWatch& link() const override { return link_; }
-  Failure linkFailure(LinkWatch::Verdict) const override
-  {
-    return {ExitCode::silence, "the link was lost.", ""};
-  }
-  std::optional<double> battery() override { return 0.5; }
-
-  Time now{0};
-  Time silentUntil{0};
-  Time silentFrom{1h};
-  Time jumpAt{1h};  // back, of the timestamps
-  std::optional<Time> failAt;
-
- private:
-  plugin::RecordStore store_{4};
-  LinkWatch link_;
-};
-
-class KeepingWriter final : public RecordWriter {
- public:
-  void add(const Record& record) override
-  {
-    if (records.size() == capacity) throw Failure(ExitCode::output, "the disk is full.", "");
-    records.push_back(record);
-    frames.emplace_back(record.frames.begin(), record.frames.end());
-  }
-  void close() override {}
-
-  std::vector<Record> records;  // without their spans
-  std::vector<std::vector<GloveFrame>> frames;
-  std::size_t capacity = 1'000'000;
-};
 
 // One recording of these gloves.
 struct Session {
