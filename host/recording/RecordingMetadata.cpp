@@ -85,7 +85,8 @@ nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconn
     json.push_back({{"reason", each.reason},
                     {"lostMs", timeOrNull(each.lostMs)},
                     {"backMs", timeOrNull(each.backMs)},
-                    {"attempts", each.attempts}});
+                    {"attempts", each.attempts},
+                    {"modules", each.modules}});
   }
   return json;
 }

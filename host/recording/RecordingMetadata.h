@@ -18,6 +18,7 @@ struct Reconnection {
   double lostMs = Record::unknown;  // of the latest record before
   double backMs = Record::unknown;  // of the first record after; unknown: they did not come back
   unsigned attempts = 0;
+  std::vector<std::string> modules = {};  // the names of the gloves that came back
 };
 
 struct RecordingMetadata {

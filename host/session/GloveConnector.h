@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "host/capture/HeardDevices.h"
 #include "host/gloves/RecordSource.h"
@@ -18,6 +20,8 @@ class GloveConnector {
   // times on another thread. A Failure if they can't be opened: everything is released again then. The source
   // is valid until disconnect().
   virtual RecordSource& connect(const GoesOn& goesOn) = 0;
+  // The names of the connected gloves, in the order of the records.
+  virtual std::vector<std::string> modules() { return {}; }
   // Closes the link and releases everything: what was recorded until then is known completely.
   virtual void disconnect() = 0;
   // Whose advertisements arrived since the gloves were last connected; empty without a capture.

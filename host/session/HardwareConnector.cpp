@@ -34,7 +34,7 @@ std::optional<HeardDevices> HardwareConnector::heard() const
 
 void HardwareConnector::acceptNoOthers()
 {
-  accepted_ = hardware_->askModules();
+  accepted_ = modules();
   source_.accept(accepted_);
 }
 

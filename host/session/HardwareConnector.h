@@ -16,6 +16,7 @@ class HardwareConnector final : public GloveConnector {
   HardwareConnector(HardwareSource& source, LinkCapture* capture) : source_(source), capture_(capture) {}
 
   RecordSource& connect(const GoesOn& goesOn) override;
+  std::vector<std::string> modules() override { return hardware_->askModules(); }
   void disconnect() override;
   std::optional<HeardDevices> heard() const override;
 

@@ -1,6 +1,7 @@
 #include "host/session/Session.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <cmath>
 #include <new>
@@ -127,6 +128,7 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
              .source;
     ++current.attempts;
     isOpen_ = true;
+    current.modules = gloves_.modules();
     return std::nullopt;
   } catch (const OpeningFailure& failure) {
     ++current.attempts;
@@ -170,7 +172,8 @@ void Session::noteBack()
   current.backMs = keeper_.firstMs();
   const double seconds = (current.backMs - current.lostMs) / 1000;
   noteEvent(current.backMs, names::reconnectedEvent, "",
-            fmt::format("after {:.1f} s without records, attempt {}", seconds, current.attempts));
+            fmt::format("after {:.1f} s without records, attempt {}: {}", seconds, current.attempts,
+                        fmt::join(current.modules, " and ")));
   listener_.back(seconds, current.attempts, recorder_.figures());
 }
 
