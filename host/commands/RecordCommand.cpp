@@ -174,7 +174,14 @@ std::optional<Failure> record(const Options& options)
   }
   // Before the gloves are opened, so that an output that can't be written is reported at once.
   RecordingFiles files(output, options.replaces);
-  std::optional<MarkerInput> markerInput(std::in_place, markers, options.markers);
+  std::optional<MarkerInput> markerInput;
+  if (files.hasPlace()) {
+    markerInput.emplace(markers, options.markers);
+  } else if (!options.markers.empty()) {
+    throw Failure(ExitCode::usage,
+                  "--markers has no effect: only a recording in a file or folder has events.",
+                  "Record into a file, or omit --markers.");
+  }
   HardwareSource source(options.hardware);
   if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
   std::unique_ptr<LinkCapture> capture = startCapture(options, source.settings(), files);

@@ -86,3 +86,8 @@ void Progress::sayBack(double second, double seconds, unsigned attempts)
                         attempts, attempts == 1 ? "" : "s"),
             true);
 }
+
+void Progress::sayMarker(double second, const std::string& text)
+{
+  line_.say(fmt::format("{}  marker: {}", clockText(second), text));
+}

@@ -16,6 +16,7 @@ class Progress {
   // `state`: what is known of them.
   void showWaiting(double seconds, double secondsLeft, const std::string& state);
   void sayBack(double second, double seconds, unsigned attempts);
+  void sayMarker(double second, const std::string& text);
 
  private:
   // Fits into a line of this many columns.

@@ -159,6 +159,13 @@ void Recorder::finish(const std::optional<Books>& books)
   if (books && figures_.accounts) figures_.accounts->books = *books;
 }
 
+bool Recorder::isSilent() const
+{
+  // A short recording may end before the plug-in's read timeout.
+  const double usualSeconds = keeper_.gaps().usualMs() / 1000;
+  return hasRecord_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
+}
+
 void Recorder::checkSilence(const RecordSource& source) const
 {
   constexpr const char* advice =
@@ -166,16 +173,12 @@ void Recorder::checkSilence(const RecordSource& source) const
   if (!hasRecord_ && figures_.silentSeconds > maxWaitForFirst) {
     throw Failure(ExitCode::silence, "no complete frame arrived, although the gloves are connected.", advice);
   }
-  // A short recording may end before the plug-in's read timeout.
-  const double usualSeconds = keeper_.gaps().usualMs() / 1000;
-  const bool isSilent = hasRecord_ && figures_.silentSeconds > std::max(maxPause, 10 * usualSeconds);
-  if (isSilent && source.link().resumed()) throw source.linkFailure(LinkWatch::Verdict::lostInStall);
-  if (isSilent) {
-    throw Failure(ExitCode::silence,
-                  fmt::format("the gloves stopped sending: no frame arrived in the last {:.1f} s.",
-                              figures_.silentSeconds),
-                  advice);
-  }
+  if (!isSilent()) return;
+  if (source.link().resumed()) throw source.linkFailure(LinkWatch::Verdict::lostInStall);
+  throw Failure(ExitCode::silence,
+                fmt::format("the gloves stopped sending: no frame arrived in the last {:.1f} s.",
+                            figures_.silentSeconds),
+                advice);
 }
 
 bool Recorder::isAtLimit() const

@@ -73,6 +73,9 @@ class Recorder {
   // Between two connections: brings the figures up to date. True if a limit was reached.
   bool wait();
 
+  // No record arrived for much longer than usual.
+  bool isSilent() const;
+
   // Final statistics, once the keeper has written its last record.
   void finish(const std::optional<Books>& books);
   const RecordingFigures& figures() const { return figures_; }

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/base/System.h"
+#include "host/recording/Names.h"
 #include "host/session/SessionMetadata.h"
 
 RecordingReport::RecordingReport(RecordingFiles& files, const SessionRules& rules)
@@ -32,6 +33,12 @@ void RecordingReport::waiting(const Waiting& waiting, const RecordingFigures& fi
 void RecordingReport::back(double seconds, unsigned attempts, const RecordingFigures& figures)
 {
   progress_.sayBack(figures.seconds, seconds, attempts);
+}
+
+void RecordingReport::event(const RecordingEvent& event)
+{
+  files_.addEvent(event);
+  if (event.event == names::markerEvent) progress_.sayMarker(event.timeMs / 1000, event.detail);
 }
 
 void RecordingReport::keepUp(const RecordingFigures& figures)

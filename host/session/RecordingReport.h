@@ -16,7 +16,7 @@ class RecordingReport final : public SessionListener {
   void lost(const Failure& failure, const RecordingFigures& figures) override;
   void waiting(const Waiting& waiting, const RecordingFigures& figures) override;
   void back(double seconds, unsigned attempts, const RecordingFigures& figures) override;
-  void event(const RecordingEvent& event) override { files_.addEvent(event); }
+  void event(const RecordingEvent& event) override;
 
  private:
   void keepUp(const RecordingFigures& figures);

@@ -73,7 +73,12 @@ bool Session::isAway() const
 
 Ending Session::endedBy(bool isAtLimit) const
 {
-  const std::string away = isAway() ? ", while the gloves were away" : "";
+  std::string away;
+  if (isAway()) {
+    away = ", while the gloves were away";
+  } else if (recorder_.isSilent()) {
+    away = fmt::format(", but no frame arrived in the last {:.1f} s", recorder_.figures().silentSeconds);
+  }
   const bool isEarly = rules_.limits.seconds || rules_.limits.records || recorder_.figures().records == 0;
   if (isAtLimit || !isEarly) return {fmt::format("as requested{}.", away), {}};
   const std::string words = fmt::format("interrupted before the recording was complete{}.", away);

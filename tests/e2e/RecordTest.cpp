@@ -172,6 +172,8 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
       {{"--output", "nofolder/run.csv", "--sim"}, "", 5, "create it"},
       {{"--output", "/dev/full", "--sim"}, "", 5, "disk is full"},
       {{"--seconds", "-1"}, "", 2, "--seconds"},
+      {{"--markers", "m", "--output", "-"}, "", 2, "--markers has no effect"},
+      {{"--markers", "file", "--sim"}, "", 5, "file"},
   };
   for (const auto& [arguments, port, exitCode, words] : cases) {
     if (!port.empty()) ::setenv("TESSEL_SERIAL_PORTS", (ports + port).c_str(), 1);
