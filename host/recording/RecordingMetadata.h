@@ -10,16 +10,7 @@
 #include <vector>
 
 #include "host/recording/Layout.h"
-#include "host/recording/Record.h"
-
-// A time without the gloves, within a recording.
-struct Reconnection {
-  std::string reason;
-  double lostMs = Record::unknown;  // of the latest record before
-  double backMs = Record::unknown;  // of the first record after; unknown: they did not come back
-  unsigned attempts = 0;
-  std::vector<std::string> modules = {};  // the names of the gloves that came back
-};
+#include "host/recording/Reconnection.h"
 
 struct RecordingMetadata {
   struct Time {

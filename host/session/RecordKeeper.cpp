@@ -96,9 +96,9 @@ void RecordKeeper::write(const Waiting& record, const RecordOrigin& origin)
                .pluginMs = record.pluginMs,
                .frames = frames_,
                .elements = record.elements});
+  if (std::isnan(firstMs_)) firstMs_ = std::isnan(timeMs) ? sinceZero(record.arrival) : timeMs;
   if (std::isnan(timeMs)) return;
   latestMs_ = timeMs;
-  if (std::isnan(firstMs_)) firstMs_ = timeMs;
   gaps_.add(static_cast<std::uint32_t>(std::llround(timeMs)));
 }
 

@@ -15,7 +15,7 @@
 #include "host/base/System.h"
 #include "host/gloves/RecordSource.h"
 #include "host/recording/GapDetector.h"
-#include "host/recording/RecordingMetadata.h"
+#include "host/recording/Reconnection.h"
 #include "host/session/RecordKeeper.h"
 
 struct RecordingLimits {

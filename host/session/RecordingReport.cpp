@@ -6,6 +6,7 @@
 
 #include "host/base/System.h"
 #include "host/recording/Names.h"
+#include "host/recording/RecordingFiles.h"
 #include "host/session/SessionMetadata.h"
 
 RecordingReport::RecordingReport(RecordingFiles& files, const SessionRules& rules)

@@ -3,9 +3,10 @@
 
 #include <string>
 
-#include "host/recording/RecordingFiles.h"
 #include "host/session/Progress.h"
 #include "host/session/Session.h"
+
+class RecordingFiles;
 
 class RecordingReport final : public SessionListener {
  public:

@@ -17,8 +17,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/recording/RecordingFiles.h"
-#include "host/recording/RecordingMetadata.h"
+#include "host/recording/Reconnection.h"
+#include "host/recording/RecordingEvents.h"
 #include "host/session/GloveConnector.h"
 #include "host/session/Markers.h"
 #include "host/session/PatientOpening.h"

@@ -8,6 +8,7 @@
 #include "host/base/Characters.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
+#include "host/recording/RecordingMetadata.h"
 #include "host/session/BooksText.h"
 
 namespace fs = std::filesystem;
