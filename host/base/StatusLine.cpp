@@ -1,5 +1,6 @@
 #include "host/base/StatusLine.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "host/base/Console.h"
@@ -16,9 +17,10 @@ StatusLine::StatusLine(std::chrono::seconds interval)
 {
 }
 
-StatusLine::~StatusLine()
+void StatusLine::end()
 {
   if (hasLine_) console::report("\n");
+  hasLine_ = false;
 }
 
 bool StatusLine::isDue() const
@@ -38,8 +40,11 @@ void StatusLine::show(std::string text)
     console::report("{}\n", text);
     return;
   }
-  text.resize(width(), ' ');  // overwrites the previous text
-  console::report("\r{}", text);
+  // Overwrites the previous text. What a user types then appears behind the new one.
+  std::string blanked = text;
+  blanked.resize(width(), ' ');
+  text.resize(std::min<std::size_t>(text.size(), width()));
+  console::report("\r{}\r{}", blanked, text);
   std::fflush(stderr);
   hasLine_ = true;
 }

@@ -10,8 +10,7 @@ class StatusLine {
  public:
   // `interval`: between two lines if it is no terminal.
   explicit StatusLine(std::chrono::seconds interval = std::chrono::seconds(2));
-  // Ends the line.
-  ~StatusLine();
+  ~StatusLine() { end(); }
   StatusLine(const StatusLine&) = delete;
   StatusLine& operator=(const StatusLine&) = delete;
 
@@ -22,6 +21,8 @@ class StatusLine {
   void show(std::string text);
   // A line of its own, which stays. `rings`: a terminal's bell, too.
   void say(const std::string& line, bool rings = false);
+  // What follows is printed below it.
+  void end();
 
  private:
   void clear();

@@ -202,6 +202,7 @@ std::optional<Failure> record(const Options& options)
   Ending ending = session.run(connector.hardware(), stopRequest.flag());
   markerInput.reset();
   finish(connector, capture.get(), keeper, recorder, session, files, ending);
+  report.end();
   if (markers.dropped() > 0)
     console::report("{} markers came too fast and are not kept.\n", markers.dropped());
   const auto place = keep(files, recorder.figures(), ending);

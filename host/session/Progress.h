@@ -17,6 +17,7 @@ class Progress {
   void showWaiting(double seconds, double secondsLeft, const std::string& state);
   void sayBack(double second, double seconds, unsigned attempts);
   void sayMarker(double second, const std::string& text);
+  void end() { line_.end(); }
 
  private:
   // Fits into a line of this many columns.

@@ -18,6 +18,8 @@ class RecordingReport final : public SessionListener {
   void waiting(const Waiting& waiting, const RecordingFigures& figures) override;
   void back(double seconds, unsigned attempts, const RecordingFigures& figures) override;
   void event(const RecordingEvent& event) override;
+  // What follows on standard error is printed below the progress.
+  void end() { progress_.end(); }
 
  private:
   void keepUp(const RecordingFigures& figures);
