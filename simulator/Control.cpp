@@ -16,6 +16,8 @@ const std::vector<Control::Row>& Control::rows()
       {"silent", "GLOVE", "stops sampling and answering; its connection stays", &Control::silent},
       {"leave", "GLOVE", "goes out of range; its connection times out", &Control::leave},
       {"back", "GLOVE", "ends `silent` and `leave`", &Control::back},
+      {"restart", "GLOVE", "its power goes off and on: its connection ends, its counters begin again",
+       &Control::restart},
       {"hide", "GLOVE", "no longer advertises, can't be connected to", &Control::hide},
       {"show", "GLOVE", "ends `hide`", &Control::show},
       {"name", "GLOVE TEXT", "advertises this name; a host looks at the first 32 bytes", &Control::rename},

@@ -76,6 +76,7 @@ class Control {
   Action silent(WordReader& words);
   Action leave(WordReader& words);
   Action back(WordReader& words);
+  Action restart(WordReader& words);
   Action hide(WordReader& words);
   Action show(WordReader& words);
   Action rename(WordReader& words);

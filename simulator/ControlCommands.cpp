@@ -57,6 +57,15 @@ Control::Action Control::back(WordReader& words)
   });
 }
 
+Control::Action Control::restart(WordReader& words)
+{
+  return forEach(gloves(words), [this](NamedGlove& each) {
+    dongle_.drop(each.glove, result::connectionTimeout);
+    each.glove.restart();
+    return "restarted";
+  });
+}
+
 Control::Action Control::hide(WordReader& words)
 {
   return forEach(gloves(words), [](NamedGlove& each) {

@@ -53,6 +53,13 @@ void Glove::comeBack()
   if (!std::exchange(inRange_, true) && peer_) peer_->packetsWait();
 }
 
+void Glove::restart()
+{
+  frames_ = droppedFrames_ = 0;
+  lastFrameTaken_.reset();
+  commands_.clear();
+}
+
 void Glove::disconnect()
 {
   peer_ = nullptr;

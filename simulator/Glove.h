@@ -47,8 +47,8 @@ struct GloveConfig {
   // Fraction by which the crystal runs fast, e.g. 75e-6. Both device clock and frame rate are made from it,
   // so that the ticks between frames don't depend on it.
   double clockError = 0;
-  // The sample of an element in a frame, counted since the glove was created. Empty: a pattern that differs
-  // from element to element and from frame to frame.
+  // The sample of an element in a frame, counted since the glove was switched on. Empty: a pattern that
+  // differs from element to element and from frame to frame.
   std::function<std::uint16_t(std::size_t element, std::uint64_t frame)> movement;
 
   // Samples per frame with this number of packets.
@@ -56,7 +56,7 @@ struct GloveConfig {
 };
 
 struct SentFrame {
-  std::uint64_t number;  // since the glove was created
+  std::uint64_t number;  // since the glove was switched on
   std::uint32_t ticks;   // device clock, not wrapped, 0.1 ms
   std::vector<std::uint16_t> samples;
 };
@@ -90,7 +90,7 @@ class Glove {
   bool isConnected() const { return peer_ != nullptr; }
   bool isNotifying() const { return sampling_ != nullptr; }
   bool isSilent() const { return silent_; }
-  std::uint64_t frames() const { return frames_; }                // sampled since its creation
+  std::uint64_t frames() const { return frames_; }                // sampled since it was switched on
   std::uint64_t droppedFrames() const { return droppedFrames_; }  // of these, for lack of radio time
   std::size_t waitingPackets() const { return queue_.size(); }
 
@@ -101,6 +101,9 @@ class Glove {
   void leaveRange();
   // Ends both states. Sampling restarts with the next start of notifications.
   void comeBack();
+
+  // Its power was off: frames are counted from 0 again. Only while it is not connected.
+  void restart();
 
   // Interface to the radio. The peer must exist until disconnect().
   bool isInRange() const { return inRange_; }

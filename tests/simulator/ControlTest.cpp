@@ -99,6 +99,7 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"neighbours 3 51", "error: PER-SECOND must be a number from 0.1 to 50, not '51'", any},
            {"silent left", "silent", [&] { return left_.isConnected() && !left_.isNotifying(); }},
            {"drop left 0x213", "reason 0x0213", [&] { return !left_.isConnected(); }},
+           {"restart left", "restarted", [&] { return left_.frames() == 0; }},
            {"leave right", "out of range", [&] { return clock_.advance(9s), right_.isConnected(); }},
            {"back right", "in range", [&] { return clock_.advance(9s), right_.isNotifying(); }},
            {"status", "right: streaming, 40 frames/s of 14 packets", any},
