@@ -17,6 +17,10 @@ constexpr double minAgeOfKnownSlope = 60;
 // A crystal is more exact than that. A steeper line follows the waiting of frames, not the clock.
 constexpr double maxSlope = 1000e-6;
 constexpr double maxSlopeOfYoungFit = 400e-6;
+// What a change of temperature makes of a crystal while its glove is away.
+constexpr double maxSlopeChange = 20e-6;
+// The phase sweeps the shortest connection interval within a span, so that waiting can't pass for drift.
+constexpr int minSweptPhase = 9;
 constexpr double maxSlew = 0.005;
 constexpr double maxEarliness = 0.1;  // the fit is above the truth by less than one connection interval
 constexpr double spanOfResidual = 10;
@@ -77,6 +81,9 @@ void DeviceTime::fit()
     slope = knownSlope_.value_or(0);
   } else if (!isYoung) {
     knownSlope_ = slope;
+    if (observedPhaseMs() >= minSweptPhase) exactSlope_ = slope;
+  } else if (exactSlope_) {
+    slope = std::clamp(slope, *exactSlope_ - maxSlopeChange, *exactSlope_ + maxSlopeChange);
   }
   const auto height = [slope](const Point& each) { return each.lag - slope * each.device; };
   line_ = {*std::ranges::min_element(hull_, {}, height), slope};
@@ -124,6 +131,13 @@ std::optional<DeviceTime::Time> DeviceTime::timeOf(std::int64_t ticks)
   }
   output_ = {ticks, time, true};
   return time;
+}
+
+void DeviceTime::forgetClock()
+{
+  knownSlope_.reset();
+  exactSlope_.reset();
+  restart();
 }
 
 void DeviceTime::restart()

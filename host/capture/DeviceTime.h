@@ -26,6 +26,8 @@ class DeviceTime {
   std::optional<Time> timeOf(std::int64_t ticks);
   // The glove's clock starts again: a new connection. The time may then jump forward, but not back.
   void restart();
+  // The same, with another glove.
+  void forgetClock();
 
   // How far the earliest arrival of 10 s typically (median) is from the fit: what the fit does not explain.
   double residualMs() const;
@@ -75,6 +77,7 @@ class DeviceTime {
   std::vector<Point> hull_;      // the lower convex hull of these
   Line line_{};
   std::optional<double> knownSlope_;  // outlasts a restart, since the crystal stays the same
+  std::optional<double> exactSlope_;  // the latest one that waiting can't have falsified
   std::optional<Output> output_;
   // The span of time whose phases are being counted.
   double spanBegin_ = 0;

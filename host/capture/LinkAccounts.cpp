@@ -230,7 +230,13 @@ void LinkAccounts::frameBegins(std::int64_t ticks, Time arrival)
 
 void LinkAccounts::connectionBegins()
 {
-  deviceTime_.restart();
+  const auto address = decoder_.address(0);
+  const bool isSameGlove = address == std::exchange(timedGlove_, address);
+  if (isSameGlove) {
+    deviceTime_.restart();
+  } else {
+    deviceTime_.forgetClock();
+  }
 }
 
 Books LinkAccounts::books(bool isEnd) const

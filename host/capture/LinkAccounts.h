@@ -112,6 +112,7 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   HeardDevices heard_;
   std::array<GloveAccount, LinkDecoder::maxGloves> gloves_;
   DeviceTime deviceTime_;
+  std::optional<LinkDecoder::Address> timedGlove_;  // whose clock that is
   std::optional<Time> readingBegin_;
   Time readingEnd_ = Time::max();
   std::array<std::optional<Time>, LinkDecoder::maxGloves> ended_;
