@@ -27,11 +27,12 @@ double secondsBetween(Recorder::Time begin, Recorder::Time end)
 
 double RecordingFigures::awaySeconds() const
 {
-  double ms = 0;
+  double sum = 0;
   for (const Reconnection& each : reconnections) {
-    if (!std::isnan(each.backMs)) ms += each.backMs - each.lostMs;
+    const double ms = each.backMs - each.lostMs;
+    if (!std::isnan(ms)) sum += ms;
   }
-  return ms / 1000;
+  return sum / 1000;
 }
 
 double RecordingFigures::recordsPerSecond() const

@@ -175,7 +175,9 @@ void Session::noteBack()
   if (!isAway() || !isOpen_ || std::isnan(keeper_.firstMs())) return;
   Reconnection& current = reconnections_.back();
   current.backMs = keeper_.firstMs();
-  const double seconds = (current.backMs - current.lostMs) / 1000;
+  // Without a record before the loss there is no time of the latest one.
+  const double seconds =
+      std::isnan(current.lostMs) ? secondsAway() : (current.backMs - current.lostMs) / 1000;
   noteEvent(current.backMs, names::reconnectedEvent, "",
             fmt::format("after {:.1f} s without records, attempt {}: {}", seconds, current.attempts,
                         fmt::join(current.modules, " and ")));
