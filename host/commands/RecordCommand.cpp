@@ -30,8 +30,9 @@
 
 namespace {
 
-// The dongle reports after 10 s that a glove is out of range; what is silent for longer has another reason.
-constexpr std::chrono::seconds supervisionTime{11};
+// The dongle reports after 10 s that a glove is out of range, and a read without messages, behind which that
+// is seen, takes a second. What is silent for longer has another reason.
+constexpr std::chrono::seconds supervisionTime{12};
 
 struct Options {
   HardwareOptions hardware;
