@@ -1,34 +1,20 @@
 #include "tests/ledger/Comparison.h"
 
-#include <array>
 #include <deque>
-#include <iomanip>
-#include <sstream>
 #include <utility>
 
 #include "host/capture/CaptureReader.h"
 #include "host/capture/LinkAccounts.h"
+#include "tests/ledger/Differences.h"
 
 namespace {
-
-std::string toText(const GloveBooks& books)
-{
-  std::ostringstream text;
-  text << "sent " << books.sent << " repeated " << books.repeated << " recorded " << books.recorded
-       << " ambiguous " << books.ambiguous << " unheard " << books.lost.unheard << " radio "
-       << books.lost.radio << " refused " << books.lost.refused << " faulty " << books.lost.faulty
-       << " pairing " << books.lost.pairing << " queued " << books.lost.queued << " discarded "
-       << books.lost.discarded;
-  return text.str();
-}
 
 class Comparer {
  public:
   Comparer(const RecordingPlan& plan, bool canMixFrames)
-      : plan_(plan),
-        canMixFrames_(canMixFrames),
-        recording_(plan),
-        accounts_(plan.gloves.size(), plan.elements)
+      : recording_(plan),
+        accounts_(plan.gloves.size(), plan.elements),
+        differences_(plan.gloves.size(), canMixFrames)
   {
     recording_.onCapture = [this](std::span<const std::uint8_t> bytes) {
       reader_.add(bytes);
@@ -53,10 +39,12 @@ class Comparer {
     result_.books = accounts_.books(true);
     result_.ledger = recording_.ledger().books();
     result_.records = recording_.records();
-    if (reader_.skippedBytes() + reader_.unfinishedBytes() > 0) note("bytes of the capture are damaged");
-    if (!pending_.empty()) note("records that were never matched");
-    compareBooks();
-    result_.differences = std::move(text_).str();
+    const double now = recording_.now();
+    if (reader_.skippedBytes() + reader_.unfinishedBytes() > 0)
+      differences_.note(now, "bytes of the capture are damaged");
+    if (!pending_.empty()) differences_.note(now, "records that were never matched");
+    differences_.compareBooks(now, result_.books, result_.ledger);
+    result_.differences = differences_.text();
     return std::move(result_);
   }
 
@@ -67,12 +55,6 @@ class Comparer {
     std::vector<LedgerFrame> frames;
   };
 
-  std::ostream& note(const char* what)
-  {
-    ++notes_;
-    return text_ << "\n  " << std::fixed << std::setprecision(3) << recording_.now() << " s: " << what << ' ';
-  }
-
   void takeOrigins()
   {
     while (const auto origin = accounts_.takeOrigin()) {
@@ -82,61 +64,21 @@ class Comparer {
     }
   }
 
-  // Numbers and ticks have an unknown beginning, and may be found wrong later.
   void check(const RecordOrigin& origin, const Pending& record)
   {
-    constexpr std::int64_t counterWrap = 16, clockWrap = 65'536;
-    if (notes_ >= maxNotes) return;
-    if (!origin.isMatched) note("no frames match the record at ") << record.at;
+    if (!origin.isMatched) differences_.note(record.at, "no frames match the record");
     for (std::size_t glove = 0; origin.isMatched && glove < record.frames.size(); ++glove) {
-      const std::int64_t number =
-          origin.frames[glove].number - static_cast<std::int64_t>(record.frames[glove].number);
-      const std::int64_t ticks = origin.frames[glove].ticks - record.frames[glove].ticks;
-      if (number % counterWrap != 0 || ticks % clockWrap != 0) {
-        note("wrong frame of glove ")
-            << glove << ": " << origin.frames[glove].number << " at " << origin.frames[glove].ticks
-            << " instead of " << record.frames[glove].number << " at " << record.frames[glove].ticks;
-      }
-      if (offsets_[glove] && *offsets_[glove] != number) {
-        movedOffsets_ << "\n  " << record.at << " s: the numbers of glove " << glove << " move by "
-                      << number - *offsets_[glove];
-      }
-      offsets_[glove] = number;
+      differences_.compareFrame(record.at, glove, origin.frames[glove].number, origin.frames[glove].ticks,
+                                record.frames[glove]);
     }
   }
 
-  void compareBooks()
-  {
-    for (std::size_t glove = 0; glove < plan_.gloves.size(); ++glove) {
-      GloveBooks books = result_.books.gloves[glove], ledger = result_.ledger[glove];
-      for (GloveBooks* const each : {&books, &ledger}) {
-        if (canMixFrames_) each->lost.radio += std::exchange(each->lost.refused, 0);
-      }
-      // Undecided books claim nothing but what was recorded.
-      if (books.ambiguous > 0 && books.recorded == ledger.recorded) continue;
-      if (books == ledger && books.isBalanced()) continue;
-      note("glove ") << glove << "\n    books:  " << toText(books) << "\n    ledger: " << toText(ledger)
-                     << movedOffsets_.str();
-    }
-    if (result_.books.lostBlocks > 0) note("blocks of the capture are missing");
-    if (result_.books.unmatchedRecords + result_.books.unexpectedRecords > 0) {
-      note("unmatched records: ") << result_.books.unmatchedRecords
-                                  << ", unexpected: " << result_.books.unexpectedRecords;
-    }
-  }
-
-  static constexpr int maxNotes = 20;
-
-  const RecordingPlan& plan_;
-  const bool canMixFrames_;
   VirtualRecording recording_;
   CaptureReader reader_;
   LinkAccounts accounts_;
   std::deque<Pending> pending_;
-  std::array<std::optional<std::int64_t>, 2> offsets_;
+  Differences differences_;
   Comparison result_;
-  std::ostringstream text_, movedOffsets_;
-  int notes_ = 0;
 };
 
 }  // namespace

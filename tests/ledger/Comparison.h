@@ -14,6 +14,5 @@ struct Comparison {
   std::string differences;  // each with its virtual time; empty if there are none
 };
 
-// `canMixFrames`: a packet may arrive among those of another frame, so that the books can't tell a missing
-// packet from a wrong order: their sum is compared.
+// `canMixFrames`: see Differences.
 Comparison compare(const RecordingPlan& plan, bool canMixFrames);

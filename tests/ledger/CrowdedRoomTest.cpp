@@ -8,44 +8,36 @@
 #include <string>
 #include <vector>
 
-#include "simulator/Control.h"
-#include "simulator/Dongle.h"
 #include "tests/support/FromEnvironment.h"
 #include "tests/support/VirtualPlugin.h"
-#include "tests/support/VirtualRecording.h"
 
 namespace {
 
-// A simulated dongle with gloves and neighbours; at first nobody uses it.
-class Room {
- public:
-  Room(std::size_t gloves, const std::string& neighbours, std::uint64_t seed)
-      : gloves_(gloves), control_(dongle_, seed)
-  {
-    const auto configs = RecordingPlan::leftAndRight();
-    for (std::size_t glove = 0; glove < gloves; ++glove) {
-      dongle_.addGlove(configs[glove]);
-    }
-    dongle_.onPresence = [this](bool isPresent) { port_.present = isPresent; };
-    dongle_.onSend = [this](std::span<const std::uint8_t> message) {
-      port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
-    };
-    port_.onWrite = [this](std::span<const std::uint8_t> bytes) { dongle_.receive(bytes); };
-    control_.execute("neighbours " + neighbours);
-  }
-
-  // Seconds.
-  double now() const { return std::chrono::duration<double>(platform_.clock.now()).count(); }
-  // With a plug-in that is loaded for it and unloaded afterwards.
-  bool open() { return VirtualPlugin(platform_, gloves_, 125).hardware().configure() == 0; }
-
- private:
-  const std::size_t gloves_;
-  SimulatedPlatform platform_;
-  SimulatedPlatform::Port& port_ = platform_.addPort("Bluegiga Bluetooth Low Energy (COM7)");
-  simulator::Dongle dongle_{platform_.clock};
-  simulator::Control control_;
+// Seconds until a host that opens the gloves again and again has opened them; at most about a minute.
+struct Opening {
+  bool isDone = false;
+  bool isFirst = false;  // attempt
+  double seconds = 0;
 };
+
+Opening open(std::size_t count, const std::string& neighbours, std::uint64_t seed)
+{
+  constexpr double patience = 60;
+  constexpr std::size_t elements = 125;
+  VirtualGloves gloves(count, elements, seed);
+  const auto configs = VirtualGloves::leftAndRight();
+  for (std::size_t glove = 0; glove < count; ++glove) {
+    gloves.add(glove == 0 ? "left" : "right", configs[glove]);
+  }
+  gloves.execute("neighbours " + neighbours);
+  Opening opening{.isFirst = true};
+  while (!opening.isDone && gloves.now() < patience) {
+    opening.isFirst = gloves.now() == 0;
+    opening.isDone = !VirtualPlugin(gloves, pluginSettings(count, elements)).open();
+  }
+  opening.seconds = gloves.now();
+  return opening;
+}
 
 // Of hosts that open the gloves again and again for a minute.
 struct Outcome {
@@ -55,16 +47,12 @@ struct Outcome {
 
 Outcome openAll(std::size_t gloves, const std::string& neighbours, std::size_t hosts)
 {
-  constexpr double patience = 60;
   Outcome outcome;
   for (std::size_t host = 0; host < hosts; ++host) {
-    Room room(gloves, neighbours, host + 1);
-    bool isOpen = false;
-    for (bool isFirst = true; !isOpen && room.now() < patience; isFirst = false) {
-      isOpen = room.open();
-      if (isOpen && isFirst) ++outcome.first;
-    }
-    if (isOpen) outcome.waits.push_back(room.now());
+    const Opening opening = open(gloves, neighbours, host + 1);
+    if (!opening.isDone) continue;
+    if (opening.isFirst) ++outcome.first;
+    outcome.waits.push_back(opening.seconds);
   }
   std::ranges::sort(outcome.waits);
   return outcome;

@@ -22,10 +22,10 @@ void PrintTo(const Row& row, std::ostream* stream)
   *stream << row.name;
 }
 
-RecordingPlan plan(std::vector<std::string> setup, std::vector<RecordingPlan::Step> scenario = {},
+RecordingPlan plan(std::vector<std::string> setup, std::vector<VirtualGloves::Step> scenario = {},
                    double seconds = 18)
 {
-  return {.gloves = RecordingPlan::leftAndRight(),
+  return {.gloves = VirtualGloves::leftAndRight(),
           .setup = std::move(setup),
           .scenario = std::move(scenario),
           .seconds = seconds};

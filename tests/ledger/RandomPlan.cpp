@@ -47,7 +47,7 @@ class Planner {
 
   void chooseGloves()
   {
-    plan_.gloves = RecordingPlan::leftAndRight();
+    plan_.gloves = VirtualGloves::leftAndRight();
     if (happens(0.1)) plan_.gloves[1].name = "KVXGL00018";
     if (happens(0.25)) plan_.gloves.pop_back();
     packets_ = happens(0.7) ? 14 : oneOf({2, 3, 7, 15});

@@ -53,6 +53,8 @@ bool isHandled(std::span<const std::uint8_t> message)
 
 void GloveLedger::sample(const SentFrame& frame, Duration now)
 {
+  // Its counter began again.
+  if (!sampled_.empty() && frame.number <= sampled_.back().number) sampled_.clear();
   sampled_.push_back({frame.number, frame.ticks, now});
 }
 
@@ -109,11 +111,11 @@ void GloveLedger::beginFrame(std::uint64_t frame, std::size_t packets)
 void GloveLedger::settle(bool isFollowed)
 {
   if (!heard_ || !(isFollowed || heard_->isPublished)) return;
-  (heard_->isRepeat ? books.repeated : books.sent) += 1;
-  books.sent += heard_->unheard;
-  books.lost.unheard += heard_->unheard;
+  (heard_->isRepeat ? books_->repeated : books_->sent) += 1;
+  books_->sent += heard_->unheard;
+  books_->lost.unheard += heard_->unheard;
   if (heard_->isPublished) return;
-  (heard_->isComplete() ? books.lost.refused : books.lost.radio) += 1;
+  (heard_->isComplete() ? books_->lost.refused : books_->lost.radio) += 1;
 }
 
 // Packets count from 0; any other one ends the frame, and is not looked at again.
@@ -142,17 +144,21 @@ void GloveLedger::assemble(const simulator::Packet& packet)
 GloveLedger::Published GloveLedger::fetch(bool trim)
 {
   for (; trim && published_.size() > trimmedDepth; published_.pop_front()) {
-    ++books.lost.pairing;
+    ++books_->lost.pairing;
   }
   Published front = std::move(published_.front());
   published_.pop_front();
   return front;
 }
 
-void GloveLedger::leaveQueued()
+void GloveLedger::unload()
 {
-  books.lost.queued += published_.size();
+  end();
+  if (!published_.empty()) books_->lost.queued += published_.size();
   published_.clear();
+  isRequested_ = false;
+  heard_.reset();
+  expected_ = 0;
 }
 
 void Ledger::observe(Glove& glove, const VirtualClock& clock)
@@ -198,9 +204,11 @@ void Ledger::dispatch(std::span<const std::uint8_t> bytes, const std::optional<P
     std::copy_n(bytes.begin() + 9, content.size(), content.begin());
     gloves_[packet->glove].ledger.hear(packet->frame, content);
   } else if (is(bytes, 0x80, 3, 0, 12)) {
-    for (std::size_t index = 0; index < gloves_.size(); ++index) {
-      if (std::ranges::equal(gloves_[index].glove->config.address, bytes.subspan(6, 6)))
-        connections_.at(bytes[4]) = index;
+    Connection& connection = connections_.at(bytes[4]);
+    for (Observed& each : gloves_) {
+      if (!std::ranges::equal(each.glove->config.address, bytes.subspan(6, 6))) continue;
+      connection.glove = &each;
+      each.ledger.connect(connection.books);
     }
   } else if (is(bytes, 0x80, 4, 1, 9) && u16(bytes, 5) == 0 && u16(bytes, 7) == configuration) {
     if (GloveLedger* const glove = connected(bytes[4])) glove->confirm();
@@ -211,8 +219,8 @@ void Ledger::dispatch(std::span<const std::uint8_t> bytes, const std::optional<P
 
 GloveLedger* Ledger::connected(std::uint8_t connection)
 {
-  const std::size_t index = connection < connections_.size() ? connections_[connection] : none;
-  return index == none ? nullptr : &gloves_[index].ledger;
+  Observed* const glove = connection < connections_.size() ? connections_[connection].glove : nullptr;
+  return glove == nullptr ? nullptr : &glove->ledger;
 }
 
 void Ledger::write(std::span<const std::uint8_t> bytes)
@@ -234,7 +242,7 @@ void Ledger::dispatchWrite(std::span<const std::uint8_t> command)
   if (command[8] == 0) {
     glove->end();
   } else {
-    glove->requestStart(gloves_[connections_[command[4]]].glove->config.revision >= confirmingRevision);
+    glove->requestStart(connections_[command[4]].glove->glove->config.revision >= confirmingRevision);
   }
 }
 
@@ -260,25 +268,34 @@ std::optional<Ledger::Record> Ledger::turn(bool isWritten)
     record.elements.insert(record.elements.end(), fetched.samples.begin(), fetched.samples.end());
   }
   for (GloveLedger* const glove : gloves) {
-    GloveBooks& books = glove->books;
+    GloveBooks& books = glove->books();
     (!isLongEnough ? books.lost.faulty : isWritten ? books.recorded : books.lost.discarded) += 1;
   }
   return isLongEnough ? std::optional(record) : std::nullopt;
 }
 
-void Ledger::end()
+void Ledger::unload()
 {
   for (Observed& each : gloves_) {
-    each.ledger.end();
-    each.ledger.leaveQueued();
+    each.ledger.unload();
   }
+  for (Connection& connection : connections_) {
+    connection.glove = nullptr;
+  }
+  announced_.reset();
+  position_ = delivered_;
+  waiting_.clear();
+  packets_.clear();
+  written_.clear();
+  hasHandled_ = false;
+  failedTurns_ = 0;
 }
 
 std::vector<GloveBooks> Ledger::books() const
 {
   std::vector<GloveBooks> books;
   for (std::size_t sensor = 0; sensor < sensors_; ++sensor) {
-    books.push_back(gloves_.at(connections_.at(sensor)).ledger.books);
+    books.push_back(connections_.at(sensor).books);
   }
   return books;
 }

@@ -23,6 +23,8 @@ struct LedgerFrame {
 // One glove's part: joins the packets as the plug-in has to, and counts.
 class GloveLedger {
  public:
+  // From now on it counts in these books, which must outlive it.
+  void connect(GloveBooks& books) { books_ = &books; }
   void sample(const simulator::SentFrame& frame, simulator::Duration now);
   void requestStart(bool isConfirmed);
   void confirm();
@@ -37,10 +39,9 @@ class GloveLedger {
   // The frame that a fetch returns, of a queue cut to two frames if `trim` is set.
   Published fetch(bool trim);
   LedgerFrame sampled(std::uint64_t number);
-  // At the end of the recording.
-  void leaveQueued();
-
-  GloveBooks books;
+  GloveBooks& books() { return *books_; }
+  // The plug-in was unloaded.
+  void unload();
 
  private:
   static constexpr std::size_t maxPackets = 15;
@@ -61,6 +62,7 @@ class GloveLedger {
   void settle(bool isFollowed);
   void assemble(const simulator::Packet& packet);
 
+  GloveBooks* books_ = nullptr;
   bool isRequested_ = false;
   bool isOpen_ = false;
   std::optional<Heard> heard_;
@@ -99,16 +101,14 @@ class Ledger {
   };
   // After each call of readRecord: the record that it has to deliver, if any. `isWritten`: the host keeps it.
   std::optional<Record> turn(bool isWritten);
-  // After the port was closed.
-  void end();
+  // The plug-in was unloaded: what is queued stays there. It may be loaded again.
+  void unload();
 
   std::uint64_t delivered() const { return delivered_; }
-  // In the order of the records.
+  // In the order of the records: of each place in them, whichever glove had it.
   std::vector<GloveBooks> books() const;
 
  private:
-  static constexpr std::size_t none = ~std::size_t{0};
-
   struct Sent {
     std::uint64_t start;  // of its message, in the delivered bytes
     Packet packet;
@@ -117,6 +117,11 @@ class Ledger {
     const simulator::Glove* glove;
     GloveLedger ledger;
   };
+  // A number that the dongle gives to connections; the plug-in's left, or only, glove has 0.
+  struct Connection {
+    Observed* glove = nullptr;
+    GloveBooks books = {};
+  };
 
   void dispatch(std::span<const std::uint8_t> message, const std::optional<Packet>& packet);
   GloveLedger* connected(std::uint8_t connection);
@@ -124,7 +129,7 @@ class Ledger {
 
   const std::size_t sensors_, elements_;
   std::deque<Observed> gloves_;
-  std::array<std::size_t, 8> connections_{none, none, none, none, none, none, none, none};
+  std::array<Connection, 8> connections_;
   std::optional<Packet> announced_;
   std::uint64_t delivered_ = 0;
   std::uint64_t position_ = 0;        // in the delivered bytes: the next message that the plug-in reads

@@ -10,19 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "shared/HwInterface.h"
-#include "shared/RecordStore.h"
-#include "simulator/Control.h"
-#include "simulator/Dongle.h"
-#include "tests/support/Ledger.h"
-#include "tests/support/SimulatedPlatform.h"
+#include "tests/support/VirtualGloves.h"
+#include "tests/support/VirtualPlugin.h"
 
 struct RecordingPlan {
-  // Seconds after the gloves were opened.
-  struct Step {
-    double at;
-    std::string command;  // of the simulator's control
-  };
   struct Pause {
     double at;
     double seconds;
@@ -31,15 +22,12 @@ struct RecordingPlan {
   std::vector<simulator::GloveConfig> gloves = {};  // commands know them as left and right, in this order
   std::size_t elements = 125;                       // of each glove in a record
   std::vector<std::string> setup;                   // control commands before the gloves are opened
-  std::vector<Step> scenario = {};
-  std::vector<Pause> pauses = {};    // of the host, in order
-  std::vector<double> repeats = {};  // times at which the first glove's next frame comes again
+  std::vector<VirtualGloves::Step> scenario = {};   // seconds after the gloves were opened, as all below
+  std::vector<Pause> pauses = {};                   // of the host, in order
+  std::vector<double> repeats = {};                 // times at which the first glove's next frame comes again
   double seconds = 10;
   double writtenSeconds = 1e9;  // the host drops later records
   std::uint64_t seed = 1;       // of random packet faults
-
-  static simulator::GloveConfig glove(const std::string& name, std::uint8_t address);
-  static std::vector<simulator::GloveConfig> leftAndRight();
 };
 
 class VirtualRecording {
@@ -54,8 +42,6 @@ class VirtualRecording {
   };
 
   explicit VirtualRecording(const RecordingPlan& plan);
-  VirtualRecording(const VirtualRecording&) = delete;
-  VirtualRecording& operator=(const VirtualRecording&) = delete;
 
   std::function<void(std::span<const std::uint8_t>)> onCapture;  // the bytes that the plug-in wrote
   std::function<void(Time)> onBegin, onEnd;                      // of the reading
@@ -63,27 +49,15 @@ class VirtualRecording {
 
   void run();
 
-  const Ledger& ledger() const { return ledger_; }
+  const Ledger& ledger() const { return gloves_.ledger(); }
   std::uint64_t records() const { return records_; }
-  double now() const;  // virtual seconds
+  double now() const { return gloves_.now(); }
 
  private:
-  void receive(std::span<const std::uint8_t> message);
-  void repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message);
-  void record();
-  void read(HwInterface& hardware, plugin::RecordStore& store);
-  void accept(plugin::RecordStore& store, bool isNew, Time before, double second);
-  void noteConsumed() { ledger_.consume(ledger_.delivered() - port_.waiting.size()); }
+  void read(VirtualPlugin& plugin);
   void takeCapture();
 
   const RecordingPlan plan_;
-  SimulatedPlatform platform_;
-  SimulatedPlatform::Port& port_;
-  simulator::Dongle dongle_;
-  simulator::Control control_;
-  Ledger ledger_;
+  VirtualGloves gloves_;
   std::uint64_t records_ = 0;
-  std::uint64_t latestNumber_ = 0;                      // of the first glove's frame
-  std::vector<std::vector<std::uint8_t>> latestFrame_;  // its messages
-  bool repeatsFrame_ = false;
 };

@@ -1,0 +1,309 @@
+// Recordings that lose their gloves or their dongle: what is reported, how they end, and that books, frames
+// and times are exact over all connections.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+
+#include "simulator/WordReader.h"
+#include "tests/ledger/VirtualSession.h"
+
+namespace {
+
+using simulator::toText;
+using Steps = std::vector<VirtualGloves::Step>;
+
+struct Row {
+  std::string name;
+  SessionPlan plan;
+  std::string events = "";  // each with its glove, or with a marker's text
+  std::string ending = "as requested.";
+  ExitCode code = ExitCode::done;
+  std::string reason = "";          // of the first loss, or a part of it
+  std::string attempt = "";         // part of the words of one that failed
+  std::array<double, 2> away = {};  // seconds of the reconnection, from and to
+};
+
+void PrintTo(const Row& row, std::ostream* stream)
+{
+  *stream << row.name;
+}
+
+// The phase of this rate sweeps the connection interval, so that times are exact.
+SessionPlan plan(Steps steps, std::optional<double> seconds = 60)
+{
+  SessionPlan plan{.setup = {"rate 39.7", "drift left 150", "drift right -100"}, .steps = std::move(steps)};
+  plan.rules.limits.seconds = seconds;
+  return plan;
+}
+
+SessionPlan with(SessionPlan plan, const std::function<void(SessionPlan&)>& change)
+{
+  change(plan);
+  return plan;
+}
+
+const auto addStranger = [](SessionPlan& plan) { plan.stranger = VirtualGloves::glove("KVXGL00099", 9); };
+const auto omitCapture = [](SessionPlan& plan) { plan.isCaptured = false; };
+const auto acceptAny = [](SessionPlan& plan) { plan.acceptsAnyGlove = true; };
+// The plug-in filters by no such number.
+const auto useHighNumbers = [](SessionPlan& plan) {
+  plan.gloves[0].name = "KVXGL70000";
+  plan.gloves[1].name = "KVXGR70001";
+};
+
+Steps every6SecondsTenTimes(const std::string& command)
+{
+  Steps steps;
+  for (int step = 0; step < 10; ++step)
+    steps.push_back({20.0 + 6 * step, command});
+  return steps;
+}
+
+// What happens 20 s after the opening, and how it ends after the given time.
+Row dropout(const std::string& name, double seconds, Steps steps)
+{
+  const bool isBridged = name.starts_with("leave") && seconds < 10;
+  const bool isTooLong = seconds > 60;
+  Row row{.name = toText(name, '_', seconds * 1000, "ms"),
+          .plan = plan(std::move(steps), isTooLong ? 200 : 60)};
+  std::ranges::replace(row.name, ' ', '_');
+  if (isBridged) return row;
+  row.events = "disconnected";
+  row.reason = name == "unplug" ? "the dongle is gone." : "the connections to both gloves were lost.";
+  for (const std::string glove : {"left", "right"}) {
+    if (!name.ends_with(glove)) continue;
+    row.events += " " + glove;
+    row.reason = "the connection to the " + glove + " glove was lost.";
+  }
+  row.events += isTooLong ? ", gave up" : ", reconnected";
+  row.away = {seconds, seconds + 4};
+  if (isTooLong) {
+    row.ending = "to open the gloves again";
+    row.code = ExitCode::silence;
+  }
+  return row;
+}
+
+std::vector<Row> dropouts()
+{
+  std::vector<Row> rows;
+  for (const double seconds : {0.5, 3.0, 20.0, 90.0}) {
+    const double end = 20 + seconds;
+    for (const std::string glove : {"left", "right", "both"}) {
+      rows.push_back(dropout("leave " + glove, seconds, {{20, "leave " + glove}, {end, "back " + glove}}));
+      rows.push_back(dropout("drop " + glove, seconds,
+                             {{20, "hide " + glove}, {20, "drop " + glove}, {end, "show " + glove}}));
+    }
+    rows.push_back(dropout("unplug", seconds, {{20, "unplug"}, {end, "plug"}}));
+  }
+  return rows;
+}
+
+const std::vector<Row> others{
+    {.name = "nothing", .plan = plan({})},
+    {.name = "anotherPort",
+     .plan = plan({{20, "unplug"}, {25, "port COM12"}, {25, "plug"}}),
+     .events = "disconnected, reconnected",
+     .attempt = "No BLE USB dongle",
+     .away = {5, 7}},
+    {.name = "oneGloveOnly",
+     .plan = plan({{20, "hide left"}, {20, "drop both"}, {45, "show left"}}),
+     .events = "disconnected, reconnected",
+     .attempt = "Expected: 2; detected: 1",
+     .away = {25, 29}},
+    {.name = "oneGloveOnlyForTooLong",
+     .plan = plan({{20, "hide left"}, {20, "drop both"}}, 200),
+     .events = "disconnected, gave up",
+     .ending = "Expected: 2; detected: 1",
+     .code = ExitCode::silence},
+    {.name = "stranger",
+     .plan = with(plan({{20, "hide left"}, {20, "drop left"}, {20, "show stranger"}, {40, "show left"}}),
+                  addStranger),
+     .events = "disconnected left, reconnected",
+     .attempt = "Expected: 2; detected: 1",
+     .away = {20, 24}},
+    {.name = "strangerOfNoFilter",
+     .plan = with(with(plan({{20, "hide left"},
+                             {20, "drop left"},
+                             {20, "show stranger"},
+                             {40, "hide stranger"},
+                             {40, "show left"}}),
+                       addStranger),
+                  useHighNumbers),
+     .events = "disconnected left, reconnected",
+     .attempt = "KVXGL00099 and KVXGR70001 answered instead of KVXGL70000 and KVXGR70001.",
+     .away = {20, 24}},
+    {.name = "strangerAccepted",
+     .plan = with(with(plan({{20, "hide left"}, {20, "drop left"}, {20, "show stranger"}}), addStranger),
+                  acceptAny),
+     .events = "disconnected left, reconnected",
+     .away = {1, 4}},
+    {.name = "batteryChange",
+     .plan = plan({{20, "leave left"}, {80, "restart left"}, {80, "back left"}}, 120),
+     .events = "disconnected left, reconnected",
+     .away = {60, 64}},
+    {.name = "batteryChangeOfBoth",
+     .plan = plan({{20, "restart both"}, {20, "hide both"}, {60, "show both"}}, 120),
+     .events = "disconnected, reconnected",
+     .away = {40, 44}},
+    {.name = "silentGlove",
+     .plan = plan({{20, "silent left"}, {50, "back left"}}),
+     .events = "disconnected, reconnected",
+     .away = {30, 36}},
+    {.name = "muteDongle",
+     .plan = plan({{20, "mute on"}, {45, "mute off"}}),
+     .events = "disconnected, reconnected",
+     .away = {25, 36}},
+    {.name = "openButNoRecords",
+     .plan = plan({{20, "loss right 100"}, {20, "drop both"}, {50, "loss right 0"}}, 90),
+     .events = "disconnected, reconnected",
+     .away = {30, 33}},
+    {.name = "openButNoRecordsForTooLong",
+     .plan = plan({{20, "loss right 100"}, {20, "drop both"}}, 200),
+     .events = "disconnected, gave up",
+     .ending = "no complete frame arrived",
+     .code = ExitCode::silence},
+    {.name = "noRecordsAtFirst",
+     .plan = with(plan({{30, "loss right 0"}}), [](auto& plan) { plan.setup.push_back("loss right 100"); }),
+     .events = "disconnected, reconnected",
+     .away = {0, 0}},
+    {.name = "tenInARow",
+     .plan = plan(every6SecondsTenTimes("drop both"), 90),
+     .events = "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
+               "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
+               "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
+               "disconnected, reconnected",
+     .away = {3, 5}},
+    // The first times of a connection wait for 0.2 s.
+    {.name = "lostAgainAtOnce",
+     .plan = plan({{20, "drop both"}, {23.75, "unplug"}, {24, "plug"}}),
+     .events = "disconnected, reconnected, disconnected, reconnected",
+     .away = {1, 5}},
+    // They fill the queues, which are there still when the link is closed.
+    {.name = "framesTooShortWhenLost",
+     .plan = plan({{20, "packets left 13"}, {22, "drop right"}, {24, "packets left 14"}}),
+     .events = "disconnected right, reconnected",
+     .away = {3, 8}},
+    {.name = "oneGlove",
+     .plan = with(plan({{20, "drop left"}}),
+                  [](auto& plan) {
+                    plan.gloves.pop_back();
+                    plan.setup = {"rate 39.7"};
+                  }),
+     .events = "disconnected left, reconnected",
+     .away = {0.5, 4}},
+    {.name = "withLosses",
+     .plan = plan({{0, "loss 2"}, {20, "unplug"}, {30, "plug"}}),
+     .events = "disconnected, reconnected",
+     .away = {10, 12}},
+    {.name = "withoutACapture",
+     .plan = with(plan({{20, "unplug"}, {40, "plug"}}), omitCapture),
+     .events = "disconnected, reconnected",
+     .away = {20, 22}},
+    {.name = "withoutACaptureOneGlove",
+     .plan = with(plan({{20, "hide left"}, {20, "drop left"}, {40, "show left"}}), omitCapture),
+     .events = "disconnected, reconnected",
+     .away = {20, 24}},
+    // The glove's clock is known from before: what then waits in a queue does not pass for drift.
+    {.name = "queueSoonAfterwards",
+     .plan = plan({{90, "drop both"}, {107, "leave left"}, {114.5, "back left"}}, 160),
+     .events = "disconnected, reconnected",
+     .away = {1, 4}},
+    {.name = "limitWhileAway",
+     .plan = plan({{20, "unplug"}}, 30),
+     .events = "disconnected",
+     .ending = "as requested, while the gloves were away."},
+    {.name = "stopWhileAway",
+     .plan = plan({{20, "unplug"}, {30, "stop"}}, std::nullopt),
+     .events = "disconnected",
+     .ending = "as requested, while the gloves were away."},
+    {.name = "stopWhileAwayBeforeTheLimit",
+     .plan = plan({{20, "unplug"}, {30, "stop"}}),
+     .events = "disconnected",
+     .ending = "interrupted before the recording was complete, while the gloves were away.",
+     .code = ExitCode::interrupted},
+    {.name = "stopWhileOpening",
+     .plan = plan({{20, "drop both"}, {22.5, "stop"}}),
+     .events = "disconnected",
+     .ending = "interrupted before the recording was complete, while the gloves were away.",
+     .code = ExitCode::interrupted},
+    {.name = "markersWhileAway",
+     .plan = plan({{10, "marker 10"}, {20, "unplug"}, {25, "marker 25"}, {30, "plug"}, {40, "marker 40"}}),
+     .events = "marker 10, disconnected, marker 25, reconnected, marker 40",
+     .away = {10, 12}},
+    {.name = "noReconnection",
+     .plan = with(plan({{20, "unplug"}, {30, "plug"}}), [](auto& plan) { plan.rules.reconnectSeconds = 0; }),
+     .ending = "the dongle is gone.",
+     .code = ExitCode::silence},
+};
+
+class ReconnectionTest : public testing::TestWithParam<Row> {};
+
+TEST_P(ReconnectionTest, KeepsExactBooksOnOneTimeAxis)
+{
+  const Row& row = GetParam();
+  const SessionResult result = record(row.plan);
+  EXPECT_EQ(result.differences, "");
+  EXPECT_EQ(result.books.balanced(), true);
+  EXPECT_GT(result.records, 700U);
+  EXPECT_EQ(result.untimed, 0U);
+
+  std::string events;
+  for (const RecordingEvent& event : result.events) {
+    const std::string& detail = event.event == "marker" ? event.detail : event.glove;
+    events += (events.empty() ? "" : ", ") + event.event + (detail.empty() ? "" : " " + detail);
+    if (event.event == "marker") {
+      EXPECT_NEAR(event.timeMs / 1000, std::stod(detail), 0.2);
+    }
+    EXPECT_EQ(event.detail.find("nan"), std::string::npos) << event.detail;
+  }
+  EXPECT_EQ(events, row.events);
+  EXPECT_NE(result.ending.words.find(row.ending), std::string::npos) << result.ending.words;
+  EXPECT_EQ(result.ending.failure ? result.ending.failure->code() : ExitCode::done, row.code);
+  if (!result.reconnections.empty()) {
+    EXPECT_NE(result.reconnections[0].reason.find(row.reason), std::string::npos)
+        << result.reconnections[0].reason;
+  }
+  std::string attempts;
+  for (const std::string& attempt : result.attempts)
+    attempts += attempt + "\n";
+  EXPECT_NE(attempts.find(row.attempt), std::string::npos) << attempts;
+
+  for (const Reconnection& each : result.reconnections) {
+    if (std::isnan(each.lostMs) || std::isnan(each.backMs)) continue;
+    EXPECT_GE(each.backMs - each.lostMs, 1000 * row.away[0]);
+    EXPECT_LE(each.backMs - each.lostMs, 1000 * row.away[1]);
+  }
+  // With a capture at most the connection interval; without one the plug-in's timestamps, which settle first.
+  const bool isCaptured = row.plan.isCaptured;
+  for (const TimeError& error : result.timeErrors) {
+    EXPECT_LE(error.max, isCaptured ? 10 : 60);
+    EXPECT_LE(error.after5s, isCaptured ? 1 : 3);
+  }
+}
+
+// Records that wait for the capture are written when the gloves are lost: more than the disk takes.
+TEST(Reconnection, AFullDiskEndsTheRecording)
+{
+  SessionPlan full = plan({{20, "unplug"}, {30, "plug"}});
+  const SessionResult result = record(with(full, [](auto& plan) { plan.rules.limits.seconds = 25; }));
+  full.capacity = result.records - 1;
+  const SessionResult cut = record(full);
+  EXPECT_EQ(cut.records, full.capacity);
+  EXPECT_EQ(cut.ending.words, "the disk is full.");
+  EXPECT_EQ(cut.ending.failure->code(), ExitCode::output);
+  EXPECT_EQ(cut.reconnections.size(), 1U);
+  EXPECT_EQ(cut.differences, "");
+  EXPECT_EQ(cut.books.balanced(), true);
+}
+
+INSTANTIATE_TEST_SUITE_P(Dropouts, ReconnectionTest, testing::ValuesIn(dropouts()),
+                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Others, ReconnectionTest, testing::ValuesIn(others),
+                         [](const auto& instance) { return instance.param.name; });
+
+}  // namespace
