@@ -34,7 +34,7 @@ class VirtualConnector final : public GloveConnector {
 
   // From now on no other gloves than those that are connected now.
   void acceptNoOthers();
-  std::vector<std::string> modules();
+  std::vector<std::string> modules() override;
 
   // In order; the reader removes what it has compared.
   std::deque<DeliveredRecord> delivered;
