@@ -28,6 +28,8 @@ void detail::write(const std::string& text)
 void detail::writeMessage(const std::string& text)
 {
   std::fputs(text.c_str(), stderr);
+  // Some C libraries for Windows buffer it, unless it is a console.
+  std::fflush(stderr);
 }
 
 void printLines(std::string_view text)
