@@ -2,8 +2,11 @@
 // the variables TESSEL_EXE and WINEPREFIX, and registers COM7 there as the dongle's port.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "tests/e2e/Rows.h"
 #include "tests/e2e/Tessel.h"
@@ -36,8 +39,16 @@ class Windows : public testing::Test {
     return Tessel(folder_, std::move(arguments), {"wine64", variable("TESSEL_EXE")}).result();
   }
 
+  // Runs a program of Wine's.
+  void runWine(const std::vector<std::string>& arguments) const
+  {
+    const auto result = Tessel(wine_, arguments, {"wine64"}).result();
+    EXPECT_EQ(result.exitCode, 0) << testing::PrintToString(arguments) << result.output << result.messages;
+  }
+
   TemporaryFolder folder_;
   TemporaryFolder simulator_;
+  TemporaryFolder wine_;
 };
 
 TEST_F(Windows, EveryElementOfEveryFrameIsWhatTheGlovesSent)
@@ -86,7 +97,9 @@ TEST_F(Windows, EachCommandWorks)
 
 TEST_F(Windows, ErrorsOfDongleAndGlovesAreReported)
 {
-  const auto record = [&] { return run({"record", "--frames", "9", "--output", "run.csv", "--force"}); };
+  const auto record = [&] {
+    return run({"record", "--frames", "9", "--output", "run.csv", "--force", "--wait", "2"});
+  };
   const auto expect = [&](int exitCode, const std::string& words) {
     const auto result = record();
     EXPECT_EQ(result.exitCode, exitCode) << words << result.messages;
@@ -121,9 +134,62 @@ TEST_F(Windows, UnpluggingTheDongleEndsARecordingAndKeepsItsRecords)
   Tessel sim(simulator_,
              {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15", "--at", "6 unplug"});
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
-  const auto result = run({"record", "--output", "run.csv"});
+  const auto result = run({"record", "--output", "run.csv", "--reconnect", "2"});
   EXPECT_EQ(result.exitCode, 15) << result.messages;
   EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U);
+}
+
+TEST_F(Windows, ARecordingSurvivesTheLossOfAGloveAndOfTheDongle)
+{
+  const fs::path commands = simulator_ / "commands";
+  ASSERT_EQ(::mkfifo(commands.c_str(), 0600), 0);
+  Tessel sim(simulator_, {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15", "--control"},
+             {"sh", "-c", R"(exec "$0" "$@" <>commands)", TESSEL_PROGRAM});
+  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
+  const auto simulate = [&](const std::string& lines) { std::ofstream(commands) << lines; };
+
+  const std::string pipe = R"(\\.\pipe\tessel-trial)";
+  Tessel recording(folder_, {"record", "--frames", "300", "--output", "run.csv", "--json", "--markers", pipe},
+                   {"wine64", variable("TESSEL_EXE")});
+  std::size_t seen = 0;
+  const auto waitFor = [&](const std::string& words) {
+    std::size_t found = std::string::npos;
+    recording.waitUntil(
+        [&] { return (found = folder_.read("stderr").find(words, seen)) != std::string::npos; });
+    ASSERT_NE(found, std::string::npos) << words << '\n' << folder_.read("stderr");
+    seen = found + words.size();
+  };
+  const auto mark = [&](const std::string& text) { runWine({"cmd", "/c", "echo " + text + ">" + pipe}); };
+  waitFor(" frames ");
+  simulate("drop left\nhide left\n");
+  waitFor("NOT RECORDING for");
+  mark("away");
+  simulate("show left\n");
+  waitFor("RECORDING AGAIN");
+  mark("back");
+  simulate("unplug\n");
+  const std::string key = R"(HKLM\System\CurrentControlSet\Enum\USB\VID_2458&PID_0001\1)";
+  runWine({"reg", "export", key, "dongle.reg"});
+  runWine({"reg", "delete", key, "/f"});
+  waitFor("there is no USB serial port");
+  runWine({"reg", "import", "dongle.reg"});
+  simulate("plug\n");
+  waitFor("RECORDING AGAIN");
+
+  const auto result = recording.result();
+  EXPECT_EQ(result.exitCode, 0) << result.messages;
+  const auto summary = nlohmann::json::parse(result.output);
+  EXPECT_EQ(summary.at("books").at("balanced"), true) << result.output;
+  EXPECT_EQ(summary.at("reconnections").size(), 2U) << result.output;
+  EXPECT_EQ(recordedRows(folder_, "run.csv").size(), 300U);
+  const std::string events = folder_.read("run.events.csv");
+  std::size_t at = 0;
+  for (const std::string event : {",disconnected,left,", ",marker,,away\n", ",reconnected,",
+                                  ",marker,,back\n", ",disconnected,", ",reconnected,"}) {
+    at = events.find(event, at);
+    ASSERT_NE(at, std::string::npos) << event << " in\n" << events;
+    ++at;
+  }
 }
 
 }  // namespace
