@@ -1,0 +1,12 @@
+// What this process holds of the system: implemented for each one.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// File descriptors; or handles and indexes of thread-local storage.
+std::size_t openHandles();
+// Allocated bytes.
+std::size_t heapBytes();
+// Whether a shared object of this file name is loaded.
+bool isLoaded(const std::string& fileName);
