@@ -83,6 +83,7 @@ void readEvents(Recording& recording, const fs::path& path)
       recording.notes.push_back(fmt::format("only its first {} events are used", maxEvents));
       break;
     }
+    if (line->starts_with(',')) continue;  // without a time: before the first record
     if (auto event = eventOf(*line, recording.zeroMs)) {
       recording.events.push_back(std::move(*event));
     } else {
