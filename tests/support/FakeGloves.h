@@ -18,7 +18,7 @@ class FakeGloves final : public RecordSource {
   bool read() override
   {
     if (failAt && now >= *failAt) throw Failure(ExitCode::silence, "the dongle is gone.", "");
-    link_->beginRead(now);
+    link_.beginRead(now);
     now += std::chrono::milliseconds(5);
     const bool isNew = now % std::chrono::milliseconds(25) == std::chrono::milliseconds(0) &&
                        now >= silentUntil && now < silentFrom;
@@ -27,21 +27,18 @@ class FakeGloves final : public RecordSource {
       *store_.stampCell() = static_cast<std::uint32_t>(60'000 + now / std::chrono::milliseconds(1)) -
                             (now > jumpAt ? 10'000 : 0);
     }
-    EXPECT_EQ(link_->endRead(now, isNew ? TurnResult::record : TurnResult::nothing),
+    EXPECT_EQ(link_.endRead(now, isNew ? TurnResult::record : TurnResult::nothing),
               LinkWatch::Verdict::alive);
     return isNew;
   }
   void close() override {}
   const plugin::RecordStore& store() const override { return store_; }
-  const LinkWatch& link() const override { return *link_; }
+  const LinkWatch& link() const override { return link_; }
   Failure linkFailure(LinkWatch::Verdict) const override
   {
     return {ExitCode::silence, "the link was lost.", ""};
   }
   std::optional<double> battery() override { return 0.5; }
-
-  // Time passes between two connections.
-  void openAgain() { link_.emplace(); }
 
   Time now{0};
   Time silentUntil{0};
@@ -51,7 +48,7 @@ class FakeGloves final : public RecordSource {
 
  private:
   plugin::RecordStore store_{4};
-  std::optional<LinkWatch> link_{std::in_place};
+  LinkWatch link_;
 };
 
 class KeepingWriter final : public RecordWriter {
