@@ -43,7 +43,8 @@ class Reload : public testing::Test {
       }
       ASSERT_NO_FATAL_FAILURE(cycle()) << "cycle " << done;
     }
-    EXPECT_EQ(openHandles(), handles);
+    // A leak would be of one a cycle.
+    EXPECT_LE(openHandles(), handles + openHandlesTolerance);
     EXPECT_LT(heapBytes(), bytes + toleratedPerCycle * static_cast<std::size_t>(cycles));
   }
 

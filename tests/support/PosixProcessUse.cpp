@@ -6,6 +6,8 @@
 
 #include "tests/support/ProcessUse.h"
 
+const std::size_t openHandlesTolerance = 0;
+
 std::size_t openHandles()
 {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
