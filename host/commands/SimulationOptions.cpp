@@ -32,7 +32,7 @@ constexpr std::array settings{
     Setting{"firmware", "A.B.C.D", "Firmware version of the dongle (1.4.2.130)"},
     Setting{"restart-time", "SECONDS", "Duration of the dongle's restart after a reset (0.3)"},
     Setting{"neighbours", "'N [PER-SECOND]'",
-            "Other Bluetooth devices, 0 to 200 (0), each heard 0.1 to 50 times a second by a scan (10)"},
+            "Other Bluetooth devices, 0 to 200 (0), each heard 0.1 to 50 times a second by a scan (20)"},
     Setting{"busy", "on|off", "Whether another program holds the port (off)"},
 };
 

@@ -22,7 +22,8 @@ RecordSource& HardwareConnector::connect(const GoesOn& goesOn)
 
 void HardwareConnector::disconnect()
 {
-  if (hardware_) hardware_->close();
+  if (!hardware_) return;
+  hardware_->close();
   hardware_.reset();
   if (capture_ != nullptr) capture_->endConnection();
 }
