@@ -49,8 +49,8 @@ struct Options {
 };
 
 // Nothing if the user wants none, or if none can be had.
-std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings::Values& settings,
-                                          const RecordingFiles& files)
+std::unique_ptr<LinkCapture> captureFor(const Options& options, const settings::Values& settings,
+                                        const RecordingFiles& files)
 {
   // The user's own variable would make the plug-in write past this program.
   const std::filesystem::path variable = takeCaptureVariable();
@@ -61,15 +61,7 @@ std::unique_ptr<LinkCapture> startCapture(const Options& options, const settings
                   fmt::format("the capture {} would be a file of the recording.", utf8(file)),
                   "Choose another name for one of them.");
   }
-  const std::size_t gloves = glovesInRecord(settings);
-  try {
-    return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
-                                         file);
-  } catch (const Failure& failure) {
-    if (!file.empty()) throw;
-    console::report("The link can't be captured: {} Losses and times will be estimates.\n", failure.what());
-    return nullptr;
-  }
+  return startCapture(settings, file, "Losses and times will be estimates.");
 }
 
 void reportCapture(const LinkCapture& capture)
@@ -185,7 +177,7 @@ std::optional<Failure> record(const Options& options)
   }
   HardwareSource source(options.hardware);
   if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
-  std::unique_ptr<LinkCapture> capture = startCapture(options, source.settings(), files);
+  std::unique_ptr<LinkCapture> capture = captureFor(options, source.settings(), files);
   HardwareConnector connector(source, capture.get());
   console::report("Looking for the dongle and the gloves...\n");
   open(connector, capture, options.hardware.waitSeconds, stopRequest);

@@ -4,27 +4,24 @@
 
 #include <cmath>
 
+#include "host/base/Console.h"
 #include "host/base/StatusLine.h"
 #include "host/session/GloveLayout.h"
 #include "host/session/PatientOpening.h"
 
-namespace {
-
-// It shows what is heard; the gloves can be used without it.
-std::unique_ptr<LinkCapture> captureFor(const settings::Values& settings)
+std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
+                                          const std::string& consequence)
 {
-  const std::filesystem::path file = takeCaptureVariable();
   const std::size_t gloves = glovesInRecord(settings);
   try {
     return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
                                          file);
-  } catch (const Failure&) {
+  } catch (const Failure& failure) {
     if (!file.empty()) throw;
+    console::report("The link can't be captured: {} {}\n", failure.what(), consequence);
     return nullptr;
   }
 }
-
-}  // namespace
 
 RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest)
 {
@@ -46,7 +43,8 @@ RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopR
 GloveConnection::GloveConnection(const HardwareOptions& options)
     : waitSeconds_(options.waitSeconds),
       source_(options),
-      capture_(captureFor(source_.settings())),
+      capture_(startCapture(source_.settings(), takeCaptureVariable(),
+                            "It can't be said which devices are heard.")),
       connector_(source_, capture_.get())
 {
 }

@@ -1,7 +1,9 @@
 // The gloves for a command that uses them once: opens them with patience, and says what it waits for.
 #pragma once
 
+#include <filesystem>
 #include <memory>
+#include <string>
 
 #include "host/base/StopRequest.h"
 #include "host/gloves/HardwareSource.h"
@@ -10,6 +12,12 @@
 
 // Opens the gloves for the first time; reports failed attempts on standard error. A Failure if it fails.
 RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest);
+
+// Captures the link of a plug-in with these settings, into this file unless it is empty. Null, with a line on
+// standard error that says the consequence, if there can be no capture and no file is wanted; otherwise a
+// Failure.
+std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
+                                          const std::string& consequence);
 
 class GloveConnection {
  public:
