@@ -74,6 +74,11 @@ void appendU32(std::vector<std::uint8_t>& bytes, std::uint32_t value)
   appendU16(bytes, static_cast<std::uint16_t>(value >> 16));
 }
 
+MessageWriter MessageWriter::command(std::uint8_t group, std::uint8_t id)
+{
+  return {0, group, id};
+}
+
 MessageWriter MessageWriter::response(std::uint8_t group, std::uint8_t id)
 {
   return {0, group, id};

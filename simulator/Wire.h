@@ -1,4 +1,4 @@
-// The simulator's own implementation of the BGAPI wire format: parses commands, builds responses and events.
+// The simulator's own implementation of the BGAPI wire format: parses commands, builds messages.
 // A message is four header bytes and a payload, all little-endian:
 //   bit 7 event, bits 0-2 length bits 8-10 | length bits 0-7 | class | id | payload
 // Parsing has no errors: the dongle itself refuses what is not one of its commands.
@@ -79,6 +79,7 @@ void appendU32(std::vector<std::uint8_t>& bytes, std::uint32_t value);
 // Builds one message, parameter by parameter; the length is filled in at the end.
 class MessageWriter {
  public:
+  static MessageWriter command(std::uint8_t group, std::uint8_t id);
   static MessageWriter response(std::uint8_t group, std::uint8_t id);
   static MessageWriter event(std::uint8_t group, std::uint8_t id);
 

@@ -8,9 +8,6 @@ namespace {
 using simulator::PayloadReader;
 namespace message_class = simulator::message_class;
 
-constexpr std::uint8_t eventBit = 0x80;
-constexpr std::size_t headerSize = 4;
-
 constexpr std::uint16_t measurementHandle = 17;
 constexpr std::uint16_t configurationHandle = 18;
 constexpr std::uint16_t versionHandle = 24;
@@ -18,9 +15,9 @@ constexpr std::uint16_t versionHandle = 24;
 constexpr std::uint16_t confirmingRevision = 5;
 
 // Event, class and number of a message in one value.
-constexpr unsigned kind(std::uint8_t type, std::uint8_t group, std::uint8_t id)
+constexpr unsigned kind(bool isEvent, std::uint8_t group, std::uint8_t id)
 {
-  return static_cast<unsigned>(type & eventBit) << 16 | static_cast<unsigned>(group) << 8 | id;
+  return static_cast<unsigned>(isEvent) << 16 | static_cast<unsigned>(group) << 8 | id;
 }
 
 // Marker, checksum of the 14 bytes that follow it, part number, revision.
@@ -60,35 +57,31 @@ void LinkDecoder::add(const CaptureBlock& block)
 
 void LinkDecoder::received(const CaptureBlock& block)
 {
-  received_.insert(received_.end(), block.bytes.begin(), block.bytes.end());
+  received_.add(block.bytes);
   if (block.text == "incomplete") received_.clear();
-  while (received_.size() >= headerSize) {
-    // As the plug-in reads it: the high bits of the length, which no message needs, are not used.
-    const std::size_t size = headerSize + received_[1];
-    if (received_.size() < size) return;
-    handleMessage(std::span(received_).first(size), block.time);
-    received_.erase(received_.begin(), received_.begin() + static_cast<std::ptrdiff_t>(size));
+  while (const auto message = received_.next()) {
+    handleMessage(*message, block.time);
   }
 }
 
-void LinkDecoder::handleMessage(std::span<const std::uint8_t> message, Time time)
+void LinkDecoder::handleMessage(const Message& message, Time time)
 {
   listener_.message(time);
-  PayloadReader payload(message.subspan(headerSize));
-  switch (kind(message[0], message[2], message[3])) {
-    case kind(eventBit, message_class::gap, 0):
-      handleScanResponse(message.subspan(headerSize), time);
+  PayloadReader payload(message.payload);
+  switch (kind(message.isEvent, message.group, message.id)) {
+    case kind(true, message_class::gap, 0):
+      handleScanResponse(message.payload, time);
       break;
-    case kind(eventBit, message_class::attclient, 5):
+    case kind(true, message_class::attclient, 5):
       handleValue(payload, time);
       break;
-    case kind(eventBit, message_class::attclient, 1):
+    case kind(true, message_class::attclient, 1):
       handleCompleted(payload, time);
       break;
-    case kind(eventBit, message_class::connection, 4):
+    case kind(true, message_class::connection, 4):
       end(payload.u8(), time);
       break;
-    case kind(0, message_class::gap, 3): {
+    case kind(false, message_class::gap, 3): {
       const bool isDone = payload.u16() == simulator::result::success;
       const std::size_t glove = payload.u8();
       if (isDone && glove < maxGloves) gloves_[glove] = {.address = connecting_};

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "host/capture/CaptureBlock.h"
+#include "host/capture/MessageReader.h"
 #include "simulator/Wire.h"
 
 // What the dongle heard from a device while the plug-in looked for gloves, gloves and others.
@@ -63,7 +63,7 @@ class LinkDecoder {
   };
 
   void received(const CaptureBlock& block);
-  void handleMessage(std::span<const std::uint8_t> message, Time time);
+  void handleMessage(const Message& message, Time time);
   void handleScanResponse(std::span<const std::uint8_t> bytes, Time time);
   void handleValue(simulator::PayloadReader payload, Time time);
   void handleCompleted(simulator::PayloadReader payload, Time time);
@@ -74,7 +74,7 @@ class LinkDecoder {
 
   LinkListener& listener_;
   std::array<Glove, maxGloves> gloves_;
-  std::vector<std::uint8_t> received_;  // of a message that is not complete
+  MessageReader received_;
   simulator::CommandParser sent_;
   std::optional<Address> connecting_;
 };

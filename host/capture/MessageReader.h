@@ -1,0 +1,33 @@
+// Splits the dongle's bytes into BGAPI messages, in pieces of any size. Threads: one. Errors: none; after
+// lost bytes it takes the next ones for a header, as the plug-in does, until clear() is called.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+// A response or an event. Class and number are those of its command, if it is a response.
+struct Message {
+  bool isEvent = false;
+  std::uint8_t group = 0;
+  std::uint8_t id = 0;
+  std::span<const std::uint8_t> payload{};  // valid until the reader is used again
+};
+
+class MessageReader {
+ public:
+  void add(std::span<const std::uint8_t> bytes);
+  // The next complete message.
+  std::optional<Message> next();
+  // Drops what has come of an unfinished message.
+  void clear();
+
+  // Of an unfinished message.
+  std::span<const std::uint8_t> rest() const { return std::span(bytes_).subspan(position_); }
+
+ private:
+  std::vector<std::uint8_t> bytes_;
+  std::size_t position_ = 0;
+};
