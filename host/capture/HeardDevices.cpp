@@ -47,5 +47,5 @@ void HeardDevices::add(const Advertisement& advertisement)
   others_.erase(address);
   if (gloves_.size() == maxGloves) return;
   gloveAt_.emplace(address, gloves_.size());
-  gloves_.push_back({std::move(name), advertisement.rssi});
+  gloves_.push_back({std::move(name), advertisement.rssi, address});
 }

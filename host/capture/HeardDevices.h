@@ -9,11 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "host/capture/LinkDecoder.h"
+#include "host/capture/Advertisement.h"
 
 struct HeardGlove {
   std::string name;  // at most 32 bytes
   int rssi;          // dBm, the strongest
+  Advertisement::Address address;
 };
 
 class HeardDevices {

@@ -1,7 +1,8 @@
 #include "host/capture/LinkDecoder.h"
 
 #include <algorithm>
-#include <numeric>
+
+#include "host/capture/GloveRecords.h"
 
 namespace {
 
@@ -11,24 +12,11 @@ namespace message_class = simulator::message_class;
 constexpr std::uint16_t measurementHandle = 17;
 constexpr std::uint16_t configurationHandle = 18;
 constexpr std::uint16_t versionHandle = 24;
-// Gloves of this revision or later confirm that notifications started; the plug-in takes packets only then.
-constexpr std::uint16_t confirmingRevision = 5;
 
 // Event, class and number of a message in one value.
 constexpr unsigned kind(bool isEvent, std::uint8_t group, std::uint8_t id)
 {
   return static_cast<unsigned>(isEvent) << 16 | static_cast<unsigned>(group) << 8 | id;
-}
-
-// Marker, checksum of the 14 bytes that follow it, part number, revision.
-std::uint16_t revisionIn(std::span<const std::uint8_t> record)
-{
-  constexpr std::size_t size = 16;
-  constexpr std::uint8_t marker = 0x85;
-  if (record.size() < size || record[0] != marker) return 0;
-  const unsigned sum = std::accumulate(record.begin() + 2, record.begin() + size, 0U);
-  if (static_cast<std::uint8_t>(sum) != record[1]) return 0;
-  return static_cast<std::uint16_t>(record[4] | record[5] << 8);
 }
 
 }  // namespace
@@ -70,7 +58,7 @@ void LinkDecoder::handleMessage(const Message& message, Time time)
   PayloadReader payload(message.payload);
   switch (kind(message.isEvent, message.group, message.id)) {
     case kind(true, message_class::gap, 0):
-      handleScanResponse(message.payload, time);
+      if (const auto heard = advertisementIn(message, time)) listener_.advertisement(*heard);
       break;
     case kind(true, message_class::attclient, 5):
       handleValue(payload, time);
@@ -92,20 +80,6 @@ void LinkDecoder::handleMessage(const Message& message, Time time)
   }
 }
 
-void LinkDecoder::handleScanResponse(std::span<const std::uint8_t> bytes, Time time)
-{
-  constexpr std::size_t fixedSize = 11;  // up to the length of the data
-  if (bytes.size() < fixedSize) return;
-  PayloadReader payload(bytes);
-  Advertisement advertisement{.rssi = static_cast<std::int8_t>(payload.u8()), .time = time};
-  payload.u8();  // kind of advertisement
-  advertisement.address = payload.address();
-  payload.u8();  // address type
-  payload.u8();  // bonding
-  advertisement.data = payload.array();
-  listener_.advertisement(advertisement);
-}
-
 void LinkDecoder::handleValue(PayloadReader payload, Time time)
 {
   const std::size_t glove = payload.u8();
@@ -113,7 +87,10 @@ void LinkDecoder::handleValue(PayloadReader payload, Time time)
   payload.u8();  // how the value came
   const auto value = payload.array();
   if (glove >= maxGloves) return;
-  if (attribute == versionHandle) gloves_[glove].revision = revisionIn(value);
+  if (attribute == versionHandle) {
+    const auto version = parseVersion(value);
+    gloves_[glove].revision = version ? version->revision : std::uint16_t{0};
+  }
   const bool isPacket = attribute == measurementHandle && value.size() == LinkListener::Packet::extent;
   if (isPacket && gloves_[glove].notifications == Notifications::on) {
     listener_.packet(glove, value.first<LinkListener::Packet::extent>(), time);

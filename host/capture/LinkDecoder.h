@@ -9,19 +9,10 @@
 #include <optional>
 #include <span>
 
+#include "host/capture/Advertisement.h"
 #include "host/capture/CaptureBlock.h"
 #include "host/capture/MessageReader.h"
 #include "simulator/Wire.h"
-
-// What the dongle heard from a device while the plug-in looked for gloves, gloves and others.
-struct Advertisement {
-  using Address = std::array<std::uint8_t, 6>;  // in wire order
-
-  Address address{};
-  int rssi = 0;                          // dBm
-  std::span<const std::uint8_t> data{};  // AD structures as sent, valid during the call
-  std::chrono::nanoseconds time{0};
-};
 
 // A glove is named by its connection, 0 or 1: the plug-in's left, or only, glove has 0.
 class LinkListener {
@@ -64,7 +55,6 @@ class LinkDecoder {
 
   void received(const CaptureBlock& block);
   void handleMessage(const Message& message, Time time);
-  void handleScanResponse(std::span<const std::uint8_t> bytes, Time time);
   void handleValue(simulator::PayloadReader payload, Time time);
   void handleCompleted(simulator::PayloadReader payload, Time time);
   void sent(const CaptureBlock& block);

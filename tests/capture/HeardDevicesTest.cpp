@@ -1,6 +1,7 @@
 // The scan responses of a capture, from their bytes to the devices heard.
 
 #include "host/capture/HeardDevices.h"
+#include "host/capture/LinkDecoder.h"
 
 #include <gtest/gtest.h>
 
