@@ -20,7 +20,10 @@ const std::vector<Control::Row>& Control::rows()
        &Control::restart},
       {"hide", "GLOVE", "no longer advertises, can't be connected to", &Control::hide},
       {"show", "GLOVE", "ends `hide`", &Control::show},
+      {"refuse", "GLOVE on|off", "advertises, but doesn't answer requests to connect", &Control::refuse},
       {"name", "GLOVE TEXT", "advertises this name; a host looks at the first 32 bytes", &Control::rename},
+      {"rssi", "[GLOVE] DBM", "signal strength at the dongle, -127 to 20; nothing is lost when it is weak",
+       &Control::rssi},
       {"battery", "[GLOVE] CODE", "0 to 31; 19 is full, each less an eighth less, 11 and below empty",
        &Control::battery},
       {"rate", "[GLOVE] HZ", "frames sampled per second", &Control::rate},
@@ -160,10 +163,11 @@ std::string Control::gloveStatus(const Glove& glove)
 {
   const GloveConfig& config = glove.config;
   return toText(linkOf(glove), glove.isInRange() ? "" : ", out of range", glove.isSilent() ? ", silent" : "",
-                glove.faults.hidden ? ", hidden" : "", ", ", config.framesPerSecond, " frames/s of ",
-                unsigned{config.packetsPerFrame}, " packets, ", glove.frames(), " frames sampled, ",
-                glove.droppedFrames(), " dropped, ", glove.waitingPackets(), " packets waiting, battery ",
-                unsigned{config.batteryCode});
+                glove.faults.hidden ? ", hidden" : "",
+                glove.refusesConnections() ? ", refuses connections" : "", ", ", int{config.rssi}, " dBm, ",
+                config.framesPerSecond, " frames/s of ", unsigned{config.packetsPerFrame}, " packets, ",
+                glove.frames(), " frames sampled, ", glove.droppedFrames(), " dropped, ",
+                glove.waitingPackets(), " packets waiting, battery ", unsigned{config.batteryCode});
 }
 
 }  // namespace simulator

@@ -80,6 +80,8 @@ class Control {
   Action hide(WordReader& words);
   Action show(WordReader& words);
   Action rename(WordReader& words);
+  Action refuse(WordReader& words);
+  Action rssi(WordReader& words);
   Action battery(WordReader& words);
   Action rate(WordReader& words);
   Action drift(WordReader& words);

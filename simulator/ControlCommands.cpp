@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <iomanip>
 #include <stdexcept>
 #include <utility>
@@ -88,6 +89,29 @@ Control::Action Control::rename(WordReader& words)
   return forEach(std::move(selection), [name = std::string(words.text("TEXT"))](NamedGlove& each) {
     each.glove.config.name = name;
     return toText("advertises as ", name);
+  });
+}
+
+Control::Action Control::refuse(WordReader& words)
+{
+  Selection selection = gloves(words);
+  return forEach(std::move(selection), [isOn = words.onOrOff()](NamedGlove& each) {
+    if (isOn) {
+      each.glove.faults.silentAt.insert(Step::connection);
+    } else {
+      each.glove.faults.silentAt.erase(Step::connection);
+    }
+    return isOn ? "refuses connections" : "accepts connections";
+  });
+}
+
+Control::Action Control::rssi(WordReader& words)
+{
+  Selection selection = glovesOrAll(words);
+  const auto dBm = static_cast<std::int8_t>(std::lround(words.number("DBM", -127, 20)));
+  return forEach(std::move(selection), [dBm](NamedGlove& each) {
+    each.glove.config.rssi = dBm;
+    return toText(int{dBm}, " dBm");
   });
 }
 

@@ -15,7 +15,6 @@ constexpr std::uint8_t maxConnections = 3;
 constexpr std::uint8_t lastDiscoverMode = 2;
 constexpr Duration advertisingInterval = milliseconds{100};
 constexpr Duration connectTime = milliseconds{8};
-constexpr std::int8_t gloveRssi = -50;
 
 // So that gloves drift against each other.
 Duration advertisingIntervalOf(std::size_t glove)
@@ -322,8 +321,9 @@ void Dongle::listenTo(std::size_t index, Duration delay)
     listenTo(index, advertisingIntervalOf(index));
     const Glove& glove = *gloves_[index];
     if (!glove.advertises()) return;
-    sendScanResponse(
-        {.rssi = gloveRssi, .address = glove.config.address, .data = advertisingData(glove.config.name)});
+    sendScanResponse({.rssi = glove.config.rssi,
+                      .address = glove.config.address,
+                      .data = advertisingData(glove.config.name)});
   });
 }
 
@@ -351,7 +351,7 @@ void Dongle::lookForGlove(Duration delay)
   clock_.after(delay, [this, connect = std::weak_ptr<const bool>(gapProcedure_)] {
     if (connect.expired()) return;
     Glove* glove = gloveAt(pendingConnect_->address);
-    if (!glove || !glove->advertises() || glove->faults.silentAt.contains(Step::connection)) {
+    if (!glove || !glove->advertises() || glove->refusesConnections()) {
       lookForGlove(advertisingInterval);
       return;
     }

@@ -40,6 +40,7 @@ struct GloveConfig {
   std::uint32_t commit = 0x5EED1234;
   std::uint32_t buildTime = 1'577'836'800;  // seconds since 1970, UTC
   std::array<std::uint8_t, 20> sensorStatus{};
+  std::int8_t rssi = -50;             // signal strength at the dongle, dBm
   std::uint8_t batteryCode = 20;      // 0 to 31
   double framesPerSecond = 40;        // 0.001 to 1000
   std::uint8_t packetsPerFrame = 14;  // 2 to 15
@@ -109,6 +110,7 @@ class Glove {
   bool isInRange() const { return inRange_; }
   bool advertises() const { return answers() && !faults.hidden && !isConnected(); }
   bool answers() const { return inRange_ && !silent_; }
+  bool refusesConnections() const { return faults.silentAt.contains(Step::connection); }
   void connect(Peer& peer) { peer_ = &peer; }
   void disconnect();
 

@@ -27,6 +27,8 @@ constexpr std::array settings{
     Setting{"loss", "[GLOVE] PERCENT", "Percentage of packets that are lost"},
     Setting{"double", "[GLOVE] PERCENT", "Percentage of packets that arrive twice"},
     Setting{"swap", "[GLOVE] PERCENT", "Percentage of packets that arrive after the next one"},
+    Setting{"rssi", "[GLOVE] DBM", "Signal strength of the gloves at the dongle, -127 to 20 (-50)"},
+    Setting{"refuse", "'GLOVE on|off'", "Whether a glove advertises without accepting connections (off)"},
     Setting{"sensor", "'GLOVE POSITION CODE'",
             "A faulty sensor: palm, thumb, index, middle, ring or pinky, and a status from 1 to 255"},
     Setting{"firmware", "A.B.C.D", "Firmware version of the dongle (1.4.2.130)"},

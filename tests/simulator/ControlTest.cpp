@@ -88,6 +88,12 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"drift right -50", "right: drift -50 ppm",
             [&] { return right_.config.clockError == -50 * 1e-6; }},
            {"drift 1001", "error: PPM must be a number from -1000 to 1000, not '1001'; usage: drift", any},
+           {"rssi LEFT -91.2", "left: -91 dBm",
+            [&] { return left.rssi == -91 && right_.config.rssi == -50; }},
+           {"rssi -128", "error: DBM must be a number from -127 to 20, not '-128'; usage: rssi", any},
+           {"refuse right on", "right: refuses connections", [&] { return right_.isConnected(); }},
+           {"status", "right: streaming, refuses connections, -50 dBm, 40 frames/s", any},
+           {"refuse right off", "right: accepts connections", [&] { return !right_.refusesConnections(); }},
            {"sensor left thumb 0xF9", "249", [&] { return left.sensorStatus[1] == 249; }},
            {"firmware 1.2.3", "error: A.B.C.D are four numbers", any},
            {"busy maybe", "error: the word must be on or off, not 'maybe'", any},
@@ -102,7 +108,7 @@ TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
            {"restart left", "restarted", [&] { return left_.frames() == 0; }},
            {"leave right", "out of range", [&] { return clock_.advance(9s), right_.isConnected(); }},
            {"back right", "in range", [&] { return clock_.advance(9s), right_.isNotifying(); }},
-           {"status", "right: streaming, 40 frames/s of 14 packets", any},
+           {"status", "right: streaming, -50 dBm, 40 frames/s of 14 packets", any},
            {"dance", "error: there is no command 'dance'; use drop, silent, ", any},
        }) {
     const std::string reply = say(line);
