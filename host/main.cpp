@@ -52,6 +52,7 @@ int run(int count, char** arguments)
   addPlot(tessel, exitCode);
   addSim(tessel, exitCode);
   addInfo(tessel, exitCode);
+  addDoctor(tessel, exitCode);
   addPorts(tessel, exitCode);
   addSend(tessel, exitCode);
   addSettings(tessel, exitCode);

@@ -12,6 +12,7 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode);
 void addSim(CLI::App& tessel, ExitCode& exitCode);
 void addInfo(CLI::App& tessel, ExitCode& exitCode);
 void addSend(CLI::App& tessel, ExitCode& exitCode);
+void addDoctor(CLI::App& tessel, ExitCode& exitCode);
 void addPorts(CLI::App& tessel, ExitCode& exitCode);
 void addSettings(CLI::App& tessel, ExitCode& exitCode);
 void addPlot(CLI::App& tessel, ExitCode& exitCode);

@@ -41,7 +41,6 @@ void noteLatencies(std::vector<double>& latencies, Measurement& measurement)
 
 Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& layout,
                     LiveAccounts* accounts, double seconds, const std::atomic<bool>& stop,
-                    const std::function<void(const RecordingFigures&)>& onProgress,
                     const Recorder::Clock& clock)
 {
   Measurement measurement{.labels = gloveLabels(layout),
@@ -63,7 +62,7 @@ Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& 
       if (!measurement.failure) measurement.failure = failure;
     }
   };
-  attempt([&] { recorder.run(source, stop, onProgress); });
+  attempt([&] { recorder.run(source, stop, [](const RecordingFigures&) {}); });
   attempt([&] { gloves.disconnect(); });
   attempt([&] { keeper.writeRest(); });
   if (accounts != nullptr) measurement.books = accounts->close();

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -28,5 +27,4 @@ struct Measurement {
 // without a capture. Without `clocks`, which the caller knows. Errors: none; what ends it early is a result.
 Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& layout,
                     LiveAccounts* accounts, double seconds, const std::atomic<bool>& stop,
-                    const std::function<void(const RecordingFigures&)>& onProgress,
                     const Recorder::Clock& clock);

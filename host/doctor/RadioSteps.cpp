@@ -10,6 +10,7 @@
 #include "host/capture/GloveRecords.h"
 #include "host/gloves/ModuleNames.h"
 #include "host/gloves/Ports.h"
+#include "host/session/PatientOpening.h"
 
 namespace {
 
@@ -36,16 +37,10 @@ std::string nameOf(const HeardGlove& glove)
   return fmt::format("{}glove {}", side == "glove" ? "" : side + " ", glove.name);
 }
 
-std::string withStrength(const HeardGlove& glove)
-{
-  return fmt::format("{} ({} dBm)", nameOf(glove), glove.rssi);
-}
-
-template <class Gloves, class Text>
-std::string listed(const Gloves& gloves, const Text& text)
+std::string namesOf(const std::vector<HeardGlove>& gloves)
 {
   std::vector<std::string> words;
-  std::ranges::transform(gloves, std::back_inserter(words), text);
+  std::ranges::transform(gloves, std::back_inserter(words), nameOf);
   return fmt::to_string(fmt::join(words, ", "));
 }
 
@@ -122,10 +117,8 @@ Step radioStep(const std::optional<Reception>& reception)
   }
   const auto& gloves = reception->devices.gloves();
   const double perSecond = static_cast<double>(reception->reports) / reception->seconds;
-  step.text =
-      fmt::format("heard in {:.0f} s: {}, {} other device{}; {:.0f} reports a second", reception->seconds,
-                  gloves.empty() ? "no glove" : listed(gloves, withStrength), reception->devices.others(),
-                  reception->devices.others() == 1 ? "" : "s", perSecond);
+  step.text = fmt::format("heard in {:.0f} s: {}; {:.0f} reports a second", reception->seconds,
+                          heardText(reception->devices), perSecond);
   const auto weak = std::ranges::find_if(gloves, [](const auto& glove) { return glove.rssi < weakRssi; });
   if (weak != gloves.end()) {
     step.result = Result::warning;
@@ -180,8 +173,7 @@ Step glovesStep(const Reception& reception, const WantedGloves& wanted,
   Step step{.name = "gloves", .text = fmt::format("{} wanted, {} heard", textOf(wanted), accepted.size())};
   if (accepted.size() > wanted.count) {
     step.result = Result::warning;
-    step.text =
-        fmt::format("{} wanted, {} heard: {}", textOf(wanted), accepted.size(), listed(accepted, nameOf));
+    step.text = fmt::format("{} wanted, {} heard: {}", textOf(wanted), accepted.size(), namesOf(accepted));
     step.fix =
         "The plug-in takes those that it hears first. Switch the others off, or select yours with "
         "TesselSerialNumber in a settings file.";
@@ -195,7 +187,7 @@ Step glovesStep(const Reception& reception, const WantedGloves& wanted,
       std::vector<HeardGlove> others;
       std::ranges::copy_if(heard, std::back_inserter(others),
                            [&](const HeardGlove& glove) { return !isAccepted(glove, wanted); });
-      step.text += fmt::format("; heard but not wanted: {}", listed(others, nameOf));
+      step.text += fmt::format("; heard but not wanted: {}", namesOf(others));
       step.fix += wanted.serialNumbers.empty()
                       ? "\nTo use the other one: --gloves 1"
                       : "\nTo use what is heard, change TesselSerialNumber in the settings file.";

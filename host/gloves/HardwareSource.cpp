@@ -33,7 +33,6 @@ fs::path newLogFolder(const fs::path& wanted)
                   fmt::format("the folder {} can't be created: {}.", utf8(folder), error.code().message()),
                   "Choose another folder with --log.");
   }
-  console::report("Log: {}\n", utf8(folder));
   return folder;
 }
 
@@ -89,7 +88,10 @@ HardwareSource::HardwareSource(const HardwareOptions& options) : options_(option
     checkElements(settings_, options.settings);
     settingsFile_ = options.settings;
   }
-  if (!options.logFolder.empty()) logs_ = newLogFolder(options.logFolder);
+  if (!options.logFolder.empty()) {
+    logs_ = newLogFolder(options.logFolder);
+    if (options.announcesLog) console::report("Log: {}\n", utf8(logs_));
+  }
   if (options.isSimulated) simulate(options);
 }
 

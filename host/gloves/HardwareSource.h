@@ -20,6 +20,7 @@ struct HardwareOptions {
   std::filesystem::path settings;  // empty: written for the gloves
   Gloves gloves = Gloves::both;
   std::filesystem::path logFolder;  // empty: no log
+  bool announcesLog = true;         // on standard error
   bool isSimulated = false;
   std::filesystem::path scenario;  // of the simulation; empty: none
   double waitSeconds = 60;         // for how long opening is repeated
@@ -34,6 +35,8 @@ class HardwareSource {
 
   // The settings that the plug-in uses.
   const settings::Values& settings() const { return settings_; }
+  // Of the logs of this run, in a subfolder for each connection; empty: no log.
+  const std::filesystem::path& logs() const { return logs_; }
 
   // Of all hardware made from now on: see LinkWatch.
   void setPatience(LinkWatch::Time patience) { patience_ = patience; }
