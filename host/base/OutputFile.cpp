@@ -74,6 +74,11 @@ void OutputFile::append(std::string_view piece)
   fail();
 }
 
+void OutputFile::store()
+{
+  if (!host::storeFile(path_)) fail();
+}
+
 void OutputFile::replaceBeginning(std::string_view bytes)
 {
   errno = 0;

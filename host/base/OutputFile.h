@@ -20,6 +20,8 @@ class OutputFile {
   explicit OutputFile(std::filesystem::path path, Existing existing = Existing::replaced);
 
   void append(std::string_view piece);
+  // Waits until the disk has it. For regular files only.
+  void store();
   // Overwrites the first bytes. For regular files only.
   void replaceBeginning(std::string_view bytes);
   void close();

@@ -54,6 +54,9 @@ std::error_code createFile(const std::filesystem::path& path);
 // Renames a file or folder; an error if the new name is taken.
 std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to);
 
+// Waits until the disk has the content of an existing file. errno has the reason of a failure.
+[[nodiscard]] bool storeFile(const std::filesystem::path& path);
+
 // Overwrites the first bytes of an existing file, in one call to the system, while another stream appends to
 // it. errno has the reason of a failed write.
 class FileBeginning {

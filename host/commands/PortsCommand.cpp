@@ -41,10 +41,7 @@ ExitCode run(bool isJson)
   if (used == ports.end()) {
     throw noDongle(ports, portsVariable());
   }
-  if (used->state != PortState::free) {
-    throw Failure(ExitCode::port, fmt::format("{} can't be used: {}", used->path, describe(*used)),
-                  adviceFor(*used));
-  }
+  if (used->state != PortState::free) throw unusable(*used);
   if (isJson) return ExitCode::done;
   console::print("* marks the port that would be used.\n");
   if (portsVariable()) console::print("The list comes from the environment variable TESSEL_SERIAL_PORTS.\n");

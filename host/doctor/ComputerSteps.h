@@ -10,9 +10,14 @@
 #include "host/doctor/Step.h"
 #include "host/doctor/SystemFacts.h"
 
-// `system`, `ports-variable`, `usb`, `driver`, `port`, `rights`, `holder`, `modem-manager`; on Windows
-// `system`, `usb` and `port`. With simulated gloves only `system`; the others are skipped. So are steps that
-// an earlier failure makes meaningless.
+// `system`: operating system, kernel and architecture. Never fails.
+Step systemStep(const SystemFacts& facts);
+
+// `ports-variable`, `usb`, `driver`, `port`, `rights`, `holder` and `modem-manager`; on Windows `usb` and
+// `port`. What an earlier failure makes meaningless is skipped.
+std::vector<Step> hardwareSteps(const SystemFacts& facts);
+
+// `system` and the hardware steps, which are skipped if the gloves are simulated.
 std::vector<Step> computerSteps(const SystemFacts& facts, bool isSimulated);
 
 // `computer`: load, processor frequency, memory and USB autosuspend. Never fails.

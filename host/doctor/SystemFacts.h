@@ -14,13 +14,13 @@
 #include "host/gloves/Ports.h"
 
 struct UsbDevice {
-  std::string place;                 // on the bus, such as "1-2": its folder in /sys/bus/usb/devices
-  std::string vendor, product;       // ids, as four hexadecimal digits
-  std::string name;                  // its own text, which may be anything
-  std::string speed;                 // in Mbit/s
-  std::vector<std::string> drivers;  // of its interfaces
-  std::string tty;                   // such as "ttyACM0"; empty if there is none
-  bool isAuthorized = true;
+  std::string place;                      // on the bus, such as "1-2": its folder in /sys/bus/usb/devices
+  std::string vendor, product;            // ids, as four hexadecimal digits
+  std::string name;                       // its own text, which may be anything
+  std::string speed;                      // in Mbit/s
+  std::vector<std::string> drivers;       // of its interfaces
+  std::string tty;                        // such as "ttyACM0"; empty if there is none
+  bool isAuthorized = true;               // not blocked
   std::string powerControl;               // "on", or "auto" if it may be suspended
   std::optional<int> autosuspendDelayMs;  // negative: never suspended
 
@@ -29,15 +29,19 @@ struct UsbDevice {
 
 // The file of a port.
 struct DeviceNode {
+  std::string tty;  // its name in /dev, or that of what a symbolic link points to
   bool exists = false;
   std::uint32_t owner = 0, group = 0, mode = 0;  // permission bits only
-  // By owner, group and mode or, of the real system, by whatever else the system knows, such as access lists.
+  // By owner, group and mode or, on the real system, by whatever else it knows, such as access lists.
   bool isPermitted = false;
 };
 
 struct User {
-  std::string name;  // private: never part of a report
-  std::optional<std::uint32_t> id;
+  static constexpr std::uint32_t unknown = 0xFFFFFFFF;
+
+  std::string name;  // private, as is the next: never part of a report
+  std::filesystem::path home;
+  std::uint32_t id = unknown;         // effective
   std::vector<std::uint32_t> groups;  // of this process, which a session keeps until it ends
 };
 
@@ -45,7 +49,7 @@ struct User {
 struct Group {
   std::uint32_t id = 0;
   std::string name;
-  bool hasUser = false;  // this user is a member, perhaps only of sessions begun later
+  bool hasUser = false;  // of sessions that begin now, if not of this one
 };
 
 struct Memory {
@@ -57,38 +61,38 @@ struct SystemFacts {
                        std::optional<std::string> portsVariable = ::portsVariable());
 
   std::string system;  // "Debian GNU/Linux 12 (bookworm)"
-  std::string kernel;  // release
+  std::string kernel;  // its release
   std::string architecture;
   bool hasKernelModules = false;  // of the running kernel
   unsigned processors = 0;
-  std::optional<double> load;             // over a minute
+  std::optional<double> load;             // of a minute
   std::string governor, frequencyDriver;  // of the first processor
   Memory memory;
 
-  User user;
-  std::vector<Group> groups;  // those that have this user, and those of ports
-
   std::optional<std::string> portsVariable;  // TESSEL_SERIAL_PORTS
-  std::vector<Port> ports;                   // as the plug-in sees them; not opened, except on Windows
+  std::vector<Port> ports;                   // as the plug-in sees them; opened only on Windows
+  std::vector<Port> systemPorts;             // as it would see them without the variable
   bool hasUsb = false;                       // the system lists USB devices
   std::vector<UsbDevice> usbDevices;         // of the dongle's vendor
 
-  // Of the port that the plug-in would use; without one, of nothing.
+  // Of port(), if there is one.
   DeviceNode node;
-  std::string holder;  // "NAME (process ID)"; empty if no process is known to have it open
+  Group nodeGroup;
+  User user;
+  std::optional<Process> holder;  // has it open or locked, as far as this user may see
 
-  bool hasModemManager = false;    // it is running
-  std::filesystem::path udevRule;  // the rules file in use for the dongle; empty if there is none
-  bool udevRuleStopsModemManager = false;
-  std::filesystem::path deliveredRule;  // the rules file that came with this program; empty if not found
+  bool hasModemManager = false;          // it is running
+  std::filesystem::path udevRule;        // the rules file that grants rights for the dongle; empty: none
+  bool isIgnoredByModemManager = false;  // by a rule
+  std::filesystem::path deliveredRule;   // the rules file that came with this program; empty: not found
 
-  const Port* usedPort() const;
-  // The dongle of the used port, otherwise the first; null if there is none.
+  // The port that the plug-in would use, otherwise the first dongle's; null if there is none.
+  const Port* port() const;
+  // The dongle of that port, otherwise the first one; null if there is none, or the port is no USB device.
   const UsbDevice* dongle() const;
 
-  // The facts as lines of text, without names of user and computer.
+  // The facts as lines of text.
   std::string report() const;
+  // A text for others to read: the home folder as "~", and the user's name as "USER".
+  std::string withoutNames(std::string text) const;
 };
-
-// A text for others to read, with the user's home folder shortened to "~".
-std::string withoutHome(std::string text);

@@ -4,6 +4,11 @@
 
 #include <algorithm>
 
+std::string describe(const Process& process)
+{
+  return fmt::format("{} (process {})", process.name, process.id);
+}
+
 std::string describe(const Port& port)
 {
   switch (port.state) {
@@ -31,7 +36,7 @@ std::string adviceFor(const Port& port)
     case PortState::free:
       return "";
     case PortState::inUse:
-      return port.detail.starts_with("ModemManager")
+      return port.detail.starts_with(modemManager)
                  ? "Install the udev rule from the README, which makes ModemManager ignore the dongle."
                  : "End that program.";
     case PortState::noRights:
@@ -53,6 +58,11 @@ std::string adviceFor(const Port& port)
                           : "Check what TESSEL_SERIAL_PORTS names.";
 }
 
+Failure unusable(const Port& port)
+{
+  return {ExitCode::port, fmt::format("{} can't be used: {}", port.path, describe(port)), adviceFor(port)};
+}
+
 Failure noDongle(const std::vector<Port>& ports, const std::optional<std::string>& variable)
 {
   const bool isNamed = std::ranges::any_of(ports, &Port::isDongle);
@@ -63,10 +73,12 @@ Failure noDongle(const std::vector<Port>& ports, const std::optional<std::string
                           : "none of the serial ports is a dongle's.",
             "Plug the dongle in and run `tessel ports`. To try without one: tessel record --sim"};
   }
+  const bool hasEntries = variable->empty() || variable->find('=') != std::string::npos;
   const char* const reason =
-      ports.empty() ? "none of the paths in it exists"
-      : isNamed     ? "the dongle that it names is not present"
-                    : "none of its ports that exist is called \"Bluegiga Bluetooth Low Energy (COMn)\"";
+      !hasEntries     ? "it has no entry of the form \"Bluegiga Bluetooth Low Energy (COMn)=PATH\""
+      : ports.empty() ? "none of the paths in it exists"
+      : isNamed       ? "the dongle that it names is not present"
+                      : "none of its ports that exist is called \"Bluegiga Bluetooth Low Energy (COMn)\"";
   return {ExitCode::noDongle,
           fmt::format(
               "there is no dongle: TESSEL_SERIAL_PORTS is set, which replaces the system's list of ports, "

@@ -51,6 +51,7 @@ TEST(Ports, WithoutADongleTheErrorNamesAVariableThatMayHideIt)
       {other, {}, "none of the serial ports is a dongle's", "Plug the dongle in"},
       {none, stale, "none of the paths in it exists. Its value: " + stale, "unset TESSEL_SERIAL_PORTS"},
       {none, "", "TESSEL_SERIAL_PORTS is set", "unset TESSEL_SERIAL_PORTS"},
+      {none, "/dev/ttyACM0", "(COMn)=PATH\". Its value: /dev/ttyACM0", "unset TESSEL_SERIAL_PORTS"},
       {other, "Modem (COM1)=/dev/x", "is called \"Bluegiga", "unset TESSEL_SERIAL_PORTS"},
       {away, stale, "is not present", "unset TESSEL_SERIAL_PORTS"},
   };

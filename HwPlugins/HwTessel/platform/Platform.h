@@ -17,6 +17,9 @@ namespace platform {
 
 // The dongle's name in the device list, set by its driver.
 inline constexpr const char* dongleName = "Bluegiga Bluetooth Low Energy";
+// Its USB ids.
+inline constexpr const char* dongleVendor = "2458";
+inline constexpr const char* dongleProduct = "0001";
 
 using PortHandle = std::uint64_t;
 

@@ -78,6 +78,17 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
   return error;
 }
 
+bool storeFile(const std::filesystem::path& path)
+{
+  const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (file < 0) return false;
+  const bool isStored = ::fsync(file) == 0;
+  const int error = errno;
+  ::close(file);
+  errno = error;
+  return isStored;
+}
+
 FileBeginning::FileBeginning(const std::filesystem::path& path)
     : handle_(::open(path.c_str(), O_WRONLY | O_CLOEXEC))
 {

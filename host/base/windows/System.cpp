@@ -59,6 +59,16 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
   return {static_cast<int>(GetLastError()), std::system_category()};
 }
 
+bool storeFile(const std::filesystem::path& path)
+{
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const bool isStored = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+  if (!isStored) errno = EIO;
+  return isStored;
+}
+
 FileBeginning::FileBeginning(const std::filesystem::path& path)
     : handle_(reinterpret_cast<std::intptr_t>(CreateFileW(path.c_str(), GENERIC_WRITE,
                                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,

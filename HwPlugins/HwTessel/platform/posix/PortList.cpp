@@ -16,9 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view dongleVendor = "2458";
-constexpr std::string_view dongleProduct = "0001";
-
 // A device name such as ttyACM10, split so that it sorts by name and then by number.
 using DeviceName = std::pair<std::string, int>;
 
@@ -59,7 +56,7 @@ std::optional<std::vector<PortEntry>> portList()
   return portsFromSysfs("/sys/class/tty");
 }
 
-std::vector<PortEntry> portsFromText(std::string_view text)
+std::vector<PortEntry> portsNamedIn(std::string_view text)
 {
   std::vector<PortEntry> ports;
   while (!text.empty()) {
@@ -67,10 +64,18 @@ std::vector<PortEntry> portsFromText(std::string_view text)
     text.remove_prefix(std::min(entry.size() + 1, text.size()));
     const std::size_t equals = entry.find('=');
     if (equals == std::string_view::npos) continue;
-    PortEntry port{.friendlyText = std::string(entry.substr(0, equals)), .path = entry.substr(equals + 1)};
-    std::error_code ignored;
-    if (fs::exists(port.path, ignored)) ports.push_back(std::move(port));
+    ports.push_back({.friendlyText = std::string(entry.substr(0, equals)), .path = entry.substr(equals + 1)});
   }
+  return ports;
+}
+
+std::vector<PortEntry> portsFromText(std::string_view text)
+{
+  std::vector<PortEntry> ports = portsNamedIn(text);
+  std::erase_if(ports, [](const PortEntry& port) {
+    std::error_code ignored;
+    return !fs::exists(port.path, ignored);
+  });
   return ports;
 }
 

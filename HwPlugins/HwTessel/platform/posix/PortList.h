@@ -24,7 +24,10 @@ struct PortEntry {
 // The ports that are present now; nothing if there is neither the variable nor sysfs.
 std::optional<std::vector<PortEntry>> portList();
 
-// The entries of the variable's text whose path exists. Pieces without "=" are skipped.
+// The entries of the variable's text. Pieces without "=" are skipped.
+std::vector<PortEntry> portsNamedIn(std::string_view text);
+
+// Those of them whose path exists.
 std::vector<PortEntry> portsFromText(std::string_view text);
 
 // The USB serial devices below a directory laid out like /sys/class/tty, dongles first, each group sorted by
