@@ -90,7 +90,8 @@ void Doctor::examine()
   checkGoesOn();
   steps_.add(loadStep(facts_));
   listener_.onPhase("Writing to the disk...");
-  steps_.add(storageStep(measureStorage(options_.folder), options_.folder));
+  const fs::path folder = fs::absolute(options_.folder).lexically_normal();
+  steps_.add(storageStep(measureStorage(folder), folder));
 }
 
 void Doctor::probe()
@@ -157,6 +158,7 @@ void Doctor::addClocks(Measurement& measurement) const
   }
   for (std::size_t glove = 0; glove < measurement.labels.size(); ++glove) {
     measurement.clocks.push_back(clocks.error(glove));
+    measurement.sampledPerSecond.push_back(clocks.framesPerSecond(glove));
   }
 }
 

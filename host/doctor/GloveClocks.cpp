@@ -30,13 +30,19 @@ void GloveClocks::Glove::connectionBegins()
 {
   time_.restart();
   origin_.reset();
+  shortestStep_.reset();
   first_ = latest_ = running_ = {};
 }
 
 void GloveClocks::Glove::frameBegins(std::int64_t ticks, Time arrival)
 {
   time_.addArrival(ticks, arrival);
-  if (!origin_) origin_ = {ticks, arrival};
+  if (!origin_) {
+    origin_ = {ticks, arrival};
+  } else if (ticks > latestTicks_) {
+    shortestStep_ = std::min(shortestStep_.value_or(ticks - latestTicks_), ticks - latestTicks_);
+  }
+  latestTicks_ = ticks;
   const double device = static_cast<double>(ticks - origin_->ticks) * secondsPerTick;
   const double lag = std::chrono::duration<double>(arrival - origin_->arrival).count() - device;
   const double second = std::floor(device);
@@ -57,4 +63,10 @@ std::optional<ClockError> GloveClocks::Glove::error() const
   }
   if (seconds < minSeconds) return std::nullopt;
   return ClockError{(first_.value - latest_.value) / seconds, maxWait / seconds};
+}
+
+std::optional<double> GloveClocks::Glove::framesPerSecond() const
+{
+  if (!shortestStep_) return std::nullopt;
+  return 1 / (static_cast<double>(*shortestStep_) * secondsPerTick);
 }

@@ -1,5 +1,5 @@
-// How fast the clock of each glove runs beside this computer's, from a wire capture.
-// Threads: one. Throws only std::bad_alloc. Memory is bounded, however long the capture is.
+// How fast the clock of each glove runs beside this computer's, and how often it samples, from a wire
+// capture. Threads: one. Throws only std::bad_alloc. Memory is bounded, however long the capture is.
 #pragma once
 
 #include <array>
@@ -30,6 +30,11 @@ class GloveClocks final : private LinkListener {
   // Of the glove's latest connection; empty after less than five seconds. From a minute on, it is that of
   // DeviceTime.
   std::optional<ClockError> error(std::size_t glove) const { return gloves_.at(glove).error(); }
+  // By the glove's own clock: of the shortest time between two frames. Empty before the second frame.
+  std::optional<double> framesPerSecond(std::size_t glove) const
+  {
+    return gloves_.at(glove).framesPerSecond();
+  }
 
  private:
   class Glove final : private GloveAccount::Listener {
@@ -40,6 +45,7 @@ class GloveClocks final : private LinkListener {
     void end(Time time) { account_.endConnection(time); }
     void add(Packet packet, Time time);
     std::optional<ClockError> error() const;
+    std::optional<double> framesPerSecond() const;
 
    private:
     struct Origin {
@@ -58,6 +64,8 @@ class GloveClocks final : private LinkListener {
     GloveAccount account_;
     DeviceTime time_;
     std::optional<Origin> origin_;
+    std::int64_t latestTicks_ = 0;
+    std::optional<std::int64_t> shortestStep_;  // ticks
     LeastLag first_, latest_, running_;
   };
 

@@ -43,13 +43,8 @@ Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& 
                     LiveAccounts* accounts, double seconds, const std::atomic<bool>& stop,
                     const Recorder::Clock& clock)
 {
-  Measurement measurement{.labels = gloveLabels(layout),
-                          .figures = {},
-                          .books = {},
-                          .failure = {},
-                          .latencyMs = {},
-                          .maxLatencyMs = {},
-                          .clocks = {}};
+  Measurement measurement;
+  measurement.labels = gloveLabels(layout);
   measurement.elementsOfGlove = static_cast<double>(layout.groups.front().count);
   MeasuringWriter writer;
   RecordKeeper keeper(layout, writer, accounts);

@@ -20,11 +20,13 @@ struct Measurement {
   // From the arrival of a frame's first packet, as early as it can be, to that of its record; typical
   // (median) and largest. Empty without a capture.
   std::optional<double> latencyMs, maxLatencyMs;
-  std::vector<std::optional<ClockError>> clocks;  // by glove; empty while unknown
+  // By glove, from its own clock; empty if unknown. Filled in by whom has the whole capture.
+  std::vector<std::optional<ClockError>> clocks;
+  std::vector<std::optional<double>> sampledPerSecond;
 };
 
 // Measures with gloves that are open, for at most these seconds, and disconnects them. `accounts`: null
-// without a capture. Without `clocks`, which the caller knows. Errors: none; what ends it early is a result.
+// without a capture. Errors: none; what ends it early is a result.
 Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& layout,
                     LiveAccounts* accounts, double seconds, const std::atomic<bool>& stop,
                     const Recorder::Clock& clock);

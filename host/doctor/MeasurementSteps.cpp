@@ -33,15 +33,14 @@ Step batteryStep(const Measurement& measurement)
   return step;
 }
 
-// The frames that the gloves sampled meanwhile, on average.
+// By the fastest glove.
 std::optional<double> sampledPerSecond(const Measurement& measurement)
 {
-  if (!measurement.books || measurement.figures.seconds <= 0) return std::nullopt;
-  double sum = 0;
-  for (const GloveBooks& glove : measurement.books->gloves) {
-    sum += static_cast<double>(glove.sent);
+  std::optional<double> highest;
+  for (const auto& rate : measurement.sampledPerSecond) {
+    if (rate) highest = std::max(highest.value_or(0), *rate);
   }
-  return sum / static_cast<double>(measurement.books->gloves.size()) / measurement.figures.seconds;
+  return highest;
 }
 
 bool exceedsRadio(const Measurement& measurement)
@@ -59,7 +58,7 @@ Step framesStep(const Measurement& measurement)
   const auto sampled = sampledPerSecond(measurement);
   Step step{.name = "frames",
             .text = fmt::format("{} frames in {:.1f} s, {:.1f} a second{}", figures.records, figures.seconds,
-                                rate, sampled ? fmt::format("; the gloves sampled {:.1f}", *sampled) : "")};
+                                rate, sampled ? fmt::format("; the gloves sample {:.1f}", *sampled) : "")};
   if (measurement.failure) {
     step.result = Result::failed;
     step.text = figures.records == 0 ? measurement.failure->what()
@@ -77,21 +76,26 @@ Step framesStep(const Measurement& measurement)
   return step;
 }
 
-// What to do about the cause of which most frames were lost.
-std::string adviceFor(const GloveBooks::Lost& lost, const Measurement& measurement)
+// Frames that one glove lost on the radio cost the other one as many, by pairing.
+std::string adviceAgainstLosses(const Measurement& measurement)
 {
-  const std::uint64_t radio = lost.radio + lost.unheard + lost.refused;
-  if (radio >= lost.pairing && radio >= lost.faulty) {
-    return exceedsRadio(measurement)
-               ? "The gloves sample more than the radio carries: sample more slowly."
-               : "Bring the gloves closer to the dongle, and the dongle out of the shadow of "
-                 "the computer and away from USB 3 devices, with an extension cable.";
+  GloveBooks all;
+  for (const GloveBooks& glove : measurement.books->gloves) {
+    all.sent += glove.sent;
+    all.lost.radio += glove.lost.radio + glove.lost.unheard + glove.lost.refused;
+    all.lost.faulty += glove.lost.faulty;
   }
-  if (lost.pairing >= lost.faulty) {
+  if (all.lost.faulty > all.lost.radio) {
+    return "The frames are shorter than TesselElementCount in the settings says: see `tessel settings`.";
+  }
+  if (all.lostShare() <= maxUsualLoss / 2) {
     return "The gloves sample at different rates, or one of them paused: the frames that have no partner are "
            "left out. Switch both off and on.";
   }
-  return "The frames are shorter than TesselElementCount in the settings says: see `tessel settings`.";
+  return exceedsRadio(measurement) ? "The gloves sample more than the radio carries: sample more slowly."
+                                   : "Bring the gloves closer to the dongle, and the dongle out of the "
+                                     "shadow of the computer and away "
+                                     "from USB 3 devices, with an extension cable.";
 }
 
 Step lossesStep(const Measurement& measurement)
@@ -106,7 +110,7 @@ Step lossesStep(const Measurement& measurement)
     glove.lost.queued = 0;
     if (glove.lostShare() <= maxUsualLoss) continue;
     step.result = Result::warning;
-    step.fix = adviceFor(glove.lost, measurement);
+    step.fix = adviceAgainstLosses(measurement);
   }
   if (const auto failure = booksFailure(books, measurement.labels)) {
     step.result = Result::failed;
@@ -144,7 +148,8 @@ Step clockStep(const Measurement& measurement)
       step.text += fmt::format("{}: measured for too short a time", label);
       continue;
     }
-    step.text += fmt::format("{} {:+.0f} ppm (within {:.0f})", label, 1e6 * clock->value, 1e6 * clock->bound);
+    step.text += fmt::format("{} {:+} ppm (within {:.0f})", label, std::llround(1e6 * clock->value),
+                             1e6 * clock->bound);
     if (std::abs(clock->value) - clock->bound <= maxCrystalError) continue;
     step.result = Result::warning;
     step.fix =
