@@ -61,7 +61,7 @@ Step loadStep(const SystemFacts& facts)
   if (isSlow(facts)) {
     warn(step, "the processors run at their lowest frequency (governor \"powersave\")",
          "Let them run faster:\n"
-         "echo schedutil | sudo tee /sys/devices/system/cpu/cpu*/cpufreq/scaling_governor");
+         "echo performance | sudo tee /sys/devices/system/cpu/cpu*/cpufreq/scaling_governor");
   }
   if (facts.memory.totalKiB > 0 && facts.memory.availableKiB < minMemoryKiB) {
     warn(step, fmt::format("{} MiB of memory are available", facts.memory.availableKiB / 1024),

@@ -68,7 +68,7 @@ Step storageStep(const Storage& storage, const fs::path& folder)
   const auto free = static_cast<double>(storage.freeBytes);
   const double hours = free / neededRate / secondsPerHour;
   step.text = fmt::format(
-      "{} has {:.1f} GB free, for {:.{}f} hours with a capture of the link, and takes {:.0f} MB/s",
+      "{} has {:.1f} GB free, for {:.{}f} hours with a capture of the link, and takes {:.1f} MB/s",
       utf8(folder), free / 1e9, hours, hours < 10 ? 1 : 0, storage.bytesPerSecond / 1e6);
   if (hours < 1) {
     step.result = Step::Result::warning;

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "HwPlugins/HwTessel/platform/Platform.h"
+#include "host/base/Characters.h"
 #include "host/base/Text.h"
 
 namespace {
@@ -64,7 +65,7 @@ std::string SystemFacts::report() const
 {
   std::string text;
   const auto add = [&text](const char* what, const std::string& value) {
-    text += fmt::format("{}: {}\n", what, value);
+    text += fmt::format("{}: {}\n", what, printable(value));
   };
   add("system", system);
   add("kernel", kernel);

@@ -175,7 +175,7 @@ Step rightsStep(const SystemFacts& facts)
       (node.mode & groupReadsAndWrites) == groupReadsAndWrites && !group.name.empty() && group.name != "root";
   if (hasGroup && group.hasUser) {
     return failed(name, failure.code(),
-                  fmt::format("{} You are in the group {}, but this session began before you were.",
+                  fmt::format("{} You are in the group {}, but this session is older than that.",
                               failure.what(), group.name),
                   fmt::format("Log out and in again, or restart the computer. For this terminal only:\n"
                               "newgrp {}",
