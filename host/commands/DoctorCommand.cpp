@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdio>
 #include <memory>
 #include <optional>
 
@@ -33,7 +34,9 @@ ExitCode run(const Options& options)
   std::optional<TarFile> report;
   if (!options.report.empty()) report.emplace(options.report, options.replaces);
   const auto onStep = [&options](const Step& step) {
-    if (!options.isJson) console::printLines(stepText(step));
+    if (options.isJson) return;
+    console::printLines(stepText(step));
+    std::fflush(stdout);
   };
   Doctor doctor(options.doctor, stopRequest,
                 {[](const std::string& text) { console::report("{}\n", text); }, onStep});

@@ -49,15 +49,16 @@ void writeReport(const Doctor& doctor, TarFile& file)
   const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   const auto add = [&](const std::string& name, const std::string& bytes) { file.add(name, bytes, now); };
   add("README.txt", fmt::format(readme, programVersion));
-  add("steps.txt", doctor.facts().withoutNames(stepsText(doctor)));
+  const SystemFacts& facts = doctor.facts();
+  add("steps.txt", facts.withoutNames(stepsText(doctor)));
   const auto json = doctorJson(doctor.steps().steps(), doctor.verdict());
   using Errors = nlohmann::ordered_json::error_handler_t;
-  add("steps.json", doctor.facts().withoutNames(json.dump(2, ' ', true, Errors::replace) + '\n'));
-  add("system.txt", doctor.facts().report());
+  add("steps.json", facts.withoutNames(json.dump(2, ' ', true, Errors::replace) + '\n'));
+  add("system.txt", facts.report());
   add("settings.txt", doctor.settingsText());
   for (const auto& [name, path] : doctor.kept()) {
     const std::string content = contentOf(path);
-    add(name, name.ends_with(".log") ? doctor.facts().withoutNames(content) : content);
+    add(name, name.ends_with(".log") ? facts.withoutNames(content) : content);
   }
   file.close();
 }

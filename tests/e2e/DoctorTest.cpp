@@ -63,7 +63,9 @@ TEST(Doctor, EndsWithTheExitCodeOfRecordForTheSameFault)
     const std::string failed = rows[index].failed;
     EXPECT_EQ(report["verdict"].get<std::string>().find("can't be recorded") == std::string::npos,
               failed.empty());
-    if (!failed.empty()) EXPECT_EQ(resultOf(report, failed), "failed");
+    if (!failed.empty()) {
+      EXPECT_EQ(resultOf(report, failed), "failed");
+    }
     EXPECT_EQ(resultOf(report, "frames"), failed.empty() ? "ok" : "skipped");
     EXPECT_EQ(resultOf(report, "storage"), "ok");
   }
