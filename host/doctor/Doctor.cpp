@@ -90,7 +90,7 @@ void Doctor::examine()
   checkGoesOn();
   steps_.add(loadStep(facts_));
   listener_.onPhase("Writing to the disk...");
-  const fs::path folder = fs::absolute(options_.folder).lexically_normal();
+  const fs::path folder = fs::weakly_canonical(options_.folder);
   steps_.add(storageStep(measureStorage(folder), folder));
 }
 
@@ -167,9 +167,11 @@ void Doctor::skipRest()
   const Step* const failed = steps_.firstFailure();
   if (failed == nullptr) return;
   const std::string why = fmt::format("not reached, because the step {} failed", failed->name);
+  const Step unreached{.name = "the rest", .result = Step::Result::skipped, .text = why};
+  if (!steps_.has(std::string(linkSteps.back()))) listener_.onStep(unreached);
   for (const std::string_view name : linkSteps) {
     if (steps_.has(std::string(name))) continue;
-    steps_.add({.name = std::string(name), .result = Step::Result::skipped, .text = why});
+    steps_.addUnreached({.name = std::string(name), .result = Step::Result::skipped, .text = why});
   }
 }
 

@@ -13,6 +13,8 @@ class StepList {
   explicit StepList(std::function<void(const Step&)> onStep = {}) : onStep_(std::move(onStep)) {}
 
   void add(Step step);
+  // A step that was not reached: nobody is told.
+  void addUnreached(Step step) { steps_.push_back(std::move(step)); }
 
   const std::vector<Step>& steps() const { return steps_; }
   bool has(const std::string& name) const;

@@ -212,7 +212,8 @@ SystemFacts::SystemFacts(const fs::path& root, std::optional<std::string> variab
     node = nodeOf(tree, used->path, user);
     nodeGroup = groupOf(tree, node.group, user);
     holder = lockHolder(tree, used->path);
-    if (!holder) holder = opener(tree, used->path);
+    // A simulated port is always open in the program that simulates it.
+    if (!holder && used->isUsbDevice) holder = opener(tree, used->path);
   }
   hasModemManager = std::ranges::any_of(processes(tree),
                                         [](const Process& process) { return process.name == modemManager; });
