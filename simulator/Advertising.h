@@ -22,6 +22,14 @@ inline constexpr std::uint8_t serviceData = 0x16;
 inline constexpr std::uint8_t manufacturerData = 0xFF;
 }  // namespace ad_type
 
+// Bits of the value of the AD type `flags`.
+namespace ad_flags {
+inline constexpr std::uint8_t limited = 0x01;  // discoverable for a while, as while it is being paired
+inline constexpr std::uint8_t general = 0x02;  // discoverable
+inline constexpr std::uint8_t lowEnergyOnly = 0x04;
+inline constexpr std::uint8_t dualMode = 0x18;
+}  // namespace ad_flags
+
 enum class AdvertisementKind : std::uint8_t {
   connectable = 0,     // ADV_IND
   nonConnectable = 2,  // ADV_NONCONN_IND
@@ -34,6 +42,7 @@ struct ScanReport {
   AdvertisementKind kind = AdvertisementKind::connectable;
   Address address{};
   std::uint8_t addressType = publicAddress;
+  std::uint8_t flags = 0;  // of its advertisement, in a scan response too
   std::vector<std::uint8_t> data{};
 };
 

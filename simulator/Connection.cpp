@@ -15,13 +15,11 @@ using std::chrono::seconds;
 
 constexpr Duration intervalUnit{1'250};
 constexpr Duration packetAirTime{676};
-constexpr int eventsOfProcedure = 2;  // request in one connection event, answer in the next
+constexpr int eventsOfRequest = 2;  // request in one connection event, answer in the next
 constexpr int intervalsOfUpdate = 6;
-constexpr std::size_t maxWriteSize = 20;
-constexpr std::uint16_t confirmingRevision = 5;  // of start and end of notifications
+constexpr std::size_t maxWriteCommands = 10;  // that wait for a connection event
 
 enum StatusFlags : std::uint8_t { connected = 0x01, completed = 0x04, parametersChanged = 0x08 };
-enum ValueType : std::uint8_t { readValue = 0, notifiedValue = 1 };
 
 }  // namespace
 
@@ -53,52 +51,62 @@ void Connection::update(ConnectionParameters parameters)
   respond(message_class::connection, 2, isValid ? result::success : result::invalidParameter);
 }
 
-void Connection::readByHandle(std::uint16_t attribute)
+void Connection::exchangeVersions()
 {
-  begin({attribute, std::nullopt, eventsOfProcedure}, 4);
+  constexpr std::uint8_t bluetooth40 = 6;
+  constexpr std::uint16_t noCompany = 0xFFFF;
+  after(untilNextEvent() + interval(), [this] {
+    if (!glove_.isInRange()) return;
+    radio_.send(MessageWriter::event(message_class::connection, 1)
+                    .u8(number_)
+                    .u8(bluetooth40)
+                    .u16(noCompany)
+                    .u16(0)
+                    .message());
+  });
+  respond(message_class::connection, 3, result::success);
 }
 
-void Connection::writeAttribute(std::uint16_t attribute, std::span<const std::uint8_t> value)
-{
-  begin({attribute, std::vector<std::uint8_t>(value.begin(), value.end()), eventsOfProcedure}, 5);
-}
-
-void Connection::begin(Procedure procedure, std::uint8_t command)
+void Connection::begin(std::unique_ptr<GattProcedure> procedure, std::uint8_t command)
 {
   std::uint16_t outcome = result::success;
-  if (procedure.written && procedure.written->size() > maxWriteSize) {
+  if (!procedure) {
     outcome = result::invalidParameter;
   } else if (procedure_) {
     outcome = result::wrongState;
-  } else if (leavesOut(procedure.responseStep())) {
+  } else if (leavesOut(procedure->responseStep())) {
     return;
-  } else if (!leavesOut(procedure.endStep())) {
+  } else if (!leavesOut(procedure->endStep())) {
     procedure_ = std::move(procedure);
+    eventsLeft_ = eventsOfRequest;
     scheduleEvent();
   }
   respond(message_class::attclient, command, outcome);
 }
 
-std::optional<Step> Connection::Procedure::responseStep() const
+// No procedure: it waits for nothing, and the glove reports nothing.
+void Connection::writeCommand(std::uint16_t attribute, std::span<const std::uint8_t> value)
 {
-  if (!written && attribute == handle::version) return Step::versionResponse;
-  if (!written && attribute == handle::status) return Step::statusResponse;
-  return std::nullopt;
-}
-
-std::optional<Step> Connection::Procedure::endStep() const
-{
-  if (!written && attribute == handle::version) return Step::versionValue;
-  if (!written && attribute == handle::status) return Step::statusValue;
-  if (written && attribute == handle::configuration && !written->empty()) {
-    return written->front() & 1 ? Step::startNotifications : Step::stopNotifications;
+  std::uint16_t outcome = result::success;
+  if (value.size() > maxWrittenSize) {
+    outcome = result::invalidParameter;
+  } else if (writeCommands_.size() == maxWriteCommands) {
+    outcome = result::outOfMemory;
+  } else {
+    writeCommands_.push_back({attribute, {value.begin(), value.end()}});
+    scheduleEvent();
   }
-  return std::nullopt;
+  respond(message_class::attclient, 6, outcome);
 }
 
 bool Connection::leavesOut(std::optional<Step> step) const
 {
   return step && glove_.faults.silentAt.contains(*step);
+}
+
+void Connection::reportStatus()
+{
+  sendStatus(connected);
 }
 
 void Connection::disconnect()
@@ -163,39 +171,39 @@ void Connection::runEvent()
 {
   isEventScheduled_ = false;
   if (!glove_.isInRange()) return;
-  if (procedure_ && procedure_->eventsLeft > 0 && --procedure_->eventsLeft == 0) finishProcedure();
+  if (procedure_ && eventsLeft_ > 0 && --eventsLeft_ == 0) takeAnswer();
+  if (isOpen_) sendWriteCommands();
   if (isOpen_) sendPackets();
   if (!isOpen_) return;
-  const bool isRequestUnderWay = procedure_ && procedure_->eventsLeft > 0;
-  if (isRequestUnderWay || glove_.hasPackets()) scheduleEvent();
+  const bool isRequestUnderWay = procedure_ && eventsLeft_ > 0;
+  if (isRequestUnderWay || !writeCommands_.empty() || glove_.hasPackets()) scheduleEvent();
 }
 
-void Connection::finishProcedure()
+void Connection::takeAnswer()
 {
   if (!glove_.answers()) {
-    after(seconds{30}, [this] {
-      const std::uint16_t attribute = procedure_->attribute;
-      procedure_.reset();
-      sendCompleted(result::timeout, attribute);
-    });
+    after(seconds{30},
+          [this] { radio_.send(std::exchange(procedure_, nullptr)->completed(result::timeout)); });
     return;
   }
-  const Procedure procedure = *std::exchange(procedure_, std::nullopt);
-  if (procedure.written) {
-    const std::uint16_t outcome = glove_.write(procedure.attribute, *procedure.written);
-    if (isConfirmed(procedure)) sendCompleted(outcome, procedure.attribute);
-    return;
-  }
-  if (const auto value = glove_.read(procedure.attribute)) {
-    sendValue(procedure.attribute, readValue, *value);
+  auto [messages, isLast] = procedure_->takeAnswer(glove_);
+  if (isLast) {
+    procedure_.reset();
   } else {
-    sendCompleted(result::invalidHandle, procedure.attribute);
+    eventsLeft_ = eventsOfRequest;
+  }
+  for (Message& message : messages) {
+    if (isOpen_) radio_.send(std::move(message));
   }
 }
 
-bool Connection::isConfirmed(const Procedure& write) const
+void Connection::sendWriteCommands()
 {
-  return write.attribute != handle::configuration || glove_.config.revision >= confirmingRevision;
+  for (const WriteCommand& command : std::exchange(writeCommands_, {})) {
+    const Attribute* attribute = findAttribute(command.attribute);
+    if (attribute && attribute->allows(access::writeCommand) && glove_.answers())
+      glove_.write(command.attribute, command.value);
+  }
 }
 
 void Connection::sendPackets()
@@ -203,7 +211,7 @@ void Connection::sendPackets()
   const auto airTime = packetAirTime * static_cast<int>(radio_.connectionCount());
   auto left = std::max<std::int64_t>(1, interval() / airTime);
   for (; left > 0 && isOpen_ && glove_.hasPackets(); --left) {
-    sendValue(handle::measurement, notifiedValue, glove_.takePacket());
+    radio_.send(attributeValue(number_, handle::measurement, ValueType::notified, glove_.takePacket()));
   }
 }
 
@@ -214,32 +222,22 @@ void Connection::respond(std::uint8_t group, std::uint8_t id, std::uint16_t outc
 
 void Connection::sendStatus(std::uint8_t flags)
 {
-  radio_.send(MessageWriter::event(message_class::connection, 0)
-                  .u8(number_)
-                  .u8(flags)
-                  .bytes(glove_.config.address)
-                  .u8(publicAddress)
-                  .u16(parameters_.interval)
-                  .u16(parameters_.timeout)
-                  .u16(parameters_.latency)
-                  .u8(noBonding)
-                  .message());
+  radio_.send(connectionStatus(number_, flags, glove_.config.address, parameters_));
 }
 
-void Connection::sendValue(std::uint16_t attribute, std::uint8_t type, std::span<const std::uint8_t> value)
+Message connectionStatus(std::uint8_t connection, std::uint8_t flags, const Address& address,
+                         const ConnectionParameters& parameters)
 {
-  radio_.send(MessageWriter::event(message_class::attclient, 5)
-                  .u8(number_)
-                  .u16(attribute)
-                  .u8(type)
-                  .array(value)
-                  .message());
-}
-
-void Connection::sendCompleted(std::uint16_t outcome, std::uint16_t attribute)
-{
-  radio_.send(
-      MessageWriter::event(message_class::attclient, 1).u8(number_).u16(outcome).u16(attribute).message());
+  return MessageWriter::event(message_class::connection, 0)
+      .u8(connection)
+      .u8(flags)
+      .bytes(address)
+      .u8(publicAddress)
+      .u16(parameters.interval)
+      .u16(parameters.timeout)
+      .u16(parameters.latency)
+      .u8(noBonding)
+      .message();
 }
 
 }  // namespace simulator

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "simulator/Faults.h"
+#include "simulator/GattProcedures.h"
 #include "simulator/Glove.h"
 #include "simulator/VirtualClock.h"
 
@@ -23,12 +25,22 @@ struct ConnectionParameters {
   std::uint16_t timeout = 0;   // 10 ms
   std::uint16_t latency = 0;   // connection events
 
+  // The dongle uses the shortest interval allowed. An empty range yields an invalid interval.
+  static ConnectionParameters shortest(std::uint16_t intervalMin, std::uint16_t intervalMax,
+                                       std::uint16_t timeout, std::uint16_t latency)
+  {
+    return {intervalMin <= intervalMax ? intervalMin : std::uint16_t{0}, timeout, latency};
+  }
   // True if Bluetooth allows them.
   bool areValid() const
   {
     return interval >= 6 && interval <= 3200 && timeout >= 10 && timeout <= 3200 && latency < 500;
   }
 };
+
+// ble_evt_connection_status. The defaults are those of a number without a connection.
+Message connectionStatus(std::uint8_t connection, std::uint8_t flags = 0, const Address& address = {},
+                         const ConnectionParameters& parameters = {});
 
 // A connection's interface to its dongle.
 class Radio {
@@ -54,22 +66,21 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   void establish();
   // Each responds to its command at once and sends the rest at later connection events.
   void update(ConnectionParameters parameters);
-  void readByHandle(std::uint16_t attribute);
-  void writeAttribute(std::uint16_t attribute, std::span<const std::uint8_t> value);
+  void exchangeVersions();
+  // `procedure` is null if the command's parameters are invalid.
+  void begin(std::unique_ptr<GattProcedure> procedure, std::uint8_t command);
+  void writeCommand(std::uint16_t attribute, std::span<const std::uint8_t> value);
   void disconnect();
+  void reportStatus();
 
   // Ends the connection now, with or without a report to the host.
   void end(std::uint16_t reason);
   void close();
 
  private:
-  struct Procedure {
+  struct WriteCommand {
     std::uint16_t attribute;
-    std::optional<std::vector<std::uint8_t>> written;  // none: a read
-    int eventsLeft;                                    // connection events until the glove's answer is due
-
-    std::optional<Step> responseStep() const;
-    std::optional<Step> endStep() const;
+    std::vector<std::uint8_t> value;
   };
 
   void packetsWait() override;
@@ -80,17 +91,14 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   Duration untilNextEvent() const;
   // Skips the action if the connection has ended by then.
   void after(Duration delay, std::function<void()> action);
-  void begin(Procedure procedure, std::uint8_t command);
   void scheduleEvent();
   void runEvent();
-  void finishProcedure();
-  bool isConfirmed(const Procedure& write) const;
+  void takeAnswer();
+  void sendWriteCommands();
   void sendPackets();
 
   void respond(std::uint8_t group, std::uint8_t id, std::uint16_t outcome);
   void sendStatus(std::uint8_t flags);
-  void sendValue(std::uint16_t attribute, std::uint8_t type, std::span<const std::uint8_t> value);
-  void sendCompleted(std::uint16_t outcome, std::uint16_t attribute);
 
   VirtualClock& clock_;
   Radio& radio_;
@@ -100,7 +108,9 @@ class Connection final : public Glove::Peer, public std::enable_shared_from_this
   Duration anchor_{0};  // of the connection-event grid
   bool isOpen_ = false;
   bool isEventScheduled_ = false;
-  std::optional<Procedure> procedure_;
+  std::unique_ptr<GattProcedure> procedure_;
+  int eventsLeft_ = 0;  // connection events until the glove's answer to the procedure's request is due
+  std::deque<WriteCommand> writeCommands_;
 };
 
 }  // namespace simulator

@@ -1,45 +1,15 @@
 #include "simulator/Dongle.h"
 
 #include <algorithm>
-#include <chrono>
-#include <string_view>
 #include <utility>
+
+#include "simulator/GattProcedures.h"
 
 namespace simulator {
 
 namespace {
 
-using std::chrono::milliseconds;
-
-constexpr std::uint8_t maxConnections = 3;
-constexpr std::uint8_t lastDiscoverMode = 2;
-constexpr Duration advertisingInterval = milliseconds{100};
-constexpr Duration connectTime = milliseconds{8};
-
-// So that gloves drift against each other.
-Duration advertisingIntervalOf(std::size_t glove)
-{
-  return advertisingInterval + milliseconds{glove % 4 * 3};
-}
-
-std::vector<std::uint8_t> advertisingData(std::string_view name)
-{
-  // Keeps the payload of ble_evt_gap_scan_response within 255 bytes.
-  constexpr std::size_t maxNameLength = 239;
-  constexpr std::array<std::uint8_t, 1> generallyDiscoverable{6};
-  name = name.substr(0, maxNameLength);
-  std::vector<std::uint8_t> data;
-  appendStructure(data, ad_type::flags, generallyDiscoverable);
-  appendStructure(data, ad_type::completeName, std::vector<std::uint8_t>(name.begin(), name.end()));
-  return data;
-}
-
-// The dongle uses the shortest interval allowed. An empty range yields an invalid interval.
-ConnectionParameters connectionParameters(std::uint16_t intervalMin, std::uint16_t intervalMax,
-                                          std::uint16_t timeout, std::uint16_t latency)
-{
-  return {intervalMin <= intervalMax ? intervalMin : std::uint16_t{0}, timeout, latency};
-}
+constexpr Address dongleAddress{0x01, 0x43, 0x65, 0x80, 0x07, 0x00};
 
 }  // namespace
 
@@ -92,18 +62,41 @@ void Dongle::send(std::vector<std::uint8_t> message)
   if (onSend && !message.empty()) onSend(message);
 }
 
+template <auto makeProcedure, std::uint8_t id>
+void Dongle::beginProcedure(PayloadReader payload)
+{
+  const std::uint8_t number = payload.u8();
+  if (const auto connection = connectionOf(number, message_class::attclient, id))
+    connection->begin(makeProcedure(number, payload), id);
+}
+
 const Dongle::CommandRow* Dongle::findCommand(const Command& command)
 {
-  static constexpr std::array<CommandRow, 9> rows{{
+  using namespace gatt_procedure;
+  static constexpr std::array<CommandRow, 23> rows{{
       {message_class::system, 0, 1, false, &Dongle::reset},
+      {message_class::system, 1, 0, false, &Dongle::hello},
+      {message_class::system, 2, 0, false, &Dongle::getAddress},
+      {message_class::system, 6, 0, false, &Dongle::getConnections},
       {message_class::system, 8, 0, false, &Dongle::getInfo},
       {message_class::connection, 0, 1, false, &Dongle::disconnect},
+      {message_class::connection, 1, 1, false, &Dongle::getRssi},
       {message_class::connection, 2, 9, false, &Dongle::updateConnection},
-      {message_class::attclient, 4, 3, false, &Dongle::readByHandle},
-      {message_class::attclient, 5, 4, true, &Dongle::writeAttribute},
+      {message_class::connection, 3, 1, false, &Dongle::exchangeVersions},
+      {message_class::attclient, 1, 6, true, &Dongle::beginProcedure<readByGroupType, 1>},
+      {message_class::attclient, 2, 6, true, &Dongle::beginProcedure<readByType, 2>},
+      {message_class::attclient, 3, 5, false, &Dongle::beginProcedure<findInformation, 3>},
+      {message_class::attclient, 4, 3, false, &Dongle::beginProcedure<readByHandle, 4>},
+      {message_class::attclient, 5, 4, true, &Dongle::beginProcedure<writeAttribute, 5>},
+      {message_class::attclient, 6, 4, true, &Dongle::writeCommand},
+      {message_class::attclient, 8, 3, false, &Dongle::beginProcedure<readLong, 8>},
+      {message_class::sm, 1, 1, false, &Dongle::setBondableMode},
+      {message_class::gap, 1, 2, false, &Dongle::setMode},
       {message_class::gap, 2, 1, false, &Dongle::discover},
       {message_class::gap, 3, 15, false, &Dongle::connectDirect},
       {message_class::gap, 4, 0, false, &Dongle::endProcedure},
+      {message_class::gap, 6, 3, false, &Dongle::setFiltering},
+      {message_class::gap, 7, 5, false, &Dongle::setScanParameters},
   }};
   const auto row = std::ranges::find_if(rows, [&](const CommandRow& candidate) {
     return command.isCommand && candidate.group == command.group && candidate.id == command.id;
@@ -169,6 +162,7 @@ void Dongle::goAway()
     connection->close();
   }
   connections_.clear();
+  scanSettings_ = {};
 }
 
 void Dongle::start()
@@ -201,72 +195,40 @@ std::vector<std::uint8_t> Dongle::withVersions(MessageWriter message) const
       .message();
 }
 
+void Dongle::hello(PayloadReader)
+{
+  send(MessageWriter::response(message_class::system, 1).message());
+}
+
+void Dongle::getAddress(PayloadReader)
+{
+  send(MessageWriter::response(message_class::system, 2).bytes(dongleAddress).message());
+}
+
+void Dongle::getConnections(PayloadReader)
+{
+  const std::weak_ptr<const bool> life = life_;
+  send(MessageWriter::response(message_class::system, 6).u8(maxConnections).message());
+  for (std::uint8_t number = 0; number < maxConnections && !life.expired(); ++number) {
+    const auto found = connections_.find(number);
+    if (found == connections_.end()) {
+      send(connectionStatus(number));
+    } else {
+      const auto connection = found->second;
+      connection->reportStatus();
+    }
+  }
+}
+
 void Dongle::getInfo(PayloadReader)
 {
   if (faults.silentAt.contains(Step::getInfo)) return;
   send(withVersions(MessageWriter::response(message_class::system, 8)));
 }
 
-void Dongle::discover(PayloadReader payload)
+void Dongle::setBondableMode(PayloadReader)
 {
-  if (faults.silentAt.contains(Step::discover)) return;
-  std::uint16_t outcome = result::success;
-  if (faults.refusedDiscoveries > 0) {
-    --faults.refusedDiscoveries;
-    outcome = result::wrongState;
-  } else if (payload.u8() > lastDiscoverMode) {
-    outcome = result::invalidParameter;
-  } else if (gapProcedure_) {
-    outcome = result::wrongState;
-  } else {
-    gapProcedure_ = std::make_shared<const bool>(true);
-    neighbours.beginScan();
-    for (std::size_t glove = 0; glove < gloves_.size(); ++glove) {
-      listenTo(glove, firstAdvertisement(glove));
-    }
-  }
-  send(MessageWriter::response(message_class::gap, 2).u16(outcome).message());
-}
-
-void Dongle::connectDirect(PayloadReader payload)
-{
-  const Address address = payload.address();
-  const std::uint8_t addressType = payload.u8();
-  const std::uint16_t intervalMin = payload.u16();
-  const std::uint16_t intervalMax = payload.u16();
-  const std::uint16_t timeout = payload.u16();
-  const auto parameters = connectionParameters(intervalMin, intervalMax, timeout, payload.u16());
-
-  const Glove* glove = gloveAt(address);
-  if (glove && glove->faults.silentAt.contains(Step::connectResponse)) return;
-
-  const std::uint8_t number = freeConnection();
-  std::uint16_t outcome = result::success;
-  if (addressType != publicAddress || !parameters.areValid()) {
-    outcome = result::invalidParameter;
-  } else if (faults.refusesConnect || gapProcedure_) {
-    outcome = result::wrongState;
-  } else if (number == maxConnections) {
-    outcome = result::outOfMemory;
-  } else {
-    gapProcedure_ = std::make_shared<const bool>(true);
-    pendingConnect_ = {address, number, parameters};
-    lookForGlove(connectTime);
-  }
-  send(MessageWriter::response(message_class::gap, 3)
-           .u16(outcome)
-           .u8(outcome == result::success ? number : std::uint8_t{0})
-           .message());
-}
-
-void Dongle::endProcedure(PayloadReader)
-{
-  const bool isRefused = faults.refusesEndProcedure || !gapProcedure_;
-  if (!isRefused) endGapProcedure();
-  if (faults.silentAt.contains(Step::endProcedure)) return;
-  send(MessageWriter::response(message_class::gap, 4)
-           .u16(isRefused ? result::wrongState : result::success)
-           .message());
+  send(MessageWriter::response(message_class::sm, 1).message());
 }
 
 void Dongle::disconnect(PayloadReader payload)
@@ -282,21 +244,32 @@ void Dongle::updateConnection(PayloadReader payload)
   const std::uint16_t intervalMin = payload.u16();
   const std::uint16_t intervalMax = payload.u16();
   const std::uint16_t latency = payload.u16();
-  connection->update(connectionParameters(intervalMin, intervalMax, payload.u16(), latency));
+  connection->update(ConnectionParameters::shortest(intervalMin, intervalMax, payload.u16(), latency));
 }
 
-void Dongle::readByHandle(PayloadReader payload)
+void Dongle::getRssi(PayloadReader payload)
 {
-  const auto connection = connectionOf(payload.u8(), message_class::attclient, 4);
-  if (connection) connection->readByHandle(payload.u16());
+  constexpr std::uint8_t notAvailable = 127;
+  const std::uint8_t number = payload.u8();
+  const auto found = connections_.find(number);
+  const auto rssi = found == connections_.end()
+                        ? notAvailable
+                        : static_cast<std::uint8_t>(found->second->glove().config.rssi);
+  send(MessageWriter::response(message_class::connection, 1).u8(number).u8(rssi).message());
 }
 
-void Dongle::writeAttribute(PayloadReader payload)
+void Dongle::exchangeVersions(PayloadReader payload)
 {
-  const auto connection = connectionOf(payload.u8(), message_class::attclient, 5);
+  if (const auto connection = connectionOf(payload.u8(), message_class::connection, 3))
+    connection->exchangeVersions();
+}
+
+void Dongle::writeCommand(PayloadReader payload)
+{
+  const auto connection = connectionOf(payload.u8(), message_class::attclient, 6);
   if (!connection) return;
   const std::uint16_t attribute = payload.u16();
-  connection->writeAttribute(attribute, payload.array());
+  connection->writeCommand(attribute, payload.array());
 }
 
 std::shared_ptr<Connection> Dongle::connectionOf(std::uint8_t number, std::uint8_t group, std::uint8_t id)
@@ -307,75 +280,9 @@ std::shared_ptr<Connection> Dongle::connectionOf(std::uint8_t number, std::uint8
   return nullptr;
 }
 
-void Dongle::endGapProcedure()
+Glove* Dongle::gloveAt(const Address& address, std::uint8_t addressType)
 {
-  gapProcedure_.reset();
-  pendingConnect_.reset();
-  neighbours.endScan();
-}
-
-void Dongle::listenTo(std::size_t index, Duration delay)
-{
-  clock_.after(delay, [this, index, scan = std::weak_ptr<const bool>(gapProcedure_)] {
-    if (scan.expired()) return;
-    listenTo(index, advertisingIntervalOf(index));
-    const Glove& glove = *gloves_[index];
-    if (!glove.advertises()) return;
-    sendScanResponse({.rssi = glove.config.rssi,
-                      .address = glove.config.address,
-                      .data = advertisingData(glove.config.name)});
-  });
-}
-
-// Gloves alone advertise in the order in which they were added.
-Duration Dongle::firstAdvertisement(std::size_t index)
-{
-  if (neighbours.count() > 0) return neighbours.randomDelay(advertisingIntervalOf(index));
-  return milliseconds{4 + 7 * index};
-}
-
-void Dongle::sendScanResponse(const ScanReport& report)
-{
-  send(MessageWriter::event(message_class::gap, 0)
-           .u8(static_cast<std::uint8_t>(report.rssi))
-           .u8(static_cast<std::uint8_t>(report.kind))
-           .bytes(report.address)
-           .u8(report.addressType)
-           .u8(noBonding)
-           .array(report.data)
-           .message());
-}
-
-void Dongle::lookForGlove(Duration delay)
-{
-  clock_.after(delay, [this, connect = std::weak_ptr<const bool>(gapProcedure_)] {
-    if (connect.expired()) return;
-    Glove* glove = gloveAt(pendingConnect_->address);
-    if (!glove || !glove->advertises() || glove->refusesConnections()) {
-      lookForGlove(advertisingInterval);
-      return;
-    }
-    const std::uint8_t number = pendingConnect_->connection;
-    Radio& radio = *this;  // a private base, which make_shared can't access
-    const auto connection =
-        std::make_shared<Connection>(clock_, radio, *glove, number, pendingConnect_->parameters);
-    endGapProcedure();
-    connections_.emplace(number, connection);
-    connection->establish();
-  });
-}
-
-std::uint8_t Dongle::freeConnection() const
-{
-  std::uint8_t number = 0;
-  while (number < maxConnections && connections_.contains(number)) {
-    ++number;
-  }
-  return number;
-}
-
-Glove* Dongle::gloveAt(const Address& address)
-{
+  if (addressType != publicAddress) return nullptr;
   const auto found = std::ranges::find_if(
       gloves_, [&](const std::unique_ptr<Glove>& glove) { return glove->config.address == address; });
   return found == gloves_.end() ? nullptr : found->get();

@@ -1,9 +1,9 @@
 // A simulated radio dongle that speaks BGAPI over a serial byte stream, with gloves in range. Everything runs
 // on the thread that moves the clock or calls in; messages leave through onSend, which may call back into the
-// dongle. Not emulated: bonding and encryption, the peripheral, advertiser and server roles, service
-// discovery, link-layer errors and retransmissions, scan modes other than one that receives every
-// advertisement, white lists, the 31-byte limit of a glove's advertisement, the firmware update mode, flow
-// control.
+// dongle. Dongle.cpp has the port and the table of commands, GapCommands.cpp scans and connections. Not
+// emulated: bonding and encryption, the peripheral, advertiser and server roles, link-layer errors and
+// retransmissions, pauses of a scan between its windows, white lists, the 31-byte limit of a glove's
+// advertisement, prepared writes, the firmware update mode, flow control.
 #pragma once
 
 #include <array>
@@ -13,7 +13,9 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "simulator/Connection.h"
@@ -83,8 +85,17 @@ class Dongle final : private Radio {
 
     bool fits(std::span<const std::uint8_t> payload) const;
   };
+  static constexpr std::uint8_t maxConnections = 3;
+
+  enum class DiscoverMode : std::uint8_t { limited, generic, observation };
+  struct ScanSettings {
+    DiscoverMode mode = DiscoverMode::generic;
+    bool isActive = true;  // asks scannable devices for their response
+    bool filtersDuplicates = false;
+  };
   struct PendingConnect {
     Address address;
+    std::uint8_t addressType;
     std::uint8_t connection;
     ConnectionParameters parameters;
   };
@@ -102,14 +113,24 @@ class Dongle final : private Radio {
 
   // One for each command. Each sends last, since the host may respond with a reset at once.
   void reset(PayloadReader payload);
+  void hello(PayloadReader payload);
+  void getAddress(PayloadReader payload);
+  void getConnections(PayloadReader payload);
   void getInfo(PayloadReader payload);
+  void setBondableMode(PayloadReader payload);
+  void setMode(PayloadReader payload);
+  void setFiltering(PayloadReader payload);
+  void setScanParameters(PayloadReader payload);
   void discover(PayloadReader payload);
   void connectDirect(PayloadReader payload);
   void endProcedure(PayloadReader payload);
   void disconnect(PayloadReader payload);
   void updateConnection(PayloadReader payload);
-  void readByHandle(PayloadReader payload);
-  void writeAttribute(PayloadReader payload);
+  void getRssi(PayloadReader payload);
+  void exchangeVersions(PayloadReader payload);
+  void writeCommand(PayloadReader payload);
+  template <auto makeProcedure, std::uint8_t id>
+  void beginProcedure(PayloadReader payload);
 
   // Null if there is none; the command of this class and id has then been answered.
   std::shared_ptr<Connection> connectionOf(std::uint8_t number, std::uint8_t group, std::uint8_t id);
@@ -118,10 +139,11 @@ class Dongle final : private Radio {
   void listenTo(std::size_t index, Duration delay);
   Duration firstAdvertisement(std::size_t index);
   void sendScanResponse(const ScanReport& report);
+  bool isReported(const ScanReport& report);
   void lookForGlove(Duration delay);
   // The lowest free number; the maximum number of connections if none is free.
   std::uint8_t freeConnection() const;
-  Glove* gloveAt(const Address& address);
+  Glove* gloveAt(const Address& address, std::uint8_t addressType = publicAddress);
 
   VirtualClock& clock_;
   std::vector<std::unique_ptr<Glove>> gloves_;
@@ -133,6 +155,9 @@ class Dongle final : private Radio {
   std::optional<std::size_t> cut_;
   std::shared_ptr<const bool> gapProcedure_;  // lifetime of a scan or a pending connect
   std::optional<PendingConnect> pendingConnect_;
+  ScanSettings scanSettings_;
+  // Address, its type and kind of what this scan has reported.
+  std::set<std::tuple<Address, std::uint8_t, AdvertisementKind>> reported_;
   std::shared_ptr<const bool> life_;  // lifetime of scheduled actions; ends with a restart
 };
 

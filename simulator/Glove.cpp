@@ -66,40 +66,55 @@ void Glove::disconnect()
   stopNotifications();
 }
 
-std::optional<std::vector<std::uint8_t>> Glove::read(std::uint16_t attribute) const
+Glove::ReadResult Glove::read(std::uint16_t attribute) const
 {
-  switch (attribute) {
+  const Attribute* row = findAttribute(attribute);
+  if (!row) return {result::invalidHandle};
+  if (!row->allows(access::read)) return {result::readNotPermitted};
+  return {result::success, valueOf(*row)};
+}
+
+std::vector<std::uint8_t> Glove::valueOf(const Attribute& attribute) const
+{
+  constexpr std::size_t maxNameLength = 248;
+  constexpr std::uint8_t unknownAppearance = 0;
+  switch (attribute.handle) {
+    case handle::deviceName: {
+      const auto name = config.name.substr(0, maxNameLength);
+      return {name.begin(), name.end()};
+    }
+    case handle::appearance:
+      return {unknownAppearance, 0};
     case handle::configuration:
-      return std::vector<std::uint8_t>{std::uint8_t{isNotifying()}, 0};
+      return {std::uint8_t{isNotifying()}, 0};
     case handle::status:
-      return std::vector<std::uint8_t>(config.sensorStatus.begin(), config.sensorStatus.end());
+      return {config.sensorStatus.begin(), config.sensorStatus.end()};
     case handle::version:
       return versionRecord();
     case handle::followUp:
-      return std::vector<std::uint8_t>{0, 0};
+      return {0, 0};
     default:
-      return std::nullopt;
+      return declaredBy(attribute);
   }
 }
 
 std::uint16_t Glove::write(std::uint16_t attribute, std::span<const std::uint8_t> value)
 {
-  switch (attribute) {
-    case handle::command:
-      commands_.emplace_back(value.begin(), value.end());
-      return result::success;
-    case handle::configuration:
-      if (faults.notificationResult != result::success) return faults.notificationResult;
-      if (value.size() != 2) return result::invalidValueLength;
-      if (value[0] & 1) {
-        startNotifications();
-      } else {
-        stopNotifications();
-      }
-      return result::success;
-    default:
-      return result::invalidHandle;
+  const Attribute* row = findAttribute(attribute);
+  if (!row) return result::invalidHandle;
+  if (!row->allows(access::write)) return result::writeNotPermitted;
+  if (attribute == handle::command) {
+    commands_.emplace_back(value.begin(), value.end());
+    return result::success;
   }
+  if (faults.notificationResult != result::success) return faults.notificationResult;
+  if (value.size() != 2) return result::invalidValueLength;
+  if (value[0] & 1) {
+    startNotifications();
+  } else {
+    stopNotifications();
+  }
+  return result::success;
 }
 
 Packet Glove::takePacket()

@@ -15,21 +15,13 @@
 #include <vector>
 
 #include "simulator/Faults.h"
+#include "simulator/GattTable.h"
 #include "simulator/VirtualClock.h"
 
 namespace simulator {
 
 using Duration = VirtualClock::Duration;
 using Address = std::array<std::uint8_t, 6>;
-
-namespace handle {
-inline constexpr std::uint16_t command = 14;
-inline constexpr std::uint16_t measurement = 17;
-inline constexpr std::uint16_t configuration = 18;
-inline constexpr std::uint16_t status = 22;
-inline constexpr std::uint16_t version = 24;
-inline constexpr std::uint16_t followUp = 26;
-}  // namespace handle
 
 struct GloveConfig {
   Address address{0x21, 0x43, 0x65, 0x80, 0x07, 0x00};  // in wire order
@@ -114,9 +106,12 @@ class Glove {
   void connect(Peer& peer) { peer_ = &peer; }
   void disconnect();
 
-  // Nothing if this handle can't be read.
-  std::optional<std::vector<std::uint8_t>> read(std::uint16_t attribute) const;
-  // Returns the result code of the procedure.
+  // Both return the result code of the procedure.
+  struct ReadResult {
+    std::uint16_t outcome;
+    std::vector<std::uint8_t> value{};
+  };
+  ReadResult read(std::uint16_t attribute) const;
   std::uint16_t write(std::uint16_t attribute, std::span<const std::uint8_t> value);
 
   bool hasPackets() const { return !queue_.empty(); }
@@ -140,6 +135,7 @@ class Glove {
     double deviceSeconds() const;
   };
 
+  std::vector<std::uint8_t> valueOf(const Attribute& attribute) const;
   std::vector<std::uint8_t> versionRecord() const;
   void startNotifications();
   void stopNotifications();

@@ -44,9 +44,9 @@ struct Kind {
   std::string_view nameInResponse = {};
 };
 
-constexpr std::uint8_t limited = 0x05;  // discoverable for a while, as while it is being paired
-constexpr std::uint8_t general = 0x06;
-constexpr std::uint8_t dualMode = 0x1A;
+constexpr std::uint8_t limited = ad_flags::limited | ad_flags::lowEnergyOnly;
+constexpr std::uint8_t general = ad_flags::general | ad_flags::lowEnergyOnly;
+constexpr std::uint8_t dualMode = ad_flags::general | ad_flags::dualMode;
 constexpr std::uint16_t heartRate = 0x180D;
 constexpr std::uint16_t battery = 0x180F;
 constexpr std::uint16_t environment = 0x181A;
@@ -156,6 +156,7 @@ Neighbours::Device Neighbours::makeDevice(std::size_t number)
   Device device{.kind = kind.advertisement,
                 .address = makeAddress(static_cast<std::uint8_t>(kind.address)),
                 .addressType = isPublic ? publicAddress : randomAddress,
+                .flags = kind.flags,
                 .rssi = randomBetween(weakestRssi + rssiVariation, strongestRssi - rssiVariation),
                 .data = {},
                 .response = {}};
@@ -230,6 +231,7 @@ void Neighbours::report(const Device& device, AdvertisementKind kind, const std:
            .kind = kind,
            .address = device.address,
            .addressType = device.addressType,
+           .flags = device.flags,
            .data = data});
 }
 

@@ -42,6 +42,7 @@ class Neighbours {
     AdvertisementKind kind;
     Address address;
     std::uint8_t addressType;
+    std::uint8_t flags;
     int rssi;  // dBm, on average
     std::vector<std::uint8_t> data, response;
   };

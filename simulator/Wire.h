@@ -17,6 +17,7 @@ namespace message_class {
 inline constexpr std::uint8_t system = 0;
 inline constexpr std::uint8_t connection = 3;
 inline constexpr std::uint8_t attclient = 4;
+inline constexpr std::uint8_t sm = 5;
 inline constexpr std::uint8_t gap = 6;
 }  // namespace message_class
 
@@ -29,13 +30,18 @@ inline constexpr std::uint16_t success = 0;
 inline constexpr std::uint16_t invalidParameter = 0x0180;
 inline constexpr std::uint16_t wrongState = 0x0181;
 inline constexpr std::uint16_t outOfMemory = 0x0182;
+inline constexpr std::uint16_t notImplemented = 0x0183;
 inline constexpr std::uint16_t invalidCommand = 0x0184;
 inline constexpr std::uint16_t timeout = 0x0185;
 inline constexpr std::uint16_t notConnected = 0x0186;
 inline constexpr std::uint16_t connectionTimeout = 0x0208;
 inline constexpr std::uint16_t endedByHost = 0x0216;
 inline constexpr std::uint16_t invalidHandle = 0x0401;
+inline constexpr std::uint16_t readNotPermitted = 0x0402;
+inline constexpr std::uint16_t writeNotPermitted = 0x0403;
+inline constexpr std::uint16_t attributeNotFound = 0x040A;
 inline constexpr std::uint16_t invalidValueLength = 0x040D;
+inline constexpr std::uint16_t unsupportedGroupType = 0x0410;
 }  // namespace result
 
 struct Command {
