@@ -6,25 +6,7 @@
 #include <string>
 #include <utility>
 
-// Documented in the README. Never renumber: scripts rely on the values.
-enum class ExitCode {
-  done = 0,
-  internal = 1,   // an error in the program itself, or not enough memory
-  usage = 2,      // the command line, or a scenario
-  settings = 3,   // a settings file that can't be read or used
-  plugin = 4,     // the plug-in can't be loaded
-  output = 5,     // the output can't be created, or not written completely
-  recording = 6,  // a recording that can't be read
-  noDongle = 10,
-  port = 11,          // the dongle's port can't be opened
-  firmware = 12,      // the dongle's firmware is too old
-  noGloves = 13,      // fewer gloves than requested
-  gloves = 14,        // a glove was found, but could not be initialized
-  silence = 15,       // the gloves or the dongle stopped responding while recording
-  refused = 16,       // a text command that the plug-in has no reply to
-  books = 17,         // what became of each frame can't be explained
-  interrupted = 130,  // before the command was complete
-};
+#include "host/base/ExitCode.h"
 
 class Failure : public std::runtime_error {
  public:

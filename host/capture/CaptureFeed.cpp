@@ -5,9 +5,11 @@
 #include <limits>
 #include <utility>
 
+#include "host/base/EnvironmentVariables.h"
+
 namespace {
 
-constexpr const char* variable = "TESSEL_CAPTURE";
+constexpr const char* variable = environment::capture.name;
 
 // At the highest rate some kilobytes arrive within it; waking for each write would cost more than all else.
 constexpr std::chrono::milliseconds interval{100};

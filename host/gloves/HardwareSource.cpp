@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "host/base/Console.h"
+#include "host/base/EnvironmentVariables.h"
 #include "host/base/Limits.h"
 #include "host/base/OutputFile.h"
 #include "host/base/System.h"
@@ -107,7 +108,7 @@ void HardwareSource::simulate(const HardwareOptions& options)
   }
   simulation.scenario = options.scenario;
   simulated_ = std::make_unique<SimulatedGloves>(simulation);
-  host::setEnvironment("TESSEL_SERIAL_PORTS", simulated_->portsVariable());
+  host::setEnvironment(environment::serialPorts.name, simulated_->portsVariable());
   simulated_->start();
 }
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <system_error>
 
+#include "host/base/EnvironmentVariables.h"
 #include "host/gloves/posix/PortFacts.h"
 
 namespace {
@@ -59,7 +60,7 @@ void tryToOpen(Port& port)
 
 std::optional<std::string> portsVariable()
 {
-  const char* const text = std::getenv("TESSEL_SERIAL_PORTS");
+  const char* const text = std::getenv(environment::serialPorts.name);
   return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
