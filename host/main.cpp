@@ -4,12 +4,13 @@
 #include <exception>
 #include <locale>
 #include <new>
+#include <stdexcept>
+#include <string>
 
 #include "host/base/Console.h"
+#include "host/base/Failure.h"
 #include "host/base/System.h"
-#include "host/base/Version.h"
-#include "host/commands/CommandLine.h"
-#include "host/commands/Commands.h"
+#include "host/commands/Program.h"
 
 namespace {
 
@@ -37,27 +38,8 @@ void setCharacterSet()
 // Runs the command line. Errors have been reported when it returns.
 int run(int count, char** arguments)
 {
-  CLI::App tessel("Records tactile gloves, simulated or real, and diagnoses problems with them.");
-  tessel.name("tessel");
-  tessel.require_subcommand(0, 1);
-  tessel.set_help_flag("--help,-h", "Print this help");
-  tessel.set_version_flag("--version", programVersion, "Print the version");
-  tessel.footer(
-      "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
-      "             tessel plot first.csv\n"
-      "Each command has a --help with examples.");
-
-  ExitCode exitCode = ExitCode::done;
-  addRecord(tessel, exitCode);
-  addPlot(tessel, exitCode);
-  addSim(tessel, exitCode);
-  addInfo(tessel, exitCode);
-  addDoctor(tessel, exitCode);
-  addPorts(tessel, exitCode);
-  addSend(tessel, exitCode);
-  addSettings(tessel, exitCode);
   try {
-    command_line::run(tessel, count, arguments);
+    return static_cast<int>(runCommandLine(count, arguments));
   } catch (const Failure& failure) {
     return fail(failure.code(), failure.what(), failure.advice());
   } catch (const std::bad_alloc&) {
@@ -66,7 +48,6 @@ int run(int count, char** arguments)
   } catch (const std::exception& error) {
     return fail(ExitCode::internal, error.what(), "");
   }
-  return static_cast<int>(exitCode);
 }
 
 }  // namespace
