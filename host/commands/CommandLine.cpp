@@ -16,11 +16,17 @@ namespace command_line {
 
 namespace {
 
-// "tessel record"
-std::string fullName(const CLI::App& command)
+// What a type name begins with that says how a value is completed; others are the library's.
+constexpr std::string_view completionMark = "complete ";
+
+CLI::Option* complete(CLI::Option* option, const std::string& kind,
+                      const std::vector<std::string>& words = {})
 {
-  const CLI::App* const parent = command.get_parent();
-  return parent == nullptr ? command.get_name() : parent->get_name() + " " + command.get_name();
+  std::string type = std::string(completionMark) + kind;
+  for (const std::string& word : words) {
+    type += " " + word;
+  }
+  return option->type_name(type);
 }
 
 Failure usage(const CLI::App& command, const std::string& what)
@@ -211,7 +217,8 @@ CLI::Option* addPath(CLI::App& command, const std::string& names, const std::str
       throw refused(command, names, "the name of a " + CLI::detail::to_lower(valueName), text);
     target = text;
   };
-  return addText(command, names, valueName, take, help);
+  CLI::Option* const option = addText(command, names, valueName, take, help);
+  return valueName == "FOLDER" ? complete(option, "folders") : completeFiles(option);
 }
 
 CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
@@ -224,7 +231,7 @@ CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::s
     throw refused(command, names, fmt::format("{} or {}", possible, words.back()), text,
                   didYouMean(lower, words));
   };
-  return addText(command, names, valueName, choose, help);
+  return completeWords(addText(command, names, valueName, choose, help), words);
 }
 
 CLI::Option* addNumber(CLI::App& command, const std::string& names, const std::string& valueName,
@@ -255,6 +262,28 @@ CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const s
     take(number);
   };
   return addText(command, names, valueName, read, help);
+}
+
+CLI::Option* completeFiles(CLI::Option* option, const std::vector<std::string>& extensions)
+{
+  return complete(option, "files", extensions);
+}
+
+CLI::Option* completeWords(CLI::Option* option, const std::vector<std::string>& words)
+{
+  return complete(option, "words", words);
+}
+
+std::string completionOf(const CLI::Option& option)
+{
+  const std::string type = option.get_type_name();
+  return type.starts_with(completionMark) ? type.substr(completionMark.size()) : "";
+}
+
+std::string fullName(const CLI::App& command)
+{
+  const CLI::App* const parent = command.get_parent();
+  return parent == nullptr ? command.get_name() : fullName(*parent) + " " + command.get_name();
 }
 
 void run(CLI::App& program, int count, const char* const* arguments)

@@ -25,8 +25,9 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
       command, "--wait", "SECONDS", {.lowest = 0, .highest = 1e9},
       [&options](double seconds) { options.waitSeconds = seconds; },
       "For how long to look for gloves that are not found, or don't answer, at once (60)");
-  addPath(command, "--plugin", "FILE", options.plugin,
-          "Plug-in to load instead of the one next to this program");
+  completeFiles(addPath(command, "--plugin", "FILE", options.plugin,
+                        "Plug-in to load instead of the one next to this program"),
+                {"so", "dll"});
   addPath(command, "--log", "FOLDER", options.logFolder,
           "Write the plug-in's log to a new subfolder of this folder, one for each connection");
 }

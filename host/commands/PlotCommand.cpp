@@ -139,12 +139,15 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
   PlotOptions& target = *options;
   CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
-  addPath(command, "RECORDING", "RECORDING", target.recording,
-          "a .csv file or a folder of NumPy arrays, finished or not")
+  completeFiles(addPath(command, "RECORDING", "RECORDING", target.recording,
+                        "a .csv file or a folder of NumPy arrays, finished or not"),
+                {"csv", "part"})
       ->required();
-  addText(
-      command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
-      "Output .svg file, or - for standard output; by default named after the recording");
+  completeFiles(
+      addText(
+          command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
+          "Output .svg file, or - for standard output; by default named after the recording"),
+      {"svg"});
   addNumber(
       command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
       "Start time in the recording");

@@ -244,9 +244,9 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
       [&target](std::uint64_t frames) { target.rules.limits.records = frames; },
       "Number of frames to record");
-  addText(
+  completeFiles(addText(
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
-      "Output file or folder, or - for standard output; by default named by date and time");
+      "Output file or folder, or - for standard output; by default named by date and time"));
   addChoice(
       command, "--format", "csv|npy", {"csv", "npy"},
       [&target](const std::string& name) {
@@ -257,6 +257,7 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   CLI::Option* const capture = addPath(
       command, "--capture", "FILE", target.capture,
       "Keep every byte between the plug-in and the dongle in this file (pcapng); see docs/capture.md");
+  completeFiles(capture, {"pcapng"});
   addFlag(command, "--no-capture", target.isUncaptured,
           "Do not follow the link: save some CPU time, but estimate losses and times")
       ->excludes(capture);

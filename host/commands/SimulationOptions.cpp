@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "host/commands/CommandLine.h"
 
@@ -16,9 +17,10 @@ struct Setting {
   const char* command;
   const char* value;
   const char* help;
+  std::vector<std::string> words = {};  // for the shell's completion
 };
 
-constexpr std::array settings{
+const std::array settings{
     Setting{"rate", "[GLOVE] HZ", "Frames per second, 0.1 to 1000 (40); the radio limits them"},
     Setting{"drift", "[GLOVE] PPM",
             "Parts per million by which a glove's crystal runs fast, -1000 to 1000 (0)"},
@@ -35,7 +37,7 @@ constexpr std::array settings{
     Setting{"restart-time", "SECONDS", "Duration of the dongle's restart after a reset (0.3)"},
     Setting{"neighbours", "'N [PER-SECOND]'",
             "Other Bluetooth devices, 0 to 200 (0), each heard 0.1 to 50 times a second by a scan (20)"},
-    Setting{"busy", "on|off", "Whether another program holds the port (off)"},
+    Setting{"busy", "on|off", "Whether another program holds the port (off)", {"on", "off"}},
 };
 
 template <class Number>
@@ -63,12 +65,13 @@ void addSimulationOptions(CLI::App& command, SimulationOptions& options)
            "Serial number of the right glove (18)");
   addCount(command, "--revision", 0xFFFF, options.moduleRevision, "Revision of the gloves (5)");
   for (const Setting& setting : settings) {
-    addTexts(
+    CLI::Option* const option = addTexts(
         command, std::string("--") + setting.command, setting.value,
         [&options, setting](const std::string& value) {
           options.setup.push_back(std::string(setting.command) + " " + value);
         },
         setting.help);
+    if (!setting.words.empty()) completeWords(option, setting.words);
   }
   addCount(command, "--seed", UINT64_MAX, options.seed,
            "Seed of movement, noise, neighbours and random faults (1)");

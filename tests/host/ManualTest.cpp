@@ -1,0 +1,178 @@
+// The man pages and the completion, of a made-up command line, and what the README has in common with them.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "host/base/EnvironmentVariables.h"
+#include "host/base/ExitCode.h"
+#include "host/commands/CommandLine.h"
+#include "host/manual/Completion.h"
+#include "host/manual/ManualPage.h"
+#include "host/manual/Roff.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace command_line;
+
+// A command line with each kind of value.
+class Manual : public testing::Test {
+ public:
+  Manual()
+  {
+    tessel_.name("tessel");
+    tessel_.set_help_flag("--help", "Help");
+    CLI::App& grip = *tessel_.add_subcommand("grip", "Holds a \\thing. Then lets go.");
+    addPath(grip, "THING", "THING", path_, "what to hold")->required();
+    addChoice(grip, "--hand,-n", "left|right [left]", {"left", "right"}, ignore_, "Which hand");
+    addNumber(
+        grip, "--force", "NEWTON", {.lowest = 0, .highest = 9}, [](double) {}, "'Force', see `tessel -x`");
+    completeFiles(addPath(grip, "--input", "FILE", path_, ".csv file"), {"csv", "part"});
+    addPath(grip, "--log", "FOLDER", path_, "Log");
+    addFlag(grip, "--hidden", flag_, "Not shown")->group("");
+    grip.footer(
+        "Units:  N, and\n"
+        "        .5 N\n"
+        "Examples:\n"
+        "  tessel grip a-b\n"
+        "  tessel grip c    holds `c`\n"
+        "'Twas\n"
+        "held.");
+    CLI::App& drop = *tessel_.add_subcommand("drop", "Drops.");
+    addFlag(drop, "--at-once", flag_, "At once");
+  }
+
+  // What bash proposes for the last of the words, with the options that it is told to complete files by.
+  std::string completed(const std::string& words)
+  {
+    std::ifstream function(TESSEL_COMPLETION);
+    const std::string script{std::istreambuf_iterator<char>(function), {}};
+    folder_.write("script",
+                  "compopt() { printf '(%s)' \"$*\"; }\n" + completionTable(tessel_) + script +
+                      "set -u\nCOMP_WORDS=(tessel " + words +
+                      ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_tessel\necho \"${COMPREPLY[*]}\"\n");
+    const std::string command = "cd '" + folder_.path().string() + "' && bash script >out 2>&1";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    return folder_.read("out");
+  }
+
+  TemporaryFolder folder_;
+  CLI::App tessel_{"Does things."};
+  std::filesystem::path path_;
+  bool flag_ = false;
+  TextTaker ignore_ = [](const std::string&) {};
+};
+
+TEST_F(Manual, APageHasAllThatTheHelpHas)
+{
+  EXPECT_EQ(manualPage(*tessel_.get_subcommand("grip"), "tessel 1.2.3"),
+            R"(.TH tessel\-grip 1 "" "tessel 1.2.3" "HwTessel"
+.SH NAME
+tessel\-grip \- holds a \(rsthing
+.SH SYNOPSIS
+\fBtessel grip\fR [\fIOPTION\fR]... \fITHING\fR
+.SH DESCRIPTION
+Holds a \(rsthing. Then lets go.
+.PP
+\(aqTwas held.
+.SS Units
+.nf
+N, and
+\&.5 N
+.fi
+.SH ARGUMENTS
+.TP
+\fITHING\fR
+what to hold
+.SH OPTIONS
+.TP
+\fB\-\-help\fR
+Help
+.TP
+\fB\-n\fR, \fB\-\-hand\fR \fBleft\fR|\fBright\fR [\fBleft\fR]
+Which hand
+.TP
+\fB\-\-force\fR \fINEWTON\fR
+\(aqForce\(aq, see \fBtessel \-x\fR
+.TP
+\fB\-\-input\fR \fIFILE\fR
+\&.csv file
+.TP
+\fB\-\-log\fR \fIFOLDER\fR
+Log
+.SH EXAMPLES
+\fBtessel grip a\-b\fR
+.TP
+\fBtessel grip c\fR
+holds \fBc\fR
+.SH EXIT STATUS
+0 if it succeeded. \fBtessel\fR(1) lists all exit codes, and the environment variables.
+.SH SEE ALSO
+\fBtessel\fR(1)
+)");
+  const std::string page = manualPage(tessel_, "tessel 1.2.3");
+  for (const char* part :
+       {".SH COMMANDS\n.TP\n\\fBtessel\\-grip\\fR(1)\nHolds a", ".TP\n\\fB10\\fR\nno dongle\n",
+        ".SH ENVIRONMENT\n.TP\n\\fBTESSEL_SERIAL_PORTS\\fR\n"}) {
+    EXPECT_NE(page.find(part), std::string::npos) << part << page;
+  }
+}
+
+TEST_F(Manual, BashCompletesWhatIsExpectedNext)
+{
+  for (const char* file : {"a.csv", "b.csv.part", "c.txt"}) {
+    folder_.write(file, "");
+  }
+  const struct {
+    const char* words;
+    const char* proposed;
+  } cases[] = {
+      {"''", "grip drop"},
+      {"gr", "grip"},
+      {"-", "--help"},
+      {"drop ''", "--help --at-once"},
+      {"drop --at-once --a", "--at-once"},
+      {"grip ''", "(-o default)"},
+      {"grip -", "--help --hand --force --input --log"},
+      {"grip thing ''", "--help --hand --force --input --log"},
+      {"grip --hand ''", "left right"},
+      {"grip -n r", "right"},
+      {"grip --hand =", "left right"},
+      {"grip --hand = r", "right"},
+      {"grip --hand = right --f", "--force"},
+      {"grip --hand right ''", "(-o default)"},
+      {"grip --force ''", ""},
+      {"grip --force --i", ""},
+      {"grip --log ''", "(-o dirnames)"},
+      {"grip --input ''", "(-o default)(-o filenames -o plusdirs)a.csv b.csv.part"},
+      {"grip --input b", "(-o default)(-o filenames -o plusdirs)b.csv.part"},
+      {"grip --hidd", ""},
+      {"unknown --hand ''", "--help"},
+  };
+  for (const auto& [words, proposed] : cases) {
+    EXPECT_EQ(completed(words), std::string(proposed) + "\n") << words;
+  }
+}
+
+// What people read is what the tables say.
+TEST(Readme, ListsTheExitCodesAndTheEnvironmentVariables)
+{
+  std::ifstream file(TESSEL_README);
+  const std::string readme{std::istreambuf_iterator<char>(file), {}};
+  std::string codes = "\n| code | meaning |\n|---|---|\n";
+  for (int number = 0; number <= maxExitCode; ++number) {
+    const char* const text = meaning(static_cast<ExitCode>(number));
+    if (text != nullptr) codes += "| " + std::to_string(number) + " | " + text + " |\n";
+  }
+  std::string variables = "\n| variable | meaning |\n|---|---|\n";
+  for (const environment::Variable& variable : environment::variables) {
+    variables += std::string("| `") + variable.name + "` | " + variable.meaning + " |\n";
+  }
+  EXPECT_NE(readme.find(codes + "\n"), std::string::npos) << "expected in README.md:" << codes;
+  EXPECT_NE(readme.find(variables + "\n"), std::string::npos) << "expected in README.md:" << variables;
+}
+
+}  // namespace
