@@ -1,10 +1,21 @@
 #include "host/manual/HelpNotes.h"
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 
 namespace {
+
+// "Examples:  tessel record" and "Examples:" begin lists, "Note: this" does not. Returns the length of the
+// title, or 0.
+std::size_t titleLength(std::string_view line)
+{
+  const std::size_t colon = line.find(':');
+  if (colon == std::string_view::npos || line.front() < 'A' || line.front() > 'Z') return 0;
+  const std::string_view title = line.substr(1, colon - 1);
+  const std::string_view rest = line.substr(colon + 1);
+  const bool isTitle = title.find_first_not_of("abcdefghijklmnopqrstuvwxyz ") == std::string_view::npos;
+  return isTitle && (rest.empty() || rest.starts_with("  ")) ? colon : 0;
+}
 
 void removeIndentation(std::vector<std::string>& lines)
 {
@@ -21,24 +32,24 @@ void removeIndentation(std::vector<std::string>& lines)
 
 HelpNotes::HelpNotes(std::string_view text)
 {
-  const std::regex listBegin("([A-Z][a-z ]*):($|  +)(.*)");
   std::istringstream input{std::string(text)};
   bool isNewParagraph = true;
   for (std::string line; std::getline(input, line);) {
-    std::smatch match;
-    const bool isIndented = line.starts_with(' ');
-    if (std::regex_match(line, match, listBegin)) {
-      lists.push_back({match.str(1), {}});
-      const auto column = static_cast<std::size_t>(match.position(3));
-      if (match.length(3) > 0) lists.back().lines.push_back(std::string(column, ' ') + match.str(3));
-    } else if (isIndented && !lists.empty()) {
+    const std::size_t title = titleLength(line);
+    const bool isInList = title > 0 || (line.starts_with(' ') && !lists.empty());
+    if (title > 0) {
+      lists.push_back({line.substr(0, title), {}});
+      line.replace(0, title + 1, title + 1, ' ');
+    }
+    const bool isEmpty = line.find_first_not_of(' ') == std::string::npos;
+    if (isInList && !isEmpty) {
       lists.back().lines.push_back(line);
-    } else if (!line.empty() && isNewParagraph) {
+    } else if (!isEmpty && isNewParagraph) {
       paragraphs.push_back(line);
-    } else if (!line.empty()) {
+    } else if (!isEmpty) {
       paragraphs.back() += "\n" + line;
     }
-    isNewParagraph = line.empty() || isIndented || !match.empty();
+    isNewParagraph = isEmpty || isInList;
   }
   for (List& list : lists) {
     removeIndentation(list.lines);

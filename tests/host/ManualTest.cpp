@@ -40,7 +40,7 @@ class Manual : public testing::Test {
         "  tessel grip a-b\n"
         "  tessel grip c    holds `c`\n"
         "'Twas\n"
-        "held.");
+        "Note: held.");
     CLI::App& drop = *tessel_.add_subcommand("drop", "Drops.");
     addFlag(drop, "--at-once", flag_, "At once");
   }
@@ -77,7 +77,7 @@ tessel\-grip \- holds a \(rsthing
 .SH DESCRIPTION
 Holds a \(rsthing. Then lets go.
 .PP
-\(aqTwas held.
+\(aqTwas Note: held.
 .SS Units
 .nf
 N, and
