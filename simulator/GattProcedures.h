@@ -4,6 +4,7 @@
 // A read by handle ends with its value instead. An answer fits into Bluetooth's smallest packet, 23 bytes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
