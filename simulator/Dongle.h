@@ -9,7 +9,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -22,6 +21,7 @@
 #include "simulator/Faults.h"
 #include "simulator/Glove.h"
 #include "simulator/Neighbours.h"
+#include "simulator/SerialDevice.h"
 #include "simulator/VirtualClock.h"
 #include "simulator/Wire.h"
 
@@ -34,7 +34,7 @@ struct Firmware {
   std::uint16_t build = 130;
 };
 
-class Dongle final : private Radio {
+class Dongle final : public SerialDevice, private Radio {
  public:
   // The clock must outlive it. Scheduled actions do nothing after its destruction or restart.
   explicit Dongle(VirtualClock& clock);
@@ -45,12 +45,8 @@ class Dongle final : private Radio {
   // address is in use, it gets the next free one.
   Glove& addGlove(GloveConfig config);
 
-  // Processes bytes from the host, split or merged in any way. Discarded while the port is away.
-  void receive(std::span<const std::uint8_t> bytes);
-  // Called with each message to the host; the bytes are valid during the call.
-  std::function<void(std::span<const std::uint8_t>)> onSend;
-  // Called when the port disappears and returns, with a restart or by a command.
-  std::function<void(bool present)> onPresence;
+  // The port disappears and returns with a restart or by a command.
+  void receive(std::span<const std::uint8_t> bytes) override;
   bool isPresent() const { return isPresent_; }
 
   // Simulates pulling out the dongle: port and connections end without a report, and a running restart is

@@ -1,4 +1,4 @@
-// `tessel sim`: simulates a dongle with gloves, and faults on request.
+// `tessel sim`: simulates a dongle with gloves, and faults on request, or replays a capture.
 
 #include <fmt/core.h>
 
@@ -14,6 +14,7 @@
 #include "host/base/System.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
+#include "host/commands/ReplayCommand.h"
 #include "host/commands/SimulationOptions.h"
 
 namespace {
@@ -25,6 +26,7 @@ constexpr const char* examples =
     "  tessel sim --battery 'left 12' --sensor 'left thumb 255'\n"
     "  tessel sim --at '10 drop left' --at '20 unplug' --at '25 plug'\n"
     "  tessel sim --port /tmp/dongle --control     reads commands; `help` lists them\n"
+    "  tessel sim --replay trial.pcapng            plays what `record --capture` kept\n"
     "[GLOVE] is left or right, with the whole value in quotes; without it the value\n"
     "applies to both gloves. As with real gloves, the radio carries about 1,400\n"
     "packets per second: frames are dropped above --rate 50 with two gloves, and\n"
@@ -91,16 +93,38 @@ void addSim(CLI::App& tessel, ExitCode&)
 {
   struct Options {
     SimulationOptions simulation;
+    ReplayOptions replay;
     bool isControlled = false;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App& sim =
-      *tessel.add_subcommand("sim", "Simulates a dongle with moving gloves, and faults on request.");
+  CLI::App& sim = *tessel.add_subcommand(
+      "sim", "Simulates a dongle with moving gloves, and faults on request, or replays a capture.");
   sim.footer(examples);
-  command_line::addPath(sim, "--port", "PATH", options->simulation.port,
-                        "Path of the simulated port; by default in a new temporary folder");
   command_line::addFlag(sim, "--control", options->isControlled,
                         "Read commands from standard input while it runs");
   addSimulationOptions(sim, options->simulation);
-  sim.callback([options] { simulate(options->simulation, options->isControlled); });
+  const std::vector<CLI::Option*> onlyOfGloves = sim.get_options([](const CLI::Option* option) {
+    return !option->get_lnames().empty() && !option->check_name("--help");
+  });
+  command_line::addPath(sim, "--port", "PATH", options->simulation.port,
+                        "Path of the simulated port; by default in a new temporary folder");
+  CLI::Option* const replayed =
+      command_line::addPath(sim, "--replay", "CAPTURE", options->replay.capture,
+                            "Play the dongle's side of this capture instead of simulating gloves");
+  for (CLI::Option* const option : onlyOfGloves) {
+    replayed->excludes(option);
+  }
+  command_line::addNumber(
+      sim, "--speed", "FACTOR", {.lowest = 0.01, .highest = 100},
+      [options](double speed) { options->replay.speed = speed; },
+      "Speed of the replay (1); 2 is twice as fast")
+      ->needs(replayed);
+  sim.callback([options] {
+    if (options->replay.capture.empty()) {
+      simulate(options->simulation, options->isControlled);
+    } else {
+      options->replay.port = options->simulation.port;
+      replay(options->replay);
+    }
+  });
 }

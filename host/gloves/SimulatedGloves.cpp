@@ -5,9 +5,7 @@
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 
-#include "host/base/Characters.h"
 #include "host/base/Failure.h"
 #include "host/base/Text.h"
 
@@ -17,28 +15,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* seeCommands = "`tessel sim --help` lists the options, docs/simulator.md the commands.";
 
-// Only the port of an earlier simulation may be replaced.
-void checkPort(const fs::path& path)
-{
-  // Users copy the path from the terminal.
-  const std::string text = utf8(path);
-  if (text.find_first_of(";'") != std::string::npos || printable(text) != text) {
-    throw Failure(ExitCode::output,
-                  fmt::format("{} can't name a port: it contains ; or ' or an unprintable character.", text),
-                  "Choose another path with --port.");
-  }
-  std::error_code ignored;
-  const fs::file_status status = fs::symlink_status(path, ignored);
-  if (!fs::exists(status)) return;
-  if (fs::is_symlink(status) && fs::read_symlink(path, ignored).parent_path() == "/dev/pts") {
-    if (!simulator::PtyPort::isServed(path)) return;
-    throw Failure(ExitCode::output, fmt::format("{} is in use by another simulation.", utf8(path)),
-                  "End that simulation, or choose another path with --port.");
-  }
-  throw Failure(ExitCode::output, fmt::format("{} already exists and is no simulated port.", utf8(path)),
-                "Choose a path with --port that does not exist; nothing is overwritten.");
-}
-
 }  // namespace
 
 SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(dongle_, options.seed)
@@ -47,7 +23,7 @@ SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(do
   if (options.hasRight) addGlove(simulator::Hand::right, options.rightSerialNumber, options);
   control_.holdPort = [this](bool hold) {
     isHeld_ = hold;
-    if (port_) port_->holdPort(hold);
+    if (port_) port_->pty().holdPort(hold);
   };
   control_.quit = [this] {
     if (running_ != nullptr) *running_ = true;
@@ -57,17 +33,8 @@ SimulatedGloves::SimulatedGloves(const SimulationOptions& options) : control_(do
   } catch (const std::invalid_argument& error) {
     throw Failure(ExitCode::usage, error.what(), seeCommands);
   }
-  try {
-    makePort(options.port);
-  } catch (const std::system_error& error) {
-    if (error.code() == std::errc::not_supported) {
-      throw Failure(ExitCode::usage,
-                    "gloves can be simulated on Linux only, because that needs a pseudo terminal.",
-                    "Run it on Linux, or use real gloves.");
-    }
-    throw Failure(ExitCode::output, fmt::format("the simulated port can't be created: {}.", error.what()),
-                  "Choose a path with --port in a folder that you may write to.");
-  }
+  port_.emplace(clock_, dongle_, options.port);
+  port_->pty().holdPort(isHeld_);
 }
 
 SimulatedGloves::~SimulatedGloves()
@@ -120,23 +87,6 @@ void SimulatedGloves::applyOptions(const SimulationOptions& options)
   }
 }
 
-void SimulatedGloves::makePort(const fs::path& wanted)
-{
-  if (wanted.empty()) {
-    path_ = folder_.emplace().path() / "dongle";
-  } else {
-    path_ = fs::absolute(wanted).lexically_normal();
-  }
-  checkPort(path_);
-  port_.emplace(clock_, dongle_, path_);
-  port_->holdPort(isHeld_);
-}
-
-std::string SimulatedGloves::portsVariable() const
-{
-  return fmt::format("Bluegiga Bluetooth Low Energy (COM7)={}", utf8(path_));
-}
-
 void SimulatedGloves::run(std::atomic<bool>& stop)
 {
   running_ = &stop;
@@ -145,7 +95,7 @@ void SimulatedGloves::run(std::atomic<bool>& stop)
                         report(fmt::format("{} -> {}", command, reply));
                       });
   if (onReport) repeat(std::chrono::milliseconds(20), [this] { reportLinks(); });
-  port_->run(stop);
+  port_->pty().run(stop);
   dongle_.unplug();
 }
 

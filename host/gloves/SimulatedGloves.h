@@ -13,11 +13,10 @@
 #include <thread>
 #include <vector>
 
-#include "host/base/ScratchFolder.h"
+#include "host/gloves/SimulatedPort.h"
 #include "simulator/Control.h"
 #include "simulator/Dongle.h"
 #include "simulator/Grasp.h"
-#include "simulator/PtyPort.h"
 #include "simulator/Scenario.h"
 #include "simulator/VirtualClock.h"
 
@@ -45,7 +44,7 @@ class SimulatedGloves {
   SimulatedGloves& operator=(const SimulatedGloves&) = delete;
 
   // The value of TESSEL_SERIAL_PORTS with which a plug-in finds the port.
-  std::string portsVariable() const;
+  std::string portsVariable() const { return port_->portsVariable(); }
 
   // Reports connections, disconnections and the events of a scenario, with the time since the start. Called
   // on the running thread. Set it before running.
@@ -71,7 +70,6 @@ class SimulatedGloves {
 
   void addGlove(simulator::Hand hand, std::uint32_t serialNumber, const SimulationOptions& options);
   void applyOptions(const SimulationOptions& options);
-  void makePort(const std::filesystem::path& wanted);
   void report(const std::string& text) const;
   void reportLinks();
 
@@ -81,9 +79,7 @@ class SimulatedGloves {
   std::vector<SimulatedGlove> gloves_;
   simulator::Scenario scenario_;
   bool isHeld_ = false;
-  std::optional<ScratchFolder> folder_;
-  std::filesystem::path path_;
-  std::optional<simulator::PtyPort> port_;
+  std::optional<SimulatedPort> port_;
   std::atomic<bool>* running_ = nullptr;  // the flag that stops it
   std::atomic<bool> stop_{false};
   std::thread thread_;

@@ -35,18 +35,18 @@ constexpr std::chrono::milliseconds maxWait{5};
 
 }  // namespace
 
-PtyPort::PtyPort(VirtualClock& clock, Dongle& dongle, std::filesystem::path path)
-    : clock_(clock), dongle_(dongle), path_(std::move(path))
+PtyPort::PtyPort(VirtualClock& clock, SerialDevice& device, std::filesystem::path path)
+    : clock_(clock), device_(device), path_(std::move(path))
 {
-  dongle_.onSend = [this](std::span<const std::uint8_t> message) { send(message); };
-  dongle_.onPresence = [this](bool isPresent) { isPresent ? plugIn() : unplug(); };
+  device_.onSend = [this](std::span<const std::uint8_t> message) { send(message); };
+  device_.onPresence = [this](bool isPresent) { isPresent ? plugIn() : unplug(); };
   plugIn();
 }
 
 PtyPort::~PtyPort()
 {
-  dongle_.onSend = nullptr;
-  dongle_.onPresence = nullptr;
+  device_.onSend = nullptr;
+  device_.onPresence = nullptr;
   unplug();
 }
 
@@ -119,7 +119,7 @@ void PtyPort::receive()
   while (master_ >= 0) {
     const ssize_t got = ::read(master_, bytes.data(), bytes.size());
     if (got <= 0) return;
-    dongle_.receive(std::span(bytes).first(static_cast<std::size_t>(got)));
+    device_.receive(std::span(bytes).first(static_cast<std::size_t>(got)));
   }
 }
 
@@ -133,6 +133,7 @@ void PtyPort::wait(std::chrono::nanoseconds limit) const
 
 void PtyPort::run(const std::atomic<bool>& stop, double speed)
 {
+  using Duration = VirtualClock::Duration;
   using Seconds = std::chrono::duration<double>;
   const auto realStart = steady_clock::now();
   const auto start = clock_.now();

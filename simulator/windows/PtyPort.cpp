@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-PtyPort::PtyPort(VirtualClock& clock, Dongle& dongle, std::filesystem::path) : clock_(clock), dongle_(dongle)
+PtyPort::PtyPort(VirtualClock& clock, SerialDevice& device, std::filesystem::path) : clock_(clock), device_(device)
 {
   throw std::system_error(std::make_error_code(std::errc::not_supported), "no pseudo terminals");
 }
