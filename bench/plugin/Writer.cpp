@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "bench/plugin/FrameStream.h"
+#include "simulator/Dongle.h"
 #include "simulator/PtyPort.h"
 
 namespace {

@@ -40,7 +40,7 @@ constexpr const char* meaning(ExitCode code)
     case ExitCode::output:
       return "the output can't be created, or not written completely";
     case ExitCode::recording:
-      return "the recording can't be read";
+      return "the recording or capture can't be read";
     case ExitCode::noDongle:
       return "no dongle";
     case ExitCode::port:

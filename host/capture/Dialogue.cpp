@@ -20,13 +20,22 @@ using Ending = Dialogue::Ending;
 
 constexpr std::size_t headerSize = 4;
 
-// Whether a serial call moved the beginning of a message: a header alone, or more of the message.
-bool beginsMessage(std::span<const std::uint8_t> call)
+bool isHeader(std::span<const std::uint8_t> bytes)
 {
   constexpr std::uint8_t unusedBits = 0x78;
   constexpr std::uint8_t lastClass = 9;
-  return call.size() >= headerSize && (call[0] & unusedBits) == 0 && call[2] <= lastClass &&
-         call.size() <= headerSize + call[1];
+  return bytes.size() >= headerSize && (bytes[0] & unusedBits) == 0 && bytes[2] <= lastClass;
+}
+
+// Whether a serial call moved the beginning of a message: its header alone, or all of it. An array that ends
+// a command is written by a call of its own.
+bool isBeginReceived(std::span<const std::uint8_t> call)
+{
+  return isHeader(call) && (call.size() == headerSize || call.size() == headerSize + call[1]);
+}
+bool isBeginSent(std::span<const std::uint8_t> call)
+{
+  return isHeader(call) && call.size() <= headerSize + call[1];
 }
 
 }  // namespace
@@ -155,14 +164,10 @@ void DialogueBuilder::addGap()
   receivedInStep_ = sentInStep_ = false;
 }
 
-bool DialogueBuilder::isInStep(bool& isInStep, std::span<const std::uint8_t> block) const
-{
-  return isInStep = isInStep || beginsMessage(block);
-}
-
 void DialogueBuilder::received(const CaptureBlock& block)
 {
-  if (!isInStep(receivedInStep_, block.bytes)) return;
+  receivedInStep_ = receivedInStep_ || isBeginReceived(block.bytes);
+  if (!receivedInStep_) return;
   opening();
   if (block.text == "incomplete") {
     // The read ended with its timeout; these bytes, which the plug-in dropped, had come before.
@@ -203,7 +208,8 @@ void DialogueBuilder::sent(const CaptureBlock& block)
 {
   // What was written only in part, the program did not repeat.
   if (block.text == "incomplete") return sent_.clear();
-  if (!isInStep(sentInStep_, block.bytes)) return;
+  sentInStep_ = sentInStep_ || isBeginSent(block.bytes);
+  if (!sentInStep_) return;
   sent_.add(block.bytes);
   while (const auto command = sent_.next()) {
     addCommand(*command);

@@ -81,7 +81,6 @@ class DialogueBuilder {
   void note(std::string_view text);
   void received(const CaptureBlock& block);
   void sent(const CaptureBlock& block);
-  bool isInStep(bool& isInStep, std::span<const std::uint8_t> block) const;
   void flushRest();
   void addCommand(const simulator::Command& command);
   Dialogue::Step& addStep(std::span<const std::uint8_t> bytes, Dialogue::Time time);

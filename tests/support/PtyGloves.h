@@ -8,6 +8,7 @@
 #include <functional>
 #include <thread>
 
+#include "simulator/Dongle.h"
 #include "simulator/PtyPort.h"
 
 class PtyGloves {

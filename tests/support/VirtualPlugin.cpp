@@ -27,15 +27,14 @@ std::string pluginSettings(std::size_t gloves, std::size_t elements)
                            "\nTesselNumBleModules\t", gloves, '\n');
 }
 
-VirtualPlugin::OnPlatform::OnPlatform(SimulatedPlatform& platform) : object(TESSEL_TEST_PLUGIN)
+PlatformPlugin::OnPlatform::OnPlatform(SimulatedPlatform& platform) : object(TESSEL_TEST_PLUGIN)
 {
   currentClock = &platform.clock;
   reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform);
 }
 
-VirtualPlugin::VirtualPlugin(VirtualGloves& gloves, const std::string& settings)
-    : gloves_(gloves),
-      platform_(gloves.platform()),
+PlatformPlugin::PlatformPlugin(SimulatedPlatform& platform, const std::string& settings)
+    : platform_(platform),
       library_(TESSEL_TEST_PLUGIN),
       hardware_(
           [&] {
@@ -49,43 +48,54 @@ VirtualPlugin::VirtualPlugin(VirtualGloves& gloves, const std::string& settings)
   hardware_->mapping_ = &store_.map;
 }
 
-VirtualPlugin::~VirtualPlugin()
+std::optional<std::wstring> PlatformPlugin::open()
 {
-  hardware_.reset();
-  gloves_.noteConsumed();
-  gloves_.ledger().unload();
+  return hardware_->configure() == 0 ? std::nullopt : std::optional(hardware_->lastError_);
 }
 
-std::optional<std::wstring> VirtualPlugin::open()
-{
-  const std::int32_t result = hardware_->configure();
-  gloves_.noteConsumed();
-  return result == 0 ? std::nullopt : std::optional(hardware_->lastError_);
-}
-
-std::wstring VirtualPlugin::ask(const std::wstring& command)
+std::wstring PlatformPlugin::ask(const std::wstring& command)
 {
   std::wstring reply;
   hardware_->sendCommand(command.c_str(), reply);
   return reply;
 }
 
+PlatformPlugin::Outcome PlatformPlugin::read()
+{
+  if (hardware_->readRecord() != 0) return Outcome::failed;
+  return store_.takeNew() ? Outcome::record : Outcome::nothing;
+}
+
+VirtualPlugin::~VirtualPlugin()
+{
+  plugin_.unload();
+  gloves_.noteConsumed();
+  gloves_.ledger().unload();
+}
+
+std::optional<std::wstring> VirtualPlugin::open()
+{
+  auto words = plugin_.open();
+  gloves_.noteConsumed();
+  return words;
+}
+
 VirtualPlugin::Reading VirtualPlugin::read(bool isWritten)
 {
-  const bool hasFailed = hardware_->readRecord() != 0;
-  const bool isNew = !hasFailed && store_.takeNew();
+  const PlatformPlugin::Outcome outcome = plugin_.read();
+  const bool isNew = outcome == PlatformPlugin::Outcome::record;
   gloves_.noteConsumed();
   auto expected = gloves_.ledger().turn(isWritten);
   if (expected.has_value() != isNew ||
-      (isNew && !std::ranges::equal(expected->elements, store_.elements()))) {
+      (isNew && !std::ranges::equal(expected->elements, store().elements()))) {
     throw std::runtime_error(simulator::toText("after ", gloves_.now(), " s the plug-in delivered ",
                                                isNew ? "another record than expected" : "no record"));
   }
-  return {hasFailed, std::move(expected)};
+  return {outcome == PlatformPlugin::Outcome::failed, std::move(expected)};
 }
 
 void VirtualPlugin::close()
 {
-  hardware_->close();
+  plugin_.close();
   gloves_.noteConsumed();
 }
