@@ -111,6 +111,6 @@ std::string SystemFacts::report() const
 std::string SystemFacts::withoutNames(std::string text) const
 {
   replaceName(text, utf8(user.home), "~");
-  replaceName(text, user.name, "USER");
+  if (user.id != 0) replaceName(text, user.name, "USER");
   return text;
 }

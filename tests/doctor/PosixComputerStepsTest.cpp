@@ -54,8 +54,13 @@ TEST(ComputerSteps, NameTheFaultAndTheFix)
        "none of its ports that exist is called", "grep -sn TESSEL_SERIAL_PORTS", "Modem (COM0)=/dev/ttyACM0"},
       {"variable is a bare path", [](auto&) {}, "ports-variable", Result::failed, ExitCode::noDongle,
        "no entry of the form", "unset", "/dev/ttyACM0"},
-      {"variable names a simulated port", [](auto& c) { c.write("tmp/dongle", ""); }, "usb", Result::skipped,
-       ExitCode::done, "names /tmp/dongle, which is no USB device", "", dongle + "/tmp/dongle"},
+      {"variable names a simulated port",
+       [](auto& c) {
+         c.write("tmp/dongle", ""), c.permit("tmp/dongle", 0666),
+             c.addProcess("777", "tessel", "/tmp/dongle");
+       },
+       "usb", Result::skipped, ExitCode::done, "names /tmp/dongle, which is no USB device", "",
+       dongle + "/tmp/dongle"},
       {"not plugged in", [](auto& c) { dropDriver(c), c.addUsb("1-2", "046d", "c31c", "Keyboard"); }, "usb",
        Result::failed, ExitCode::noDongle, "there is no USB serial port", "Plug the dongle in"},
       {"another port only",
@@ -136,6 +141,7 @@ TEST(ComputerSteps, NameTheFaultAndTheFix)
     EXPECT_EQ(first->text.find('\n'), std::string::npos) << first->text;
     EXPECT_NE(first->fix.find(row.fix), std::string::npos) << first->fix;
     EXPECT_EQ(first->fix.empty(), row.result == Result::skipped);
+    EXPECT_EQ(std::ranges::count(steps, Result::failed, &Step::result), row.result == Result::failed ? 1 : 0);
   }
 }
 
