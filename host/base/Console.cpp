@@ -18,6 +18,11 @@ void forEachLine(std::string_view text, void (*act)(std::string_view line))
   }
 }
 
+std::string jsonText(const nlohmann::ordered_json& json, int indent)
+{
+  return json.dump(indent, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
 }  // namespace
 
 void detail::write(const std::string& text)
@@ -44,7 +49,12 @@ void reportLines(std::string_view text)
 
 void printJson(const nlohmann::ordered_json& json)
 {
-  detail::write(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n');
+  detail::write(jsonText(json, 2));
+}
+
+void printJsonLine(const nlohmann::ordered_json& json)
+{
+  detail::write(jsonText(json, -1));
 }
 
 }  // namespace console

@@ -60,5 +60,7 @@ void reportLines(std::string_view text);
 
 // ASCII only, so nothing needs escaping.
 void printJson(const nlohmann::ordered_json& json);
+// As one line.
+void printJsonLine(const nlohmann::ordered_json& json);
 
 }  // namespace console

@@ -1,6 +1,8 @@
 // One entry of a wire capture, as docs/capture.md describes the file: bytes of one serial call, or a note.
 #pragma once
 
+#include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <span>
@@ -20,4 +22,14 @@ struct CaptureBlock {
   // Of a note: "open COM7", "reset", "purge", "close" or "lost N blocks". Of received bytes: empty, or
   // "incomplete" if the read ended early and the plug-in dropped them.
   std::string_view text{};
+
+  // Of a note: how many blocks the target did not take at this place.
+  std::uint64_t lostBlocks() const
+  {
+    constexpr std::string_view prefix = "lost ";
+    if (kind != Kind::note || !text.starts_with(prefix)) return 0;
+    std::uint64_t blocks = 0;
+    std::from_chars(text.data() + prefix.size(), text.data() + text.size(), blocks);
+    return std::max<std::uint64_t>(blocks, 1);
+  }
 };

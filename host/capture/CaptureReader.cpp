@@ -199,6 +199,11 @@ std::optional<CaptureBlock> CaptureReader::next()
   return std::nullopt;
 }
 
+std::chrono::nanoseconds CaptureReader::wallTime(std::chrono::nanoseconds time) const
+{
+  return duration(static_cast<std::uint64_t>(time.count()) - toUptimeNs_);
+}
+
 // The length of the block that begins here: 0 if none does, nothing if that is not known yet. After garbage
 // only the types that matter are believed.
 std::optional<std::size_t> CaptureReader::lengthHere() const
@@ -219,7 +224,7 @@ std::optional<std::size_t> CaptureReader::lengthHere() const
     constexpr std::size_t dataLengthAt = 20;
     if (rest.u32(dataLengthAt) > length - packetDataAt - trailerSize) return 0;
   }
-  if (rest.bytes.size() < length) return std::nullopt;
+  if (rest.bytes.size() < length) return hasEnded_ ? std::optional<std::size_t>(0) : std::nullopt;
   return rest.u32(length - trailerSize) == length ? length : 0;
 }
 

@@ -18,9 +18,13 @@
 class CaptureReader {
  public:
   void add(std::span<const std::uint8_t> bytes);
+  // Nothing will be added: what looks like a block that has not come completely is none, and may hide others.
+  void end() { hasEnded_ = true; }
   // The next complete block; valid until the next call of this class.
   std::optional<CaptureBlock> next();
 
+  // The wall clock at a time of the latest section, since 1970, UTC.
+  std::chrono::nanoseconds wallTime(std::chrono::nanoseconds time) const;
   std::uint64_t skippedBytes() const { return skipped_; }
   // Of a block that has not come completely.
   std::size_t unfinishedBytes() const { return bytes_.size() - position_; }
@@ -43,6 +47,7 @@ class CaptureReader {
   std::uint64_t skipped_ = 0;
   bool isInStep_ = true;  // a block ended where the next one begins
   bool hasSection_ = false;
+  bool hasEnded_ = false;
   bool isBigEndian_ = false;
   std::uint64_t toUptimeNs_ = 0;  // what is added to the times of the section, modulo 2^64
   std::vector<Interface> interfaces_;

@@ -110,7 +110,9 @@ void GloveAccount::endFrame(bool isFollowed)
 {
   if (!current_) return;
   const Heard frame = *std::exchange(current_, std::nullopt);
-  if (!isFollowed && !frame.isPublished) return;
+  const bool isCounted = isFollowed || frame.isPublished;
+  if (listener_ != nullptr) listener_->frameEnds(frame, isCounted);
+  if (!isCounted) return;
   if (!firstNumber_) firstNumber_ = frame.number;
   lastNumber_ = frame.number;
   if (frame.isRepeated) ++books_.repeated;

@@ -28,11 +28,29 @@ class GloveAccount {
     std::vector<std::uint16_t> samples;
   };
 
+  // What was heard of a frame.
+  struct Heard {
+    std::int64_t number = 0;
+    std::int64_t ticks = 0;
+    Time arrival{0};
+    std::int64_t steps = 0;   // frames since the previous one
+    unsigned packets = 0;     // in the frame
+    std::uint32_t heard = 0;  // one bit for each index
+    unsigned highest = 0;     // index
+    bool isOver = false;      // the next frame has begun without a first packet
+    bool isPublished = false;
+    bool isRepeated = false;  // the same frame came before
+
+    bool isComplete() const;
+  };
+
   // Called with each counted frame as it begins: its ticks, and the arrival of its first packet.
   struct Listener {
     virtual ~Listener() = default;
     virtual void frameBegins(std::int64_t ticks, Time arrival) = 0;
     virtual void connectionBegins() = 0;
+    // Not counted is a frame in which the connection ended.
+    virtual void frameEnds(const Heard& /*frame*/, bool /*isCounted*/) {}
   };
 
   void setListener(Listener* listener) { listener_ = listener; }
@@ -54,21 +72,6 @@ class GloveAccount {
   GloveBooks books(bool isEnd) const;
 
  private:
-  struct Heard {
-    std::int64_t number = 0;
-    std::int64_t ticks = 0;
-    Time arrival{0};
-    std::int64_t steps = 0;   // frames since the previous one
-    unsigned packets = 0;     // in the frame
-    std::uint32_t heard = 0;  // one bit for each index
-    unsigned highest = 0;     // index
-    bool isOver = false;      // the next frame has begun without a first packet
-    bool isPublished = false;
-    bool isRepeated = false;  // the same frame came before
-
-    bool isComplete() const;
-  };
-
   static void noteHeard(Heard& frame, unsigned index);
   void beginFrame(LinkListener::Packet packet, Time time);
   void endFrame(bool isFollowed);

@@ -49,3 +49,9 @@ void HeardDevices::add(const Advertisement& advertisement)
   gloveAt_.emplace(address, gloves_.size());
   gloves_.push_back({std::move(name), advertisement.rssi, address});
 }
+
+const HeardGlove* HeardDevices::glove(const Advertisement::Address& address) const
+{
+  const auto known = gloveAt_.find(address);
+  return known == gloveAt_.end() ? nullptr : &gloves_[known->second];
+}

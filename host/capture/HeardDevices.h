@@ -27,6 +27,8 @@ class HeardDevices {
 
   // In the order in which they were first heard.
   const std::vector<HeardGlove>& gloves() const { return gloves_; }
+  // Null if no glove was heard with this address. Valid until the next one is added.
+  const HeardGlove* glove(const Advertisement::Address& address) const;
   // The number of other addresses, of which a device may use several: phones change theirs every few
   // minutes. Stops at the maximum.
   std::size_t others() const { return others_.size(); }

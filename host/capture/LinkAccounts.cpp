@@ -33,18 +33,8 @@ void LinkAccounts::addRecord(Time time, std::vector<std::uint16_t> elements)
 void LinkAccounts::add(const CaptureBlock& block)
 {
   matchRecords(block.time);
-  if (block.kind == CaptureBlock::Kind::note) noteLostBlocks(block.text);
+  lostBlocks_ += block.lostBlocks();
   decoder_.add(block);
-}
-
-// "lost N blocks"
-void LinkAccounts::noteLostBlocks(std::string_view note)
-{
-  constexpr std::string_view prefix = "lost ";
-  if (!note.starts_with(prefix)) return;
-  std::uint64_t blocks = 0;
-  std::from_chars(note.data() + prefix.size(), note.data() + note.size(), blocks);
-  lostBlocks_ += std::max<std::uint64_t>(blocks, 1);
 }
 
 void LinkAccounts::settle(Time time)

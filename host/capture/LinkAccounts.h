@@ -104,7 +104,6 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void findTimes();
   void forgetWritten();
   void rejectShortFrames();
-  void noteLostBlocks(std::string_view note);
 
   const std::size_t count_;
   const std::size_t elements_;

@@ -45,8 +45,10 @@ void LinkDecoder::add(const CaptureBlock& block)
 
 void LinkDecoder::received(const CaptureBlock& block)
 {
+  const bool isWhole = block.text != "incomplete";
+  if (isWhole && received_.isGivenUp(block.bytes)) received_.clear();
   received_.add(block.bytes);
-  if (block.text == "incomplete") received_.clear();
+  if (!isWhole) received_.clear();
   while (const auto message = received_.next()) {
     handleMessage(*message, block.time);
   }

@@ -22,7 +22,14 @@ std::optional<Message> MessageReader::next()
   const std::size_t size = headerSize + bytes[1];
   if (bytes.size() < size) return std::nullopt;
   position_ += size;
-  return Message{(bytes[0] & eventBit) != 0, bytes[2], bytes[3], bytes.subspan(headerSize, bytes[1])};
+  return Message{(bytes[0] & eventBit) != 0, bytes[2], bytes[3], bytes.subspan(headerSize, bytes[1]),
+                 bytes[0]};
+}
+
+bool MessageReader::isGivenUp(std::span<const std::uint8_t> nextCall) const
+{
+  const auto bytes = rest();
+  return bytes.size() >= headerSize && nextCall.size() != headerSize + bytes[1] - bytes.size();
 }
 
 void MessageReader::clear()

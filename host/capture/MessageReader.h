@@ -14,6 +14,7 @@ struct Message {
   std::uint8_t group = 0;
   std::uint8_t id = 0;
   std::span<const std::uint8_t> payload{};  // valid until the reader is used again
+  std::uint8_t type = 0;                    // the first byte of the header
 };
 
 class MessageReader {
@@ -21,6 +22,9 @@ class MessageReader {
   void add(std::span<const std::uint8_t> bytes);
   // The next complete message.
   std::optional<Message> next();
+  // Whether the rest of the unfinished message was given up, because the bytes of the next call don't fit.
+  // The plug-in moves a message with two calls, and a call that moved nothing is not in a capture.
+  bool isGivenUp(std::span<const std::uint8_t> nextCall) const;
   // Drops what has come of an unfinished message.
   void clear();
 

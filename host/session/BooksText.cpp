@@ -91,12 +91,12 @@ std::string lostText(const Books& books, const std::vector<std::string>& labels)
   return text;
 }
 
-std::string framesText(const GloveBooks& glove)
+std::string framesText(const GloveBooks& glove, std::string_view kept)
 {
   std::string text =
-      fmt::format("{} frames sent{}, {} recorded, {} lost ({}){}", glove.sent,
+      fmt::format("{} frames sent{}, {} {}, {} lost ({}){}", glove.sent,
                   glove.repeated > 0 ? fmt::format(", {} repeated", glove.repeated) : "", glove.recorded,
-                  glove.lost.total(), percent(glove.lostShare()), lossesText(glove.lost));
+                  kept, glove.lost.total(), percent(glove.lostShare()), lossesText(glove.lost));
   if (glove.awaySeconds > 0) text += fmt::format("; disconnected for {:.1f} s", glove.awaySeconds);
   return text;
 }

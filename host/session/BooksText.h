@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/base/Failure.h"
@@ -16,8 +17,9 @@ std::vector<std::string> gloveLabels(const Layout& layout);
 
 // "left 0.3 % lost  right 0 % lost"
 std::string lostText(const Books& books, const std::vector<std::string>& labels);
-// "1203 frames sent, 1190 recorded, 13 lost (1.1 %): 9 radio, 4 pairing"
-std::string framesText(const GloveBooks& glove);
+// "1203 frames sent, 1190 recorded, 13 lost (1.1 %): 9 radio, 4 pairing", with another word for those that
+// were kept.
+std::string framesText(const GloveBooks& glove, std::string_view kept = "recorded");
 // Lines that say why the books are not balanced; empty if they are.
 std::string balanceText(const Books& books, const std::vector<std::string>& labels);
 // Keyed by label, with "balanced": true, false or null.
