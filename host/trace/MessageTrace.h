@@ -16,8 +16,8 @@
 
 // Which glove: a connection, or a side. Neither: all.
 struct GloveFilter {
-  std::optional<std::size_t> connection;
-  std::string side;
+  std::optional<std::size_t> connection{};
+  std::string side{};
 
   bool isSet() const { return connection || !side.empty(); }
 };
