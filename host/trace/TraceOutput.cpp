@@ -29,7 +29,8 @@ void TraceOutput::printLine(const Moment& moment, const std::string& text,
       format_.showsWallClock ? wallText(moment.wall) : fmt::format("{:12.6f}", seconds(moment.sinceStart));
   const double difference =
       seconds(moment.sinceStart - previous.value_or(previous_.value_or(moment.sinceStart)));
-  console::print("{} {:+10.6f} {}\n", time, difference, text);
+  const std::size_t end = text.find_last_not_of(' ') + 1;  // of columns that are empty
+  console::print("{} {:+10.6f} {}\n", time, difference, text.substr(0, end));
   previous_ = moment.sinceStart;
   ++printed_;
 }

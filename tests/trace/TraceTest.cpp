@@ -225,7 +225,7 @@ TEST(Trace, ShowsBytesThatAreNoMessage)
       {"a cut file",
        cut,
        {rest + "(the capture ends): 80 05 04 01",
-        "- THE CAPTURE IS CUT: 48 bytes of an entry are left over"}},
+        "- THE CAPTURE IS CUT: 44 bytes of an entry are left over"}},
       {"a block of which the length is damaged, behind it the end",
        capture({}) + hex("06 00 00 00 F0 FF 00 00") + event,
        Strings{"- DAMAGE: 8 bytes of the file are no capture, and were skipped"} + eventLine},
@@ -268,23 +268,26 @@ std::string packet(int connection, const char* head)
 }
 
 const Strings frames{"> 00 06 04 05 00 12 00 02 01 00",  // notifications on, of a glove of an old revision
-                     packet(0, "30 02 00 FA"),          packet(0, "01 00 00 05"),  // complete
-                     packet(0, "40 02 01 F4"),  // the last packet is missing
-                     packet(0, "60 02 03 E8"),          packet(0, "01 00 00 05"),
-                     packet(0, "01 00 00 05"),  // one was not heard at all
-                     packet(0, "70 02 04 E2"),          packet(0, "70 02 04 E2"),
-                     packet(0, "01 00 00 05"),  // twice the first
-                     packet(0, "80 02 05 DC"),          "< 80 03 03 04 00 08 02"};
+                     packet(0, "30 02 00 FA"),           //
+                     packet(0, "01 00 00 05"),           //
+                     packet(0, "40 02 01 F4"),           // without the last packet
+                     packet(0, "60 02 03 E8"),           // another one was not heard at all
+                     packet(0, "01 00 00 05"),           //
+                     packet(0, "70 02 04 E2"),           // twice
+                     packet(0, "70 02 04 E2"),           //
+                     packet(0, "01 00 00 05"),           //
+                     packet(0, "80 02 05 DC"),           //
+                     "< 80 03 03 04 00 08 02"};
 
 TEST(Trace, ShowsWhatWasHeardOfEachFrame)
 {
   const Strings expected{
       "- left: notifications on",
-      "left   frame=3      counter=3   ticks=250      clock=250    packets= 2/2   samples=17 min=0     max=9",
+      "left   frame=3      counter=3   ticks=250      clock=250    packets= 2/2   samples=17 min=1     max=9",
       "left   frame=4      counter=4   ticks=500      clock=500    packets= 1/2   MISSING packets 1",
-      "left   frame=6      counter=6   ticks=1000     clock=1000   packets= 2/2   samples=17 min=0     max=9 "
-      "     "
-      "AFTER 1 UNHEARD",
+      "left   frame=6      counter=6   ticks=1000     clock=1000   packets= 2/2   AFTER 1 UNHEARD  REFUSED: "
+      "the "
+      "frame before was not complete",
       "left   frame=7      counter=7   ticks=1250     clock=1250   packets= 2/2   REFUSED: packets came as 0 "
       "0-1",
       "left   frame=8      counter=8   ticks=1500     clock=1500   packets= 1/2   MISSING packets 1, and the "
@@ -296,7 +299,7 @@ TEST(Trace, ShowsWhatWasHeardOfEachFrame)
   EXPECT_EQ(
       printed(capture(frames), {.content = FrameTrace::Content::books}),
       "1 section, 0.012 s\n"
-      "left   name not heard: 5 frames sent, 2 complete, 3 lost (60.0 %): 1 unheard, 1 radio, 1 refused\n");
+      "left   name not heard: 5 frames sent, 1 complete, 4 lost (80.0 %): 1 unheard, 1 radio, 2 refused\n");
 }
 
 TEST(Trace, DamagedCapturesNeitherCrashNorHang)
