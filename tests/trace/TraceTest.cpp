@@ -298,7 +298,7 @@ TEST(Trace, ShowsWhatWasHeardOfEachFrame)
             Strings());
   EXPECT_EQ(
       printed(capture(frames), {.content = FrameTrace::Content::books}),
-      "1 section, 0.012 s\n"
+      "1 section, 0.011 s\n"
       "left   name not heard: 5 frames sent, 1 complete, 4 lost (80.0 %): 1 unheard, 1 radio, 2 refused\n");
 }
 
