@@ -85,10 +85,13 @@ bool Replay::isOver() const
 
 std::string Replay::summary() const
 {
+  if (progress_.commands + progress_.departures == 0 && whole_.commands > 0) {
+    return "Played nothing: no command of a program came.";
+  }
   const bool isWhole = progress_.commands == whole_.commands && progress_.bytes == whole_.bytes;
   const std::string departures =
       progress_.departures == 0
-          ? "the program did what was recorded"
+          ? (isWhole ? "the program did what was recorded" : "so far the program did what was recorded")
           : fmt::format("the program departed from the recording {} (see above)",
                         progress_.departures == 1 ? "once" : fmt::format("{} times", progress_.departures));
   if (isWhole) {

@@ -24,8 +24,8 @@ class ReplayedCapture : public testing::Test {
 
 TEST_F(ReplayedCapture, OfLossesAndAReconnectionYieldsTheSameSamples)
 {
-  folder_.write("faults", "1.5 loss 1\n2.2 drop both\n3.5 loss 0\n");
-  const auto original = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--frames", "120",
+  folder_.write("faults", "1.2 loss 1\n1.8 drop left\n");
+  const auto original = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--frames", "60",
                                             "--output", "original.csv", "--capture", "run.pcapng"});
   ASSERT_EQ(original.exitCode, 0) << original.messages;
   ASSERT_NE(original.messages.find("RECORDING AGAIN"), std::string::npos) << original.messages;
@@ -35,7 +35,7 @@ TEST_F(ReplayedCapture, OfLossesAndAReconnectionYieldsTheSameSamples)
              {"sim", "--replay", (folder_ / "run.pcapng").string(), "--port", port, "--speed", "3"});
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
   ::setenv("TESSEL_SERIAL_PORTS", ("Bluegiga Bluetooth Low Energy (COM7)=" + port).c_str(), 1);
-  const auto again = runTessel(folder_, {"record", "--frames", "120", "--output", "again.csv"});
+  const auto again = runTessel(folder_, {"record", "--frames", "60", "--output", "again.csv"});
   ASSERT_EQ(again.exitCode, 0) << again.messages;
   sim.signal(SIGINT);
   const auto replayed = sim.result();
@@ -64,8 +64,8 @@ TEST_F(ReplayedCapture, ThatCanNotBePlayedIsRefused)
   } cases[] = {
       {{"sim", "--replay", "run.csv"}, 6, "run.csv is no capture."},
       {{"sim", "--replay", "missing"}, 6, "the capture missing can't be read."},
-      {{"sim", "--replay", "run.csv", "--loss", "2"}, 2, "--replay and --loss can't be used together."},
-      {{"sim", "--replay", "run.csv", "--control"}, 2, "--replay and --control can't be used together."},
+      {{"sim", "--replay", "run.csv", "--loss", "2"}, 2, "--loss and --replay can't be used together."},
+      {{"sim", "--replay", "run.csv", "--control"}, 2, "--control and --replay can't be used together."},
       {{"sim", "--speed", "2"}, 2, "--speed requires --replay."},
   };
   for (const auto& [arguments, exitCode, message] : cases) {
