@@ -51,12 +51,14 @@ std::optional<VersionRecord> parseVersion(std::span<const std::uint8_t> value)
 std::string sensorFaults(std::span<const std::uint8_t> status)
 {
   std::string text;
-  for (std::size_t position = 0; position < std::min(status.size(), positions.size()); ++position) {
+  for (std::size_t position = 0; position < status.size(); ++position) {
     const std::uint8_t code = status[position];
     if (code == 0) continue;
+    const std::string name =
+        position < positions.size() ? std::string(positions[position]) : fmt::format("position {}", position);
     const std::string_view fault =
         code < firstKnownFault ? "unknown fault" : faults[code - std::size_t{firstKnownFault}];
-    text += fmt::format("{}{}: {} ({})", text.empty() ? "" : ", ", positions[position], fault, code);
+    text += fmt::format("{}{}: {} ({})", text.empty() ? "" : ", ", name, fault, code);
   }
   return text;
 }

@@ -20,5 +20,6 @@ inline constexpr std::uint16_t confirmingRevision = 5;
 // Empty if it is too short, or its marker or checksum is wrong.
 std::optional<VersionRecord> parseVersion(std::span<const std::uint8_t> value);
 
-// "thumb: absent or not ready (249), index finger: ..."; empty if all sensors are good.
+// "thumb: absent or not ready (249), position 7: ..."; empty if all sensors are good. Only the first six
+// positions have names.
 std::string sensorFaults(std::span<const std::uint8_t> status);

@@ -133,8 +133,8 @@ void Replay::accept(const std::vector<std::uint8_t>& command)
   } else if (!acceptElsewhere(command)) {
     const auto next = expected();
     depart(fmt::format("{}, got {}, which is not answered",
-                       next ? "expected " + hexOf(bytesOf(*next)) : "nothing more was expected",
-                       hexOf(command)));
+                       next ? "expected " + textOf(bytesOf(*next)) : "nothing more was expected",
+                       textOf(command)));
   }
 }
 
@@ -183,7 +183,7 @@ bool Replay::acceptElsewhere(const std::vector<std::uint8_t>& command)
       return std::ranges::equal(dialogue_.bytesOf(other.steps[step]), command);
     });
     if (!isThere) continue;
-    depart(fmt::format("got {} without a restart of the dongle; going on at {:.3f} s", hexOf(command),
+    depart(fmt::format("got {} without a restart of the dongle; going on at {:.3f} s", textOf(command),
                        seconds(other.begin)));
     enter(index);
     accept(command);
@@ -204,14 +204,14 @@ void Replay::acceptStep(std::uint32_t index, const std::vector<std::uint8_t>& co
   const bool isEarly = isHeldUp && step.time - timeNow() > maxEarly;
 
   if (isLate) {
-    depart(fmt::format("{} comes {:.3f} s late", hexOf(command), seconds(position() - step.time)));
+    depart(fmt::format("{} comes {:.3f} s late", textOf(command), seconds(position() - step.time)));
   } else if (index != next) {
-    depart(fmt::format("expected {}, got {}, which comes later", hexOf(bytesOf(*next)), hexOf(command)));
+    depart(fmt::format("expected {}, got {}, which comes later", textOf(bytesOf(*next)), textOf(command)));
   } else if (!std::ranges::equal(bytesOf(index), command)) {
-    depart(
-        fmt::format("expected {}, got {}, which is answered like it", hexOf(bytesOf(index)), hexOf(command)));
+    depart(fmt::format("expected {}, got {}, which is answered like it", textOf(bytesOf(index)),
+                       textOf(command)));
   } else if (isEarly) {
-    depart(fmt::format("{} comes {:.3f} s early", hexOf(command), seconds(step.time - timeNow())));
+    depart(fmt::format("{} comes {:.3f} s early", textOf(command), seconds(step.time - timeNow())));
   }
 
   states_[index] = State::played;
@@ -235,12 +235,12 @@ void Replay::restart(const std::vector<std::uint8_t>& command)
   const auto index = static_cast<std::size_t>(found - openings.begin());
   const std::uint64_t skipped = commandsLeftBefore(index);
   if (skipped > 0) {
-    depart(fmt::format("got {}, a restart of the dongle; {} before it {} not come", hexOf(command),
+    depart(fmt::format("got {}, a restart of the dongle; {} before it {} not come", textOf(command),
                        counted(skipped, "recorded command"), skipped == 1 ? "has" : "have"));
   }
   if (found == openings.end()) {
     depart(fmt::format("got {}, a restart of the dongle, but the capture has no further one; it stays silent",
-                       hexOf(command)));
+                       textOf(command)));
     enter(openings.size());
     goAway(betweenLooks / 2);
     return;
@@ -323,7 +323,7 @@ bool Replay::passCommand(const Step& command)
       wakeAt(command.time + patience_ - waited);
       return false;
     }
-    depart(fmt::format("expected {}, which has not come; the stream goes on", hexOf(bytesOf(step_))));
+    depart(fmt::format("expected {}, which has not come; the stream goes on", textOf(bytesOf(step_))));
   }
   if (waitBegin_) setTime(command.time);
   states_[step_] = State::passed;
@@ -431,6 +431,13 @@ void Replay::wakeAt(Time time)
   clock_.after(std::max(time - timeNow(), Time{0}), [this, life = std::weak_ptr<const bool>(wake_)] {
     if (!life.expired()) play();
   });
+}
+
+std::string Replay::textOf(std::span<const std::uint8_t> command) const
+{
+  constexpr std::size_t headerSize = 4;
+  const std::string name = nameOf && command.size() >= headerSize ? nameOf(command[2], command[3]) : "";
+  return name.empty() ? hexOf(command) : fmt::format("{} ({})", name, hexOf(command));
 }
 
 void Replay::report(const std::string& text) const

@@ -37,6 +37,8 @@ class Replay final : public simulator::SerialDevice {
 
   // What happens, in words.
   std::function<void(const std::string& text)> onReport;
+  // The name of a command, for these words; empty if unknown. Without it they have its bytes alone.
+  std::function<std::string(std::uint8_t group, std::uint8_t id)> nameOf;
 
   struct Progress {
     std::uint64_t commands = 0;  // that came
@@ -94,6 +96,7 @@ class Replay final : public simulator::SerialDevice {
   Time position() const;
   void setTime(Time time);
   void wakeAt(Time time);
+  std::string textOf(std::span<const std::uint8_t> command) const;
   void report(const std::string& text) const;
   void depart(const std::string& text);
 

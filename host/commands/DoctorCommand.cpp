@@ -72,8 +72,9 @@ void addDoctor(CLI::App& tessel, ExitCode& exitCode)
       command, "--seconds", "SECONDS", {.lowest = 1, .highest = 600},
       [&doctor](double seconds) { doctor.seconds = seconds; },
       "Duration of the measurement (10); from 70 on, the gloves' clocks are measured exactly");
-  addPath(command, "--report", "FILE", options->report,
-          "Write all that was found, with captures and the plug-in's log, into this tar file");
+  completeFiles(addPath(command, "--report", "FILE", options->report,
+                        "Write all that was found, with captures and the plug-in's log, into this tar file"),
+                {"tar"});
   addFlag(command, "--force", options->replaces, "Replace an existing report")->needs("--report");
   addFlag(command, "--json", options->isJson, "Print the results as JSON on standard output");
   addHardwareOptions(command, doctor.hardware);

@@ -15,6 +15,7 @@
 #include "host/capture/Dialogue.h"
 #include "host/capture/Replay.h"
 #include "host/gloves/SimulatedPort.h"
+#include "host/trace/MessageTable.h"
 
 namespace {
 
@@ -61,6 +62,10 @@ void replay(const ReplayOptions& options)
   device.onReport = [&](const std::string& text) {
     const std::chrono::duration<double> time = clock.now() / options.speed;
     print(fmt::format("{:8.2f} s  {}", time.count(), text));
+  };
+  device.nameOf = [](std::uint8_t group, std::uint8_t id) {
+    const auto format = messageFormat(MessageKind::command, group, id);
+    return format ? std::string(format->name) : "";
   };
   std::atomic<bool> stop{false};
   const std::function<void()> endWhenOver = [&] {

@@ -108,9 +108,10 @@ void addSim(CLI::App& tessel, ExitCode&)
   });
   command_line::addPath(sim, "--port", "PATH", options->simulation.port,
                         "Path of the simulated port; by default in a new temporary folder");
-  CLI::Option* const replayed =
+  CLI::Option* const replayed = command_line::completeFiles(
       command_line::addPath(sim, "--replay", "CAPTURE", options->replay.capture,
-                            "Play the dongle's side of this capture instead of simulating gloves");
+                            "Play the dongle's side of this capture instead of simulating gloves"),
+      {"pcapng"});
   for (CLI::Option* const option : onlyOfGloves) {
     replayed->excludes(option);
   }

@@ -101,8 +101,9 @@ void addTrace(CLI::App& tessel, ExitCode& /*exitCode*/)
   TraceOptions& target = *options;
   CLI::App& command = *tessel.add_subcommand("trace", "Prints a wire capture, message by message.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e10};
-  addPath(command, "CAPTURE", "CAPTURE|-", target.capture,
-          "a capture (.pcapng) or a FIFO, or - for standard input")
+  completeFiles(addPath(command, "CAPTURE", "CAPTURE|-", target.capture,
+                        "a capture (.pcapng) or a FIFO, or - for standard input"),
+                {"pcapng"})
       ->required();
   CLI::Option* const frames =
       addFlag(command, "--frames", target.showsFrames, "One line for each frame instead of each message");

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <numeric>
 
+#include "host/capture/GloveRecords.h"
 #include "simulator/Glove.h"
 
 namespace {
@@ -65,12 +66,8 @@ std::string statusText(Bytes status)
 {
   constexpr std::size_t size = 20;
   if (status.size() != size) return {};
-  std::string text;
-  for (std::size_t position = 0; position < size; ++position) {
-    if (status[position] == 0) continue;
-    text += fmt::format("{}position {}: {}", text.empty() ? "" : ", ", position, status[position]);
-  }
-  return text.empty() ? "all 20 OK" : text;
+  const std::string faults = sensorFaults(status);
+  return faults.empty() ? "all 20 OK" : faults;
 }
 
 std::string buildDate(std::uint32_t secondsSince1970)

@@ -5,12 +5,18 @@
 
 #include <gtest/gtest.h>
 
+#include "HwPlugins/HwTessel/serial/Capture.h"
 #include "host/doctor/DoctorText.h"
 #include "tests/support/VirtualGloves.h"
 
 namespace {
 
 using Result = Step::Result;
+
+// While the platform still exists.
+struct CaptureClosed {
+  ~CaptureClosed() { capture::close(); }
+};
 
 struct Row {
   const char* name;
@@ -171,6 +177,7 @@ TEST(RadioSteps, EachFaultIsFoundAtItsStep)
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     VirtualGloves gloves(2, 250, 1);
+    const CaptureClosed closed;
     gloves.add("left", VirtualGloves::leftAndRight()[0]);
     gloves.add("right", VirtualGloves::leftAndRight()[1]);
     for (const std::string& command : row.commands) {
@@ -202,6 +209,7 @@ TEST(RadioSteps, EachFaultIsFoundAtItsStep)
 TEST(RadioSteps, AnInterruptionEndsThemWithinATenthOfASecond)
 {
   VirtualGloves gloves(2, 250, 1);
+  const CaptureClosed closed;
   gloves.add("left", VirtualGloves::leftAndRight()[0]);
   for (const double at : {0.3, 1.5, 4.0}) {
     StepList steps;

@@ -145,8 +145,7 @@ TEST(Trace, ShowsEachMessageWithItsFields)
        "4711, revision 5, build 212, commit abc, of no date, INVALID: checksum 2C, not 18"},
       {"< 80 19 04 05 00 16 00 00 14 00 00 00 F9 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
        "< evt attclient_attribute_value      connection=0 left  atthandle=22 status  type=0 read  "
-       "value=position "
-       "3: 249"},
+       "value=middle finger: absent or not ready (249)"},
       {"< 80 19 04 05 00 11 00 01 14 30 0E 00 FB 00 01 01 E8 03 CF 05 B6 07 9D 09 84 0B 6B 0D 52",
        "< evt attclient_attribute_value      connection=0 left  atthandle=17 measurement  type=1 "
        "notification  "
