@@ -6,7 +6,8 @@
 
 namespace simulator {
 
-PtyPort::PtyPort(VirtualClock& clock, SerialDevice& device, std::filesystem::path) : clock_(clock), device_(device)
+PtyPort::PtyPort(VirtualClock& clock, SerialDevice& device, std::filesystem::path)
+    : clock_(clock), device_(device)
 {
   throw std::system_error(std::make_error_code(std::errc::not_supported), "no pseudo terminals");
 }
