@@ -9,10 +9,12 @@
 
 #include "HwPlugins/HwTessel/serial/Capture.h"
 #include "host/base/System.h"
+#include "host/base/Text.h"
 #include "host/doctor/ComputerSteps.h"
 #include "host/doctor/DongleProbe.h"
 #include "host/doctor/MeasurementSteps.h"
 #include "host/doctor/RadioSteps.h"
+#include "host/doctor/StepResults.h"
 #include "host/doctor/Storage.h"
 #include "host/gloves/SettingsFile.h"
 #include "host/session/GloveLayout.h"
@@ -48,7 +50,7 @@ WantedGloves wantedGloves(const HardwareOptions& options, const settings::Values
 // Makes this program's own serial layer write a capture while it lives.
 class ProbeCapture {
  public:
-  explicit ProbeCapture(const fs::path& path) { host::setEnvironment("TESSEL_CAPTURE", path.string()); }
+  explicit ProbeCapture(const fs::path& path) { host::setEnvironment("TESSEL_CAPTURE", utf8(path)); }
   ~ProbeCapture()
   {
     capture::close();
@@ -131,18 +133,13 @@ bool Doctor::openGloves(HardwareConnector& connector)
     const unsigned attempts = openPatiently(connector, {.seconds = options_.hardware.waitSeconds},
                                             HostTime::real(), goesOn, onFailed)
                                   .attempts;
-    steps_.add({.name = "opening",
-                .text = attempts == 1
-                            ? "the plug-in opened the gloves at once"
-                            : fmt::format("the plug-in opened the gloves at attempt {}", attempts)});
+    steps_.add(ok("opening", attempts == 1
+                                 ? "the plug-in opened the gloves at once"
+                                 : fmt::format("the plug-in opened the gloves at attempt {}", attempts)));
     return true;
   } catch (const Failure& failure) {
     if (failure.code() == ExitCode::interrupted) throw;
-    steps_.add({.name = "opening",
-                .result = Step::Result::failed,
-                .text = failure.what(),
-                .fix = failure.advice(),
-                .code = failure.code()});
+    steps_.add(failed("opening", failure));
     return false;
   }
 }
@@ -167,11 +164,10 @@ void Doctor::skipRest()
   const Step* const failed = steps_.firstFailure();
   if (failed == nullptr) return;
   const std::string why = fmt::format("not reached, because the step {} failed", failed->name);
-  const Step unreached{.name = "the rest", .result = Step::Result::skipped, .text = why};
-  if (!steps_.has(std::string(linkSteps.back()))) listener_.onStep(unreached);
+  if (!steps_.has(std::string(linkSteps.back()))) listener_.onStep(skipped("the rest", why));
   for (const std::string_view name : linkSteps) {
     if (steps_.has(std::string(name))) continue;
-    steps_.addUnreached({.name = std::string(name), .result = Step::Result::skipped, .text = why});
+    steps_.addUnreached(skipped(std::string(name), why));
   }
 }
 

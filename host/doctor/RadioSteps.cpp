@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "host/capture/GloveRecords.h"
+#include "host/doctor/StepResults.h"
 #include "host/gloves/ModuleNames.h"
 #include "host/gloves/Ports.h"
 #include "host/session/PatientOpening.h"
@@ -22,6 +23,7 @@ constexpr std::array<std::uint16_t, 4> minFirmware{1, 4, 2, 130};
 constexpr int weakRssi = -80;
 // The plug-in's search counts three advertisements. From so many of others on it fails at times.
 constexpr double manyReportsPerSecond = 20;
+constexpr double reportsOfGlove = 10;  // in a second
 // More gloves than anybody wears are not visited.
 constexpr std::size_t maxVisits = 4;
 
@@ -44,99 +46,82 @@ std::string namesOf(const std::vector<HeardGlove>& gloves)
   return fmt::to_string(fmt::join(words, ", "));
 }
 
-Step unopened(DongleProbe::Opening opening)
+constexpr const char* replug = "Unplug the dongle and plug it in again, best without a hub.";
+
+// The plug-in's port can't be opened: the system may know why.
+Step unopenedPort(const std::string& text)
 {
-  constexpr const char* replug = "Unplug the dongle and plug it in again, best without a hub.";
-  Step step{.name = "dongle", .result = Result::failed, .text = ""};
+  for (const Port& port : listPorts()) {
+    if (port.isUsed && port.state != PortState::free) return failed("dongle", unusable(port));
+  }
+  return failed("dongle", ExitCode::port, text, replug);
+}
+
+Step dongleStep(DongleProbe::Opening opening)
+{
   switch (opening) {
     case DongleProbe::Opening::done:
       break;
-    case DongleProbe::Opening::notFound: {
-      const Failure failure = noDongle(listPorts(), portsVariable());
-      step.text = failure.what();
-      step.fix = failure.advice();
-      step.code = failure.code();
-      break;
-    }
+    case DongleProbe::Opening::notFound:
+      return failed("dongle", noDongle(listPorts(), portsVariable()));
     case DongleProbe::Opening::notBack:
-      step.text = "the dongle did not come back within 3 s after its restart.";
-      step.fix = replug;
-      step.code = ExitCode::noDongle;
-      break;
+      return failed("dongle", ExitCode::noDongle,
+                    "the dongle did not come back within 3 s after its restart.", replug);
     case DongleProbe::Opening::notOpened:
-    case DongleProbe::Opening::notReopened: {
-      step.text = opening == DongleProbe::Opening::notOpened
-                      ? "the dongle's port can't be opened."
-                      : "the dongle's port can't be opened again after its restart.";
-      step.fix = replug;
-      step.code = ExitCode::port;
-      for (const Port& port : listPorts()) {
-        if (!port.isUsed || port.state == PortState::free) continue;
-        step.text = fmt::format("{} can't be opened: {}", port.path, describe(port));
-        step.fix = adviceFor(port);
-      }
-      break;
-    }
+      return unopenedPort("the dongle's port can't be opened.");
+    case DongleProbe::Opening::notReopened:
+      return unopenedPort("the dongle's port can't be opened again after its restart.");
   }
-  return step;
+  return ok("dongle", "its port was opened, and it restarted");
 }
 
 Step firmwareStep(const std::optional<DongleInfo>& info)
 {
-  Step step{.name = "firmware", .text = ""};
+  constexpr const char* name = "firmware";
   if (!info) {
-    step.result = Result::failed;
-    step.text = "the dongle does not answer.";
-    step.fix =
-        "Unplug the dongle and plug it in again. If that does not help, its firmware does not speak BGAPI "
-        "over "
-        "USB, or the port belongs to another device.";
-    step.code = ExitCode::noGloves;
-  } else if (info->firmware < minFirmware) {
-    step.result = Result::failed;
-    step.text = fmt::format("the dongle's firmware {} is too old: {} is the oldest that works.",
-                            versionText(info->firmware), versionText(minFirmware));
-    step.fix = "Gloves can't be used with this dongle until it is updated. Use another one meanwhile.";
-    step.code = ExitCode::firmware;
-  } else {
-    step.text = fmt::format("firmware {}, protocol {}, hardware {}", versionText(info->firmware),
-                            info->protocol, info->hardware);
+    return failed(
+        name, ExitCode::noGloves, "the dongle does not answer.",
+        "Unplug the dongle and plug it in again. If that does not help, its firmware does not speak "
+        "BGAPI over USB, or the port belongs to another device.");
   }
-  return step;
+  if (info->firmware < minFirmware) {
+    return failed(name, ExitCode::firmware,
+                  fmt::format("the dongle's firmware {} is too old: {} is the oldest that works.",
+                              versionText(info->firmware), versionText(minFirmware)),
+                  "Gloves can't be used with this dongle until it is updated. Use another one meanwhile.");
+  }
+  return ok(name, fmt::format("firmware {}, protocol {}, hardware {}", versionText(info->firmware),
+                              info->protocol, info->hardware));
 }
 
 Step radioStep(const std::optional<Reception>& reception)
 {
-  Step step{.name = "radio", .text = ""};
+  constexpr const char* name = "radio";
   if (!reception) {
-    step.result = Result::failed;
-    step.text = "the dongle does not begin to listen for gloves.";
-    step.fix = "Unplug the dongle and plug it in again.";
-    step.code = ExitCode::noGloves;
-    return step;
+    return failed(name, ExitCode::noGloves, "the dongle does not begin to listen for gloves.", replug);
   }
-  const auto& gloves = reception->devices.gloves();
+  const HeardDevices& devices = reception->devices;
   const double perSecond = static_cast<double>(reception->reports) / reception->seconds;
-  step.text = fmt::format("heard in {:.0f} s: {}; {:.0f} reports a second", reception->seconds,
-                          heardText(reception->devices), perSecond);
-  const auto weak = std::ranges::find_if(gloves, [](const auto& glove) { return glove.rssi < weakRssi; });
-  if (weak != gloves.end()) {
-    step.result = Result::warning;
-    step.fix = fmt::format(
-        "The {} is hardly heard: bring it closer, and take the dongle from behind the computer with a USB "
-        "extension cable.",
-        nameOf(*weak));
+  const std::string text = fmt::format("heard in {:.0f} s: {}; {:.0f} reports a second", reception->seconds,
+                                       heardText(devices), perSecond);
+  std::vector<std::string> fixes;
+  const auto weak =
+      std::ranges::find_if(devices.gloves(), [](const HeardGlove& glove) { return glove.rssi < weakRssi; });
+  if (weak != devices.gloves().end()) {
+    fixes.push_back(
+        fmt::format("The {} is hardly heard: bring it closer, and take the dongle from behind the "
+                    "computer with a USB extension cable.",
+                    nameOf(*weak)));
   }
-  if (reception->devices.others() > 0 &&
-      perSecond > manyReportsPerSecond + 10.0 * static_cast<double>(gloves.size())) {
-    step.result = Result::warning;
-    if (!step.fix.empty()) step.fix += '\n';
-    step.fix +=
+  const double ofGloves = reportsOfGlove * static_cast<double>(devices.gloves().size());
+  if (devices.others() > 0 && perSecond > manyReportsPerSecond + ofGloves) {
+    fixes.emplace_back(
         "Among so many devices the plug-in, whose search counts three advertisements, finds gloves only by "
         "chance. Opening is repeated until it succeeds: allow for it with --wait 180, or switch other "
-        "Bluetooth devices off.";
+        "Bluetooth "
+        "devices off.");
   }
-  return step;
+  return fixes.empty() ? ok(name, text) : warning(name, text, fmt::to_string(fmt::join(fixes, "\n")));
 }
 
 bool isAccepted(const HeardGlove& glove, const WantedGloves& wanted)
@@ -169,33 +154,30 @@ std::string textOf(const WantedGloves& wanted)
 Step glovesStep(const Reception& reception, const WantedGloves& wanted,
                 const std::vector<HeardGlove>& accepted)
 {
-  const auto& heard = reception.devices.gloves();
-  Step step{.name = "gloves", .text = fmt::format("{} wanted, {} heard", textOf(wanted), accepted.size())};
+  constexpr const char* name = "gloves";
+  std::string text = fmt::format("{} wanted, {} heard", textOf(wanted), accepted.size());
   if (accepted.size() > wanted.count) {
-    step.result = Result::warning;
-    step.text = fmt::format("{} wanted, {} heard: {}", textOf(wanted), accepted.size(), namesOf(accepted));
-    step.fix =
-        "The plug-in takes those that it hears first. Switch the others off, or select yours with "
-        "TesselSerialNumber in a settings file.";
-  } else if (accepted.size() < wanted.count) {
-    step.result = Result::failed;
-    step.code = ExitCode::noGloves;
-    step.fix =
-        "Switch the gloves on, charge them, and bring them closer. A glove that is connected to "
-        "another computer is not heard.";
-    if (accepted.size() < heard.size()) {
-      std::vector<HeardGlove> others;
-      std::ranges::copy_if(heard, std::back_inserter(others),
-                           [&](const HeardGlove& glove) { return !isAccepted(glove, wanted); });
-      step.text += fmt::format("; heard but not wanted: {}", namesOf(others));
-      step.fix += wanted.serialNumbers.empty()
-                      ? "\nTo use the other one: --gloves 1"
-                      : "\nTo use what is heard, change TesselSerialNumber in the settings file.";
-    } else if (!accepted.empty()) {
-      step.fix += "\nTo record with one glove: --gloves 1";
-    }
+    return warning(name, text + ": " + namesOf(accepted),
+                   "The plug-in takes those that it hears first. Switch the others off, or select yours with "
+                   "TesselSerialNumber in a settings file.");
   }
-  return step;
+  if (accepted.size() == wanted.count) return ok(name, text);
+  std::string fix =
+      "Switch the gloves on, charge them, and bring them closer. A glove that is connected to another "
+      "computer is "
+      "not heard.";
+  std::vector<HeardGlove> others;
+  std::ranges::copy_if(reception.devices.gloves(), std::back_inserter(others),
+                       [&](const HeardGlove& glove) { return !isAccepted(glove, wanted); });
+  if (!others.empty()) {
+    text += fmt::format("; heard but not wanted: {}", namesOf(others));
+    fix += wanted.serialNumbers.empty()
+               ? "\nTo use the other one: --gloves 1"
+               : "\nTo use what is heard, change TesselSerialNumber in the settings file.";
+  } else if (!accepted.empty()) {
+    fix += "\nTo record with one glove: --gloves 1";
+  }
+  return failed(name, ExitCode::noGloves, text, fix);
 }
 
 struct Visited {
@@ -283,11 +265,7 @@ void takeRadioSteps(DongleProbe& probe, const WantedGloves& wanted, StepList& st
     steps.add(std::move(step));
     return goesOn;
   };
-  if (const auto opening = probe.open(); opening != DongleProbe::Opening::done) {
-    steps.add(unopened(opening));
-    return;
-  }
-  steps.add({.name = "dongle", .text = "its port was opened, and it restarted"});
+  if (!take(dongleStep(probe.open()))) return;
   if (!take(firmwareStep(probe.info()))) return;
   const auto reception = probe.listen(listeningTime);
   if (!take(radioStep(reception))) return;
