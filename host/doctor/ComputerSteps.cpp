@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/base/Version.h"
 #include "host/doctor/StepResults.h"
 
 namespace {
@@ -38,8 +39,8 @@ Step systemStep(const SystemFacts& facts)
   const auto known = [](const std::string& text) {
     return text.empty() ? std::string_view("unknown") : text;
   };
-  return ok("system", fmt::format("{}, kernel {}, {}", known(facts.system), known(facts.kernel),
-                                  known(facts.architecture)));
+  return ok("system", fmt::format("tessel {} on {}, kernel {}, {}", programVersion, known(facts.system),
+                                  known(facts.kernel), known(facts.architecture)));
 }
 
 std::vector<Step> computerSteps(const SystemFacts& facts, bool isSimulated)

@@ -79,6 +79,9 @@ TEST_F(Windows, EachCommandWorks)
       {{"record", "--frames", "9", "--format", "npy", "--output", "run", "--log", "logs"}, 0, "9 frames"},
       {{"plot", "run"}, 0, "run.svg"},
       {{"record", "--frames", "9", "--output", "run"}, 5, "already"},
+      {{"record", "--frames", "9", "--output", "captured", "--capture", "run.pcapng"}, 0, "9 frames"},
+      {{"trace", "run.pcapng"}, 0, "cmd gap_connect_direct"},
+      {{"doctor", "--seconds", "1", "--report", "doctor.tar"}, 0, "gloves can be recorded"},
       {{"record", "--sim"}, 2, "on Linux only"},
       {{"sim"}, 2, "on Linux only"},
   };
