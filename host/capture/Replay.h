@@ -14,6 +14,7 @@
 // Each departure is reported. Threads, ownership: as SerialDevice. Throws only std::bad_alloc.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -63,6 +64,9 @@ class Replay final : public simulator::SerialDevice {
     passed,  // a command that did not come at its place
     ended,   // a command to start notifications, whose connection was ended
   };
+
+  // A command that is early by less keeps its place among the messages.
+  static constexpr Time maxEarly = std::chrono::milliseconds(100);
 
   const Dialogue::Opening& opening() const { return dialogue_.openings[opening_]; }
   bool hasOpening() const { return opening_ < dialogue_.openings.size(); }

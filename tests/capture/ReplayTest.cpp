@@ -176,7 +176,7 @@ TEST(Replay, AnswersEachCommandAndGoesOnAfterDepartures)
       {"a second opening",
        then({{2.05, "end"}, {3, "reset"}, {4, "info"}}),
        opened + "2.050 ending, 2.050 ended, 3.000 gone, 3.250 back, ",
-       {"which comes later", "1 recorded command before it has not come", "the capture has no further one",
+       {"which comes later", "1 recorded command has not come", "the capture has no further one",
         "nothing more was expected, got 00 00 00 08"}},
   };
   for (const auto& row : rows) {
