@@ -1,5 +1,6 @@
 // `tessel doctor`: walks from the computer to the sample and says what is wrong and what to do.
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
@@ -28,6 +29,10 @@ struct Options {
 
 ExitCode run(const Options& options)
 {
+  if (!std::filesystem::is_directory(options.doctor.root)) {
+    throw Failure(ExitCode::usage, fmt::format("{} is no folder.", utf8(options.doctor.root)),
+                  "--root takes a folder with the files of a system.");
+  }
   takeCaptureVariable();  // the doctor makes captures of its own
   const StopRequest stopRequest;
   // Before the walk, so that a file that can't be written is reported at once.

@@ -39,7 +39,7 @@ Step systemStep(const SystemFacts& facts)
   const auto known = [](const std::string& text) {
     return text.empty() ? std::string_view("unknown") : text;
   };
-  return ok("system", fmt::format("tessel {} on {}, kernel {}, {}", programVersion, known(facts.system),
+  return ok("system", fmt::format("{} on {}, kernel {}, {}", programVersion, known(facts.system),
                                   known(facts.kernel), known(facts.architecture)));
 }
 

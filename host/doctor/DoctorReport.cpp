@@ -13,7 +13,7 @@
 namespace {
 
 constexpr const char* readme =
-    "A report of `tessel doctor`, version {}, to be sent to the authors of the program.\n"
+    "A report of `tessel doctor` ({}), to be sent to the authors of the program.\n"
     "\n"
     "steps.txt      each step with its result, and the verdict\n"
     "steps.json     the same for programs\n"
