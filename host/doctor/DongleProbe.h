@@ -1,4 +1,4 @@
-// Talks to the dongle itself, without the plug-in: asks for its version, listens for as long as it is told,
+// Talks to the dongle itself, without the plug-in: asks for its version, listens for a given time,
 // and visits gloves, to say which part of an opening fails. Needs the port for itself.
 //
 //   open()    port found and opened, dongle restarted, port opened again

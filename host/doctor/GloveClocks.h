@@ -1,4 +1,4 @@
-// How fast the clock of each glove runs beside this computer's, and how often it samples, from a wire
+// How fast the clock of each glove runs compared with this computer's, and how often it samples, from a wire
 // capture. Threads: one. Throws only std::bad_alloc. Memory is bounded, however long the capture is.
 #pragma once
 

@@ -13,7 +13,7 @@ class StepList {
   explicit StepList(std::function<void(const Step&)> onStep = {}) : onStep_(std::move(onStep)) {}
 
   void add(Step step);
-  // A step that was not reached: nobody is told.
+  // A step that was not reached: not reported.
   void addUnreached(Step step) { steps_.push_back(std::move(step)); }
 
   const std::vector<Step>& steps() const { return steps_; }
