@@ -46,7 +46,13 @@ MessageWriter connectCommand(const Advertisement::Address& address)
 
 DongleProbe::~DongleProbe()
 {
+  if (isBusy_) restart();
   serialClose(port_);
+}
+
+void DongleProbe::restart()
+{
+  send(MessageWriter::command(message_class::system, 0).u8(0));
 }
 
 void DongleProbe::checkGoesOn() const
@@ -81,7 +87,7 @@ DongleProbe::Opening DongleProbe::open()
 {
   if (!find()) return Opening::notFound;
   if (!openPort()) return Opening::notOpened;
-  send(MessageWriter::command(message_class::system, 0).u8(0));
+  restart();
   serialClose(port_);
   for (unsigned tries = 0; tries < maxTries; ++tries) {
     pause(pauseBetweenTries);
@@ -150,12 +156,14 @@ std::optional<DongleInfo> DongleProbe::info()
 std::optional<Reception> DongleProbe::listen(std::chrono::milliseconds duration)
 {
   constexpr std::uint8_t generic = 1;
+  isBusy_ = true;
   send(MessageWriter::command(message_class::gap, 2).u8(generic));
   bool isAccepted = false;
   awaitResponse(message_class::gap, 2, [&](const Message& message) {
     isAccepted = PayloadReader(message.payload).u16() == simulator::result::success;
     return true;
   });
+  isBusy_ = isAccepted;
   if (!isAccepted) return std::nullopt;
   Reception reception;
   const Time begin = now();
@@ -174,7 +182,7 @@ std::optional<Reception> DongleProbe::listen(std::chrono::milliseconds duration)
 void DongleProbe::endProcedure()
 {
   send(MessageWriter::command(message_class::gap, 4));
-  awaitResponse(message_class::gap, 4, [](const Message&) { return true; });
+  isBusy_ = !awaitResponse(message_class::gap, 4, [](const Message&) { return true; });
 }
 
 GloveVisit DongleProbe::visit(const Advertisement::Address& address)
@@ -201,6 +209,7 @@ GloveVisit DongleProbe::visit(const Advertisement::Address& address)
 std::optional<std::uint8_t> DongleProbe::connect(const Advertisement::Address& address, GloveVisit& visit)
 {
   const Time begin = now();
+  isBusy_ = true;
   send(connectCommand(address));
   std::optional<std::uint8_t> connection;
   awaitResponse(message_class::gap, 3, [&](const Message& message) {
@@ -213,6 +222,7 @@ std::optional<std::uint8_t> DongleProbe::connect(const Advertisement::Address& a
     }
     return true;
   });
+  isBusy_ = connection.has_value();
   if (!connection) return std::nullopt;
   const bool isConnected = await(connectTime, [&](const Message& message) {
     if (!message.isEvent || message.group != message_class::connection || message.id != 0) return false;
@@ -249,7 +259,7 @@ std::optional<std::vector<std::uint8_t>> DongleProbe::readAttribute(std::uint8_t
 void DongleProbe::disconnect(std::uint8_t connection)
 {
   send(MessageWriter::command(message_class::connection, 0).u8(connection));
-  await(answerTime, [&](const Message& message) {
+  isBusy_ = !await(answerTime, [&](const Message& message) {
     return message.isEvent && message.group == message_class::connection && message.id == 4 &&
            PayloadReader(message.payload).u8() == connection;
   });

@@ -54,6 +54,7 @@ class DongleProbe {
   using GoesOn = std::function<bool()>;
 
   explicit DongleProbe(GoesOn goesOn) : goesOn_(std::move(goesOn)) {}
+  // Restarts the dongle if it was interrupted, so that it does not go on listening or keep a connection.
   ~DongleProbe();
   DongleProbe(const DongleProbe&) = delete;
   DongleProbe& operator=(const DongleProbe&) = delete;
@@ -79,6 +80,7 @@ class DongleProbe {
   bool read(std::chrono::milliseconds timeout);
   std::optional<std::vector<std::uint8_t>> readAttribute(std::uint8_t connection, std::uint16_t handle);
   std::optional<std::uint8_t> connect(const Advertisement::Address& address, GloveVisit& visit);
+  void restart();
   void endProcedure();
   void disconnect(std::uint8_t connection);
   void checkGoesOn() const;
@@ -88,4 +90,5 @@ class DongleProbe {
   std::int32_t number_ = -1;
   const StopFlag neverStopped_{0};
   MessageReader messages_;
+  bool isBusy_ = false;  // the dongle: it listens, connects or is connected
 };

@@ -7,6 +7,7 @@
 
 #include "HwPlugins/HwTessel/serial/Capture.h"
 #include "tests/doctor/StepExpectation.h"
+#include "tests/support/Hex.h"
 #include "tests/support/VirtualGloves.h"
 
 namespace {
@@ -134,17 +135,26 @@ TEST(RadioSteps, EachFaultIsFoundAtItsStep)
   }
 }
 
-TEST(RadioSteps, AnInterruptionEndsThemWithinATenthOfASecond)
+TEST(RadioSteps, AnInterruptionEndsThemSoonAndLeavesTheDongleIdle)
 {
+  const Bytes reset{0x00, 0x01, 0x00, 0x00, 0x00};
   VirtualGloves gloves(2, 250, 1);
   const CaptureClosed closed;
-  gloves.add("left", VirtualGloves::leftAndRight()[0]);
-  for (const double at : {0.3, 1.5, 4.0}) {
-    StepList steps;
+  const simulator::Glove& glove = gloves.add("left", VirtualGloves::leftAndRight()[0]);
+  // Before the dongle's restart, listening, and connected.
+  for (const double at : {0.3, 4.0, 5.52}) {
+    SCOPED_TRACE(at);
     const double begin = gloves.now();
-    DongleProbe probe([&] { return gloves.now() < begin + at; });
-    EXPECT_THROW(takeRadioSteps(probe, {}, steps), Failure);
+    {
+      StepList steps;
+      DongleProbe probe([&] { return gloves.now() < begin + at; });
+      EXPECT_THROW(takeRadioSteps(probe, {.count = 1}, steps), Failure);
+    }
     EXPECT_LT(gloves.now(), begin + at + 0.15);
+    EXPECT_FALSE(glove.isConnected());
+    const auto& written = gloves.port().written;
+    EXPECT_TRUE(std::equal(reset.rbegin(), reset.rend(), written.rbegin()));
+    gloves.platform().clock.advance(std::chrono::seconds(1));
   }
 }
 
