@@ -307,7 +307,7 @@ TEST(Trace, DamagedCapturesNeitherCrashNorHang)
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   const Bytes whole = capture(frames) + capture(frames, 60);
-  for (int round = 0; round < 2000; ++round) {
+  for (int round = 0; round < TESSEL_DAMAGED_CAPTURES; ++round) {
     Bytes damaged = whole;
     for (std::size_t count = 1 + random() % 8; count > 0; --count) {
       damaged[random() % damaged.size()] ^= static_cast<std::uint8_t>(1U << random() % 8);
