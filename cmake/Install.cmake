@@ -20,6 +20,8 @@ install(FILES ${PROJECT_BINARY_DIR}/HwTesselConfig.cmake ${PROJECT_BINARY_DIR}/H
         DESTINATION ${TESSEL_CMAKEDIR} COMPONENT development)
 install(EXPORT HwTessel NAMESPACE HwTessel:: FILE HwTesselTargets.cmake DESTINATION ${TESSEL_CMAKEDIR}
         COMPONENT development)
+# What man pages and messages refer to as docs/.
+install(DIRECTORY docs DESTINATION share/doc/hwtessel COMPONENT runtime FILES_MATCHING PATTERN *.md PATTERN *.svg)
 if(NOT WIN32)
   install(FILES share/udev/60-tessel.rules DESTINATION lib/udev/rules.d COMPONENT runtime)
 endif()
