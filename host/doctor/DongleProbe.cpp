@@ -102,16 +102,26 @@ void DongleProbe::send(MessageWriter message)
   static_cast<void>(serialWrite(port_, neverStopped_, message.message()));
 }
 
-// The first byte is awaited alone, since a read that ends early loses what it has.
+// A message, in the same calls as the plug-in's, from which a capture's readers know where it begins. But its
+// first byte is awaited alone, since a read that ends early loses what it has.
 bool DongleProbe::read(std::chrono::milliseconds timeout)
 {
-  std::vector<std::uint8_t> bytes(1);
-  const auto timeoutMs = static_cast<std::uint32_t>(std::max(timeout, 1ms).count());
-  if (serialRead(port_, nullptr, bytes, timeoutMs) != ReadResult::filled) return false;
-  messages_.add(bytes);
-  bytes.resize(platform::receivedInProcess(port_));
-  if (!bytes.empty() && serialRead(port_, nullptr, bytes, 0) == ReadResult::filled) messages_.add(bytes);
-  return true;
+  const auto fill = [this](std::span<std::uint8_t> bytes, std::chrono::milliseconds time) {
+    if (bytes.empty()) return true;
+    if (serialRead(port_, nullptr, bytes, static_cast<std::uint32_t>(time.count())) != ReadResult::filled) {
+      return false;
+    }
+    messages_.add(bytes);
+    return true;
+  };
+  std::array<std::uint8_t, 4> header{};
+  const auto bytes = std::span(header);
+  if (!fill(bytes.first(1), std::max(timeout, 1ms))) return false;
+  std::array<std::uint8_t, 255> payload{};
+  const bool isWhole =
+      fill(bytes.subspan(1), answerTime) && fill(std::span(payload).first(header[1]), answerTime);
+  if (!isWhole) messages_.clear();
+  return isWhole;
 }
 
 bool DongleProbe::await(std::chrono::milliseconds timeout, const Accept& accept)
