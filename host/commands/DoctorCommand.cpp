@@ -76,7 +76,7 @@ void addDoctor(CLI::App& tessel, ExitCode& exitCode)
   addNumber(
       command, "--seconds", "SECONDS", {.lowest = 1, .highest = 600},
       [&doctor](double seconds) { doctor.seconds = seconds; },
-      "Duration of the measurement (10); from 70 on, the gloves' clocks are measured exactly");
+      "Duration of the measurement (10); the longer, the more exactly the gloves' clocks are known");
   completeFiles(addPath(command, "--report", "FILE", options->report,
                         "Write all that was found, with captures and the plug-in's log, into this tar file"),
                 {"tar"});

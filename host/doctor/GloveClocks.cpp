@@ -57,12 +57,10 @@ void GloveClocks::Glove::frameBegins(std::int64_t ticks, Time arrival)
 std::optional<ClockError> GloveClocks::Glove::error() const
 {
   const double seconds = latest_.second - first_.second;
-  if (const auto exact = time_.clockError()) {
-    const double bound = time_.observedPhaseMs() > 1 ? 0.001 / seconds : maxWait / seconds;
-    return ClockError{*exact, bound};
-  }
   if (seconds < minSeconds) return std::nullopt;
-  return ClockError{(first_.value - latest_.value) / seconds, maxWait / seconds};
+  // How long frames wait may change by as much meanwhile, which can't be told from drift.
+  const double bound = maxWait / seconds;
+  return ClockError{time_.clockError().value_or((first_.value - latest_.value) / seconds), bound};
 }
 
 std::optional<double> GloveClocks::Glove::framesPerSecond() const

@@ -27,8 +27,7 @@ class GloveClocks final : private LinkListener {
   // The next bytes of the capture.
   void add(std::span<const std::uint8_t> bytes);
 
-  // Of the glove's latest connection; empty after less than five seconds. From a minute on, it is that of
-  // DeviceTime.
+  // Of the glove's latest connection; empty after less than five seconds.
   std::optional<ClockError> error(std::size_t glove) const { return gloves_.at(glove).error(); }
   // By the glove's own clock: of the shortest time between two frames. Empty before the second frame.
   std::optional<double> framesPerSecond(std::size_t glove) const
