@@ -16,7 +16,9 @@ constexpr std::chrono::milliseconds backlogTime{200};
 LinkAccounts::LinkAccounts(std::size_t gloves, std::size_t elementsOfGlove)
     : count_(gloves), elements_(elementsOfGlove)
 {
-  gloves_[0].setListener(this);
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    gloves_[glove].setListener(&clocks_[glove]);
+  }
 }
 
 void LinkAccounts::beginReading(Time time)
@@ -59,9 +61,10 @@ void LinkAccounts::matchRecords(Time before)
 void LinkAccounts::findTimes()
 {
   for (; timed_ < origins_.size(); ++timed_) {
-    RecordOrigin& origin = origins_[timed_];
-    const auto& [number, ticks] = origin.frames[0];
-    if (number >= 0) origin.sampled = deviceTime_.timeOf(ticks);
+    for (std::size_t glove = 0; glove < count_; ++glove) {
+      RecordOrigin::Frame& frame = origins_[timed_].frames[glove];
+      if (frame.number >= 0) frame.sampled = clocks_[glove].timeOf(frame.ticks);
+    }
   }
 }
 
@@ -156,7 +159,7 @@ RecordOrigin LinkAccounts::match(const Delivered& record)
   for (std::size_t glove = 0; glove < count_; ++glove) {
     gloves_[glove].skip(position[glove]);
     const GloveAccount::Published frame = gloves_[glove].take();
-    origin.frames[glove] = {frame.number, frame.ticks};
+    origin.frames[glove] = {.number = frame.number, .ticks = frame.ticks, .sampled = {}};
   }
   return origin;
 }
@@ -208,25 +211,6 @@ void LinkAccounts::packet(std::size_t glove, Packet packet, Time time)
 {
   // A second glove that is not recorded waits in the plug-in for ever.
   if (glove < count_) gloves_[glove].add(packet, time);
-}
-
-void LinkAccounts::frameBegins(std::int64_t ticks, Time arrival)
-{
-  // A clock that steps back was set, or is better known now.
-  if (ticks <= latestTicks_) deviceTime_.restart();
-  latestTicks_ = ticks;
-  deviceTime_.addArrival(ticks, arrival);
-}
-
-void LinkAccounts::connectionBegins()
-{
-  const auto address = decoder_.address(0);
-  const bool isSameGlove = address == std::exchange(timedGlove_, address);
-  if (isSameGlove) {
-    deviceTime_.restart();
-  } else {
-    deviceTime_.forgetClock();
-  }
 }
 
 Books LinkAccounts::books(bool isEnd) const

@@ -23,6 +23,7 @@
 #include "host/capture/CaptureBlock.h"
 #include "host/capture/DeviceTime.h"
 #include "host/capture/GloveAccount.h"
+#include "host/capture/GloveClock.h"
 #include "host/capture/HeardDevices.h"
 #include "host/capture/LinkDecoder.h"
 
@@ -31,14 +32,17 @@ struct RecordOrigin {
   struct Frame {
     std::int64_t number = -1;  // -1: unknown
     std::int64_t ticks = -1;
+    std::optional<std::chrono::nanoseconds> sampled;  // by the glove's clock, see DeviceTime
   };
 
   bool isMatched = false;
-  std::array<Frame, 2> frames;                      // by glove
-  std::optional<std::chrono::nanoseconds> sampled;  // from the first glove's clock, see DeviceTime
+  std::array<Frame, 2> frames;  // by glove
+
+  // The record's time is that of the first glove.
+  std::optional<std::chrono::nanoseconds> sampled() const { return frames[0].sampled; }
 };
 
-class LinkAccounts final : private LinkListener, private GloveAccount::Listener {
+class LinkAccounts final : private LinkListener {
  public:
   using Time = std::chrono::nanoseconds;
 
@@ -67,7 +71,8 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void noteDamage(std::uint64_t skippedBytes) { skippedBytes_ = skippedBytes; }
 
   Books books(bool isEnd) const;
-  const DeviceTime& deviceTime() const { return deviceTime_; }
+  // Of the first glove.
+  const DeviceTime& deviceTime() const { return clocks_[0].time(); }
   std::optional<LinkDecoder::Address> address(std::size_t glove) const { return decoder_.address(glove); }
   const HeardDevices& heard() const { return heard_; }
   void forgetHeard() { heard_.clear(); }
@@ -87,8 +92,6 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   void notificationsBegin(std::size_t glove, Time time) override;
   void notificationsEnd(std::size_t glove, Time time) override;
   void packet(std::size_t glove, Packet packet, Time time) override;
-  void frameBegins(std::int64_t ticks, Time arrival) override;
-  void connectionBegins() override;
   void advertisement(const Advertisement& advertisement) override { heard_.add(advertisement); }
 
   using Position = std::array<std::size_t, LinkDecoder::maxGloves>;  // in each queue
@@ -110,14 +113,12 @@ class LinkAccounts final : private LinkListener, private GloveAccount::Listener 
   LinkDecoder decoder_{*this};
   HeardDevices heard_;
   std::array<GloveAccount, LinkDecoder::maxGloves> gloves_;
-  DeviceTime deviceTime_;
-  std::optional<LinkDecoder::Address> timedGlove_;  // whose clock that is
+  std::array<GloveClock, LinkDecoder::maxGloves> clocks_{GloveClock(decoder_, 0), GloveClock(decoder_, 1)};
   std::optional<Time> readingBegin_;
   Time readingEnd_ = Time::max();
   std::array<std::optional<Time>, LinkDecoder::maxGloves> ended_;
   std::uint64_t endings_ = 0;
   std::optional<Time> undelivered_;  // the latest message, unless the read that handled it delivered a record
-  std::int64_t latestTicks_ = 0;     // of the first glove
   std::deque<Delivered> delivered_;
   std::optional<Time> firstDelivery_;
   std::deque<RecordOrigin> origins_;

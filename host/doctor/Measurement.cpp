@@ -9,7 +9,7 @@
 
 namespace {
 
-class MeasuringWriter final : public RecordWriter {
+class MeasuringSink final : public RecordSink {
  public:
   void add(const Record& record) override
   {
@@ -17,7 +17,6 @@ class MeasuringWriter final : public RecordWriter {
     if (latest_) longestSilenceMs_ = std::max(longestSilenceMs_, record.arrivalMs - *latest_);
     latest_ = record.arrivalMs;
   }
-  void close() override {}
 
   double longestSilenceMs() const { return longestSilenceMs_; }
   std::vector<double>& latencies() { return latencies_; }
@@ -46,7 +45,7 @@ Measurement measure(GloveConnector& gloves, RecordSource& source, const Layout& 
   Measurement measurement;
   measurement.labels = gloveLabels(layout);
   measurement.elementsOfGlove = static_cast<double>(layout.groups.front().count);
-  MeasuringWriter writer;
+  MeasuringSink writer;
   RecordKeeper keeper(layout, writer, accounts);
   Recorder recorder(layout, keeper, {.seconds = seconds, .records = {}}, clock);
   const auto attempt = [&measurement](const auto& step) {

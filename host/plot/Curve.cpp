@@ -8,7 +8,7 @@
 #include <iterator>
 #include <numeric>
 
-Levels levelsOf(const Recording& recording, const Recording::Group& group, const TimeAxis& axis)
+Levels levelsOf(const Recording& recording, const ElementGroup& group, const TimeAxis& axis)
 {
   Levels levels;
   for (std::size_t record = axis.firstRecord(); record < axis.endRecord(); ++record) {

@@ -15,7 +15,7 @@ struct Levels {
   std::vector<double> highest;
 };
 
-Levels levelsOf(const Recording& recording, const Recording::Group& group, const TimeAxis& axis);
+Levels levelsOf(const Recording& recording, const ElementGroup& group, const TimeAxis& axis);
 
 struct Scale {
   double left;  // of column 0; columns are 1 wide

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-HeatMap makeHeatMap(const Recording& recording, const Recording::Group& group, const TimeAxis& axis)
+HeatMap makeHeatMap(const Recording& recording, const ElementGroup& group, const TimeAxis& axis)
 {
   HeatMap map{axis.columns(), group.count, {}};
   map.counts.assign(map.columns * map.rows, HeatMap::nothing);

@@ -17,7 +17,7 @@ struct HeatMap {
   std::vector<std::int32_t> counts;  // row by row; `nothing` in a column without a record
 };
 
-HeatMap makeHeatMap(const Recording& recording, const Recording::Group& group, const TimeAxis& axis);
+HeatMap makeHeatMap(const Recording& recording, const ElementGroup& group, const TimeAxis& axis);
 
 // RGB pixels of three bytes, row by row; a row of the map is `rowHeight` rows of pixels. All counts must be
 // in the range.

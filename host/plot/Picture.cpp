@@ -140,7 +140,7 @@ class Picture {
   double plotWidth() const { return static_cast<double>(axis_.columns()); }
   Box panel(double top, double height) const { return {leftMargin, top, plotWidth(), height}; }
 
-  static double heatHeight(const Recording::Group& glove)
+  static double heatHeight(const ElementGroup& glove)
   {
     return static_cast<double>(glove.count * rowHeight(glove.count));
   }
@@ -276,7 +276,7 @@ class Picture {
   TimeAxis axis_;
   Ticks timeTicks_;
   EventLayer events_;
-  std::vector<Recording::Group> gloves_;
+  std::vector<ElementGroup> gloves_;
   std::vector<HeatMap> maps_;
   std::vector<Levels> levels_;
 };

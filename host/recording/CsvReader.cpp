@@ -58,10 +58,15 @@ class CsvReader {
     if (hasTimes_) {
       ++column;
       expectColumn(columns, column++, names::pluginColumn);
-      for (; column < columns.size() && columns[column].ends_with(names::frameSuffix); column += 2) {
+      while (column < columns.size() && columns[column].ends_with(names::frameSuffix)) {
         const auto label = columns[column].substr(0, columns[column].size() - names::frameSuffix.size());
         expectColumn(columns, column + 1, fmt::format("{}{}", label, names::ticksSuffix));
-        frameColumns_ += 2;
+        column += 2;
+        ++frameColumns_;
+        const bool hasSampled =
+            column < columns.size() && columns[column] == fmt::format("{}{}", label, names::sampledSuffix);
+        if (hasSampled) ++column;
+        hasSampled_ = hasSampled;
       }
     }
     if (column == columns.size()) damagedRecording(path_, "has no elements in line 1");
@@ -132,8 +137,13 @@ class CsvReader {
     nextCell();
     time.pluginMs = readNumber<std::uint32_t>();
     for (std::size_t frame = 0; frame < frameColumns_; ++frame) {
+      for (int cell = 0; cell < 2; ++cell) {
+        nextCell();
+        if (!isCellEmpty()) readNumber<std::int64_t>();
+      }
+      if (!hasSampled_) continue;
       nextCell();
-      if (!isCellEmpty()) readNumber<std::int64_t>();
+      readTime();
     }
   }
 
@@ -187,7 +197,8 @@ class CsvReader {
   bool hasTimes_ = false;  // otherwise only timestamps
   std::vector<RowTime> times_;
   std::vector<std::uint32_t> timestamps_;
-  std::size_t frameColumns_ = 0;
+  std::size_t frameColumns_ = 0;  // gloves
+  bool hasSampled_ = false;
   std::size_t columnCount_ = 0;
   // Where the line is being read.
   const char* next_ = nullptr;

@@ -32,12 +32,11 @@ CsvWriter::CsvWriter(const std::filesystem::path& file, const Layout& layout) : 
   fmt::format_to(out, "{},{},{}", names::timeColumn, names::arrivalColumn, names::pluginColumn);
   for (const ElementGroup& group : layout.groups) {
     if (!group.isGlove()) continue;
-    fmt::format_to(out, ",{0}{1},{0}{2}", group.label, names::frameSuffix, names::ticksSuffix);
+    fmt::format_to(out, ",{0}{1},{0}{2},{0}{3}", group.label, names::frameSuffix, names::ticksSuffix,
+                   names::sampledSuffix);
   }
   for (const ElementGroup& group : layout.groups) {
-    for (std::size_t element = 0; element < group.count; ++element) {
-      fmt::format_to(out, ",{}_{}", group.label, element);
-    }
+    fmt::format_to(out, ",{}", fmt::join(elementNames(group), ","));
   }
   line_ += '\n';
   file_.append(line_);
@@ -53,6 +52,8 @@ void CsvWriter::add(const Record& record)
   for (const GloveFrame& frame : record.frames) {
     appendFrameCell(line_, frame.number);
     appendFrameCell(line_, frame.ticks);
+    line_ += ',';
+    appendTime(line_, frame.sampledMs);
   }
   for (const std::uint16_t element : record.elements) {
     appendNumber(line_, unsigned{element});

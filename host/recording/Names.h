@@ -12,6 +12,7 @@ inline constexpr std::string_view arrivalColumn = "arrival_ms";
 inline constexpr std::string_view pluginColumn = "plugin_ms";
 inline constexpr std::string_view frameSuffix = "_frame";
 inline constexpr std::string_view ticksSuffix = "_ticks";
+inline constexpr std::string_view sampledSuffix = "_ms";
 
 // Arrays; those of a glove's frames are named as their columns.
 inline constexpr std::string_view samplesArray = "samples";

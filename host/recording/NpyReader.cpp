@@ -34,8 +34,8 @@ Json readMeta(const std::filesystem::path& path)
     damagedRecording(path, "does not describe a recording");
   }
   const Json version = meta.value("version", Json());
-  if (version != 1 && version != 2) {
-    damagedRecording(path, "has another version than 1 and 2", "Use the version of `tessel` that wrote it.");
+  if (version != 1 && version != 2 && version != 3) {
+    damagedRecording(path, "has another version than 1 to 3", "Use the version of `tessel` that wrote it.");
   }
   return meta;
 }

@@ -67,6 +67,7 @@ NpyWriter::NpyWriter(const fs::path& folder, const Layout& layout)
     if (!group.isGlove()) continue;
     arrays_.emplace_back(folder, group.label + std::string(names::frameSuffix), "<i8");
     arrays_.emplace_back(folder, group.label + std::string(names::ticksSuffix), "<i8");
+    arrays_.emplace_back(folder, group.label + std::string(names::sampledSuffix), "<f8");
   }
 }
 
@@ -83,6 +84,7 @@ void NpyWriter::add(const Record& record)
   for (const GloveFrame& frame : record.frames) {
     append(&frame.number, 1);
     append(&frame.ticks, 1);
+    append(&frame.sampledMs, 1);
   }
   ++records_;
   // After each row, so that the arrays of a killed program show exactly the complete rows.

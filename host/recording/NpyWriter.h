@@ -1,6 +1,6 @@
 // Writes a recording as a folder of NumPy arrays: samples.npy [records x elements, uint16], and one number
-// for each record in time.npy and arrival.npy [float64, ms], stamps.npy [uint32, ms], and LABEL_frame.npy and
-// LABEL_ticks.npy of each glove [int64].
+// for each record in time.npy and arrival.npy [float64, ms], stamps.npy [uint32, ms], and LABEL_frame.npy,
+// LABEL_ticks.npy [int64] and LABEL_ms.npy [float64] of each glove.
 #pragma once
 
 #include <cstdint>

@@ -10,8 +10,8 @@ struct GloveFrame {
   std::int64_t number =
       -1;  // counts the frames that the glove sent; its lowest four bits are those on the wire
   std::int64_t ticks = -1;  // the glove's clock, 0.1 ms; its lowest 16 bits are those on the wire
-
-  friend bool operator==(const GloveFrame&, const GloveFrame&) = default;
+  // When it was sampled by this clock, in ms of the record's time; NaN if unknown. Never decreases.
+  double sampledMs = std::numeric_limits<double>::quiet_NaN();
 };
 
 struct Record {

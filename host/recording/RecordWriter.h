@@ -1,21 +1,19 @@
 // Writes records to a CSV file or to a folder of NumPy arrays.
 // Threads: one. Errors: a Failure; earlier records are kept.
+// docs/recording.md documents the formats.
 #pragma once
 
 #include <filesystem>
 #include <memory>
 
 #include "host/recording/Layout.h"
-#include "host/recording/Record.h"
+#include "host/recording/RecordSink.h"
 
 enum class RecordFormat { csv, npy };
 
-class RecordWriter {
+// Hands each record to the operating system at once.
+class RecordWriter : public RecordSink {
  public:
-  virtual ~RecordWriter() = default;
-
-  // Hands one record, with all elements of the layout, to the operating system.
-  virtual void add(const Record& record) = 0;
   virtual void close() = 0;
 };
 

@@ -11,22 +11,15 @@
 #include <vector>
 
 #include "host/recording/GapDetector.h"
+#include "host/recording/Layout.h"
 
 struct Recording {
-  struct Group {
-    std::string label;
-    std::size_t first = 0;  // of its elements in a record
-    std::size_t count = 0;
-
-    bool isGlove() const { return label != "aux" && count > 0; }
-  };
-
   struct Event {
     double seconds = 0;  // as those of the records
     std::string name, glove, detail;
   };
 
-  std::vector<Group> groups;
+  std::vector<ElementGroup> groups;
   std::size_t elements = 0;            // of a record, all groups together
   std::vector<double> seconds;         // of each record since the first; never decreases
   double zeroMs = 0;                   // the recording's own time at 0 s
@@ -37,7 +30,7 @@ struct Recording {
   std::vector<std::string> notes;      // for the user: what was skipped or adjusted
 
   std::size_t records() const { return seconds.size(); }
-  std::span<const std::uint16_t> samplesOf(std::size_t record, const Group& group) const
+  std::span<const std::uint16_t> samplesOf(std::size_t record, const ElementGroup& group) const
   {
     return std::span(samples).subspan(record * elements + group.first, group.count);
   }

@@ -45,7 +45,7 @@ bool isArray(const fs::path& name)
   constexpr std::array arrays{names::samplesArray, names::pluginArray, names::timeArray, names::arrivalArray};
   return name.extension() == ".npy" &&
          (std::ranges::find(arrays, stem) != arrays.end() || stem.ends_with(names::frameSuffix) ||
-          stem.ends_with(names::ticksSuffix));
+          stem.ends_with(names::ticksSuffix) || stem.ends_with(names::sampledSuffix));
 }
 
 // It holds nothing but a recording's files.

@@ -24,7 +24,8 @@ std::chrono::minutes timeOfDay(const std::tm& time)
 }
 
 // In ISO 8601, with microseconds: as UTC and as local time.
-Json startJson(const std::optional<WallClock::time_point>& start)
+Json startJson(const std::optional<WallClock::time_point>& start,
+               const std::optional<std::chrono::nanoseconds>& zero)
 {
   using namespace std::chrono;
   if (!start) return nullptr;
@@ -35,11 +36,12 @@ Json startJson(const std::optional<WallClock::time_point>& start)
   const std::tm local = fmt::localtime(time);
   const auto offset = (timeOfDay(local) - timeOfDay(utc)).count();
   constexpr const char* form = "{:%Y-%m-%dT%H:%M:%S}.{:06}";
-  return {{names::timeColumn, 0},
-          {"utc", fmt::format(form, utc, micros) + 'Z'},
-          {"local",
-           fmt::format(form, local, micros) + fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+',
-                                                          std::abs(offset) / 60, std::abs(offset) % 60)}};
+  return {
+      {names::timeColumn, 0},
+      {"utc", fmt::format(form, utc, micros) + 'Z'},
+      {"local", fmt::format(form, local, micros) + fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+',
+                                                               std::abs(offset) / 60, std::abs(offset) % 60)},
+      {"monotonic_ns", zero ? Json(zero->count()) : Json()}};
 }
 
 template <class Value>
@@ -93,10 +95,10 @@ nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconn
 
 std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
 {
-  Json json{{"format", names::format}, {"version", 2}, {"program", programVersion}};
+  Json json{{"format", names::format}, {"version", 3}, {"program", programVersion}};
   json["complete"] = isComplete;
   json["ended"] = orNull(metadata.ended);
-  json["started"] = startJson(metadata.started);
+  json["started"] = startJson(metadata.started, metadata.zero);
   json["records"] = metadata.records;
   json["recordsPerSecond"] = orNull(metadata.recordsPerSecond);
   json["events"] = events;
@@ -107,6 +109,7 @@ std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events
   for (const ElementGroup& group : metadata.layout.groups) {
     json["groups"].push_back({{"label", group.label}, {"first", group.first}, {"count", group.count}});
   }
+  json["layout"] = metadata.hands;
   json["gloves"] = Json::array();
   for (const RecordingMetadata::Glove& glove : metadata.gloves) {
     json["gloves"].push_back(gloveJson(glove));

@@ -31,10 +31,12 @@ struct RecordingMetadata {
 
   std::vector<Reconnection> reconnections;
   std::optional<std::chrono::system_clock::time_point> started;  // when a record's time was 0
+  std::optional<std::chrono::nanoseconds> zero;                  // the same, by host::uptime()
   Time time;
   std::vector<Glove> gloves;                                           // in the order of the records
   nlohmann::ordered_json settings = nlohmann::ordered_json::object();  // as the plug-in uses them, by key
   Layout layout;
+  nlohmann::ordered_json hands;            // HandLayout::json() of the layout; null: unknown
   std::optional<double> recordsPerSecond;  // measured
   std::uint64_t records = 0;
   nlohmann::ordered_json books;  // what became of each frame, by glove; null: not counted

@@ -55,7 +55,7 @@ void addGroup(Recording& recording, const std::filesystem::path& path, const std
   if (groups.size() == maxGroups) {
     damagedRecording(path, fmt::format("has more than {} groups of elements", maxGroups));
   }
-  groups.push_back({label, recording.elements, 0});
+  groups.push_back({.label = label, .module = {}, .first = recording.elements, .count = 0});
 }
 
 bool isUsableTime(double ms)

@@ -12,8 +12,8 @@ constexpr std::chrono::seconds maxWait{2};
 
 }  // namespace
 
-RecordKeeper::RecordKeeper(const Layout& layout, RecordWriter& writer, LiveAccounts* accounts)
-    : writer_(writer),
+RecordKeeper::RecordKeeper(const Layout& layout, RecordSink& sink, LiveAccounts* accounts)
+    : sink_(sink),
       accounts_(accounts),
       frames_(static_cast<std::size_t>(std::ranges::count_if(layout.groups, &ElementGroup::isGlove)))
 {
@@ -81,21 +81,27 @@ void RecordKeeper::writeNext(const RecordOrigin& origin)
 
 void RecordKeeper::write(const Waiting& record, const RecordOrigin& origin)
 {
-  if (!zero_) zero_ = origin.sampled.value_or(record.arrival);
+  if (!zero_) {
+    zero_ = origin.sampled().value_or(record.arrival);
+    sink_.begin(*zero_);
+  }
   double timeMs = Record::unknown;
   if (accounts_ == nullptr) {
     timeMs = estimate(record.pluginMs);
-  } else if (origin.sampled) {
-    timeMs = std::max(latestMs_, sinceZero(*origin.sampled));
+  } else if (const auto sampled = origin.sampled()) {
+    timeMs = std::max(latestMs_, sinceZero(*sampled));
   }
   for (std::size_t glove = 0; glove < std::min(frames_.size(), origin.frames.size()); ++glove) {
-    frames_[glove] = {origin.frames[glove].number, origin.frames[glove].ticks};
+    const RecordOrigin::Frame& frame = origin.frames[glove];
+    frames_[glove] = {.number = frame.number,
+                      .ticks = frame.ticks,
+                      .sampledMs = frame.sampled ? sinceZero(*frame.sampled) : Record::unknown};
   }
-  writer_.add({.timeMs = timeMs,
-               .arrivalMs = sinceZero(record.arrival),
-               .pluginMs = record.pluginMs,
-               .frames = frames_,
-               .elements = record.elements});
+  sink_.add({.timeMs = timeMs,
+             .arrivalMs = sinceZero(record.arrival),
+             .pluginMs = record.pluginMs,
+             .frames = frames_,
+             .elements = record.elements});
   if (std::isnan(firstMs_)) firstMs_ = std::isnan(timeMs) ? sinceZero(record.arrival) : timeMs;
   if (std::isnan(timeMs)) return;
   latestMs_ = timeMs;

@@ -2,7 +2,7 @@
 // until it is known of which frames it is made; without one, its time is an estimate.
 //
 // Time 0 is when the first record was sampled, or, if that is not known, when it arrived.
-// Threads: the one that reads the gloves. Errors: a Failure of the writer.
+// Threads: the one that reads the gloves. Errors: a Failure of the sink.
 #pragma once
 
 #include <chrono>
@@ -15,14 +15,14 @@
 #include "host/capture/LiveAccounts.h"
 #include "host/recording/GapDetector.h"
 #include "host/recording/Layout.h"
-#include "host/recording/RecordWriter.h"
+#include "host/recording/RecordSink.h"
 
 class RecordKeeper {
  public:
   using Time = std::chrono::nanoseconds;  // of host::uptime()
 
   // All must outlive it. `accounts`: null without a capture.
-  RecordKeeper(const Layout& layout, RecordWriter& writer, LiveAccounts* accounts);
+  RecordKeeper(const Layout& layout, RecordSink& sink, LiveAccounts* accounts);
 
   // Around all reads of records from one connection.
   void beginReading(Time time);
@@ -60,7 +60,7 @@ class RecordKeeper {
     return std::chrono::duration<double, std::milli>(time - *zero_).count();
   }
 
-  RecordWriter& writer_;
+  RecordSink& sink_;
   LiveAccounts* const accounts_;
   std::vector<GloveFrame> frames_;  // of the record that is being written, one for each glove
   std::deque<Waiting> waiting_;

@@ -75,4 +75,5 @@ void update(RecordingMetadata& metadata, const RecordingFigures& figures)
   const auto sinceZero =
       std::chrono::duration_cast<std::chrono::system_clock::duration>(host::uptime() - *figures.zero);
   metadata.started = std::chrono::system_clock::now() - sinceZero;
+  metadata.zero = figures.zero;
 }

@@ -166,8 +166,8 @@ TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
     const auto result =
         runTessel(folder_, {"record", "--sim", "--gloves", gloves, "--frames", "2", "-o", "-"});
     EXPECT_EQ(result.exitCode, 0) << result.messages;
-    const std::string columns =
-        "time_ms,arrival_ms,plugin_ms," + std::string(label) + "_frame," + label + "_ticks," + label + "_0,";
+    const std::string columns = "time_ms,arrival_ms,plugin_ms," + std::string(label) + "_frame," + label +
+                                "_ticks," + label + "_ms," + label + "_0,";
     EXPECT_TRUE(result.output.starts_with(columns)) << result.output.substr(0, 80);
     EXPECT_EQ(result.output.find("_125"), std::string::npos) << "one glove has 125 elements";
     EXPECT_EQ(folder_.list().find(".json"), std::string::npos) << "standard output has no metadata";

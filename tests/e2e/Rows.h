@@ -16,8 +16,9 @@ inline Rows rowsOf(const std::string& csv)
   std::istringstream lines(csv);
   std::string line;
   std::getline(lines, line);
-  EXPECT_TRUE(line.starts_with(
-      "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,right_frame,right_ticks,left_0,left_1,"))
+  EXPECT_TRUE(
+      line.starts_with("time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,left_ms,right_frame,right_ticks,"
+                       "right_ms,left_0,left_1,"))
       << line;
   Rows rows;
   while (std::getline(lines, line)) {
@@ -25,7 +26,7 @@ inline Rows rowsOf(const std::string& csv)
     auto& row = rows.emplace_back();
     std::string cell;
     for (std::size_t column = 0; std::getline(cells, cell, ','); ++column) {
-      if (column == 2 || column >= 7) row.push_back(static_cast<unsigned>(std::stoul(cell)));
+      if (column == 2 || column >= 9) row.push_back(static_cast<unsigned>(std::stoul(cell)));
     }
     EXPECT_EQ(row.size(), 251U) << line;
   }

@@ -120,8 +120,8 @@ TEST_F(BooksTest, FirstTimesWaitForTheBacklog)
   accounts_->settle(begin + 1s);
   for (int counter = 0; counter < 12; ++counter) {
     const auto origin = accounts_->takeOrigin();
-    ASSERT_TRUE(origin && origin->sampled) << counter;
-    EXPECT_NEAR(static_cast<double>((*origin->sampled - begin - (counter - 3) * 25ms).count()), 0, 10'000);
+    ASSERT_TRUE(origin && origin->sampled()) << counter;
+    EXPECT_NEAR(static_cast<double>((*origin->sampled() - begin - (counter - 3) * 25ms).count()), 0, 10'000);
   }
 }
 

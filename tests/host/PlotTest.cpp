@@ -113,7 +113,7 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
       {timed + "1,2,,4,5,6\n", "", "", "", "line 2, column 3: '' is not a number"},
       {timed + "1,2,3,-4,5,6\n", "", "", "", "line 2, column 4: '-4' is not a number"},
       {"", "", samples, timestamps, "does not describe a recording"},
-      {"", R"({"format":"tessel-recording","version":3})", samples, timestamps, "another version"},
+      {"", R"({"format":"tessel-recording","version":4})", samples, timestamps, "another version"},
       {"", R"({"format":"tessel-recording","version":2})", samples, timestamps, "time.npy does not exist"},
       {"", metaText, "text", timestamps, "not a NumPy array"},
       {"", metaText, samples, npy("<f8", "(2,)", "12345678"), "other numbers than '<u4'"},
@@ -254,7 +254,7 @@ TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
 TEST(Picture, KeepsAShortPeakAndLeavesOnlyPausesEmpty)
 {
   Recording recording;
-  recording.groups = {{"le<ft", 0, 1}, {"right", 1, 1}};
+  recording.groups = {{"le<ft", "", 0, 1}, {"right", "", 1, 1}};
   recording.elements = 2;
   std::vector<std::uint32_t> timestamps;
   for (unsigned record = 0; record < 1000; ++record) {

@@ -16,9 +16,8 @@ HardwareOptions simulated()
   return options;
 }
 
-struct NoWriter final : RecordWriter {
+struct NoSink final : RecordSink {
   void add(const Record&) override {}
-  void close() override {}
 };
 
 struct RecordingReload : Reload {
@@ -28,14 +27,14 @@ struct RecordingReload : Reload {
 TEST_F(RecordingReload, RecordingsLeaveNothing)
 {
   constexpr std::uint64_t records = 20;
-  NoWriter writer;
+  NoSink sink;
   std::optional<Layout> layout;
   std::optional<RecordKeeper> keeper;
   expectNothingLeft(2, 5, 4096, [&] {
     connect(true);
     if (!layout) {
       layout = gloveLayout(source_.settings(), connector_.hardware().askModules());
-      keeper.emplace(*layout, writer, &capture_.accounts());
+      keeper.emplace(*layout, sink, &capture_.accounts());
     }
     Recorder recorder(*layout, *keeper, {.seconds = {}, .records = records});
     EXPECT_TRUE(recorder.run(connector_.hardware(), false, [](const RecordingFigures&) {}));

@@ -30,9 +30,9 @@ struct Session {
 
   FakeGloves gloves;
   Layout layout{.elements = 4, .groups = {{"left", "KVXGL00017", 0, 4}}};
-  KeepingWriter writer;
+  KeepingSink sink;
   std::atomic<bool> stop{false};
-  RecordKeeper keeper{layout, writer, nullptr};
+  RecordKeeper keeper{layout, sink, nullptr};
   Recorder recorder;
 };
 
@@ -72,9 +72,9 @@ TEST(Recorder, EndsByLimitsStopRequestsAndFailures)
        1h,
        "the dongle is gone.",
        40},
-      {"a failure of the writer",
+      {"a failure of the sink",
        {{}, {}},
-       [](Session& session) { session.writer.capacity = 3; },
+       [](Session& session) { session.sink.capacity = 3; },
        1h,
        "the disk is full.",
        3},
@@ -83,7 +83,7 @@ TEST(Recorder, EndsByLimitsStopRequestsAndFailures)
     Session session(limits);
     prepare(session);
     EXPECT_EQ(session.run(stopAt), ending) << name;
-    EXPECT_EQ(session.writer.records.size(), records) << name;
+    EXPECT_EQ(session.sink.records.size(), records) << name;
     EXPECT_EQ(session.recorder.figures().records, records) << name;
   }
 }
@@ -104,14 +104,15 @@ TEST(Recorder, TimesBeginAtZeroAndNeverDecrease)
   Session session({{}, 40});
   session.gloves.jumpAt = 500ms;
   EXPECT_EQ(session.run(), "limit");
-  const auto& records = session.writer.records;
+  const auto& records = session.sink.records;
   for (std::size_t index = 0; index < records.size(); ++index) {
     const auto at = static_cast<double>(index);
     // Of the interval in which the timestamps jump, they report nothing.
     EXPECT_EQ(records[index].timeMs, 25 * (index < 20 ? at : at - 1));
     EXPECT_NEAR(records[index].arrivalMs, 25 * at, 1e-9);
     EXPECT_EQ(records[index].pluginMs, 60'025 + 25 * index - (index < 20 ? 0 : 10'000));
-    EXPECT_EQ(session.writer.frames[index], std::vector<GloveFrame>(1)) << "unknown, for each glove";
+    ASSERT_EQ(session.sink.frames[index].size(), 1U) << "unknown, for each glove";
+    EXPECT_EQ(session.sink.frames[index].front().number, -1);
   }
 }
 

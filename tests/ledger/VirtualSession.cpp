@@ -11,10 +11,10 @@
 namespace {
 
 // Compares each record with the frames that it was made of.
-class ComparingWriter final : public RecordWriter {
+class ComparingSink final : public RecordSink {
  public:
-  ComparingWriter(const SessionPlan& plan, VirtualGloves& gloves, VirtualConnector& connector,
-                  Differences& differences)
+  ComparingSink(const SessionPlan& plan, VirtualGloves& gloves, VirtualConnector& connector,
+                Differences& differences)
       : plan_(plan), gloves_(gloves), connector_(connector), differences_(differences)
   {
   }
@@ -32,7 +32,6 @@ class ComparingWriter final : public RecordWriter {
     if (plan_.isCaptured) compareFrames(record, delivered);
     noteTime(record.timeMs, delivered);
   }
-  void close() override {}
 
   std::uint64_t written() const { return written_; }
   std::uint64_t untimed() const { return untimed_; }
@@ -50,7 +49,7 @@ class ComparingWriter final : public RecordWriter {
   void compareFrames(const Record& record, const DeliveredRecord& delivered)
   {
     for (std::size_t glove = 0; glove < record.frames.size(); ++glove) {
-      const auto& [number, ticks] = record.frames[glove];
+      const auto& [number, ticks, sampledMs] = record.frames[glove];
       if (number < 0) {
         note("a record of unknown frames");
         continue;
@@ -60,7 +59,8 @@ class ComparingWriter final : public RecordWriter {
       if (delivered.connection > latest.connection && number <= latest.number) {
         note("the frame numbers go back with connection ") << delivered.connection;
       }
-      latest = {delivered.connection, number};
+      if (sampledMs < latest.sampledMs) note("the time of a glove goes back");
+      latest = {delivered.connection, number, std::isnan(sampledMs) ? latest.sampledMs : sampledMs};
     }
   }
 
@@ -80,6 +80,7 @@ class ComparingWriter final : public RecordWriter {
   struct Latest {
     std::size_t connection = 0;
     std::int64_t number = -1;
+    double sampledMs = -1e9;
   };
 
   const SessionPlan& plan_;
@@ -92,7 +93,7 @@ class ComparingWriter final : public RecordWriter {
   std::vector<Timed> timed_;
 };
 
-std::vector<TimeError> ComparingWriter::timeErrors() const
+std::vector<TimeError> ComparingSink::timeErrors() const
 {
   std::vector<double> first;
   for (const Timed& each : timed_) {
@@ -215,7 +216,7 @@ class VirtualSession {
   LiveAccounts* const captured_ = plan_.isCaptured ? &accounts_ : nullptr;
   VirtualConnector connector_{gloves_, captured_, valuesFor(static_cast<int>(plan_.gloves.size()))};
   Differences differences_{plan_.gloves.size(), true};
-  ComparingWriter writer_{plan_, gloves_, connector_, differences_};
+  ComparingSink writer_{plan_, gloves_, connector_, differences_};
   MarkerQueue markers_;
   NotingListener listener_;
   std::atomic<bool> stop_{false};

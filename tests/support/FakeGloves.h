@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/gloves/RecordSource.h"
-#include "host/recording/RecordWriter.h"
+#include "host/recording/RecordSink.h"
 
 // Gloves that send a record every 25 ms of a virtual clock, which each read moves by 5 ms.
 class FakeGloves final : public RecordSource {
@@ -51,7 +51,7 @@ class FakeGloves final : public RecordSource {
   LinkWatch link_;
 };
 
-class KeepingWriter final : public RecordWriter {
+class KeepingSink final : public RecordSink {
  public:
   void add(const Record& record) override
   {
@@ -59,7 +59,6 @@ class KeepingWriter final : public RecordWriter {
     records.push_back(record);
     frames.emplace_back(record.frames.begin(), record.frames.end());
   }
-  void close() override {}
 
   std::vector<Record> records;  // without their spans
   std::vector<std::vector<GloveFrame>> frames;
