@@ -272,23 +272,28 @@ TEST(Reconnection, OfRandomDropoutsTheBooksAreExactOnOneTimeAxis)
   std::getline(lines, line);
   double time = 0, arrival = 0;
   long long frames[2] = {-1, -1};
+  double sampled = -1000;  // of the right glove
   std::size_t rows = 0;
   for (; std::getline(lines, line); ++rows) {
-    double newTime = 0, newArrival = 0, pluginMs = 0;
+    double newTime = 0, newArrival = 0, pluginMs = 0, leftMs = 0, rightMs = 0;
     long long left = 0, leftTicks = 0, right = 0, rightTicks = 0;
-    ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lld,%lld,%lld,%lld", &newTime, &newArrival, &pluginMs,
-                          &left, &leftTicks, &right, &rightTicks),
-              7)
+    ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lld,%lld,%lf,%lld,%lld,%lf", &newTime, &newArrival,
+                          &pluginMs, &left, &leftTicks, &leftMs, &right, &rightTicks, &rightMs),
+              9)
         << line.substr(0, 80);
     EXPECT_GE(newTime, time) << "row " << rows;
     EXPECT_GE(newArrival, arrival) << "row " << rows;
     EXPECT_GT(left, frames[0]) << "row " << rows;
     EXPECT_GT(right, frames[1]) << "row " << rows;
     EXPECT_LT(newTime, newArrival + 60) << "row " << rows << ": sampled before it arrived";
+    EXPECT_EQ(leftMs, newTime) << "row " << rows;
+    EXPECT_GE(rightMs, sampled) << "row " << rows;
+    EXPECT_LT(std::abs(rightMs - leftMs), 200) << "row " << rows << ": frames of the same moment";
     time = newTime;
     arrival = newArrival;
     frames[0] = left;
     frames[1] = right;
+    sampled = rightMs;
   }
   EXPECT_EQ(rows, summary.at("books").at("left").at("recorded"));
 }

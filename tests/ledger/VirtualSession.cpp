@@ -31,11 +31,14 @@ class ComparingSink final : public RecordSink {
     latestArrival_ = record.arrivalMs;
     if (plan_.isCaptured) compareFrames(record, delivered);
     noteTime(record.timeMs, delivered);
+    for (std::size_t glove = 1; glove < record.frames.size(); ++glove) {
+      noteSampled(glove, record.frames[glove].sampledMs, delivered);
+    }
   }
 
   std::uint64_t written() const { return written_; }
   std::uint64_t untimed() const { return untimed_; }
-  std::vector<TimeError> timeErrors() const;
+  std::vector<TimeError> timeErrors(std::size_t glove) const;
 
  private:
   struct Timed {
@@ -72,9 +75,15 @@ class ComparingSink final : public RecordSink {
     }
     if (timeMs < latestTime_) note("the time goes back");
     latestTime_ = timeMs;
-    const simulator::Duration sampled = delivered.truth.frames[0].sampled;
-    const double sampledMs = std::chrono::duration<double, std::milli>(sampled).count();
-    timed_.push_back({delivered.connection, sampled, timeMs - sampledMs});
+    noteSampled(0, timeMs, delivered);
+  }
+
+  void noteSampled(std::size_t glove, double ms, const DeliveredRecord& delivered)
+  {
+    if (std::isnan(ms)) return;
+    const simulator::Duration sampled = delivered.truth.frames[glove].sampled;
+    const double trueMs = std::chrono::duration<double, std::milli>(sampled).count();
+    timed_.at(glove).push_back({delivered.connection, sampled, ms - trueMs});
   }
 
   struct Latest {
@@ -90,22 +99,23 @@ class ComparingSink final : public RecordSink {
   std::uint64_t written_ = 0, untimed_ = 0;
   double latestArrival_ = 0, latestTime_ = 0;
   std::array<Latest, 2> latest_;
-  std::vector<Timed> timed_;
+  std::array<std::vector<Timed>, 2> timed_;  // by glove
 };
 
-std::vector<TimeError> ComparingSink::timeErrors() const
+std::vector<TimeError> ComparingSink::timeErrors(std::size_t glove) const
 {
+  const std::vector<Timed>& timed = timed_.at(glove);
   std::vector<double> first;
-  for (const Timed& each : timed_) {
+  for (const Timed& each : timed) {
     if (each.connection == 0) first.push_back(each.delay);
   }
   if (first.empty()) return {};
   const auto median = first.begin() + static_cast<std::ptrdiff_t>(first.size() / 2);
   std::ranges::nth_element(first, median);
-  std::vector<TimeError> errors(timed_.back().connection + 1);
+  std::vector<TimeError> errors(timed.back().connection + 1);
   simulator::Duration begin{0};
-  for (auto each = timed_.begin(); each != timed_.end(); ++each) {
-    if (each == timed_.begin() || each->connection != std::prev(each)->connection) begin = each->sampled;
+  for (auto each = timed.begin(); each != timed.end(); ++each) {
+    if (each == timed.begin() || each->connection != std::prev(each)->connection) begin = each->sampled;
     TimeError& error = errors[each->connection];
     const double size = std::abs(each->delay - *median);
     error.max = std::max(error.max, size);
@@ -176,7 +186,7 @@ class VirtualSession {
     result.reconnections = recorder.figures().reconnections;
     result.events = std::move(listener_.events);
     result.attempts = std::move(listener_.attempts);
-    result.timeErrors = writer_.timeErrors();
+    result.timeErrors = {writer_.timeErrors(0), writer_.timeErrors(1)};
     result.records = writer_.written();
     result.untimed = writer_.untimed();
     result.differences = differences_.text();

@@ -28,8 +28,8 @@ struct SessionPlan {
   std::uint64_t seed = 1;                      // of random packet faults
 };
 
-// Of the times of one connection's records, in ms: the largest difference from the time of sampling, apart
-// from the constant delay, which is that of the first connection.
+// Of the times of one glove's frames in one connection, in ms: the largest difference from the time of
+// sampling, apart from the constant delay, which is that of the first connection.
 struct TimeError {
   double max = 0;
   double after5s = 0;
@@ -40,7 +40,7 @@ struct SessionResult {
   std::vector<RecordingEvent> events;
   std::vector<std::string> attempts;  // words of the failed ones, in order, without repetition
   std::vector<Reconnection> reconnections;
-  std::vector<TimeError> timeErrors;  // by connection
+  std::array<std::vector<TimeError>, 2> timeErrors;  // by glove and connection
   Books books;
   std::uint64_t records = 0;
   std::uint64_t untimed = 0;  // records without a time
