@@ -109,6 +109,12 @@ std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events
   for (const ElementGroup& group : metadata.layout.groups) {
     json["groups"].push_back({{"label", group.label}, {"first", group.first}, {"count", group.count}});
   }
+  json["columns"] = Json::array();
+  for (const ElementGroup& group : metadata.layout.groups) {
+    for (std::string& name : elementNames(group)) {
+      json["columns"].push_back(std::move(name));
+    }
+  }
   json["layout"] = metadata.hands;
   json["gloves"] = Json::array();
   for (const RecordingMetadata::Glove& glove : metadata.gloves) {
