@@ -46,11 +46,10 @@ def main():
             if lines not in allowed:
                 sys.exit(f"printed {lines!r} instead of one of {allowed}:\n{program}")
             printed.add(lines)
-            if "thumb.png" in program:
-                picture = folder / "thumb.png"
-                if picture.stat().st_size < 1000:
+            for picture in re.findall(r"thumb\.(?:png|svg)", program):
+                if (folder / picture).stat().st_size < 1000:
                     sys.exit(f"drew nothing:\n{program}")
-                picture.unlink()
+                (folder / picture).unlink()
         if printed != allowed or len(commands) < 5:
             sys.exit(f"only {printed} of {allowed} were printed, by {len(commands)} commands")
     print(f"{len(programs)} programs printed what the recording holds")
