@@ -6,6 +6,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "host/base/Console.h"
 #include "host/base/Failure.h"
@@ -14,10 +15,14 @@
 
 namespace {
 
-int fail(ExitCode code, const std::string& what, const std::string& advice)
+int fail(ExitCode code, const std::string& what, const std::string& advice,
+         const std::vector<std::string>& details = {})
 {
   std::fflush(stdout);
   console::report("tessel: {}\n", what);
+  for (const std::string& detail : details) {
+    console::report("        - {}\n", detail);
+  }
   if (!advice.empty()) console::report("        {}\n", advice);
   return static_cast<int>(code);
 }
@@ -41,7 +46,7 @@ int run(int count, char** arguments)
   try {
     return static_cast<int>(runCommandLine(count, arguments));
   } catch (const Failure& failure) {
-    return fail(failure.code(), failure.what(), failure.advice());
+    return fail(failure.code(), failure.what(), failure.advice(), failure.details());
   } catch (const std::bad_alloc&) {
     const Failure failure = outOfMemory();
     return fail(failure.code(), failure.what(), failure.advice());

@@ -32,7 +32,7 @@ constexpr const char* meaning(ExitCode code)
     case ExitCode::internal:
       return "an error in the program itself, or not enough memory";
     case ExitCode::usage:
-      return "invalid command line or scenario";
+      return "invalid command line, scenario or layout";
     case ExitCode::settings:
       return "the settings file can't be read or used; with `tessel settings`: it has errors or warnings";
     case ExitCode::plugin:

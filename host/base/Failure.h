@@ -1,26 +1,29 @@
-// A failed command of `tessel`: one line that says what happened, one that says what to do, and an exit code
-// that scripts can distinguish.
+// A failed command of `tessel`: one line that says what happened, further lines if it was several things, one
+// that says what to do, and an exit code that scripts can distinguish.
 #pragma once
 
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/base/ExitCode.h"
 
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode code, const std::string& what, std::string advice)
-      : std::runtime_error(what), code_(code), advice_(std::move(advice))
+  Failure(ExitCode code, const std::string& what, std::string advice, std::vector<std::string> details = {})
+      : std::runtime_error(what), code_(code), advice_(std::move(advice)), details_(std::move(details))
   {
   }
 
   ExitCode code() const { return code_; }
   const std::string& advice() const { return advice_; }
+  const std::vector<std::string>& details() const { return details_; }
 
  private:
   ExitCode code_;
   std::string advice_;
+  std::vector<std::string> details_;
 };
 
 inline Failure outOfMemory()

@@ -1,12 +1,12 @@
 // Where the elements of a left and of a right glove are: a JSON file, which docs/layout.md documents. Where
 // it describes one hand only, the other one is its mirror image.
-// Errors: a Failure with ExitCode::usage that names the region or element and says what is wrong with it.
+// Errors: a Failure with ExitCode::usage that names all errors of the layout, up to a few dozen.
 #pragma once
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "host/recording/Layout.h"
@@ -16,9 +16,17 @@ class HandLayout {
   static HandLayout read(const std::filesystem::path& file);
   // `source`: where it comes from, for messages.
   static HandLayout parse(nlohmann::ordered_json json, std::string source);
+  // Whether the file seems to be a layout, valid or not.
+  static bool isLayout(const std::filesystem::path& file);
 
   const Hand& left() const { return left_; }
   const Hand& right() const { return right_; }
+  // Of each glove.
+  std::size_t elements() const { return elements_; }
+  // As stated in the file; may be empty.
+  const std::string& name() const { return name_; }
+  // "left" or "right": the hand that the file does not describe; empty if it describes both.
+  const std::string& mirrored() const { return mirrored_; }
   const std::string& source() const { return source_; }
   // Whole, as it was read.
   const nlohmann::ordered_json& json() const { return json_; }
@@ -31,6 +39,9 @@ class HandLayout {
   HandLayout() = default;
 
   Hand left_, right_;
+  std::size_t elements_ = 0;
+  std::string name_;
+  std::string mirrored_;
   std::string source_;
   nlohmann::ordered_json json_;
 };
