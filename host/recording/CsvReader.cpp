@@ -7,9 +7,13 @@
 #include <cmath>
 #include <limits>
 #include <string_view>
+#include <system_error>
 
+#include "host/base/Failure.h"
 #include "host/base/Text.h"
+#include "host/recording/CsvHeading.h"
 #include "host/recording/LineReader.h"
+#include "host/recording/MetadataReader.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingParts.h"
 
@@ -18,132 +22,133 @@ namespace {
 // The header line is the longest.
 constexpr std::size_t maxLineLength = 1 << 19;
 
-class CsvReader {
+class CsvReader final : public RecordReader {
  public:
-  explicit CsvReader(const std::filesystem::path& path) : path_(path), lines_(path, maxLineLength) {}
-
-  Recording read()
+  explicit CsvReader(const std::filesystem::path& path) : path_(path), lines_(path, maxLineLength)
   {
     const auto heading = lines_.next();
     if (!heading && !lines_.hasRest()) damagedRecording(path_, "is empty");
     if (!heading) damagedRecording(path_, "ends within its first line");
-    readHeading(*heading);
-    while (const auto line = lines_.next()) {
-      readRecord(*line);
+    heading_ = parseCsvHeading(*heading, path_);
+    readCompanion();
+    metadata_.layout = heading_.layout;
+    elements_.resize(heading_.layout.elements);
+    placeFrames();
+  }
+
+  const RecordingMetadata& metadata() const override { return metadata_; }
+  const std::vector<std::string>& notes() const override { return notes_; }
+  double progress() const override { return lines_.progress(); }
+
+  std::vector<RecordingEvent> events() override
+  {
+    return readEvents(existingCompanionOf(path_, names::eventsSuffix), notes_);
+  }
+
+  std::optional<Record> next() override
+  {
+    const auto line = lines_.next();
+    if (!line) {
+      noteEnd();
+      return std::nullopt;
     }
-    if (recording_.samples.empty()) {
-      damagedRecording(path_, "contains no records", "Record for longer, or wait until the gloves send.");
+    next_ = line->data();
+    end_ = next_ + line->size();
+    column_ = 0;
+    Record record;
+    if (heading_.hasTimes) {
+      readTimes(record);
+    } else {
+      record.pluginMs = readNumber<std::uint32_t>();
     }
-    if (lines_.hasRest()) {
-      recording_.notes.push_back(fmt::format("line {} is incomplete and was skipped", lines_.number() + 1));
+    for (std::uint16_t& element : elements_) {
+      nextCell();
+      element = readNumber<std::uint16_t>();
     }
-    hasTimes_ ? setTimes(recording_, times_) : setTimestamps(recording_, timestamps_);
-    return std::move(recording_);
+    if (next_ != end_) {
+      damagedRecording(path_, fmt::format("is damaged in line {}: more than {} columns", lines_.number(),
+                                          heading_.columns));
+    }
+    ++records_;
+    record.frames = frames_;
+    record.elements = elements_;
+    return record;
   }
 
  private:
-  void readHeading(std::string_view line)
+  void readCompanion()
   {
-    const std::string_view first = line.substr(0, line.find(','));
-    if (first != names::timeColumn) {
-      damagedRecording(path_, fmt::format("is not a recording: line 1 begins with '{}' instead of '{}'",
-                                          excerpt(first), names::timeColumn));
+    const std::filesystem::path companion = existingCompanionOf(path_, names::metadataSuffix);
+    std::error_code unknown;
+    if (!std::filesystem::exists(companion, unknown)) return;
+    try {
+      ReadMetadata read = readMetadataFile(companion);
+      std::ranges::move(read.notes, std::back_inserter(notes_));
+      expectedRecords_ = read.records;
+      isIncomplete_ = !read.isComplete;
+      metadata_ = std::move(read.metadata);
+    } catch (const Failure& failure) {
+      notes_.push_back(fmt::format("its metadata was not read: {}", failure.what()));
+      return;
     }
-    std::vector<std::string_view> columns;
-    for (std::size_t begin = 0; begin <= line.size(); begin += columns.back().size() + 1) {
-      columns.push_back(line.substr(begin, line.find(',', begin) - begin));
-    }
-    hasTimes_ = columns.size() > 1 && columns[1] == names::arrivalColumn;
-    std::size_t column = 1;
-    if (hasTimes_) {
-      ++column;
-      expectColumn(columns, column++, names::pluginColumn);
-      while (column < columns.size() && columns[column].ends_with(names::frameSuffix)) {
-        const auto label = columns[column].substr(0, columns[column].size() - names::frameSuffix.size());
-        expectColumn(columns, column + 1, fmt::format("{}{}", label, names::ticksSuffix));
-        column += 2;
-        ++frameColumns_;
-        const bool hasSampled =
-            column < columns.size() && columns[column] == fmt::format("{}{}", label, names::sampledSuffix);
-        if (hasSampled) ++column;
-        hasSampled_ = hasSampled;
+    describeColumns();
+  }
+
+  // Adds what only the metadata knows. Where both contradict each other, the columns are right.
+  void describeColumns()
+  {
+    bool fits = true;
+    for (ElementGroup& group : heading_.layout.groups) {
+      const auto& described = metadata_.layout.groups;
+      const auto same = std::ranges::find(described, group.label, &ElementGroup::label);
+      if (same == described.end() || same->count != group.count) {
+        fits = false;
+        continue;
+      }
+      group.module = same->module;
+      if (elementNames(*same) == elementNames(group)) {
+        group.hand = same->hand;
+      } else if (same->hand.isKnown()) {
+        fits = false;
       }
     }
-    if (column == columns.size()) damagedRecording(path_, "has no elements in line 1");
-    columnCount_ = columns.size();
-    for (; column < columns.size(); ++column) {
-      addColumn(columns[column]);
+    if (fits) return;
+    metadata_.hands = nullptr;
+    notes_.emplace_back("its metadata describes other elements than its columns, which are used");
+  }
+
+  // The columns of frames are in the order of the gloves, but need not be there.
+  void placeFrames()
+  {
+    for (const ElementGroup& group : heading_.layout.groups) {
+      if (!group.isGlove()) continue;
+      gloveLabels_.push_back(group.label);
+    }
+    frames_.resize(gloveLabels_.size());
+    for (const CsvHeading::FrameColumns& columns : heading_.frames) {
+      const auto glove = std::ranges::find(gloveLabels_, columns.label);
+      gloveOfColumns_.push_back(static_cast<std::size_t>(glove - gloveLabels_.begin()));
     }
   }
 
-  void expectColumn(const std::vector<std::string_view>& columns, std::size_t index,
-                    std::string_view wanted) const
+  void readTimes(Record& record)
   {
-    const std::string_view column = index < columns.size() ? columns[index] : "";
-    if (column == wanted) return;
-    damagedRecording(
-        path_, fmt::format("is damaged in line 1: '{}' instead of '{}'", excerpt(column), excerpt(wanted)));
-  }
-
-  void addColumn(std::string_view column)
-  {
-    const std::size_t separator = std::min(column.rfind('_'), column.size());
-    const std::string_view label = column.substr(0, separator);
-    auto& groups = recording_.groups;
-    if (groups.empty() || groups.back().label != label) addGroup(recording_, path_, std::string(label));
-    auto& group = groups.back();
-    if (column.substr(separator) != fmt::format("_{}", group.count)) {
-      damagedRecording(path_, fmt::format("is damaged in line 1: '{}' instead of '{}_{}'", excerpt(column),
-                                          excerpt(label), group.count));
-    }
-    ++group.count;
-    if (++recording_.elements > maxElements) {
-      damagedRecording(path_, fmt::format("has more than {} elements in a record", maxElements));
-    }
-  }
-
-  void readRecord(std::string_view line)
-  {
-    next_ = line.data();
-    end_ = next_ + line.size();
-    column_ = 0;
-    if (hasTimes_) {
-      readTimes();
-    } else {
-      timestamps_.push_back(readNumber<std::uint32_t>());
-    }
-    const std::size_t first = recording_.samples.size();
-    if (first + recording_.elements > maxSamples) {
-      damagedRecording(path_, fmt::format("is too large: more than {} samples", maxSamples),
-                       "Split it into several files, each with the first line.");
-    }
-    recording_.samples.resize(first + recording_.elements);
-    for (std::size_t element = 0; element < recording_.elements; ++element) {
+    record.timeMs = readTime();
+    nextCell();
+    record.arrivalMs = readTime();
+    nextCell();
+    record.pluginMs = readNumber<std::uint32_t>();
+    for (std::size_t columns = 0; columns < heading_.frames.size(); ++columns) {
+      GloveFrame frame;
       nextCell();
-      recording_.samples[first + element] = readNumber<std::uint16_t>();
-    }
-    if (next_ != end_) {
-      damagedRecording(
-          path_, fmt::format("is damaged in line {}: more than {} columns", lines_.number(), columnCount_));
-    }
-  }
-
-  void readTimes()
-  {
-    RowTime& time = times_.emplace_back();
-    time.timeMs = readTime();
-    nextCell();
-    time.arrivalMs = readTime();
-    nextCell();
-    time.pluginMs = readNumber<std::uint32_t>();
-    for (std::size_t frame = 0; frame < frameColumns_; ++frame) {
-      for (int cell = 0; cell < 2; ++cell) {
+      if (!isCellEmpty()) frame.number = readNumber<std::int64_t>();
+      nextCell();
+      if (!isCellEmpty()) frame.ticks = readNumber<std::int64_t>();
+      if (heading_.frames[columns].hasSampled) {
         nextCell();
-        if (!isCellEmpty()) readNumber<std::int64_t>();
+        frame.sampledMs = readTime();
       }
-      if (!hasSampled_) continue;
-      nextCell();
-      readTime();
+      if (gloveOfColumns_[columns] < frames_.size()) frames_[gloveOfColumns_[columns]] = frame;
     }
   }
 
@@ -152,7 +157,7 @@ class CsvReader {
     ++column_;
     if (next_ == end_) {
       damagedRecording(path_, fmt::format("is damaged in line {}: {} columns instead of {}", lines_.number(),
-                                          column_, columnCount_));
+                                          column_, heading_.columns));
     }
     ++next_;
   }
@@ -191,15 +196,35 @@ class CsvReader {
                                         column_ + 1, excerpt(rest.substr(0, rest.find(','))), wanted));
   }
 
-  std::filesystem::path path_;
+  void noteEnd()
+  {
+    if (hasEnded_) return;
+    hasEnded_ = true;
+    if (lines_.hasRest()) {
+      notes_.push_back(fmt::format("line {} is incomplete and was skipped", lines_.number() + 1));
+    }
+    if (isIncomplete_) notes_.emplace_back(incompleteNote);
+    if (expectedRecords_ && *expectedRecords_ != records_) {
+      notes_.push_back(
+          fmt::format("it has {} records, not {} as its metadata says", records_, *expectedRecords_));
+    }
+  }
+
+  const std::filesystem::path path_;
   LineReader lines_;
-  Recording recording_;
-  bool hasTimes_ = false;  // otherwise only timestamps
-  std::vector<RowTime> times_;
-  std::vector<std::uint32_t> timestamps_;
-  std::size_t frameColumns_ = 0;  // gloves
-  bool hasSampled_ = false;
-  std::size_t columnCount_ = 0;
+  CsvHeading heading_;
+  RecordingMetadata metadata_;
+  std::vector<std::string> notes_;
+  bool isIncomplete_ = false;
+  std::optional<std::uint64_t> expectedRecords_;
+  std::uint64_t records_ = 0;
+  bool hasEnded_ = false;
+
+  std::vector<std::string> gloveLabels_;
+  std::vector<std::size_t> gloveOfColumns_;  // of each glove with columns of frames; past the last: none
+  // Of the record that was read last.
+  std::vector<GloveFrame> frames_;
+  std::vector<std::uint16_t> elements_;
   // Where the line is being read.
   const char* next_ = nullptr;
   const char* end_ = nullptr;
@@ -208,7 +233,7 @@ class CsvReader {
 
 }  // namespace
 
-Recording readCsv(const std::filesystem::path& path)
+std::unique_ptr<RecordReader> openCsv(const std::filesystem::path& path)
 {
-  return CsvReader(path).read();
+  return std::make_unique<CsvReader>(path);
 }

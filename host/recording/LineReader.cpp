@@ -4,12 +4,23 @@
 
 #include <algorithm>
 #include <cstring>
+#include <system_error>
 
 #include "host/recording/RecordingParts.h"
 
 LineReader::LineReader(const std::filesystem::path& path, std::size_t maxLength)
-    : path_(path), maxLength_(maxLength), file_(openRecording(path)), buffer_(2 * maxLength)
+    : path_(path), maxLength_(maxLength), file_(openInput(path)), buffer_(2 * maxLength)
 {
+  std::error_code unknown;
+  size_ = std::filesystem::file_size(path, unknown);
+  if (unknown) size_ = 0;
+}
+
+double LineReader::progress() const
+{
+  const std::uint64_t taken = read_ - (end_ - begin_);
+  // The file may grow.
+  return size_ == 0 ? 1 : std::min(static_cast<double>(taken) / static_cast<double>(size_), 1.0);
 }
 
 std::optional<std::string_view> LineReader::next()
@@ -40,5 +51,6 @@ bool LineReader::fill()
   if (file_.bad()) damagedRecording(path_, "can't be read completely", "Check the disk.");
   const auto got = static_cast<std::size_t>(file_.gcount());
   end_ += got;
+  read_ += got;
   return got > 0;
 }

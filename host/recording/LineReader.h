@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -20,6 +21,8 @@ class LineReader {
   // Of the line that next() returned, from 1.
   std::size_t number() const { return number_; }
   bool hasRest() const { return begin_ < end_; }
+  // How much of the file was read, from 0 to 1.
+  double progress() const;
 
  private:
   bool fill();
@@ -31,4 +34,6 @@ class LineReader {
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
   std::size_t number_ = 0;
+  std::uint64_t size_ = 0;  // of the file when it was opened
+  std::uint64_t read_ = 0;  // into the buffer so far
 };

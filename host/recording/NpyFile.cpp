@@ -11,7 +11,7 @@
 #include "host/recording/RecordingParts.h"
 
 NpyFile::NpyFile(const std::filesystem::path& path, const Wanted& wanted)
-    : path_(path), file_(openRecording(path))
+    : path_(path), file_(openInput(path))
 {
   const std::string header = readHeader();
   if (header.find(fmt::format("'descr':'{}'", wanted.type)) == std::string::npos ||

@@ -11,7 +11,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class NpyFile {
  public:
@@ -28,19 +27,17 @@ class NpyFile {
   std::uint64_t columns() const { return columns_; }
   std::uint64_t rowsInFile() const { return rowsInFile_; }  // complete rows
 
-  // The first `count` numbers. Call it only once.
+  // The next numbers, which must be in the file.
   template <class Number>
-  std::vector<Number> read(std::size_t count)
+  void read(std::span<Number> numbers)
   {
-    std::vector<Number> numbers(count);
-    const auto bytes = std::as_writable_bytes(std::span(numbers));
+    const auto bytes = std::as_writable_bytes(numbers);
     readBytes(bytes);
     if constexpr (std::endian::native == std::endian::big) {
       for (std::size_t i = 0; i < bytes.size(); i += sizeof(Number)) {
         std::reverse(bytes.begin() + i, bytes.begin() + i + sizeof(Number));
       }
     }
-    return numbers;
   }
 
  private:

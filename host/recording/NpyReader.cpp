@@ -1,153 +1,210 @@
 #include "host/recording/NpyReader.h"
 
 #include <fmt/core.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <deque>
-#include <limits>
-#include <optional>
-#include <string_view>
+#include <system_error>
 
-#include "host/base/Text.h"
+#include "host/recording/MetadataReader.h"
 #include "host/recording/Names.h"
 #include "host/recording/NpyFile.h"
 #include "host/recording/RecordingParts.h"
 
+namespace fs = std::filesystem;
+
 namespace {
 
-using Json = nlohmann::json;
+// Elements that are read at a time, and rows.
+constexpr std::size_t blockElements = 1 << 17;
+constexpr std::size_t maxBlockRows = 4096;
 
-constexpr std::size_t maxMetaSize = 1 << 20;
-constexpr std::size_t maxDateLength = 40;
+// The rows of an array, of which one block is in memory. Without a file all rows are unknown.
+template <class Number>
+class Rows {
+ public:
+  explicit Rows(NpyFile* file = nullptr) : file_(file) {}
 
-Json readMeta(const std::filesystem::path& path)
-{
-  std::ifstream file = openRecording(path);
-  std::string text(maxMetaSize, '\0');
-  file.read(text.data(), maxMetaSize);
-  text.resize(static_cast<std::size_t>(file.gcount()));
-  Json meta = Json::parse(text, nullptr, false);
-  if (!meta.is_object() || meta.value("format", Json()) != names::format) {
-    damagedRecording(path, "does not describe a recording");
+  void readBlock(std::size_t rows)
+  {
+    if (!file_) return;
+    numbers_.resize(rows * static_cast<std::size_t>(file_->columns()));
+    file_->read(std::span(numbers_));
   }
-  const Json version = meta.value("version", Json());
-  if (version != 1 && version != 2 && version != 3) {
-    damagedRecording(path, "has another version than 1 to 3", "Use the version of `tessel` that wrote it.");
+
+  Number numberOr(std::size_t row, Number unknown) const { return file_ ? numbers_[row] : unknown; }
+  std::span<const Number> row(std::size_t row) const
+  {
+    const auto columns = static_cast<std::size_t>(file_->columns());
+    return std::span(numbers_).subspan(row * columns, columns);
   }
-  return meta;
-}
 
-std::size_t sizeOf(const Json& object, const char* key, const std::filesystem::path& path)
-{
-  const Json value = object.value(key, Json());
-  if (!value.is_number_unsigned()) damagedRecording(path, fmt::format("lacks the number '{}'", key));
-  return static_cast<std::size_t>(
-      std::min<std::uint64_t>(value.get<std::uint64_t>(), std::numeric_limits<std::size_t>::max()));
-}
-
-void readGroups(Recording& recording, const Json& meta, const std::filesystem::path& path)
-{
-  for (const Json& group : meta.value("groups", Json::array())) {
-    const Json label = group.is_object() ? group.value("label", Json()) : Json();
-    addGroup(recording, path, label.is_string() ? label.get<std::string>() : "");
-    const std::size_t count = sizeOf(group, "count", path);
-    if (sizeOf(group, "first", path) != recording.elements || count > maxElements - recording.elements) {
-      damagedRecording(path,
-                       fmt::format("must have contiguous groups of at most {} elements in all", maxElements));
+  // A time in ms. `first`: the number of the block's first row.
+  Number timeOr(std::size_t row, std::uint64_t first, Number unknown) const
+  {
+    const Number ms = numberOr(row, unknown);
+    if (!isUsableTime(ms)) {
+      damagedRecording(file_->path(),
+                       fmt::format("is damaged: {} in row {} is not a time in ms", ms, first + row));
     }
-    recording.groups.back().count = count;
-    recording.elements += count;
+    return ms;
   }
-}
 
-// Date and time, or nothing.
-std::string startOf(const Json& meta)
-{
-  Json started = meta.value("started", Json());
-  if (started.is_object()) started = started.value("local", Json());
-  return started.is_string() ? started.get<std::string>().substr(0, maxDateLength) : "";
-}
+ private:
+  NpyFile* file_;
+  std::vector<Number> numbers_;
+};
 
-// The number of records of a recording that ended regularly.
-std::optional<std::size_t> recordsOf(const Json& meta, const std::filesystem::path& path)
-{
-  if (meta.at("version") == 1) {
-    return meta.contains("frames") ? std::optional(sizeOf(meta, "frames", path)) : std::nullopt;
+class NpyReader final : public RecordReader {
+ public:
+  explicit NpyReader(const fs::path& folder) : folder_(folder)
+  {
+    ReadMetadata read = readMetadataFile(folder_ / names::metadataFile);
+    metadata_ = std::move(read.metadata);
+    notes_ = std::move(read.notes);
+    openArrays(read.version > 1);
+    records_ = std::ranges::min_element(files_, {}, &NpyFile::rowsInFile)->rowsInFile();
+    if (read.records && folder_.extension() != ".part") {
+      checkRecords(*read.records);
+    } else {
+      notes_.emplace_back(incompleteNote);
+    }
+    blockRows_ = std::clamp(blockElements / metadata_.layout.elements, std::size_t{1}, maxBlockRows);
+    row_ = blockRows_;
   }
-  return meta.value("complete", Json()) == true ? std::optional(sizeOf(meta, "records", path)) : std::nullopt;
-}
 
-void checkTimes(const std::vector<double>& times, const std::filesystem::path& path)
-{
-  const auto bad = std::ranges::find_if_not(times, isUsableTime);
-  if (bad != times.end()) {
-    damagedRecording(path,
-                     fmt::format("is damaged: {} in row {} is not a time in ms", *bad, bad - times.begin()));
+  const RecordingMetadata& metadata() const override { return metadata_; }
+  const std::vector<std::string>& notes() const override { return notes_; }
+
+  std::vector<RecordingEvent> events() override { return readEvents(folder_ / names::eventsFile, notes_); }
+
+  double progress() const override
+  {
+    return records_ == 0 ? 1 : static_cast<double>(position()) / static_cast<double>(records_);
   }
-}
 
-}  // namespace
+  std::optional<Record> next() override
+  {
+    if (row_ == blockRows_) readBlock();
+    if (position() == records_) return std::nullopt;
+    constexpr double unknown = Record::unknown;
+    for (std::size_t glove = 0; glove < frames_.size(); ++glove) {
+      const FrameArrays& arrays = frameArrays_[glove];
+      // Any other negative number is none either.
+      frames_[glove] = {.number = std::max<std::int64_t>(arrays.numbers.numberOr(row_, -1), -1),
+                        .ticks = std::max<std::int64_t>(arrays.ticks.numberOr(row_, -1), -1),
+                        .sampledMs = arrays.sampled.timeOr(row_, first_, unknown)};
+    }
+    const Record record{.timeMs = times_.timeOr(row_, first_, unknown),
+                        .arrivalMs = arrivals_.timeOr(row_, first_, unknown),
+                        .pluginMs = pluginTimes_.numberOr(row_, 0),
+                        .frames = frames_,
+                        .elements = samples_.row(row_)};
+    ++row_;
+    return record;
+  }
 
-Recording readNpy(const std::filesystem::path& folder)
-{
-  const std::filesystem::path metaPath = folder / names::metadataFile;
-  const Json meta = readMeta(metaPath);
-  Recording recording;
-  readGroups(recording, meta, metaPath);
-  recording.started = startOf(meta);
-
-  const bool hasTimes = meta.at("version") != 1;
-  std::deque<NpyFile> files;
-  const auto open = [&](std::string_view array, const NpyFile::Wanted& wanted) -> NpyFile& {
-    return files.emplace_back(folder / names::arrayFile(array), wanted);
+ private:
+  struct FrameArrays {
+    Rows<std::int64_t> numbers, ticks;
+    Rows<double> sampled;
   };
-  constexpr NpyFile::Wanted doubles{.type = "<f8", .typeSize = 8, .dimensions = 1};
-  NpyFile& samples = open(names::samplesArray, {.type = "<u2", .typeSize = 2, .dimensions = 2});
-  NpyFile& timestamps = open(names::pluginArray, {.type = "<u4", .typeSize = 4, .dimensions = 1});
-  NpyFile* const time = hasTimes ? &open(names::timeArray, doubles) : nullptr;
-  NpyFile* const arrival = hasTimes ? &open(names::arrivalArray, doubles) : nullptr;
-  if (recording.elements == 0 || samples.columns() != recording.elements) {
-    damagedRecording(folder,
-                     fmt::format("is damaged: samples.npy has {} elements in a record, meta.json has {}",
-                                 samples.columns(), recording.elements));
+
+  static constexpr NpyFile::Wanted doubles{.type = "<f8", .typeSize = 8, .dimensions = 1};
+  static constexpr NpyFile::Wanted integers{.type = "<i8", .typeSize = 8, .dimensions = 1};
+
+  NpyFile* open(std::string_view array, const NpyFile::Wanted& wanted)
+  {
+    return &files_.emplace_back(folder_ / names::arrayFile(array), wanted);
   }
-  const std::uint64_t records = std::ranges::min_element(files, {}, &NpyFile::rowsInFile)->rowsInFile();
-  const auto expected = recordsOf(meta, metaPath);
-  if (expected && folder.extension() != ".part") {
-    for (const NpyFile& file : files) {
-      if (file.rows() == *expected && file.rowsInFile() == *expected) continue;
+
+  NpyFile* openIfThere(const std::string& array, const NpyFile::Wanted& wanted)
+  {
+    std::error_code unknown;
+    return fs::exists(folder_ / names::arrayFile(array), unknown) ? open(array, wanted) : nullptr;
+  }
+
+  void openArrays(bool hasTimes)
+  {
+    const Layout& layout = metadata_.layout;
+    NpyFile* const samples = open(names::samplesArray, {.type = "<u2", .typeSize = 2, .dimensions = 2});
+    samples_ = Rows<std::uint16_t>(samples);
+    pluginTimes_ =
+        Rows<std::uint32_t>(open(names::pluginArray, {.type = "<u4", .typeSize = 4, .dimensions = 1}));
+    if (hasTimes) {
+      times_ = Rows<double>(open(names::timeArray, doubles));
+      arrivals_ = Rows<double>(open(names::arrivalArray, doubles));
+    }
+    if (layout.elements == 0 || samples->columns() != layout.elements) {
+      damagedRecording(folder_,
+                       fmt::format("is damaged: samples.npy has {} elements in a record, meta.json has {}",
+                                   samples->columns(), layout.elements));
+    }
+    for (const ElementGroup& group : layout.groups) {
+      if (!group.isGlove()) continue;
+      FrameArrays& arrays = frameArrays_.emplace_back();
+      frames_.emplace_back();
+      // No other label is a part of a file's name.
+      if (!isPlainLabel(group.label)) continue;
+      const auto arrayOf = [&](std::string_view suffix) { return group.label + std::string(suffix); };
+      arrays.numbers = Rows<std::int64_t>(openIfThere(arrayOf(names::frameSuffix), integers));
+      arrays.ticks = Rows<std::int64_t>(openIfThere(arrayOf(names::ticksSuffix), integers));
+      arrays.sampled = Rows<double>(openIfThere(arrayOf(names::sampledSuffix), doubles));
+    }
+  }
+
+  void checkRecords(std::uint64_t expected) const
+  {
+    for (const NpyFile& file : files_) {
+      if (file.rows() == expected && file.rowsInFile() == expected) continue;
       damagedRecording(
           file.path(),
           fmt::format(
               "is damaged: {} records according to its header, {} according to meta.json, {} in the file",
-              file.rows(), *expected, file.rowsInFile()));
+              file.rows(), expected, file.rowsInFile()));
     }
-  } else {
-    recording.notes.emplace_back("it was not completed; all records in its files are used");
   }
-  if (records == 0)
-    damagedRecording(folder, "contains no records", "Record for longer, or wait until the gloves send.");
-  if (records > maxSamples / recording.elements) {
-    damagedRecording(folder, fmt::format("is too large: more than {} samples", maxSamples));
+
+  std::uint64_t position() const { return hasBegun_ ? first_ + row_ : 0; }
+
+  void readBlock()
+  {
+    first_ = position();
+    hasBegun_ = true;
+    row_ = 0;
+    const auto rows = static_cast<std::size_t>(std::min<std::uint64_t>(blockRows_, records_ - first_));
+    samples_.readBlock(rows);
+    pluginTimes_.readBlock(rows);
+    times_.readBlock(rows);
+    arrivals_.readBlock(rows);
+    for (FrameArrays& arrays : frameArrays_) {
+      arrays.numbers.readBlock(rows);
+      arrays.ticks.readBlock(rows);
+      arrays.sampled.readBlock(rows);
+    }
   }
-  const auto count = static_cast<std::size_t>(records);
-  recording.samples = samples.read<std::uint16_t>(count * recording.elements);
-  const auto pluginMs = timestamps.read<std::uint32_t>(count);
-  if (!hasTimes) {
-    setTimestamps(recording, pluginMs);
-    return recording;
-  }
-  const auto timeMs = time->read<double>(count);
-  const auto arrivalMs = arrival->read<double>(count);
-  checkTimes(timeMs, time->path());
-  checkTimes(arrivalMs, arrival->path());
-  std::vector<RowTime> rows(count);
-  for (std::size_t row = 0; row < count; ++row) {
-    rows[row] = {timeMs[row], arrivalMs[row], pluginMs[row]};
-  }
-  setTimes(recording, rows);
-  return recording;
+
+  const fs::path folder_;
+  RecordingMetadata metadata_;
+  std::vector<std::string> notes_;
+  std::deque<NpyFile> files_;
+  std::uint64_t records_ = 0;
+
+  Rows<std::uint16_t> samples_;
+  Rows<std::uint32_t> pluginTimes_;
+  Rows<double> times_, arrivals_;
+  std::vector<FrameArrays> frameArrays_;  // by glove
+  std::vector<GloveFrame> frames_;        // of the record that was read last
+
+  std::size_t blockRows_ = 0;
+  std::uint64_t first_ = 0;  // row of the block in memory
+  std::size_t row_ = 0;      // next one, in the block
+  bool hasBegun_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<RecordReader> openNpy(const fs::path& folder)
+{
+  return std::make_unique<NpyReader>(folder);
 }

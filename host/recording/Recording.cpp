@@ -2,56 +2,53 @@
 
 #include <fmt/core.h>
 
-#include <system_error>
+#include <cmath>
 
-#include "host/base/Text.h"
-#include "host/recording/CsvReader.h"
-#include "host/recording/Names.h"
-#include "host/recording/NpyReader.h"
-#include "host/recording/RecordingEvents.h"
+#include "host/recording/RecordReader.h"
+#include "host/recording/RecordTimes.h"
 #include "host/recording/RecordingParts.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
-// Records and events of an unfinished recording both have a name that ends in ".part".
-fs::path eventsOf(fs::path records)
-{
-  constexpr const char* part = ".part";
-  const bool grows = records.extension() == part;
-  if (grows) records.replace_extension();
-  fs::path events = companionOf(records, names::eventsSuffix);
-  return grows ? events += part : events;
-}
+constexpr std::size_t maxSamples = std::size_t{1} << 29;  // 15 hours of two gloves
 
 }  // namespace
 
-Recording readRecording(const fs::path& path)
+void Recording::add(double ms, std::span<const std::uint16_t> record)
 {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (fs::is_directory(status)) {
-    Recording recording = readNpy(path);
-    addEvents(recording, path / names::eventsFile);
-    return recording;
+  if (seconds.empty()) zeroMs = ms;
+  seconds.push_back((ms - zeroMs) / 1000);
+  gaps.add(static_cast<std::uint32_t>(std::llround(ms - zeroMs)));
+  samples.insert(samples.end(), record.begin(), record.end());
+}
+
+Recording readRecording(const std::filesystem::path& path)
+{
+  const auto reader = openRecording(path);
+  Recording recording;
+  RecordTimes times;
+  while (const auto record = reader->next()) {
+    if (recording.samples.size() + record->elements.size() > maxSamples) {
+      damagedRecording(path, fmt::format("is too large: more than {} samples", maxSamples),
+                       "`tessel convert` with --from and --to makes a part of it.");
+    }
+    recording.add(times.next(*record), record->elements);
   }
-  if (fs::is_regular_file(status)) {
-    if (path.extension() == ".npy")
-      damagedRecording(path, "is only a part of a recording", "Use the folder that contains it.");
-    Recording recording = readCsv(path);
-    addEvents(recording, eventsOf(path));
-    return recording;
+  if (recording.records() == 0) emptyRecording(path);
+  const RecordingMetadata& metadata = reader->metadata();
+  recording.groups = metadata.layout.groups;
+  recording.elements = metadata.layout.elements;
+  recording.started = metadata.startedLocal;
+  for (RecordingEvent& event : reader->events()) {
+    if (std::isnan(event.timeMs)) continue;  // before the first record
+    recording.events.push_back({(event.timeMs - recording.zeroMs) / 1000, std::move(event.event),
+                                std::move(event.glove), std::move(event.detail)});
   }
-  if (fs::exists(status)) damagedRecording(path, "is neither a file nor a folder");
-  if (status.type() != fs::file_type::not_found) {
-    damagedRecording(path, fmt::format("can't be opened: {}", error.message()), "Check the permissions.");
+  recording.notes = reader->notes();
+  if (times.backwardSteps() > 0) {
+    recording.notes.push_back(
+        fmt::format("{} timestamp(s) step back; each is drawn at the time of the previous record",
+                    times.backwardSteps()));
   }
-  fs::path growing = path;
-  growing += ".part";
-  const bool grows = fs::exists(growing, error);
-  damagedRecording(
-      path, "does not exist",
-      grows ? fmt::format("{} does: it is still being recorded, or was interrupted.", utf8(growing))
-            : "Check the name, or make a recording with `tessel record`.");
+  return recording;
 }

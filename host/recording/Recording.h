@@ -1,5 +1,4 @@
-// A recording in memory, read from any format. Threads: one. Errors: a Failure with ExitCode::recording that
-// names the place; incomplete records at the end, and damaged events, are skipped with a note. Samples are
+// A whole recording in memory, read from any format. Threads: one. Errors: those of RecordReader. Samples are
 // the gloves' raw counts.
 #pragma once
 
@@ -34,7 +33,9 @@ struct Recording {
   {
     return std::span(samples).subspan(record * elements + group.first, group.count);
   }
+  // `ms`: by RecordTimes.
+  void add(double ms, std::span<const std::uint16_t> record);
 };
 
-// A file is read as CSV, a folder as NumPy arrays; both may still be recorded. Has at least one record.
+// Has at least one record. It may still be recorded.
 Recording readRecording(const std::filesystem::path& path);

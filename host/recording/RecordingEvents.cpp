@@ -47,8 +47,10 @@ std::optional<std::string> takeCell(std::string_view& line)
   return cell;
 }
 
+// An empty one is unknown.
 std::optional<double> timeOf(std::string_view cell)
 {
+  if (cell.empty()) return Record::unknown;
   double ms = 0;
   const char* const end = cell.data() + cell.size();
   const auto [stop, error] = std::from_chars(cell.data(), end, ms, std::chars_format::fixed);
@@ -56,7 +58,7 @@ std::optional<double> timeOf(std::string_view cell)
   return isTime ? std::optional(ms) : std::nullopt;
 }
 
-std::optional<Recording::Event> eventOf(std::string_view line, double zeroMs)
+std::optional<RecordingEvent> eventOf(std::string_view line)
 {
   const auto time = takeCell(line);
   auto name = takeCell(line);
@@ -64,35 +66,39 @@ std::optional<Recording::Event> eventOf(std::string_view line, double zeroMs)
   auto detail = takeCell(line);
   const auto ms = time ? timeOf(*time) : std::nullopt;
   if (!ms || !name || name->empty() || !glove || !detail || !line.empty()) return std::nullopt;
-  return Recording::Event{(*ms - zeroMs) / 1000, std::move(*name), std::move(*glove), std::move(*detail)};
+  return RecordingEvent{*ms, std::move(*name), std::move(*glove), std::move(*detail)};
 }
 
-void readEvents(Recording& recording, const fs::path& path)
+void readLines(const fs::path& path, std::vector<RecordingEvent>& events, std::vector<std::string>& notes)
 {
   LineReader lines(path, maxLineLength);
   const auto heading = lines.next();
   if (!heading && !lines.hasRest()) return;  // a killed program may have left it empty
   if (!heading || fmt::format("{}\n", *heading) != names::eventsHeading) {
-    recording.notes.push_back(
-        fmt::format("{} is not a file of events and was not read", utf8(path.filename())));
+    notes.push_back(fmt::format("{} is not a file of events and was not read", utf8(path.filename())));
     return;
   }
   std::size_t damaged = 0;
   while (const auto line = lines.next()) {
-    if (recording.events.size() == maxEvents) {
-      recording.notes.push_back(fmt::format("only its first {} events are used", maxEvents));
+    if (events.size() == maxEvents) {
+      notes.push_back(fmt::format("only its first {} events are used", maxEvents));
       break;
     }
-    if (line->starts_with(',')) continue;  // without a time: before the first record
-    if (auto event = eventOf(*line, recording.zeroMs)) {
-      recording.events.push_back(std::move(*event));
+    if (auto event = eventOf(*line)) {
+      events.push_back(std::move(*event));
     } else {
       ++damaged;
     }
   }
   if (damaged == 0) return;
-  recording.notes.push_back(
+  notes.push_back(
       fmt::format("{} line(s) of {} are damaged and were skipped", damaged, utf8(path.filename())));
+}
+
+// Those without a time are first.
+bool isEarlier(double oneMs, double otherMs)
+{
+  return std::isnan(oneMs) ? !std::isnan(otherMs) : oneMs < otherMs;
 }
 
 }  // namespace
@@ -103,14 +109,25 @@ fs::path companionOf(fs::path records, std::string_view suffix)
   return records += suffix;
 }
 
-void addEvents(Recording& recording, const fs::path& path)
+fs::path existingCompanionOf(fs::path records, std::string_view suffix)
 {
+  constexpr const char* part = ".part";
+  const bool grows = records.extension() == part;
+  if (grows) records.replace_extension();
+  fs::path companion = companionOf(std::move(records), suffix);
+  return grows ? companion += part : companion;
+}
+
+std::vector<RecordingEvent> readEvents(const fs::path& path, std::vector<std::string>& notes)
+{
+  std::vector<RecordingEvent> events;
   std::error_code unknown;
-  if (!fs::exists(path, unknown)) return;
+  if (!fs::exists(path, unknown)) return events;
   try {
-    readEvents(recording, path);
+    readLines(path, events, notes);
   } catch (const Failure& failure) {
-    recording.notes.push_back(fmt::format("its events are incomplete: {}", failure.what()));
+    notes.push_back(fmt::format("its events are incomplete: {}", failure.what()));
   }
-  std::ranges::stable_sort(recording.events, {}, &Recording::Event::seconds);
+  std::ranges::stable_sort(events, isEarlier, &RecordingEvent::timeMs);
+  return events;
 }

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/recording/Record.h"
-#include "host/recording/Recording.h"
 
 // At a time of the records.
 struct RecordingEvent {
@@ -19,6 +19,8 @@ struct RecordingEvent {
 
 // The file with this suffix that belongs to a CSV file of records: "run.json" to "run.csv" or "run".
 std::filesystem::path companionOf(std::filesystem::path records, std::string_view suffix);
+// The same; while the records grow, the names of both end in ".part".
+std::filesystem::path existingCompanionOf(std::filesystem::path records, std::string_view suffix);
 
-// Adds the events of this file, if there is one, to a recording whose times are known.
-void addEvents(Recording& recording, const std::filesystem::path& path);
+// The events of this file, if there is one, by time; first those without one.
+std::vector<RecordingEvent> readEvents(const std::filesystem::path& path, std::vector<std::string>& notes);

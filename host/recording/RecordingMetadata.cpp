@@ -23,25 +23,28 @@ std::chrono::minutes timeOfDay(const std::tm& time)
   return sys_days(day).time_since_epoch() + hours(time.tm_hour) + minutes(time.tm_min);
 }
 
-// In ISO 8601, with microseconds: as UTC and as local time.
-Json startJson(const std::optional<WallClock::time_point>& start,
-               const std::optional<std::chrono::nanoseconds>& zero)
+// In ISO 8601, with microseconds.
+constexpr const char* timeForm = "{:%Y-%m-%dT%H:%M:%S}.{:06}";
+
+struct SplitTime {
+  std::time_t second;
+  std::chrono::microseconds::rep micros;
+};
+
+SplitTime splitTime(WallClock::time_point time)
 {
   using namespace std::chrono;
-  if (!start) return nullptr;
-  const auto second = floor<seconds>(*start);
-  const auto micros = floor<microseconds>(*start - second).count();
-  const std::time_t time = WallClock::to_time_t(second);
-  const std::tm utc = fmt::gmtime(time);
-  const std::tm local = fmt::localtime(time);
-  const auto offset = (timeOfDay(local) - timeOfDay(utc)).count();
-  constexpr const char* form = "{:%Y-%m-%dT%H:%M:%S}.{:06}";
-  return {
-      {names::timeColumn, 0},
-      {"utc", fmt::format(form, utc, micros) + 'Z'},
-      {"local", fmt::format(form, local, micros) + fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+',
-                                                               std::abs(offset) / 60, std::abs(offset) % 60)},
-      {"monotonic_ns", zero ? Json(zero->count()) : Json()}};
+  const auto second = floor<seconds>(time);
+  return {WallClock::to_time_t(second), floor<microseconds>(time - second).count()};
+}
+
+// With the offset from UTC.
+std::string localTime(const SplitTime& time)
+{
+  const std::tm local = fmt::localtime(time.second);
+  const auto offset = (timeOfDay(local) - timeOfDay(fmt::gmtime(time.second))).count();
+  return fmt::format(timeForm, local, time.micros) +
+         fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+', std::abs(offset) / 60, std::abs(offset) % 60);
 }
 
 template <class Value>
@@ -53,6 +56,19 @@ Json orNull(const std::optional<Value>& value)
 Json orNull(const std::string& text)
 {
   return text.empty() ? Json() : Json(text);
+}
+
+Json startJson(const RecordingMetadata& metadata)
+{
+  if (!metadata.started && metadata.startedLocal.empty()) return nullptr;
+  Json json{{names::timeColumn, 0}, {"utc", Json()}, {"local", metadata.startedLocal}};
+  if (metadata.started) {
+    const SplitTime time = splitTime(*metadata.started);
+    json["utc"] = fmt::format(timeForm, fmt::gmtime(time.second), time.micros) + 'Z';
+    if (metadata.startedLocal.empty()) json["local"] = localTime(time);
+  }
+  json["monotonic_ns"] = metadata.zero ? Json(metadata.zero->count()) : Json();
+  return json;
 }
 
 Json timeJson(const RecordingMetadata::Time& time)
@@ -95,10 +111,12 @@ nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconn
 
 std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
 {
-  Json json{{"format", names::format}, {"version", 3}, {"program", programVersion}};
+  Json json{{"format", names::format}, {"version", 3}};
+  json["program"] = metadata.program.empty() ? programVersion : metadata.program;
+  if (!metadata.converted.is_null()) json["converted"] = metadata.converted;
   json["complete"] = isComplete;
   json["ended"] = orNull(metadata.ended);
-  json["started"] = startJson(metadata.started, metadata.zero);
+  json["started"] = startJson(metadata);
   json["records"] = metadata.records;
   json["recordsPerSecond"] = orNull(metadata.recordsPerSecond);
   json["events"] = events;

@@ -29,9 +29,11 @@ struct RecordingMetadata {
     std::optional<double> disconnectedSeconds;  // within the recording
   };
 
+  std::string program;  // that recorded it; empty: this one
   std::vector<Reconnection> reconnections;
   std::optional<std::chrono::system_clock::time_point> started;  // when a record's time was 0
-  std::optional<std::chrono::nanoseconds> zero;                  // the same, by host::uptime()
+  std::string startedLocal;                      // the same where it was recorded; empty: by this computer
+  std::optional<std::chrono::nanoseconds> zero;  // the same, by host::uptime()
   Time time;
   std::vector<Glove> gloves;                                           // in the order of the records
   nlohmann::ordered_json settings = nlohmann::ordered_json::object();  // as the plug-in uses them, by key
@@ -39,9 +41,10 @@ struct RecordingMetadata {
   nlohmann::ordered_json hands;            // HandLayout::json() of the layout; null: unknown
   std::optional<double> recordsPerSecond;  // measured
   std::uint64_t records = 0;
-  nlohmann::ordered_json books;  // what became of each frame, by glove; null: not counted
-  std::string capture;           // the file with the bytes of the link; empty: none
-  std::string ended;             // why; empty: it has not
+  nlohmann::ordered_json books;      // what became of each frame, by glove; null: not counted
+  std::string capture;               // the file with the bytes of the link; empty: none
+  std::string ended;                 // why; empty: it has not
+  nlohmann::ordered_json converted;  // from what and by what; null: it is as it was recorded
 };
 
 nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconnections);

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <system_error>
@@ -14,13 +15,6 @@ namespace {
 
 constexpr std::size_t maxLabelLength = 64;
 
-void noteBackwardSteps(Recording& recording, std::uint64_t steps)
-{
-  if (steps == 0) return;
-  recording.notes.push_back(
-      fmt::format("{} timestamp(s) step back; each is drawn at the time of the previous record", steps));
-}
-
 }  // namespace
 
 void damagedRecording(const std::filesystem::path& path, const std::string& what, const std::string& advice)
@@ -28,7 +22,12 @@ void damagedRecording(const std::filesystem::path& path, const std::string& what
   throw Failure(ExitCode::recording, fmt::format("{} {}", utf8(path), what), advice);
 }
 
-std::ifstream openRecording(const std::filesystem::path& path)
+void emptyRecording(const std::filesystem::path& path)
+{
+  damagedRecording(path, "contains no records", "Record for longer, or wait until the gloves send.");
+}
+
+std::ifstream openInput(const std::filesystem::path& path)
 {
   std::error_code error;
   const auto status = std::filesystem::status(path, error);
@@ -43,9 +42,9 @@ std::ifstream openRecording(const std::filesystem::path& path)
   return file;
 }
 
-void addGroup(Recording& recording, const std::filesystem::path& path, const std::string& label)
+void addGroup(Layout& layout, const std::filesystem::path& path, const std::string& label)
 {
-  auto& groups = recording.groups;
+  auto& groups = layout.groups;
   if (label.empty() || label.size() > maxLabelLength) {
     damagedRecording(path, fmt::format("has a group without a usable name: '{}'", excerpt(label)));
   }
@@ -55,52 +54,18 @@ void addGroup(Recording& recording, const std::filesystem::path& path, const std
   if (groups.size() == maxGroups) {
     damagedRecording(path, fmt::format("has more than {} groups of elements", maxGroups));
   }
-  groups.push_back({.label = label, .module = {}, .first = recording.elements, .count = 0});
+  groups.push_back({.label = label, .module = {}, .first = layout.elements, .count = 0});
+}
+
+bool isPlainLabel(const std::string& label)
+{
+  return std::ranges::all_of(label, [](char character) {
+    return std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '_' || character == '-';
+  });
 }
 
 bool isUsableTime(double ms)
 {
   constexpr double limit = 1e12;  // 31 years
   return std::isnan(ms) || std::abs(ms) < limit;
-}
-
-void setTimes(Recording& recording, const std::vector<RowTime>& rows)
-{
-  recording.seconds.reserve(rows.size());
-  std::uint64_t backwardSteps = 0;
-  // The times of a recording begin near 0, those of a part of one anywhere.
-  double beginMs = 0;
-  double previousMs = 0;
-  for (std::size_t row = 0; row < rows.size(); ++row) {
-    const RowTime& now = rows[row];
-    const RowTime& before = rows[row == 0 ? 0 : row - 1];
-    const double sinceBefore = now.arrivalMs - before.arrivalMs;
-    double ms = now.timeMs;
-    if (std::isnan(ms)) {
-      ms = previousMs + (std::isnan(sinceBefore) ? timestampStep(before.pluginMs, now.pluginMs).value_or(0)
-                                                 : std::max(sinceBefore, 0.0));
-    }
-    if (row == 0) {
-      beginMs = ms;
-    } else if (ms < previousMs) {
-      // Expected after a record of unknown time.
-      if (!std::isnan(before.timeMs)) ++backwardSteps;
-      ms = previousMs;
-    }
-    previousMs = ms;
-    recording.seconds.push_back((ms - beginMs) / 1000);
-    recording.gaps.add(static_cast<std::uint32_t>(std::llround(ms - beginMs)));
-  }
-  recording.zeroMs = beginMs;
-  noteBackwardSteps(recording, backwardSteps);
-}
-
-void setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps)
-{
-  recording.seconds.reserve(timestamps.size());
-  for (const std::uint32_t timestamp : timestamps) {
-    recording.gaps.add(timestamp);
-    recording.seconds.push_back(recording.gaps.seconds());
-  }
-  noteBackwardSteps(recording, recording.gaps.backwardSteps());
 }

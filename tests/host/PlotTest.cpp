@@ -9,8 +9,8 @@
 #include "host/plot/Picture.h"
 #include "host/plot/TextFit.h"
 #include "host/recording/Recording.h"
-#include "host/recording/RecordingParts.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Timestamps.h"
 
 namespace {
 

@@ -223,7 +223,7 @@ TEST(Metadata, HasTheWallClockAndWhatIsUnknownIsNull)
   for (const char* key : {"started", "ended", "recordsPerSecond", "books", "capture"}) {
     EXPECT_TRUE(json.at(key).is_null()) << key;
   }
-  EXPECT_EQ(json.at("version"), 2);
+  EXPECT_EQ(json.at("version"), 3);
   EXPECT_TRUE(json.at("gloves").at(0).at("firmware").is_null());
   EXPECT_EQ(json.at("gloves").at(0).at("disconnectedSeconds"), 5.25);
 
