@@ -96,7 +96,9 @@ void open(HardwareConnector& connector, std::unique_ptr<LinkCapture>& capture, d
 std::filesystem::path capturePlace(const RecordingFiles& files)
 {
   std::filesystem::path place = files.hasPlace() ? files.wanted() : std::filesystem::path("recording");
-  if (hasExtension(place, ".csv") || hasExtension(place, ".npy")) place.replace_extension();
+  if (hasExtension(place, ".csv") || hasExtension(place, ".npy") || hasExtension(place, ".xdf")) {
+    place.replace_extension();
+  }
   return place += ".capture.pcapng";
 }
 
@@ -185,7 +187,7 @@ std::optional<Failure> record(const Options& options)
 
   const auto modules = connector.hardware().askModules();
   const Layout layout = gloveLayout(source.settings(), modules);
-  RecordWriter& writer = files.begin(describe(connector.hardware(), layout));
+  RecordWriter& writer = files.begin(describe(connector.hardware(), layout, capture != nullptr));
   console::report("Recording {} to {}; Ctrl-C ends it.\n", fmt::to_string(fmt::join(modules, " and ")),
                   outputText(files.growing()));
   RecordKeeper keeper(layout, writer, capture ? &capture->accounts() : nullptr);
@@ -248,12 +250,11 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
       "Output file or folder, or - for standard output; by default named by date and time"));
   addChoice(
-      command, "--format", "csv|npy", {"csv", "npy"},
-      [&target](const std::string& name) {
-        target.format = name == "csv" ? RecordFormat::csv : RecordFormat::npy;
-      },
-      "csv: a file with a line for each frame; npy: a folder of NumPy arrays. By default the output name's "
-      "extension decides, otherwise csv");
+      command, "--format", "csv|npy|xdf", formatNames(),
+      [&target](const std::string& name) { target.format = formatNamed(name); },
+      "csv: a file with a line for each frame; npy: a folder of NumPy arrays; xdf: one file with metadata "
+      "and "
+      "events. By default the output name's extension decides, otherwise csv");
   CLI::Option* const capture = addPath(
       command, "--capture", "FILE", target.capture,
       "Keep every byte between the plug-in and the dongle in this file (pcapng); see docs/capture.md");

@@ -5,31 +5,8 @@
 #include <iterator>
 #include <utility>
 
-#include "host/base/Characters.h"
+#include "host/base/Xml.h"
 #include "host/plot/Png.h"
-
-std::string xmlText(std::string_view text)
-{
-  std::string xml;
-  while (!text.empty()) {
-    const auto [character, code, isPrintable] = firstCharacter(text);
-    if (!isPrintable) {
-      xml += "\xEF\xBF\xBD";  // the replacement character
-    } else if (character == "&") {
-      xml += "&amp;";
-    } else if (character == "<") {
-      xml += "&lt;";
-    } else if (character == ">") {
-      xml += "&gt;";
-    } else if (character == "\"") {
-      xml += "&quot;";
-    } else {
-      xml += character;
-    }
-    text.remove_prefix(character.size());
-  }
-  return xml;
-}
 
 Svg::Svg(double width, double height, std::string_view comment)
 {

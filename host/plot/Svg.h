@@ -22,9 +22,6 @@ struct Box {
 // Of text without another one.
 inline constexpr double svgFontSize = 11;
 
-// Escaped for XML text and attribute values.
-std::string xmlText(std::string_view text);
-
 class Svg {
  public:
   // The comment precedes the picture.

@@ -11,7 +11,7 @@ class CsvWriter final : public RecordWriter {
   CsvWriter(const std::filesystem::path& file, const Layout& layout);
 
   void add(const Record& record) override;
-  void close() override { file_.close(); }
+  void close(bool /*isComplete*/) override { file_.close(); }
 
  private:
   OutputFile file_;

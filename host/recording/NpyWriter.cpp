@@ -93,7 +93,7 @@ void NpyWriter::add(const Record& record)
   }
 }
 
-void NpyWriter::close()
+void NpyWriter::close(bool /*isComplete*/)
 {
   for (Array& array : arrays_) {
     array.file.close();

@@ -17,7 +17,7 @@ class NpyWriter final : public RecordWriter {
   NpyWriter(const std::filesystem::path& folder, const Layout& layout);
 
   void add(const Record& record) override;
-  void close() override;
+  void close(bool isComplete) override;
 
  private:
   struct Array {

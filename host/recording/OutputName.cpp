@@ -3,6 +3,8 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <ctime>
 
 #include "host/base/Failure.h"
@@ -13,9 +15,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* nameOf(RecordFormat format)
+struct FormatName {
+  RecordFormat format;
+  const char* name;
+  const char* extension;
+};
+
+constexpr std::array formats{FormatName{RecordFormat::csv, "csv", ".csv"},
+                             FormatName{RecordFormat::npy, "npy", ".npy"},
+                             FormatName{RecordFormat::xdf, "xdf", ".xdf"}};
+
+const FormatName& nameOf(RecordFormat format)
 {
-  return format == RecordFormat::csv ? "csv" : "npy";
+  return *std::ranges::find(formats, format, &FormatName::format);
 }
 
 // The format that the name implies, if any.
@@ -23,8 +35,9 @@ std::optional<RecordFormat> formatOf(fs::path path)
 {
   if (isStandardOutput(path)) return RecordFormat::csv;
   if (!path.has_filename()) path = path.parent_path();
-  if (hasExtension(path, ".csv")) return RecordFormat::csv;
-  if (hasExtension(path, ".npy")) return RecordFormat::npy;
+  for (const FormatName& each : formats) {
+    if (hasExtension(path, each.extension)) return each.format;
+  }
   return std::nullopt;
 }
 
@@ -35,7 +48,7 @@ OutputName chooseOutputName(const std::optional<std::string>& name, std::optiona
   if (!name) {
     const auto chosen = format.value_or(RecordFormat::csv);
     return {fmt::format("recording-{:%Y%m%d-%H%M%S}{}", fmt::localtime(std::time(nullptr)),
-                        chosen == RecordFormat::csv ? ".csv" : ""),
+                        chosen == RecordFormat::npy ? "" : nameOf(chosen).extension),
             chosen};
   }
   if (name->empty()) {
@@ -48,9 +61,24 @@ OutputName chooseOutputName(const std::optional<std::string>& name, std::optiona
         ExitCode::usage,
         isStandardOutput(*name)
             ? fmt::format("--format {} and --output {} contradict each other: standard output is always csv.",
-                          nameOf(*format), *name)
-            : fmt::format("--format {} and --output {} contradict each other.", nameOf(*format), *name),
+                          nameOf(*format).name, *name)
+            : fmt::format("--format {} and --output {} contradict each other.", nameOf(*format).name, *name),
         "Omit --format, or choose another name.");
   }
   return {*name, named.value_or(format.value_or(RecordFormat::csv))};
+}
+
+RecordFormat formatNamed(std::string_view name)
+{
+  const auto* const found = std::ranges::find(formats, name, &FormatName::name);
+  return found == formats.end() ? RecordFormat::csv : found->format;
+}
+
+std::vector<std::string> formatNames()
+{
+  std::vector<std::string> names;
+  for (const FormatName& each : formats) {
+    names.emplace_back(each.name);
+  }
+  return names;
 }

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "host/recording/RecordWriter.h"
 
@@ -14,3 +16,8 @@ struct OutputName {
 };
 
 OutputName chooseOutputName(const std::optional<std::string>& name, std::optional<RecordFormat> format);
+
+// As --format names them.
+std::vector<std::string> formatNames();
+// Of one of these names.
+RecordFormat formatNamed(std::string_view name);

@@ -64,12 +64,12 @@ bool isRecordingFolder(const fs::path& folder)
 
 PartFile::Kind kindOf(RecordFormat format)
 {
-  return format == RecordFormat::csv ? PartFile::Kind::file : PartFile::Kind::folder;
+  return format == RecordFormat::npy ? PartFile::Kind::folder : PartFile::Kind::file;
 }
 
 PartFile::Test testOf(RecordFormat format)
 {
-  return format == RecordFormat::csv ? nullptr : isRecordingFolder;
+  return format == RecordFormat::npy ? isRecordingFolder : nullptr;
 }
 
 }  // namespace
@@ -101,8 +101,8 @@ RecordingFiles::RecordingFiles(const OutputName& output, bool replaces)
 RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
 {
   metadata_ = std::move(metadata);
-  writer_ = makeRecordWriter(format_, growing(), metadata_.layout);
-  if (hasPlace()) {
+  writer_ = makeRecordWriter(format_, growing(), metadata_);
+  if (hasOthers()) {
     events_.emplace(eventsPart_ ? eventsPart_->growing() : growing() / names::eventsFile);
     events_->append(names::eventsHeading);
     writeMetadata(false);
@@ -115,6 +115,7 @@ RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
 
 void RecordingFiles::addEvent(const RecordingEvent& event)
 {
+  writer_->addEvent(event);
   if (!events_) return;
   std::string line;
   appendTime(line, event.timeMs);
@@ -139,7 +140,7 @@ void RecordingFiles::keepUp(Time now)
 
 void RecordingFiles::writeMetadata(bool isComplete)
 {
-  if (!hasPlace()) return;
+  if (!hasOthers()) return;
   const std::string text = metadataText(metadata_, eventCount_, isComplete);
   if (metadataPart_) {
     metadataPart_->replaceContent(text);
@@ -148,9 +149,9 @@ void RecordingFiles::writeMetadata(bool isComplete)
   }
 }
 
-void RecordingFiles::closeAll()
+void RecordingFiles::closeAll(bool isComplete)
 {
-  writer_->close();
+  writer_->close(isComplete);
   writer_.reset();
   if (events_) events_->close();
   events_.reset();
@@ -162,7 +163,7 @@ void RecordingFiles::dropEmptyEvents()
   if (eventsPart_) {
     eventsPart_->keep(false);
     eventsPart_.reset();
-  } else if (hasPlace()) {
+  } else if (hasOthers()) {
     std::error_code ignored;
     fs::remove(growing() / names::eventsFile, ignored);
   }
@@ -180,7 +181,7 @@ bool RecordingFiles::contain(const std::filesystem::path& path) const
 
 void RecordingFiles::complete()
 {
-  closeAll();
+  closeAll(true);
   if (!companions_) {
     records_.checkWanted();
     writeMetadata(true);
@@ -208,7 +209,7 @@ void RecordingFiles::abandon() noexcept
 {
   try {
     writeMetadata(false);
-    closeAll();
+    closeAll(false);
     dropEmptyEvents();
   } catch (const std::exception&) {
     // What could not be written first is the reason for this call.

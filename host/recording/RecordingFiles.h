@@ -1,6 +1,7 @@
 // The files of a recording: its records, its metadata and its events. While they grow, their names end in
 // ".part". The metadata is replaced as a whole and everything else is handed to the operating system at once,
-// so the files of a killed program belong together. Standard output, devices and pipes have only records.
+// so the files of a killed program belong together. A file of XDF has everything; standard output, devices
+// and pipes have only records in other formats.
 // Threads: one. Errors: a Failure with ExitCode::output; everything written so far is kept.
 #pragma once
 
@@ -64,7 +65,9 @@ class RecordingFiles {
 
   static std::optional<Companions> checkNames(const OutputName& output, bool replaces);
   void writeMetadata(bool isComplete);
-  void closeAll();
+  // Files of metadata and events.
+  bool hasOthers() const { return hasPlace() && format_ != RecordFormat::xdf; }
+  void closeAll(bool isComplete);
   void dropEmptyEvents();
 
   const RecordFormat format_;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "host/base/System.h"
 #include "host/base/Version.h"
 #include "host/recording/Names.h"
 
@@ -109,7 +110,7 @@ nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconn
   return json;
 }
 
-std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
+nlohmann::ordered_json metadataJson(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
 {
   Json json{{"format", names::format}, {"version", 3}};
   json["program"] = metadata.program.empty() ? programVersion : metadata.program;
@@ -142,5 +143,16 @@ std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events
   json["books"] = metadata.books;
   json["capture"] = orNull(metadata.capture);
   json["settings"] = metadata.settings;
-  return json.dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
+  return json;
+}
+
+std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete)
+{
+  return metadataJson(metadata, events, isComplete).dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
+}
+
+std::chrono::system_clock::time_point wallClockAt(std::chrono::nanoseconds uptime)
+{
+  const auto since = std::chrono::duration_cast<WallClock::duration>(host::uptime() - uptime);
+  return WallClock::now() - since;
 }

@@ -49,5 +49,9 @@ struct RecordingMetadata {
 
 nlohmann::ordered_json reconnectionsJson(const std::vector<Reconnection>& reconnections);
 
-// `events`: lines in the file of events. `isComplete`: it ended, and all records were written.
+// `events`: how many it has. `isComplete`: it ended, and all records were written.
+nlohmann::ordered_json metadataJson(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete);
 std::string metadataText(const RecordingMetadata& metadata, std::uint64_t events, bool isComplete);
+
+// For RecordingMetadata::started: the wall clock at a time of host::uptime().
+std::chrono::system_clock::time_point wallClockAt(std::chrono::nanoseconds uptime);

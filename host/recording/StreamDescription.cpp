@@ -108,15 +108,14 @@ std::string sourceOfAll(const RecordingMetadata& metadata, std::string_view stre
   return fmt::format("{}-{}", id, stream);
 }
 
-// "Tessel left glove", "Tessel glove1"
-std::string nameOf(const ElementGroup& group)
+}  // namespace
+
+std::string elementStreamName(const ElementGroup& group)
 {
   if (!group.isGlove()) return "Tessel auxiliary";
   return group.label.starts_with("glove") ? "Tessel " + group.label
                                           : fmt::format("Tessel {} glove", group.label);
 }
-
-}  // namespace
 
 std::vector<DescriptionNode> nodesOf(const Json& object)
 {
@@ -127,7 +126,7 @@ StreamDescription elementStream(const ElementGroup& group, const RecordingMetada
                                 const std::string& synchronization)
 {
   StreamDescription stream{
-      .name = nameOf(group),
+      .name = elementStreamName(group),
       .type = group.isGlove() ? "Tactile" : "Auxiliary",
       .sourceId = group.isGlove() ? "tessel-" + sourceOf(group) : sourceOfAll(metadata, group.label),
       .channels = group.count,
@@ -155,7 +154,7 @@ StreamDescription timingStream(const RecordingMetadata& metadata, const std::str
     add(names::ticksSuffix, "0.1 ms");
     add(names::sampledSuffix, "ms");
   }
-  StreamDescription stream{.name = "Tessel timing",
+  StreamDescription stream{.name = timingStreamName,
                            .type = type,
                            .sourceId = sourceOfAll(metadata, "timing"),
                            .channels = channels.children.size(),
@@ -167,7 +166,7 @@ StreamDescription timingStream(const RecordingMetadata& metadata, const std::str
 
 StreamDescription eventStream(const RecordingMetadata& metadata, const std::string& synchronization)
 {
-  StreamDescription stream{.name = "Tessel events",
+  StreamDescription stream{.name = eventStreamName,
                            .type = "Markers",
                            .sourceId = sourceOfAll(metadata, "events"),
                            .channels = 1,

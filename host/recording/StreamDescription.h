@@ -23,6 +23,11 @@ struct StreamDescription {
   DescriptionNode desc;
 };
 
+inline constexpr const char* timingStreamName = "Tessel timing";
+inline constexpr const char* eventStreamName = "Tessel events";
+// "Tessel left glove", "Tessel glove1"
+std::string elementStreamName(const ElementGroup& group);
+
 // The elements of one group of metadata.layout. `synchronization`: how its timestamps are made, for people.
 StreamDescription elementStream(const ElementGroup& group, const RecordingMetadata& metadata,
                                 const std::string& synchronization);

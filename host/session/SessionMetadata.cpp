@@ -10,6 +10,9 @@
 
 namespace {
 
+constexpr const char* clockMethod = "glove clock, fitted to arrivals";
+constexpr const char* pluginMethod = "plug-in timestamps";
+
 // Not worth a failure: the gloves are recorded without it.
 std::vector<GloveFirmware> firmwareOf(Hardware& hardware)
 {
@@ -28,7 +31,6 @@ std::string addressText(const LinkDecoder::Address& address)
 
 void updateFromCapture(RecordingMetadata& metadata, const LiveAccounts::Snapshot& accounts)
 {
-  metadata.time.method = "glove clock, fitted to arrivals";
   metadata.time.residualMs = accounts.residualMs;
   if (accounts.clockError) metadata.time.clockErrorPpm = *accounts.clockError * 1e6;
   if (accounts.observedPhaseMs > 0) metadata.time.observedPhaseMs = accounts.observedPhaseMs;
@@ -44,12 +46,12 @@ void updateFromCapture(RecordingMetadata& metadata, const LiveAccounts::Snapshot
 
 }  // namespace
 
-RecordingMetadata describe(Hardware& hardware, const Layout& layout)
+RecordingMetadata describe(Hardware& hardware, const Layout& layout, bool isFollowed)
 {
   RecordingMetadata metadata;
   metadata.layout = layout;
   metadata.settings = settingsJson(hardware.settings());
-  metadata.time.method = "plug-in timestamps";
+  metadata.time.method = isFollowed ? clockMethod : pluginMethod;
   const std::vector<GloveFirmware> firmware = firmwareOf(hardware);
   for (const ElementGroup& group : layout.groups) {
     if (!group.isGlove()) continue;
@@ -72,8 +74,6 @@ void update(RecordingMetadata& metadata, const RecordingFigures& figures)
   if (figures.records > 1) metadata.recordsPerSecond = figures.recordsPerSecond();
   if (figures.accounts) updateFromCapture(metadata, *figures.accounts);
   if (metadata.started || !figures.zero) return;
-  const auto sinceZero =
-      std::chrono::duration_cast<std::chrono::system_clock::duration>(host::uptime() - *figures.zero);
-  metadata.started = std::chrono::system_clock::now() - sinceZero;
+  metadata.started = wallClockAt(*figures.zero);
   metadata.zero = figures.zero;
 }

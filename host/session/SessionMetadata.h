@@ -5,8 +5,8 @@
 #include "host/recording/RecordingMetadata.h"
 #include "host/session/Recorder.h"
 
-// What is known before the first record. The gloves must be open.
-RecordingMetadata describe(Hardware& hardware, const Layout& layout);
+// What is known before the first record. The gloves must be open. `isFollowed`: the link is captured.
+RecordingMetadata describe(Hardware& hardware, const Layout& layout, bool isFollowed);
 
 // Adds what the figures show.
 void update(RecordingMetadata& metadata, const RecordingFigures& figures);

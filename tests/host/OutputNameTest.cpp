@@ -11,6 +11,7 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
   const auto none = std::optional<RecordFormat>();
   const std::optional csv = RecordFormat::csv;
   const std::optional npy = RecordFormat::npy;
+  const std::optional xdf = RecordFormat::xdf;
   const struct {
     std::string name;
     std::optional<RecordFormat> format, chosen;  // chosen empty: refused
@@ -22,6 +23,8 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
       {"a.npy", none, npy, ""},
       {"a.Npy", npy, npy, ""},
       {"a.npy", csv, {}, "--format csv and --output a.npy"},
+      {"a.xdf", none, xdf, ""},
+      {"a.xdf", csv, {}, "--format csv and --output a.xdf"},
       {"a", none, csv, ""},
       {"a", npy, npy, ""},
       {"a", csv, csv, ""},
@@ -32,6 +35,7 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
       {"-", none, csv, ""},
       {"-", npy, {}, "standard output is always csv"},
       {"/dev/stdout", npy, {}, "standard output is always csv"},
+      {"-", xdf, {}, "standard output is always csv"},
       {"./-", npy, npy, ""},
       {"", none, {}, "not ''"},
   };
@@ -48,6 +52,7 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
     }
   }
   EXPECT_TRUE(chooseOutputName({}, none).path.string().ends_with(".csv"));
+  EXPECT_TRUE(chooseOutputName({}, xdf).path.string().ends_with(".xdf"));
   EXPECT_FALSE(chooseOutputName({}, npy).path.has_extension());
 }
 

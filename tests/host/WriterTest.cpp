@@ -9,11 +9,12 @@ using namespace std::string_literals;
 
 TEST(RecordWriter, WritesEveryValueAndLeavesOutUnknownOnes)
 {
-  const Layout layout{.elements = 3, .groups = {{"right", "KVXGR00018", 0, 2}, {"aux", "", 2, 1}}};
+  RecordingMetadata metadata;
+  metadata.layout = {.elements = 3, .groups = {{"right", "KVXGR00018", 0, 2}, {"aux", "", 2, 1}}};
   const TemporaryFolder folder;
   for (const auto format : {RecordFormat::csv, RecordFormat::npy}) {
     const auto writer =
-        makeRecordWriter(format, format == RecordFormat::csv ? folder / "a.csv" : folder.path(), layout);
+        makeRecordWriter(format, format == RecordFormat::csv ? folder / "a.csv" : folder.path(), metadata);
     const GloveFrame unknown;
     const GloveFrame frame{.number = 258, .ticks = 65'536, .sampledMs = 24.5};
     writer->add({.pluginMs = 4'294'967'295U,
@@ -29,7 +30,7 @@ TEST(RecordWriter, WritesEveryValueAndLeavesOutUnknownOnes)
                  .pluginMs = 2,
                  .frames = {&frame, 1},
                  .elements = std::vector<std::uint16_t>{0, 0, 0}});
-    writer->close();
+    writer->close(true);
   }
   EXPECT_EQ(folder.read("a.csv"),
             "time_ms,arrival_ms,plugin_ms,right_frame,right_ticks,right_ms,right_0,right_1,aux_0\n"
@@ -49,9 +50,10 @@ TEST(RecordWriter, WritesEveryValueAndLeavesOutUnknownOnes)
 
 TEST(RecordWriter, TheHeadersOfArraysCountEachRowAtOnce)
 {
-  const Layout layout{.elements = 2, .groups = {{"left", "KVXGL00017", 0, 2}}};
+  RecordingMetadata metadata;
+  metadata.layout = {.elements = 2, .groups = {{"left", "KVXGL00017", 0, 2}}};
   const TemporaryFolder folder;
-  const auto writer = makeRecordWriter(RecordFormat::npy, folder.path(), layout);
+  const auto writer = makeRecordWriter(RecordFormat::npy, folder.path(), metadata);
   const GloveFrame frame;
   for (unsigned rows = 0; rows < 12; ++rows) {
     const struct {
