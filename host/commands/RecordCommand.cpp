@@ -1,234 +1,33 @@
 // `tessel record`: records gloves into a file until a limit, the user or a failure ends it.
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
 #include <memory>
 #include <optional>
 
-#include "host/base/Console.h"
 #include "host/base/PartFile.h"
-#include "host/base/System.h"
-#include "host/base/Text.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
-#include "host/commands/HardwareOptions.h"
+#include "host/commands/RecordingRun.h"
 #include "host/recording/OutputName.h"
 #include "host/recording/RecordingFiles.h"
-#include "host/session/BooksText.h"
-#include "host/session/GloveConnection.h"
-#include "host/session/GloveLayout.h"
-#include "host/session/HardwareConnector.h"
-#include "host/session/LinkCapture.h"
-#include "host/session/MarkerInput.h"
-#include "host/session/Markers.h"
-#include "host/session/Recorder.h"
-#include "host/session/RecordingReport.h"
-#include "host/session/Session.h"
-#include "host/session/SessionMetadata.h"
-#include "host/session/Summary.h"
 
 namespace {
 
-// The dongle reports after 10 s that a glove is out of range, and a read without messages, behind which that
-// is seen, takes a second. What is silent for longer has another reason.
-constexpr std::chrono::seconds supervisionTime{12};
-
 struct Options {
-  HardwareOptions hardware;
-  SessionRules rules{.limits = {.seconds = {}, .records = {}, .isPatient = true}};
-  bool acceptsAnyGlove = false;
-  std::filesystem::path markers;  // of a FIFO; empty: none
+  RecordingOptions recording;
   std::optional<std::string> output;
   std::optional<RecordFormat> format;
-  std::filesystem::path capture;  // empty: none is kept
-  bool isUncaptured = false;
   bool replaces = false;
-  bool isJson = false;
-  bool showsMemory = false;
 };
 
-// Nothing if the user wants none, or if none can be had.
-std::unique_ptr<LinkCapture> captureFor(const Options& options, const settings::Values& settings,
-                                        const RecordingFiles& files)
+std::unique_ptr<RecordingFiles> makeFiles(const Options& options)
 {
-  // The user's own variable would make the plug-in write past this program.
-  const std::filesystem::path variable = takeCaptureVariable();
-  if (options.isUncaptured) return nullptr;
-  const std::filesystem::path& file = options.capture.empty() ? variable : options.capture;
-  if (!file.empty() && files.contain(file)) {
-    throw Failure(ExitCode::usage,
-                  fmt::format("the capture {} would be a file of the recording.", utf8(file)),
-                  "Choose another name for one of them.");
-  }
-  return startCapture(settings, file, "Losses and times will be estimates.");
-}
-
-void reportCapture(const LinkCapture& capture)
-{
-  if (capture.place().empty()) return;
-  console::report("The link was captured to {}\n", utf8(capture.place()));
-  if (const std::string problem = capture.problem(); !problem.empty()) console::report("{}\n", problem);
-}
-
-// Opens the gloves for the first time. Drops a capture that remains empty.
-void open(HardwareConnector& connector, std::unique_ptr<LinkCapture>& capture, double waitSeconds,
-          const StopRequest& stopRequest)
-{
-  try {
-    openGloves(connector, waitSeconds, stopRequest);
-  } catch (const Failure&) {
-    // A capture of what failed is what its file is wanted for.
-    if (capture) reportCapture(*capture);
-    throw;
-  }
-  if (!capture || capture->hasBegun()) return;
-  if (!capture->place().empty()) {
-    throw Failure(ExitCode::plugin, "this plug-in does not capture the link.",
-                  "Omit --capture and TESSEL_CAPTURE, or --plugin.");
-  }
-  console::report("This plug-in does not capture the link. Losses and times will be estimates.\n");
-  connector.dropCapture();
-  capture.reset();
-}
-
-// Where a capture is kept that nobody asked for.
-std::filesystem::path capturePlace(const RecordingFiles& files)
-{
-  std::filesystem::path place = files.hasPlace() ? files.wanted() : std::filesystem::path("recording");
-  if (hasExtension(place, ".csv") || hasExtension(place, ".npy") || hasExtension(place, ".xdf")) {
-    place.replace_extension();
-  }
-  return place += ".capture.pcapng";
-}
-
-// Closes the link, writes the last records and events, and closes the books.
-void finish(HardwareConnector& connector, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
-            Session& session, RecordingFiles& files, Ending& ending)
-{
-  const auto attempt = [&ending](const auto& step) {
-    try {
-      step();
-    } catch (...) {
-      if (!ending.failure) ending = endingByException();
-    }
-  };
-  // Whatever becomes of the capture, the records that wait for it are written.
-  attempt([&] { connector.disconnect(); });
-  const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
-  if (isWriting) attempt([&] { keeper.writeRest(); });
-  if (isWriting) attempt([&] { session.noteRest(); });
-  std::optional<Books> books;
-  if (capture) books = capture->accounts().close();
-  recorder.finish(books);
-  if (!capture || keeper.written() == 0) return;
-  if (const auto failure = booksFailure(*books, gloveLabels(files.metadata().layout))) {
-    if (!ending.failure) ending.failure = *failure;
-    try {
-      capture->keepAt(capturePlace(files));
-    } catch (const Failure& notKept) {
-      console::report("The capture could not be kept: {}\n", notKept.what());
-    }
-  }
-  files.metadata().capture = utf8(capture->place());
-}
-
-// The recording gets its final name, unless records could not be written, which leaves it incomplete. Returns
-// where it is.
-std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figures, Ending& ending)
-{
-  if (figures.records == 0) {
-    files.discard();
-    return {};
-  }
-  update(files.metadata(), figures);
-  files.metadata().ended = ending.words;
-  if (ending.failure && ending.failure->code() == ExitCode::output) {
-    files.abandon();
-    return files.growing();
-  }
-  try {
-    files.complete();
-    return files.wanted();
-  } catch (const Failure& failure) {
-    if (!ending.failure) ending = {failure.what(), failure};
-    return files.growing();
-  }
-}
-
-// Returns the failure that ended the recording early, if any. A failure before its start is thrown.
-std::optional<Failure> record(const Options& options)
-{
-  MarkerQueue markers;
-  StopRequest stopRequest([&markers] { markers.add(host::uptime(), ""); });
   const OutputName output = chooseOutputName(options.output, options.format);
-  if (options.isJson && isStandardOutput(output.path)) {
+  if (options.recording.isJson && isStandardOutput(output.path)) {
     throw Failure(ExitCode::usage,
                   "--json and --output - can't be used together: both write to standard output.",
                   "Record into a file, or omit --json.");
   }
-  // Before the gloves are opened, so that an output that can't be written is reported at once.
-  RecordingFiles files(output, options.replaces);
-  std::optional<MarkerInput> markerInput;
-  if (files.hasPlace()) {
-    markerInput.emplace(markers, options.markers);
-  } else if (!options.markers.empty()) {
-    throw Failure(ExitCode::usage,
-                  "--markers has no effect: only a recording in a file or folder has events.",
-                  "Record into a file, or omit --markers.");
-  }
-  HardwareSource source(options.hardware);
-  if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
-  std::unique_ptr<LinkCapture> capture = captureFor(options, source.settings(), files);
-  HardwareConnector connector(source, capture.get());
-  console::report("Looking for the dongle and the gloves...\n");
-  open(connector, capture, options.hardware.waitSeconds, stopRequest);
-  if (!options.acceptsAnyGlove) connector.acceptNoOthers();
-
-  const auto modules = connector.hardware().askModules();
-  const Layout layout = gloveLayout(source.settings(), modules);
-  RecordWriter& writer = files.begin(describe(connector.hardware(), layout, capture != nullptr));
-  console::report("Recording {} to {}; Ctrl-C ends it.\n", fmt::to_string(fmt::join(modules, " and ")),
-                  outputText(files.growing()));
-  RecordKeeper keeper(layout, writer, capture ? &capture->accounts() : nullptr);
-  Recorder recorder(layout, keeper, options.rules.limits);
-  RecordingReport report(files, options.rules);
-  Session session(connector, recorder, keeper, markers, report, options.rules);
-  Ending ending = session.run(connector.hardware(), stopRequest.flag());
-  markerInput.reset();
-  finish(connector, capture.get(), keeper, recorder, session, files, ending);
-  report.end();
-  if (markers.dropped() > 0)
-    console::report("{} markers came too fast and are not kept.\n", markers.dropped());
-  const auto place = keep(files, recorder.figures(), ending);
-  const RecordingSummary summary{layout, recorder.figures(), place, ending.words,
-                                 ending.failure ? ending.failure->code() : ExitCode::done};
-  console::reportLines(summaryText(summary));
-  if (capture) reportCapture(*capture);
-  if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
-  if (!ending.failure && files.hasPlace()) console::report("Draw it with: tessel plot {}\n", utf8(place));
-  return ending.failure;
-}
-
-// The JSON of a recording that failed before its start.
-nlohmann::ordered_json failureJson(const Failure& failure)
-{
-  return {{"exitCode", static_cast<int>(failure.code())},
-          {"ended", failure.what()},
-          {"output", ""},
-          {"frames", 0}};
-}
-
-void run(const Options& options)
-{
-  std::optional<Failure> failure;
-  try {
-    failure = record(options);
-  } catch (const Failure& early) {
-    if (options.isJson) console::printJson(failureJson(early));
-    throw;
-  }
-  if (failure) throw *failure;
+  return std::make_unique<RecordingFiles>(output, options.replaces);
 }
 
 }  // namespace
@@ -239,13 +38,6 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   const auto options = std::make_shared<Options>();
   Options& target = *options;
   CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
-  addNumber(
-      command, "--seconds", "SECONDS", {.lowest = 0.001, .highest = 1e9},
-      [&target](double seconds) { target.rules.limits.seconds = seconds; }, "Recording duration");
-  addWholeNumber(
-      command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
-      [&target](std::uint64_t frames) { target.rules.limits.records = frames; },
-      "Number of frames to record");
   completeFiles(addText(
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
       "Output file or folder, or - for standard output; by default named by date and time"));
@@ -253,31 +45,9 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       command, "--format", "csv|npy|xdf", formatNames(),
       [&target](const std::string& name) { target.format = formatNamed(name); },
       "csv: a file with a line for each frame; npy: a folder of NumPy arrays; xdf: one file with metadata "
-      "and "
-      "events. By default the output name's extension decides, otherwise csv");
-  CLI::Option* const capture = addPath(
-      command, "--capture", "FILE", target.capture,
-      "Keep every byte between the plug-in and the dongle in this file (pcapng); see docs/capture.md");
-  completeFiles(capture, {"pcapng"});
-  addFlag(command, "--no-capture", target.isUncaptured,
-          "Do not follow the link: save some CPU time, but estimate losses and times")
-      ->excludes(capture);
-  addNumber(
-      command, "--reconnect", "SECONDS", {.lowest = 0, .highest = 1e9},
-      [&target](double seconds) {
-        target.rules.reconnectSeconds = seconds;
-        target.rules.limits.isPatient = seconds > 0;
-      },
-      "For how long to wait for gloves that are lost while recording (60); 0: their loss ends the recording");
-  addFlag(command, "--any-glove", target.acceptsAnyGlove,
-          "After a loss accept other gloves than those that the recording began with");
-  addPath(command, "--markers", "PATH", target.markers,
-          "Make this FIFO; each line that is written to it marks a moment of the recording");
+      "and events. By default the output name's extension decides, otherwise csv");
   addFlag(command, "--force", target.replaces, "Replace an existing recording");
-  addFlag(command, "--json", target.isJson, "Print the summary as JSON on standard output");
-  addFlag(command, "--memory", target.showsMemory, "With --json: add the peak memory of the program")
-      ->needs("--json");
-  addHardwareOptions(command, target.hardware);
+  addRecordingOptions(command, target.recording);
   command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
       "           tessel record --settings gloves.txt --output session1.npy\n"
@@ -286,7 +56,7 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       "Ctrl-C and a failure of the gloves. A second file, first.json for\n"
       "first.csv, describes the recording; --force replaces both.");
   command.callback([options, &exitCode] {
-    run(*options);
+    runRecording(options->recording, [options] { return makeFiles(*options); });
     exitCode = ExitCode::done;
   });
 }

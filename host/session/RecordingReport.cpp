@@ -9,8 +9,8 @@
 #include "host/recording/RecordingFiles.h"
 #include "host/session/SessionMetadata.h"
 
-RecordingReport::RecordingReport(RecordingFiles& files, const SessionRules& rules)
-    : files_(files), patience_(rules.reconnectSeconds), progress_(files.metadata().layout, rules.limits)
+RecordingReport::RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files)
+    : layout_(layout), files_(files), patience_(rules.reconnectSeconds), progress_(layout, rules.limits)
 {
 }
 
@@ -38,15 +38,15 @@ void RecordingReport::back(double seconds, unsigned attempts, const RecordingFig
 
 void RecordingReport::event(const RecordingEvent& event)
 {
-  files_.addEvent(event);
+  if (files_ != nullptr) files_->addEvent(event);
   if (event.event == names::markerEvent) progress_.sayMarker(event.timeMs / 1000, event.detail);
 }
 
 void RecordingReport::keepUp(const RecordingFigures& figures)
 {
-  if (!figures.zero) return;
-  update(files_.metadata(), figures);
-  files_.keepUp(host::uptime());
+  if (files_ == nullptr || !figures.zero) return;
+  update(files_->metadata(), figures);
+  files_->keepUp(host::uptime());
 }
 
 // "left glove not heard, right glove heard (-50 dBm), 12 other devices"
@@ -55,7 +55,7 @@ std::string RecordingReport::stateOf(const Waiting& waiting) const
   if (!waiting.failure) return "opening the gloves";
   if (!waiting.heard || waiting.failure->code() != ExitCode::noGloves) return waiting.failure->what();
   std::string state;
-  for (const ElementGroup& group : files_.metadata().layout.groups) {
+  for (const ElementGroup& group : layout_.groups) {
     if (!group.isGlove()) continue;
     const auto& gloves = waiting.heard->gloves();
     const auto found = std::ranges::find(gloves, group.module, &HeardGlove::name);

@@ -10,8 +10,8 @@ class RecordingFiles;
 
 class RecordingReport final : public SessionListener {
  public:
-  // The files must have begun, and outlive it.
-  RecordingReport(RecordingFiles& files, const SessionRules& rules);
+  // All must outlive it. `files`: they must have begun; null without a file.
+  RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files);
 
   void recording(const RecordingFigures& figures) override;
   void lost(const Failure& failure, const RecordingFigures& figures) override;
@@ -25,7 +25,8 @@ class RecordingReport final : public SessionListener {
   void keepUp(const RecordingFigures& figures);
   std::string stateOf(const Waiting& waiting) const;
 
-  RecordingFiles& files_;
+  const Layout& layout_;
+  RecordingFiles* const files_;
   const double patience_;  // seconds
   Progress progress_;
 };

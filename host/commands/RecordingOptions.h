@@ -1,0 +1,25 @@
+// The options of every command that records gloves, wherever the records go.
+#pragma once
+
+#include <filesystem>
+
+#include "host/gloves/HardwareSource.h"
+#include "host/session/Session.h"
+
+namespace CLI {
+class App;
+}
+
+struct RecordingOptions {
+  HardwareOptions hardware;
+  SessionRules rules{.limits = {.seconds = {}, .records = {}, .isPatient = true}};
+  bool acceptsAnyGlove = false;
+  std::filesystem::path markers;  // of a FIFO; empty: none
+  std::filesystem::path capture;  // empty: none is kept
+  bool isUncaptured = false;
+  bool isJson = false;
+  bool showsMemory = false;
+};
+
+// `options` receives the values and must outlive parsing.
+void addRecordingOptions(CLI::App& command, RecordingOptions& options);
