@@ -47,6 +47,8 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
       "csv: a file with a line for each frame; npy: a folder of NumPy arrays; xdf: one file with metadata "
       "and events. By default the output name's extension decides, otherwise csv");
   addFlag(command, "--force", target.replaces, "Replace an existing recording");
+  addFlag(command, "--lsl", target.recording.lsl.offersStreams,
+          "Offer the gloves as LSL streams (Lab Streaming Layer), too");
   addRecordingOptions(command, target.recording);
   command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"

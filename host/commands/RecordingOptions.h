@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "host/commands/LslStreaming.h"
 #include "host/gloves/HardwareSource.h"
 #include "host/session/Session.h"
 
@@ -17,6 +18,7 @@ struct RecordingOptions {
   std::filesystem::path markers;  // of a FIFO; empty: none
   std::filesystem::path capture;  // empty: none is kept
   bool isUncaptured = false;
+  LslOptions lsl;
   bool isJson = false;
   bool showsMemory = false;
 };

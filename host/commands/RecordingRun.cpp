@@ -143,14 +143,17 @@ std::optional<Failure> record(const RecordingOptions& options, const FilesMaker&
   MarkerQueue markers;
   StopRequest stopRequest([&markers] { markers.add(host::uptime(), ""); });
   const std::unique_ptr<RecordingFiles> files = makeFiles();
-  const bool hasEvents = files->hasPlace();
+  const bool isKept = files && files->hasPlace();
+  LslStreaming streaming(options.lsl);
   std::optional<MarkerInput> markerInput;
-  if (hasEvents) {
+  if (isKept || options.lsl.offersStreams) {
     markerInput.emplace(markers, options.markers);
-  } else if (!options.markers.empty()) {
-    throw Failure(ExitCode::usage,
-                  "--markers has no effect: only a recording in a file or folder has events.",
-                  "Record into a file, or omit --markers.");
+  } else if (!options.markers.empty() || !options.lsl.markers.empty()) {
+    throw Failure(
+        ExitCode::usage,
+        fmt::format("{} has no effect: only a recording in a file or folder, or as streams, has events.",
+                    options.markers.empty() ? "--lsl-markers" : "--markers"),
+        "Record into a file, add --lsl, or omit the option.");
   }
   HardwareSource source(options.hardware);
   if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
@@ -165,16 +168,25 @@ std::optional<Failure> record(const RecordingOptions& options, const FilesMaker&
   const RecordingMetadata metadata = describe(connector.hardware(), layout, capture != nullptr);
   SinkList sinks;
   if (files) sinks.add(files->begin(metadata));
-  console::report("Recording {} to {}; Ctrl-C ends it.\n", fmt::to_string(fmt::join(modules, " and ")),
-                  outputText(files->growing()));
+  streaming.begin(metadata, markers);
+  if (RecordSink* const sink = streaming.sink()) sinks.add(*sink);
+  const std::string gloves = fmt::to_string(fmt::join(modules, " and "));
+  if (files) {
+    console::report("Recording {} to {}; Ctrl-C ends it.\n", gloves, outputText(files->growing()));
+  } else {
+    console::report("Streaming {}; Ctrl-C ends it.\n", gloves);
+  }
   RecordKeeper keeper(layout, sinks, capture ? &capture->accounts() : nullptr);
   Recorder recorder(layout, keeper, options.rules.limits);
-  RecordingReport report(layout, options.rules, files.get());
+  RecordingReport report(layout, options.rules, files.get(), streaming.sink());
   Session session(connector, recorder, keeper, markers, report, options.rules);
   Ending ending = session.run(connector.hardware(), stopRequest.flag());
   markerInput.reset();
+  streaming.endMarkers();
   finish(connector, capture.get(), keeper, recorder, session, layout, files.get(), ending);
+  report.finish(recorder.figures());
   report.end();
+  streaming.end();
   if (markers.dropped() > 0)
     console::report("{} markers came too fast and are not kept.\n", markers.dropped());
   const auto place = files ? keep(*files, recorder.figures(), ending) : std::filesystem::path();
@@ -183,7 +195,7 @@ std::optional<Failure> record(const RecordingOptions& options, const FilesMaker&
   console::reportLines(summaryText(summary));
   if (capture) reportCapture(*capture);
   if (options.isJson) console::printJson(summaryJson(summary, options.showsMemory));
-  if (!ending.failure && hasEvents) console::report("Draw it with: tessel plot {}\n", utf8(place));
+  if (!ending.failure && isKept) console::report("Draw it with: tessel plot {}\n", utf8(place));
   return ending.failure;
 }
 

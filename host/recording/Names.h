@@ -39,5 +39,7 @@ inline constexpr std::string_view eventsHeading = "time_ms,event,glove,detail\n"
 inline constexpr std::string_view markerEvent = "marker";
 inline constexpr std::string_view disconnectedEvent = "disconnected";
 inline constexpr std::string_view reconnectedEvent = "reconnected";
+// Of streams only.
+inline constexpr std::string_view lostEvent = "lost";
 
 }  // namespace names

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -99,6 +100,16 @@ std::string framesText(const GloveBooks& glove, std::string_view kept)
                   kept, glove.lost.total(), percent(glove.lostShare()), lossesText(glove.lost));
   if (glove.awaySeconds > 0) text += fmt::format("; disconnected for {:.1f} s", glove.awaySeconds);
   return text;
+}
+
+std::string newLossesText(const GloveBooks::Lost& earlier, const GloveBooks::Lost& now)
+{
+  GloveBooks::Lost since;
+  for (const Cause& cause : causes) {
+    since.*cause.count = now.*cause.count - std::min(earlier.*cause.count, now.*cause.count);
+  }
+  const std::uint64_t frames = now.total() - std::min(earlier.total(), now.total());
+  return fmt::format("{} frame{}{}; {} in all", frames, plural(frames), lossesText(since), now.total());
 }
 
 std::string balanceText(const Books& books, const std::vector<std::string>& labels)

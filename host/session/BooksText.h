@@ -20,6 +20,8 @@ std::string lostText(const Books& books, const std::vector<std::string>& labels)
 // "1203 frames sent, 1190 recorded, 13 lost (1.1 %): 9 radio, 4 pairing", with another word for those that
 // were kept.
 std::string framesText(const GloveBooks& glove, std::string_view kept = "recorded");
+// What was lost since an earlier state of the books: "3 frames: 2 radio, 1 pairing; 17 in all".
+std::string newLossesText(const GloveBooks::Lost& earlier, const GloveBooks::Lost& now);
 // Lines that say why the books are not balanced; empty if they are.
 std::string balanceText(const Books& books, const std::vector<std::string>& labels);
 // Keyed by label, with "balanced": true, false or null.

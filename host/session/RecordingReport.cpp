@@ -7,16 +7,23 @@
 #include "host/base/System.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingFiles.h"
+#include "host/session/BooksText.h"
 #include "host/session/SessionMetadata.h"
 
-RecordingReport::RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files)
-    : layout_(layout), files_(files), patience_(rules.reconnectSeconds), progress_(layout, rules.limits)
+RecordingReport::RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
+                                 RecordSink* followers)
+    : layout_(layout),
+      files_(files),
+      followers_(followers),
+      patience_(rules.reconnectSeconds),
+      progress_(layout, rules.limits)
 {
 }
 
 void RecordingReport::recording(const RecordingFigures& figures)
 {
   progress_.show(figures);
+  noteLosses(figures);
   keepUp(figures);
 }
 
@@ -39,7 +46,25 @@ void RecordingReport::back(double seconds, unsigned attempts, const RecordingFig
 void RecordingReport::event(const RecordingEvent& event)
 {
   if (files_ != nullptr) files_->addEvent(event);
+  if (followers_ != nullptr) followers_->addEvent(event);
   if (event.event == names::markerEvent) progress_.sayMarker(event.timeMs / 1000, event.detail);
+}
+
+// Only for those that follow the recording: the books in its metadata have them all.
+void RecordingReport::noteLosses(const RecordingFigures& figures)
+{
+  if (followers_ == nullptr || !figures.accounts || !figures.zero) return;
+  const std::vector<GloveBooks>& gloves = figures.accounts->books.gloves;
+  const std::vector<std::string> labels = gloveLabels(layout_);
+  noted_.resize(gloves.size());
+  for (std::size_t glove = 0; glove < gloves.size(); ++glove) {
+    const GloveBooks::Lost& lost = gloves[glove].lost;
+    if (lost.total() <= noted_[glove].total()) continue;
+    const std::chrono::duration<double, std::milli> time = host::uptime() - *figures.zero;
+    followers_->addEvent(
+        {time.count(), std::string(names::lostEvent), labels.at(glove), newLossesText(noted_[glove], lost)});
+    noted_[glove] = lost;
+  }
 }
 
 void RecordingReport::keepUp(const RecordingFigures& figures)

@@ -1,8 +1,11 @@
-// What a recording reports while it runs: to the user, and in its metadata and events.
+// What a recording reports while it runs: to the user, in its metadata and events, and to those that follow
+// it.
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "host/recording/RecordSink.h"
 #include "host/session/Progress.h"
 #include "host/session/Session.h"
 
@@ -10,23 +13,30 @@ class RecordingFiles;
 
 class RecordingReport final : public SessionListener {
  public:
-  // All must outlive it. `files`: they must have begun; null without a file.
-  RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files);
+  // All must outlive it. `files`: they must have begun; null without a file. `followers` receive the events,
+  // and losses as events; null if there are none.
+  RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
+                  RecordSink* followers);
 
   void recording(const RecordingFigures& figures) override;
   void lost(const Failure& failure, const RecordingFigures& figures) override;
   void waiting(const Waiting& waiting, const RecordingFigures& figures) override;
   void back(double seconds, unsigned attempts, const RecordingFigures& figures) override;
   void event(const RecordingEvent& event) override;
+  // After the books were closed.
+  void finish(const RecordingFigures& figures) { noteLosses(figures); }
   // What follows on standard error is printed below the progress.
   void end() { progress_.end(); }
 
  private:
+  void noteLosses(const RecordingFigures& figures);
   void keepUp(const RecordingFigures& figures);
   std::string stateOf(const Waiting& waiting) const;
 
   const Layout& layout_;
   RecordingFiles* const files_;
-  const double patience_;  // seconds
+  RecordSink* const followers_;
+  std::vector<GloveBooks::Lost> noted_;  // of each glove
+  const double patience_;                // seconds
   Progress progress_;
 };

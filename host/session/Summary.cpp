@@ -93,6 +93,7 @@ std::string summaryText(const RecordingSummary& summary)
   if (figures.accounts) text += balanceText(figures.accounts->books, gloveLabels(summary.layout));
   text += figures.battery ? fmt::format("  battery {:.0f}%\n", *figures.battery * 100)
                           : "  battery empty, or not known yet\n";
+  if (summary.place.empty()) return text;
   const std::uint64_t bytes = bytesAt(summary.place);
   return text + fmt::format("Written to {}{}\n", printable(outputText(summary.place)),
                             bytes > 0 ? fmt::format(" ({} KiB)", (bytes + 1023) / 1024) : "");
