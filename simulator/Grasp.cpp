@@ -8,19 +8,14 @@ namespace simulator {
 
 namespace {
 
-struct Region {
-  double share;     // of the glove's elements
+struct Part {
   double strength;  // of the grip, 0 to 1
   double delay;     // seconds after the beginning of the grip
 };
 
-// Palm, thumb, index, middle, ring, pinky.
-constexpr std::array<Region, 6> regions{{{0.28, 0.45, 0.30},
-                                         {0.144, 0.90, 0.10},
-                                         {0.144, 1.00, 0.00},
-                                         {0.144, 0.95, 0.12},
-                                         {0.144, 0.80, 0.24},
-                                         {0.144, 0.60, 0.36}}};
+// In the order of regionsOfHand().
+constexpr std::array<Part, handRegions> parts{
+    {{0.45, 0.30}, {0.90, 0.10}, {1.00, 0.00}, {0.95, 0.12}, {0.80, 0.24}, {0.60, 0.36}}};
 
 struct Habit {
   double period;      // seconds from grip to grip
@@ -70,17 +65,15 @@ void Grasp::layOut(std::size_t elements)
 {
   constexpr double width = 0.28;
   const Habit& habit = hand_ == Hand::left ? leftHabit : rightHabit;
-  elements_.resize(elements);
-  const double step = 1 / static_cast<double>(elements);
-  std::size_t region = 0;
-  double start = 0;
-  for (std::size_t element = 0; element < elements; ++element) {
-    const double position = (static_cast<double>(element) + 0.5) * step;
-    while (region + 1 < regions.size() && position >= start + regions[region].share) {
-      start += regions[region++].share;
+  elements_.clear();
+  const auto regions = regionsOfHand(elements);
+  for (std::size_t region = 0; region < handRegions; ++region) {
+    const auto count = static_cast<double>(regions[region].count);
+    for (std::size_t element = 0; element < regions[region].count; ++element) {
+      const double position = (static_cast<double>(element) + 0.5) / count;
+      const double distance = (position - habit.centre) / width;
+      elements_.push_back({region, std::exp(-distance * distance)});
     }
-    const double distance = ((position - start) / regions[region].share - habit.centre) / width;
-    elements_[element] = {region, std::exp(-distance * distance)};
   }
 }
 
@@ -90,11 +83,11 @@ void Grasp::moveTo(std::uint64_t frame)
   time_ += static_cast<double>(frame - frame_.value_or(frame)) / std::max(glove_->framesPerSecond, 0.001);
   frame_ = frame;
   const Habit& habit = hand_ == Hand::left ? leftHabit : rightHabit;
-  for (std::size_t region = 0; region < regions.size(); ++region) {
-    const double time = time_ - habit.start - regions[region].delay;
+  for (std::size_t region = 0; region < handRegions; ++region) {
+    const double time = time_ - habit.start - parts[region].delay;
     const double closed = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * time / habit.period);
     const double effort = 1 + 0.08 * wave(time, habit.unevenness);
-    pressures_[region] = habit.strength * regions[region].strength * effort * closed * closed;
+    pressures_[region] = habit.strength * parts[region].strength * effort * closed * closed;
   }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "simulator/Glove.h"
+#include "simulator/HandRegions.h"
 
 namespace simulator {
 
@@ -36,7 +37,7 @@ class Grasp {
   Hand hand_;
   std::uint64_t seed_;
   std::vector<Element> elements_;
-  std::array<double, 6> pressures_{};  // counts, of each region in this frame
+  std::array<double, handRegions> pressures_{};  // counts, of each region in this frame
   std::optional<std::uint64_t> frame_;
   double time_ = 0;  // of this frame, in seconds
 };

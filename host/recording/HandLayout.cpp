@@ -132,9 +132,9 @@ bool HandLayout::isLayout(const fs::path& file)
   return readText(file).find(layoutFormat) != std::string::npos;
 }
 
-void HandLayout::describe(Layout& layout) const
+void HandLayout::describe(std::vector<ElementGroup>& groups) const
 {
-  for (ElementGroup& group : layout.groups) {
+  for (ElementGroup& group : groups) {
     if (!group.isGlove()) continue;
     const bool isRight = group.label == "right";
     if (group.count != elements_) {

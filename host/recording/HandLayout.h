@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "host/recording/Layout.h"
 
@@ -33,7 +34,8 @@ class HandLayout {
 
   // Adds regions and positions to the gloves of a record. Fails if one has another number of elements. A
   // glove of unknown side is taken for a left one.
-  void describe(Layout& layout) const;
+  void describe(std::vector<ElementGroup>& groups) const;
+  void describe(Layout& layout) const { describe(layout.groups); }
 
  private:
   HandLayout() = default;
