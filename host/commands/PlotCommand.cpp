@@ -4,20 +4,18 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 #include <system_error>
 
 #include "host/base/Console.h"
 #include "host/base/Failure.h"
-#include "host/base/OutputFile.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
+#include "host/commands/PictureFile.h"
 #include "host/plot/Picture.h"
 #include "host/plot/TimeAxis.h"
 #include "host/recording/Recording.h"
@@ -28,11 +26,10 @@ namespace {
 
 struct PlotOptions {
   fs::path recording;
-  std::optional<std::string> output;  // none: named after the recording
+  PictureFileOptions file;
   double from = 0;
   double to = std::numeric_limits<double>::infinity();
   std::size_t width = 1000;
-  bool overwrites = false;
 };
 
 // Without a trailing separator, and with a real name in place of `.` or `..`.
@@ -52,47 +49,6 @@ fs::path defaultOutput(fs::path recording)
   return recording += ".svg";
 }
 
-fs::path chosenOutput(const std::string& text)
-{
-  if (text.empty()) {
-    throw Failure(ExitCode::usage, "--output takes the name of an .svg file, not ''.",
-                  "Omit it for a file named after the recording.");
-  }
-  fs::path output = text;
-  if (hasExtension(output, ".svg") || isStandardOutput(output)) return output;
-  const auto named = [&](const char* extension) {
-    return utf8(fs::path(output).replace_extension(extension));
-  };
-  throw Failure(ExitCode::usage,
-                fmt::format("{} can't be written: tessel plot writes SVG files.", utf8(output)),
-                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` converts it to PNG.",
-                            named(".svg"), named(".png")));
-}
-
-bool isOwnPicture(const fs::path& path)
-{
-  std::error_code error;
-  if (!fs::is_regular_file(path, error)) return false;
-  std::ifstream file(path, std::ios::binary);
-  std::string start(200, '\0');
-  file.read(start.data(), static_cast<std::streamsize>(start.size()));
-  return start.find(pictureMark) != std::string::npos;
-}
-
-void write(const fs::path& path, const PlotOptions& options, const std::string& picture)
-{
-  std::error_code error;
-  if (fs::equivalent(path, options.recording, error)) {
-    throw Failure(ExitCode::output, fmt::format("{} is the recording itself.", utf8(path)),
-                  "Choose another name.");
-  }
-  PartFile output(path, PartFile::Kind::file, options.overwrites || (!options.output && isOwnPicture(path)));
-  OutputFile file(output.growing());
-  file.append(picture);
-  file.close();
-  output.settle();
-}
-
 std::string namesOfGloves(const Recording& recording)
 {
   std::string names;
@@ -105,7 +61,7 @@ std::string namesOfGloves(const Recording& recording)
 void plot(const PlotOptions& options)
 {
   const fs::path path = plainPath(options.recording);
-  const fs::path output = options.output ? chosenOutput(*options.output) : defaultOutput(path);
+  const PictureFile output(options.file, defaultOutput(path), pictureMark);
   const Recording recording = readRecording(path);
   for (const std::string& note : recording.notes) {
     console::report("tessel: {}: {}\n", utf8(path), note);
@@ -121,13 +77,13 @@ void plot(const PlotOptions& options)
                   fmt::format("The recording lasts from 0 to {:.3f} seconds.", end));
   }
   const double to = std::min(options.to, end);
-  write(output, options, drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}));
+  output.write(drawPicture(recording, {utf8(path.filename()), options.from, to, options.width}), path);
   const bool isWhole = options.from <= 0 && to >= end;
   const std::string part = isWhole ? fmt::format("{} record(s), {}", recording.records(), durationText(end))
                                    : fmt::format("{:g} s to {:g} s", options.from, to);
-  if (isStandardOutput(output)) return;
+  if (isStandardOutput(output.path())) return;
   console::print("Drew {} of {}, {}: {} (open it with a web browser)\n", gloves, utf8(path), part,
-                 utf8(output));
+                 utf8(output.path()));
 }
 
 }  // namespace
@@ -143,11 +99,7 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
                         "a .csv file or a folder of NumPy arrays, finished or not"),
                 {"csv", "part"})
       ->required();
-  completeFiles(
-      addText(
-          command, "--output,-o", "FILE|-", [&target](const std::string& name) { target.output = name; },
-          "Output .svg file, or - for standard output; by default named after the recording"),
-      {"svg"});
+  addPictureFileOptions(command, target.file, "the recording");
   addNumber(
       command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
       "Start time in the recording");
@@ -158,7 +110,6 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       command, "--width", "PIXELS [1000]", {.lowest = minPictureWidth, .highest = maxPictureWidth},
       [&target](std::uint64_t width) { target.width = static_cast<std::size_t>(width); },
       "Width of the picture");
-  addFlag(command, "--force", target.overwrites, "Replace an existing output file");
   command.footer(
       "Examples:  tessel plot grip.csv                       draws grip.svg\n"
       "           tessel plot grip.csv --from 2.5 --to 4     draws this part\n"
