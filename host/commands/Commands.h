@@ -17,4 +17,5 @@ void addDoctor(CLI::App& tessel, ExitCode& exitCode);
 void addPorts(CLI::App& tessel, ExitCode& exitCode);
 void addSettings(CLI::App& tessel, ExitCode& exitCode);
 void addPlot(CLI::App& tessel, ExitCode& exitCode);
+void addLayout(CLI::App& tessel, ExitCode& exitCode);
 void addTrace(CLI::App& tessel, ExitCode& exitCode);

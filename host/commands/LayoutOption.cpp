@@ -42,7 +42,7 @@ std::optional<HandLayout> chooseLayout(const LayoutOption& option, const Hardwar
   // A simulated glove always has all of its elements, whatever part of them the settings record.
   const std::size_t elements = static_cast<std::size_t>(settings.elementCount) / glovesInRecord(settings);
   if (!hardware.isSimulated || elements != elementsOfGlove) return std::nullopt;
-  return HandLayout::parse(simulatedHand(elements), "of the simulated hand");
+  return HandLayout::parse(nlohmann::ordered_json::parse(simulatedHand(elements)), "of the simulated hand");
 }
 
 std::optional<HandLayout> givenLayout(const LayoutOption& option)

@@ -27,6 +27,7 @@ std::unique_ptr<CLI::App> commandLine(ExitCode& exitCode)
   addPorts(tessel, exitCode);
   addSend(tessel, exitCode);
   addSettings(tessel, exitCode);
+  addLayout(tessel, exitCode);
   addTrace(tessel, exitCode);
   return program;
 }

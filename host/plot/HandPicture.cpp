@@ -105,12 +105,21 @@ Extent extentOf(const Hand& hand, const std::vector<double>& cells)
   return extent;
 }
 
+double aboveHand(const HandPicture& picture)
+{
+  return (picture.label.empty() ? 0 : labelHeight) + (picture.hasRegionNames ? nameHeight : 0);
+}
+
+double belowHand(const HandPicture& picture)
+{
+  return picture.hasRegionNames ? nameHeight : 0;
+}
+
 // Of the hand alone.
 Box inner(const Box& box, const HandPicture& picture)
 {
-  const double above = (picture.label.empty() ? 0 : labelHeight) + (picture.hasRegionNames ? nameHeight : 0);
-  const double below = picture.hasRegionNames ? nameHeight : 0;
-  return {box.left, box.top + above, box.width, std::max(1.0, box.height - above - below)};
+  const double height = box.height - aboveHand(picture) - belowHand(picture);
+  return {box.left, box.top + aboveHand(picture), box.width, std::max(1.0, height)};
 }
 
 double scaleFor(const Extent& extent, const Box& space)
@@ -259,8 +268,8 @@ double scaleOf(const HandPicture& picture, const Box& box)
   return scaleFor(extentOf(picture.hand, cellSizes(picture.hand)), inner(box, picture));
 }
 
-double proportionOf(const Hand& hand)
+double heightOf(const HandPicture& picture, double width)
 {
-  const Extent extent = extentOf(hand, cellSizes(hand));
-  return extent.width() / extent.height();
+  const Extent extent = extentOf(picture.hand, cellSizes(picture.hand));
+  return aboveHand(picture) + width * extent.height() / extent.width() + belowHand(picture);
 }

@@ -26,5 +26,5 @@ void draw(Svg& svg, const Box& box, const HandPicture& picture);
 // The largest scale at which the picture fits into the box.
 double scaleOf(const HandPicture& picture, const Box& box);
 
-// Width divided by height, in mm.
-double proportionOf(const Hand& hand);
+// The smallest height of a box of this width in which the picture is as large as the width allows.
+double heightOf(const HandPicture& picture, double width);

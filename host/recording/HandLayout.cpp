@@ -53,7 +53,7 @@ std::string readText(const fs::path& file)
                 error == std::errc::no_such_file_or_directory
                     ? fmt::format("there is no layout {}.", utf8(file))
                     : fmt::format("the layout {} can't be read: {}.", utf8(file), error.message()),
-                "Choose a file as docs/layout.md describes it; `tessel layout --simulated` writes one.");
+                "Choose a file as docs/layout.md describes it; `tessel layout FILE --write` writes one.");
 }
 
 // Also finds keys that an object has twice, of which the parser would keep one silently.
