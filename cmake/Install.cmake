@@ -22,6 +22,7 @@ install(EXPORT HwTessel NAMESPACE HwTessel:: FILE HwTesselTargets.cmake DESTINAT
         COMPONENT development)
 # What man pages and messages refer to as docs/.
 install(DIRECTORY docs DESTINATION share/doc/hwtessel COMPONENT runtime FILES_MATCHING PATTERN *.md PATTERN *.svg)
+install(DIRECTORY share/layouts DESTINATION share/hwtessel COMPONENT runtime FILES_MATCHING PATTERN *.json)
 if(NOT WIN32)
   install(FILES share/udev/60-tessel.rules DESTINATION lib/udev/rules.d COMPONENT runtime)
 endif()
