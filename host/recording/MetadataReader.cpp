@@ -8,6 +8,8 @@
 #include <limits>
 #include <type_traits>
 
+#include "host/base/Failure.h"
+#include "host/recording/HandLayout.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingParts.h"
 
@@ -168,6 +170,17 @@ void readModules(RecordingMetadata& metadata)
   }
 }
 
+void readHands(ReadMetadata& read, const Json& json)
+{
+  if (json.is_null()) return;
+  try {
+    HandLayout::parse(json, "in its metadata").describe(read.metadata.layout);
+    read.metadata.hands = json;
+  } catch (const Failure& failure) {
+    read.notes.push_back(fmt::format("the regions of its elements are unknown: {}", failure.what()));
+  }
+}
+
 }  // namespace
 
 ReadMetadata readMetadata(std::string_view text, const std::filesystem::path& path)
@@ -198,7 +211,7 @@ ReadMetadata readMetadata(std::string_view text, const std::filesystem::path& pa
     metadata.gloves.push_back(gloveOf(glove));
   }
   readModules(metadata);
-  metadata.hands = objectOf(json, "layout");
+  readHands(read, member(json, "layout"));
   for (const Json& reconnection : listOf(json, "reconnections")) {
     metadata.reconnections.push_back(reconnectionOf(reconnection));
   }
