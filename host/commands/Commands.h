@@ -18,4 +18,5 @@ void addPorts(CLI::App& tessel, ExitCode& exitCode);
 void addSettings(CLI::App& tessel, ExitCode& exitCode);
 void addPlot(CLI::App& tessel, ExitCode& exitCode);
 void addLayout(CLI::App& tessel, ExitCode& exitCode);
+void addConvert(CLI::App& tessel, ExitCode& exitCode);
 void addTrace(CLI::App& tessel, ExitCode& exitCode);

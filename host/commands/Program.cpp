@@ -20,6 +20,7 @@ std::unique_ptr<CLI::App> commandLine(ExitCode& exitCode)
       "Each command has a --help with examples.");
   addRecord(tessel, exitCode);
   addPlot(tessel, exitCode);
+  addConvert(tessel, exitCode);
   addStream(tessel, exitCode);
   addSim(tessel, exitCode);
   addInfo(tessel, exitCode);

@@ -30,7 +30,8 @@ const FormatName& nameOf(RecordFormat format)
   return *std::ranges::find(formats, format, &FormatName::format);
 }
 
-// The format that the name implies, if any.
+}  // namespace
+
 std::optional<RecordFormat> formatOf(fs::path path)
 {
   if (isStandardOutput(path)) return RecordFormat::csv;
@@ -40,8 +41,6 @@ std::optional<RecordFormat> formatOf(fs::path path)
   }
   return std::nullopt;
 }
-
-}  // namespace
 
 OutputName chooseOutputName(const std::optional<std::string>& name, std::optional<RecordFormat> format)
 {

@@ -17,6 +17,9 @@ struct OutputName {
 
 OutputName chooseOutputName(const std::optional<std::string>& name, std::optional<RecordFormat> format);
 
+// The format that the name implies, if any.
+std::optional<RecordFormat> formatOf(std::filesystem::path path);
+
 // As --format names them.
 std::vector<std::string> formatNames();
 // Of one of these names.

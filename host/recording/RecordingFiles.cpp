@@ -87,6 +87,18 @@ std::optional<RecordingFiles::Companions> RecordingFiles::checkNames(const Outpu
   return companions;
 }
 
+std::vector<fs::path> RecordingFiles::namesOf(const OutputName& output)
+{
+  const PartFile::Names records = PartFile::namesOf(output.path, kindOf(output.format));
+  std::vector<fs::path> paths{records.wanted, records.growing};
+  if (output.format != RecordFormat::csv || records.wanted == records.growing) return paths;
+  for (const auto suffix : {names::metadataSuffix, names::eventsSuffix}) {
+    const auto companion = PartFile::namesOf(companionOf(records.wanted, suffix), PartFile::Kind::file);
+    paths.insert(paths.end(), {companion.wanted, companion.growing});
+  }
+  return paths;
+}
+
 RecordingFiles::RecordingFiles(const OutputName& output, bool replaces)
     : format_(output.format),
       replaces_(replaces),

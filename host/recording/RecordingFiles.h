@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/base/OutputFile.h"
 #include "host/base/PartFile.h"
@@ -22,6 +23,9 @@
 class RecordingFiles {
  public:
   using Time = std::chrono::nanoseconds;  // of host::uptime()
+
+  // All names that its files have while they grow, and get.
+  static std::vector<std::filesystem::path> namesOf(const OutputName& output);
 
   // Reserves the names. A Failure if one of them is taken, unless `replaces`: then all are replaced in the
   // end, and none if one of them is not a recording's.

@@ -218,7 +218,7 @@ TEST(MarkerLabels, OverlapNeitherEachOtherNorTheirLines)
 TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
 {
   Recording recording;
-  recording.groups = {{"left", 0, 1}};
+  recording.groups = {{"left", "", 0, 1}};
   recording.elements = 1;
   std::vector<std::uint32_t> timestamps;
   for (unsigned record = 0; record < 1000; ++record) {
