@@ -19,6 +19,7 @@
 #include "host/base/Text.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"
+#include "host/commands/LayoutOption.h"
 #include "host/recording/Conversion.h"
 #include "host/recording/OutputName.h"
 
@@ -39,7 +40,7 @@ constexpr std::array tableNames{TableName{"tidy", TableKind::tidy}, TableName{"r
 struct ConvertOptions {
   Conversion conversion{.from = {}, .to = {}, .format = RecordFormat::csv};
   std::optional<Format> format;
-  fs::path layout;  // empty: the recording's own
+  LayoutOption layout;
 };
 
 std::vector<std::string> allFormats()
@@ -125,7 +126,7 @@ void run(const ConvertOptions& options)
         fmt::format("--from {:g} is not before --to {:g}.", conversion.fromSeconds, conversion.toSeconds),
         "Both are seconds of the recording's time.");
   }
-  if (!options.layout.empty()) conversion.hands = HandLayout::read(options.layout);
+  conversion.hands = givenLayout(options.layout);
   const std::string from = utf8(conversion.from);
   ProgressBar bar(from);
   conversion.onProgress = [&bar](double progress) { bar.update(progress); };
@@ -183,10 +184,9 @@ void addConvert(CLI::App& tessel, ExitCode& /*exitCode*/)
       command, "--regions", "NAME,...",
       [&target](const std::string& names) { addNames(target.conversion.regions, names); },
       "Keep only the elements of these regions, as in thumb,index");
-  completeFiles(addPath(command, "--layout", "FILE", target.layout,
-                        "Where the elements are on the hand, in place of what the recording says; see "
-                        "docs/layout.md"),
-                {"json"});
+  addLayoutOption(
+      command, target.layout,
+      "Where the elements are on the hand, in place of what the recording says; see docs/layout.md");
   addFlag(command, "--force", target.conversion.replaces, "Replace an existing output");
   command.footer(
       "Examples:  tessel convert grip.csv grip.npy              also the other way round\n"
