@@ -8,6 +8,7 @@
 #include "host/recording/CsvReader.h"
 #include "host/recording/NpyReader.h"
 #include "host/recording/RecordingParts.h"
+#include "host/recording/XdfReader.h"
 
 namespace fs = std::filesystem;
 
@@ -40,5 +41,5 @@ std::unique_ptr<RecordReader> openRecording(const fs::path& path)
   if (!fs::is_regular_file(status)) cannotOpen(path, status, error);
   if (path.extension() == ".npy")
     damagedRecording(path, "is only a part of a recording", "Use the folder that contains it.");
-  return openCsv(path);
+  return isXdf(path) ? openXdf(path) : openCsv(path);
 }

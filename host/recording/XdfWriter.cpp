@@ -37,20 +37,6 @@ DescriptionNode metadataNode(const RecordingMetadata& metadata, std::uint64_t ev
 
 }  // namespace
 
-double XdfWriter::Times::next(std::initializer_list<double> candidates, double arrivalMs)
-{
-  const bool hasArrived = std::isfinite(arrivalMs);
-  double ms = latestMs_.value_or(0);
-  if (hasArrived) ms += latestMs_ ? std::max(arrivalMs - latestArrivalMs_, 0.0) : arrivalMs;
-  const auto* const known =
-      std::ranges::find_if(candidates, [](double candidate) { return std::isfinite(candidate); });
-  if (known != candidates.end()) ms = *known;
-  if (latestMs_) ms = std::max(ms, *latestMs_);
-  latestMs_ = ms;
-  if (hasArrived) latestArrivalMs_ = arrivalMs;
-  return ms;
-}
-
 XdfWriter::XdfWriter(const std::filesystem::path& file, const RecordingMetadata& metadata)
     : file_(file),
       metadata_(metadata),
@@ -85,16 +71,24 @@ double XdfWriter::secondsOf(double ms) const
 void XdfWriter::begin(std::chrono::nanoseconds zero)
 {
   zero_ = zero;
-  RecordingMetadata known = metadata_;
-  if (!known.started) known.started = wallClockAt(zero);
-  known.zero = zero;
-  writeHeaders(known);
+  if (!metadata_.started) started_ = wallClockAt(zero);
+  writeHeaders();
 }
 
-void XdfWriter::writeHeaders(const RecordingMetadata& known)
+// With the start of the recording, which the session may not have noted yet.
+RecordingMetadata XdfWriter::knownMetadata() const
+{
+  RecordingMetadata known = metadata_;
+  if (known.started || !started_) return known;
+  known.started = started_;
+  known.zero = zero_;
+  return known;
+}
+
+void XdfWriter::writeHeaders()
 {
   hasBegun_ = true;
-  timing_.describe({.name = "tessel", .children = {metadataNode(known, 0, false)}});
+  timing_.describe({.name = "tessel", .children = {metadataNode(knownMetadata(), 0, false)}});
   const double now = secondsOf(0);
   bytes_.clear();
   for (const Part& part : parts_) {
@@ -109,19 +103,28 @@ void XdfWriter::writeHeaders(const RecordingMetadata& known)
   }
 }
 
+// A recording of unknown start, of an earlier version, has no beginning.
+void XdfWriter::ensureHeaders()
+{
+  if (hasBegun_) return;
+  zero_ = metadata_.zero.value_or(std::chrono::nanoseconds(0));
+  writeHeaders();
+}
+
 void XdfWriter::add(const Record& record)
 {
-  if (!hasBegun_) begin(metadata_.zero.value_or(std::chrono::nanoseconds(0)));
-  const double seconds = secondsOf(times_.next({record.timeMs}, record.arrivalMs));
+  ensureHeaders();
+  const double seconds = secondsOf(times_.next(record));
   bytes_.clear();
   appendIntervals(seconds);
   for (auto& [group, glove, stream, times] : parts_) {
-    const double sampledMs = glove ? record.frames[*glove].sampledMs : Record::unknown;
+    Record own = record;
+    if (glove && !std::isnan(record.frames[*glove].sampledMs)) own.timeMs = record.frames[*glove].sampledMs;
     values_.clear();
     for (const std::uint16_t element : record.elements.subspan(group.first, group.count)) {
       xdf::append(values_, std::int32_t{element});
     }
-    stream.appendSample(bytes_, secondsOf(times.next({sampledMs, record.timeMs}, record.arrivalMs)), values_);
+    stream.appendSample(bytes_, secondsOf(times.next(own)), values_);
   }
   // Last, since it completes the record for the reader.
   appendTiming(record, seconds);
@@ -179,8 +182,10 @@ void XdfWriter::writeEvent(const RecordingEvent& event)
 
 void XdfWriter::close(bool isComplete)
 {
-  if (!hasBegun_) begin(metadata_.zero.value_or(std::chrono::nanoseconds(0)));
+  ensureHeaders();
   bytes_.clear();
+  // What follows is found even if the last records are damaged.
+  xdf::appendChunk(bytes_, xdf::Tag::boundary, xdf::boundary);
   for (const Part& part : parts_) {
     std::vector<DescriptionNode> more;
     if (metadata_.books.is_object() && metadata_.books.contains(part.group.label)) {
@@ -190,7 +195,7 @@ void XdfWriter::close(bool isComplete)
   }
   events_.appendFooter(bytes_, {});
   // Last, so that a file with it has all.
-  timing_.appendFooter(bytes_, {metadataNode(metadata_, events_.samples(), isComplete)});
+  timing_.appendFooter(bytes_, {metadataNode(knownMetadata(), events_.samples(), isComplete)});
   file_.append(bytes_);
   file_.close();
 }

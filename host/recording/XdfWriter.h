@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/base/OutputFile.h"
+#include "host/recording/RecordTimes.h"
 #include "host/recording/RecordWriter.h"
 #include "host/recording/RecordingMetadata.h"
 #include "host/recording/XdfStream.h"
@@ -24,26 +25,16 @@ class XdfWriter final : public RecordWriter {
   void close(bool isComplete) override;
 
  private:
-  // Turns the times of one stream's samples into its timestamps: a time that is unknown continues the
-  // previous one.
-  class Times {
-   public:
-    // The first one that is known.
-    double next(std::initializer_list<double> candidates, double arrivalMs);
-
-   private:
-    std::optional<double> latestMs_;
-    double latestArrivalMs_ = 0;
-  };
-
   struct Part {
     const ElementGroup& group;
     std::optional<std::size_t> glove;  // its frame in a record
     XdfStream stream;
-    Times times = {};
+    RecordTimes times = {};
   };
 
-  void writeHeaders(const RecordingMetadata& known);
+  RecordingMetadata knownMetadata() const;
+  void writeHeaders();
+  void ensureHeaders();
   void appendIntervals(double seconds);
   void writeEvent(const RecordingEvent& event);
   void appendTiming(const Record& record, double seconds);
@@ -52,9 +43,10 @@ class XdfWriter final : public RecordWriter {
   OutputFile file_;
   const RecordingMetadata& metadata_;
   std::chrono::nanoseconds zero_{0};
+  std::optional<std::chrono::system_clock::time_point> started_;  // if the metadata had none
   std::vector<Part> parts_;
   XdfStream timing_;
-  Times times_;
+  RecordTimes times_;
   XdfStream events_;
   bool hasBegun_ = false;
   std::vector<RecordingEvent> waiting_;  // until it has begun

@@ -1,0 +1,219 @@
+// Reading XDF files back: all that was recorded, what a kill or damage left, and what is no recording.
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "host/base/Failure.h"
+#include "host/recording/EventText.h"
+#include "host/recording/RecordReader.h"
+#include "host/recording/XdfChunk.h"
+#include "tests/support/SampleRecording.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+class XdfFile : public testing::Test {
+ public:
+  // What of a file can be read, or else its failure.
+  struct Content {
+    std::vector<SampleRecording::Row> rows;
+    std::vector<RecordingEvent> events;
+    std::string notes, failure;
+    RecordingMetadata metadata;
+  };
+
+  XdfFile()
+  {
+    sample_.write(*makeRecordWriter(RecordFormat::xdf, folder_ / "run.xdf", sample_.metadata));
+    bytes_ = folder_.read("run.xdf");
+  }
+
+  Content read(const std::string& bytes) const
+  {
+    folder_.write("a.xdf", bytes);
+    Content content;
+    try {
+      const auto reader = openRecording(folder_ / "a.xdf");
+      while (const auto record = reader->next()) {
+        content.rows.push_back({record->timeMs,
+                                record->arrivalMs,
+                                record->pluginMs,
+                                {record->frames.begin(), record->frames.end()},
+                                {record->elements.begin(), record->elements.end()}});
+      }
+      content.events = reader->events();
+      for (const std::string& note : reader->notes()) {
+        content.notes += note + "; ";
+      }
+      content.metadata = reader->metadata();
+      EXPECT_EQ(reader->progress(), 1);
+    } catch (const Failure& failure) {
+      content.failure = failure.what();
+    }
+    return content;
+  }
+
+  static void expectSame(const SampleRecording::Row& is, const SampleRecording::Row& wanted)
+  {
+    // As texts, since NaN differs from itself.
+    const auto text = [](const SampleRecording::Row& row) {
+      std::string all =
+          testing::PrintToString(std::tuple(row.timeMs, row.arrivalMs, row.pluginMs, row.elements));
+      for (const GloveFrame& frame : row.frames) {
+        all += testing::PrintToString(std::tuple(frame.number, frame.ticks, frame.sampledMs));
+      }
+      return all;
+    };
+    EXPECT_EQ(text(is), text(wanted));
+  }
+
+  // Where the nth chunk of this kind begins.
+  std::size_t chunkAt(xdf::Tag tag, unsigned skipped) const
+  {
+    std::size_t at = xdf::magic.size();
+    while (at < bytes_.size()) {
+      const auto sizeOfLength = static_cast<std::size_t>(bytes_[at]);
+      std::uint64_t length = 0;
+      bytes_.copy(reinterpret_cast<char*>(&length), sizeOfLength, at + 1);
+      if (bytes_[at + 1 + sizeOfLength] == static_cast<char>(tag) && skipped-- == 0) return at;
+      at += 1 + sizeOfLength + length;
+    }
+    throw std::out_of_range("no such chunk");
+  }
+
+  TemporaryFolder folder_;
+  SampleRecording sample_;
+  std::string bytes_;
+};
+
+TEST_F(XdfFile, HasEverythingThatWasRecorded)
+{
+  const Content content = read(bytes_);
+  EXPECT_EQ(content.failure, "");
+  EXPECT_EQ(content.notes, "");
+  ASSERT_EQ(content.rows.size(), sample_.rows.size());
+  for (std::size_t row = 0; row < sample_.rows.size(); ++row) {
+    expectSame(content.rows[row], sample_.rows[row]);
+  }
+  ASSERT_EQ(content.events.size(), sample_.events.size());
+  for (std::size_t event = 0; event < sample_.events.size(); ++event) {
+    EXPECT_EQ(eventText(content.events[event]), eventText(sample_.events[event]));
+    EXPECT_EQ(content.events[event].glove, sample_.events[event].glove);
+    EXPECT_EQ(content.events[event].timeMs, event == 0 ? 0 : sample_.events[event].timeMs);
+  }
+  EXPECT_EQ(content.metadata.ended, "the end") << "of the footer";
+  EXPECT_EQ(content.metadata.zero, sample_.zero);
+  EXPECT_EQ(content.metadata.layout.groups.at(1).module, sample_.metadata.layout.groups[1].module);
+}
+
+TEST_F(XdfFile, ThatWasCutHasEveryCompleteRecord)
+{
+  const std::size_t footers = chunkAt(xdf::Tag::boundary, 2);
+  // The last two records, each of four chunks.
+  const unsigned samples = 21 * 4 + 4;
+  const std::size_t last = chunkAt(xdf::Tag::samples, samples - 4);
+  for (std::size_t end = chunkAt(xdf::Tag::samples, samples - 8); end < bytes_.size(); ++end) {
+    // Each byte of the records; of the footers some.
+    if (end > footers + 20 && end < bytes_.size() - 20) continue;
+    const Content content = read(bytes_.substr(0, end));
+    EXPECT_EQ(content.failure, "") << end;
+    EXPECT_EQ(content.rows.size(), end < last ? 19U : end < footers ? 20U : 21U) << end;
+    EXPECT_NE(content.notes.find("not completed"), std::string::npos) << end;
+    EXPECT_EQ(content.events.size(), 4U);
+  }
+}
+
+TEST_F(XdfFile, ThatIsDamagedIsReadFromTheNextBoundary)
+{
+  // In the third record; the second boundary precedes the twelfth.
+  const std::size_t damage = chunkAt(xdf::Tag::samples, 12);
+  const struct {
+    const char* description;
+    std::size_t at;
+    std::string bytes;
+    std::size_t rows, events;
+    std::string words;
+  } cases[] = {
+      {"an impossible length", damage, "\x03", 12, 2, "damaged at 1 place(s)"},
+      {"a length beyond the end", damage, {"\x04\xFF\xFF\0\0\3", 6}, 12, 2, "damaged at 1 place(s)"},
+      {"a length into another chunk", damage + 1, "\x7F", 12, 2, "damaged at 1 place(s)"},
+      {"an unknown kind", damage + 2, "\x09", 12, 2, "damaged at 1 place(s)"},
+      {"another stream", damage + 4, "\x77", 12, 2, "damaged at 1 place(s)"},
+      {"no value of an element", damage + 20, "\xFF\xFF\xFF\xFF", 12, 2, "9 of its 21 records are missing"},
+      {"a boundary", chunkAt(xdf::Tag::boundary, 1) + 8, "\xFF", 21, 4, ""},
+      {"the last records", chunkAt(xdf::Tag::samples, 80), "\x03", 19, 4, "2 of its 21 records are missing"},
+      {"the footers", chunkAt(xdf::Tag::streamFooter, 0), "\x03", 21, 4, "it was not completed"},
+      {"the description at the end", bytes_.rfind("tessel-recording"), "*", 21, 4, "it was not completed"},
+  };
+  for (const auto& [description, at, replacement, rows, events, words] : cases) {
+    std::string damaged = bytes_;
+    damaged.replace(at, replacement.size(), replacement);
+    const Content content = read(damaged);
+    EXPECT_EQ(content.failure, "") << description;
+    EXPECT_NE(content.notes.find(words), std::string::npos) << description << ": " << content.notes;
+    EXPECT_EQ(content.rows.size(), rows) << description;
+    EXPECT_EQ(content.events.size(), events) << description;
+    if (!content.rows.empty()) expectSame(content.rows.back(), sample_.rows.at(rows == 19 ? 18 : 20));
+  }
+}
+
+TEST_F(XdfFile, WithoutOwnStreamsIsRefusedByTheirNames)
+{
+  const auto header = [](const std::string& xml) {
+    std::string chunk;
+    xdf::appendChunk(chunk, xdf::Tag::streamHeader, std::string("\1\0\0\0", 4) + xml);
+    return chunk;
+  };
+  std::string twice = bytes_;
+  twice.replace(chunkAt(xdf::Tag::streamHeader, 1) + 7, 1, "\1");
+  const struct {
+    std::string bytes, words;
+  } cases[] = {
+      {"XDF:" + header("<info><name>Cap &lt;64&gt;</name></info>") + header("<name>\x1B[2J</name>"),
+       "of another program, with 2 stream(s): 'Cap <64>', '\\x1B[2J'"},
+      {"XDF:" + header("<info attribute=\"1\"><name"), "of another program, with 1 stream(s): ''"},
+      {"XDF:", "contains no records"},
+      {"XDF:\x03", "is an XDF file without streams"},
+      {bytes_.substr(0, chunkAt(xdf::Tag::streamHeader, 4)), "lacks the stream 'Tessel events'"},
+      {"XDF:" + header("<name>Tessel timing</name>"), "it lacks its metadata"},
+      {"XDF:" + header("<name>Tessel timing</name><metadata>{}</metadata>"), "does not describe a recording"},
+      {twice, "lacks the stream 'Tessel right glove'"},
+  };
+  for (const auto& [bytes, words] : cases) {
+    EXPECT_NE(read(bytes).failure.find(words), std::string::npos) << words << "\n" << read(bytes).failure;
+  }
+}
+
+TEST_F(XdfFile, ThatIsDamagedAtRandomIsReadOrRefused)
+{
+  constexpr unsigned seed = 20'261'122;
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 random(seed);
+  const auto below = [&](std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+  };
+  unsigned readable = 0;
+  for (unsigned round = 0; round < 500; ++round) {
+    std::string damaged = bytes_;
+    for (std::size_t change = 1 + below(4); change > 0; --change) {
+      const std::size_t at = below(damaged.size());
+      switch (below(3)) {
+        case 0:
+          damaged[at] = static_cast<char>(below(256));
+          break;
+        case 1:
+          damaged.erase(at, 1 + below(100));
+          break;
+        default:
+          damaged.insert(at, damaged.substr(below(damaged.size()), 1 + below(100)));
+      }
+    }
+    const Content content = read(damaged);
+    EXPECT_LE(content.rows.size(), sample_.rows.size());
+    if (content.failure.empty()) ++readable;
+  }
+  EXPECT_GT(readable, 100U);
+}
+
+}  // namespace
