@@ -18,6 +18,7 @@
 #include "host/commands/PictureFile.h"
 #include "host/plot/Picture.h"
 #include "host/plot/TimeAxis.h"
+#include "host/recording/OutputName.h"
 #include "host/recording/Recording.h"
 
 namespace fs = std::filesystem;
@@ -45,8 +46,7 @@ fs::path plainPath(fs::path path)
 fs::path defaultOutput(fs::path recording)
 {
   if (hasExtension(recording, ".part")) recording.replace_extension();
-  if (hasExtension(recording, ".csv") || hasExtension(recording, ".npy")) recording.replace_extension();
-  return recording += ".svg";
+  return withoutExtension(recording) += ".svg";
 }
 
 std::string namesOfGloves(const Recording& recording)
@@ -96,8 +96,8 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
   CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as an SVG picture.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
   completeFiles(addPath(command, "RECORDING", "RECORDING", target.recording,
-                        "a .csv file or a folder of NumPy arrays, finished or not"),
-                {"csv", "part"})
+                        "a .csv or .xdf file or a folder of NumPy arrays, finished or not"),
+                {"csv", "xdf", "part"})
       ->required();
   addPictureFileOptions(command, target.file, "the recording");
   addNumber(

@@ -9,6 +9,7 @@
 #include "host/base/PartFile.h"
 #include "host/base/System.h"
 #include "host/base/Text.h"
+#include "host/recording/OutputName.h"
 #include "host/recording/SinkList.h"
 #include "host/session/BooksText.h"
 #include "host/session/GloveConnection.h"
@@ -75,12 +76,9 @@ void open(HardwareConnector& connector, std::unique_ptr<LinkCapture>& capture, d
 // Where a capture is kept that nobody asked for.
 std::filesystem::path capturePlace(const RecordingFiles* files)
 {
-  std::filesystem::path place =
+  const std::filesystem::path place =
       files != nullptr && files->hasPlace() ? files->wanted() : std::filesystem::path("recording");
-  if (hasExtension(place, ".csv") || hasExtension(place, ".npy") || hasExtension(place, ".xdf")) {
-    place.replace_extension();
-  }
-  return place += ".capture.pcapng";
+  return withoutExtension(place) += ".capture.pcapng";
 }
 
 // Closes the link, writes the last records and events, and closes the books.

@@ -81,3 +81,9 @@ std::vector<std::string> formatNames()
   }
   return names;
 }
+
+fs::path withoutExtension(fs::path recording)
+{
+  const auto isOfFormat = [&](const FormatName& each) { return hasExtension(recording, each.extension); };
+  return std::ranges::any_of(formats, isOfFormat) ? recording.replace_extension() : recording;
+}

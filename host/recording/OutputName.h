@@ -24,3 +24,5 @@ std::optional<RecordFormat> formatOf(std::filesystem::path path);
 std::vector<std::string> formatNames();
 // Of one of these names.
 RecordFormat formatNamed(std::string_view name);
+// A recording's name without the extension of its format: "run" of "run.xdf".
+std::filesystem::path withoutExtension(std::filesystem::path recording);

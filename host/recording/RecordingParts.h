@@ -16,7 +16,7 @@ inline constexpr const char* incompleteNote = "it was not completed; all records
 
 [[noreturn]] void damagedRecording(
     const std::filesystem::path& path, const std::string& what,
-    const std::string& advice = "Choose a recording of `tessel record`: a .csv file or a folder.");
+    const std::string& advice = "Choose a recording of `tessel record`: a .csv or .xdf file, or a folder.");
 [[noreturn]] void emptyRecording(const std::filesystem::path& path);
 
 // In binary mode.

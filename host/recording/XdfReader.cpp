@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
-#include <limits>
 #include <map>
 #include <utility>
 
@@ -19,6 +17,7 @@
 #include "host/recording/RecordingParts.h"
 #include "host/recording/StreamDescription.h"
 #include "host/recording/XdfInput.h"
+#include "host/recording/XdfNumbers.h"
 
 namespace {
 
@@ -32,48 +31,8 @@ constexpr std::size_t maxDamages = 1000;
 // Further numbers are not exact as float64.
 constexpr double maxCount = 9'007'199'254'740'992.0;
 
-// Takes numbers from the beginning of bytes, until they run out.
-class Numbers {
- public:
-  explicit Numbers(std::string_view bytes) : rest_(bytes) {}
-
-  template <class Number>
-  Number take()
-  {
-    Number number{};
-    isGood_ = isGood_ && rest_.size() >= sizeof(number);
-    if (!isGood_) return number;
-    std::memcpy(&number, rest_.data(), sizeof(number));
-    rest_.remove_prefix(sizeof(number));
-    return number;
-  }
-  // A length of one, four or eight bytes after their number.
-  std::uint64_t takeLength()
-  {
-    switch (take<std::uint8_t>()) {
-      case 1:
-        return take<std::uint8_t>();
-      case 4:
-        return take<std::uint32_t>();
-      case 8:
-        return take<std::uint64_t>();
-      default:
-        isGood_ = false;
-        return 0;
-    }
-  }
-  void expect(bool condition) { isGood_ = isGood_ && condition; }
-
-  bool isGood() const { return isGood_; }
-  std::string_view rest() const { return rest_; }
-
- private:
-  std::string_view rest_;
-  bool isGood_ = true;
-};
-
 // NaN if unknown.
-double takeTime(Numbers& numbers)
+double takeTime(XdfNumbers& numbers)
 {
   const auto ms = numbers.take<double>();
   numbers.expect(isUsableTime(ms));
@@ -81,7 +40,7 @@ double takeTime(Numbers& numbers)
 }
 
 // -1 if unknown.
-std::int64_t takeCount(Numbers& numbers)
+std::int64_t takeCount(XdfNumbers& numbers)
 {
   const auto count = numbers.take<double>();
   numbers.expect(count >= -1 && count < maxCount && count == std::floor(count));
@@ -96,7 +55,7 @@ struct StreamHeader {
 
 StreamHeader headerOf(std::string_view content)
 {
-  Numbers numbers(content);
+  XdfNumbers numbers(content);
   const auto id = numbers.take<std::uint32_t>();
   return {id, xmlElement(numbers.rest(), "name").value_or(""), xmlElement(numbers.rest(), "metadata")};
 }
@@ -135,10 +94,10 @@ class XdfReader final : public RecordReader {
   void readHeaders();
   void addStreams(const std::vector<StreamHeader>& headers);
   bool readChunk(const XdfInput::Chunk& chunk);
-  bool readSample(Numbers sample);
-  bool readElements(Numbers sample, std::size_t group);
-  bool readTiming(Numbers sample);
-  bool readEvent(Numbers sample, double seconds);
+  bool readSample(XdfNumbers sample);
+  bool readElements(XdfNumbers sample, std::size_t group);
+  bool readTiming(XdfNumbers sample);
+  bool readEvent(XdfNumbers sample, double seconds);
   void readFooter(std::string_view content);
   void skipDamage();
   void end();
@@ -225,7 +184,7 @@ bool XdfReader::readChunk(const XdfInput::Chunk& chunk)
 {
   switch (chunk.tag) {
     case xdf::Tag::samples:
-      return readSample(Numbers(chunk.content));
+      return readSample(XdfNumbers(chunk.content));
     case xdf::Tag::streamFooter:
       readFooter(chunk.content);
       return true;
@@ -239,7 +198,7 @@ bool XdfReader::readChunk(const XdfInput::Chunk& chunk)
   return false;
 }
 
-bool XdfReader::readSample(Numbers sample)
+bool XdfReader::readSample(XdfNumbers sample)
 {
   const auto stream = streams_.find(sample.take<std::uint32_t>());
   sample.expect(sample.takeLength() == 1);
@@ -257,7 +216,7 @@ bool XdfReader::readSample(Numbers sample)
   return false;
 }
 
-bool XdfReader::readElements(Numbers sample, std::size_t group)
+bool XdfReader::readElements(XdfNumbers sample, std::size_t group)
 {
   const ElementGroup& place = metadata_.layout.groups[group];
   for (std::uint16_t& element : std::span(elements_).subspan(place.first, place.count)) {
@@ -270,7 +229,7 @@ bool XdfReader::readElements(Numbers sample, std::size_t group)
 }
 
 // Completes the record.
-bool XdfReader::readTiming(Numbers sample)
+bool XdfReader::readTiming(XdfNumbers sample)
 {
   Record record{.frames = frames_, .elements = elements_};
   record.timeMs = takeTime(sample);
@@ -294,7 +253,7 @@ bool XdfReader::readTiming(Numbers sample)
   return true;
 }
 
-bool XdfReader::readEvent(Numbers sample, double seconds)
+bool XdfReader::readEvent(XdfNumbers sample, double seconds)
 {
   const std::uint64_t length = sample.takeLength();
   if (!sample.isGood() || sample.rest().size() != length) return false;

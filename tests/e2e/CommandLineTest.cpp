@@ -39,7 +39,7 @@ TEST_F(CommandLine, ErrorsNameTheArgumentAndThePossibleOnes)
       {{"record", "--", "first"}, "unexpected argument 'first'.", "tessel record"},
       {{"ports", "plot"}, "unexpected argument 'plot'.", "tessel ports"},
       {{"plot"},
-       "tessel plot needs RECORDING: a .csv file or a folder of NumPy arrays, finished or not.",
+       "tessel plot needs RECORDING: a .csv or .xdf file or a folder of NumPy arrays, finished or not.",
        "tessel plot"},
       {{"record", "--seconds"}, "--seconds needs a value: SECONDS.", "tessel record"},
       {{"record", "-o"}, "--output needs a value: FILE|FOLDER|-.", "tessel record"},
