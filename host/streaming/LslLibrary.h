@@ -12,6 +12,7 @@ struct Info;
 struct Xml;
 struct Outlet;
 struct Inlet;
+struct Resolver;
 
 enum Format : std::int32_t { formatString = 3, formatInt32 = 4 };
 enum Error : std::int32_t { noError = 0, timeoutError = -1 };
@@ -28,6 +29,7 @@ struct Library {
   Xml* (*appendChild)(Xml*, const char* name);
   Xml* (*appendChildValue)(Xml*, const char* name, const char* value);
   const char* (*sourceId)(Info*);
+  const char* (*uid)(Info*);
   std::int32_t (*channelCount)(Info*);
 
   Outlet* (*createOutlet)(Info*, std::int32_t chunkSize, std::int32_t maxBuffered);
@@ -36,10 +38,13 @@ struct Library {
   std::int32_t (*pushNumbers)(Outlet*, const std::int32_t* values, double time, std::int32_t isPushedThrough);
   std::int32_t (*pushTexts)(Outlet*, const char** values, double time, std::int32_t isPushedThrough);
 
-  std::int32_t (*resolveBy)(Info** found, std::uint32_t maxFound, const char* property, const char* value,
-                            std::int32_t minFound, double timeout);
+  // Looks for streams in the background; each result must be destroyed.
+  Resolver* (*createResolver)(const char* property, const char* value, double forgetAfter);
+  void (*destroyResolver)(Resolver*);
+  std::int32_t (*results)(Resolver*, Info** found, std::uint32_t maxFound);
   Inlet* (*createInlet)(Info*, std::int32_t maxBuffered, std::int32_t chunkSize, std::int32_t recovers);
   void (*destroyInlet)(Inlet*);
+  void (*openStream)(Inlet*, double timeout, std::int32_t* error);
   // 0 if there was no sample within the timeout; each text must be destroyed.
   double (*pullTexts)(Inlet*, char** texts, std::int32_t count, double timeout, std::int32_t* error);
   void (*destroyText)(char*);

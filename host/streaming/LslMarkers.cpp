@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "host/base/System.h"
@@ -12,16 +13,21 @@
 
 namespace {
 
-// How long the library may keep the thread from noticing the end.
-constexpr double timeout = 0.5;  // seconds
-constexpr std::chrono::milliseconds searchPause{300};
 constexpr std::uint32_t maxFound = 16;
 // No stream of markers has more, and a name is no proof that it is one.
 constexpr std::int32_t maxChannels = 64;
 constexpr std::int32_t maxBuffered = 10;  // in hundreds of samples, as their rate is irregular
-constexpr std::int32_t recovers = 1;
-// A time that is further from the arrival is none.
-constexpr std::chrono::hours maxAge{1};
+// Intentional: the library does not look for a lost stream itself, which it can't be stopped from for
+// seconds.
+constexpr std::int32_t isNotRecovered = 0;
+
+// In seconds.
+constexpr double timeout = 0.2;  // by which the end is noticed later
+constexpr double openingTimeout = 0.3;
+constexpr double forgetAfter = 5;        // a stream that no longer answers
+constexpr double maxCorrectionTime = 5;  // for the first measurement of the sender's clock
+constexpr double maxAge = 3600;          // a timestamp that is further from the arrival is none
+constexpr std::chrono::milliseconds searchInterval{200};
 
 // The samples of one inlet as texts with the times of host::uptime().
 class Receiver {
@@ -37,9 +43,19 @@ class Receiver {
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
 
-  // False if the stream is lost for good.
+  // The library keeps what arrives from now on.
+  bool open()
+  {
+    std::int32_t error = lsl::noError;
+    library_.openStream(inlet_, openingTimeout, &error);
+    opened_ = library_.localClock();
+    return error == lsl::noError;
+  }
+
+  // Waits a while for the next one. False if the stream is lost.
   bool receive(const LslMarkers::Taker& take)
   {
+    if (!isCorrected() && library_.localClock() - opened_ < maxCorrectionTime) return true;
     std::int32_t error = lsl::noError;
     const double time =
         library_.pullTexts(inlet_, texts_.data(), static_cast<std::int32_t>(texts_.size()), timeout, &error);
@@ -64,22 +80,30 @@ class Receiver {
     return text;
   }
 
-  // The sender's clock is that of its computer.
+  // By how much the clock of the sender's computer differs, which the library measures again and again.
+  bool isCorrected()
+  {
+    std::int32_t error = lsl::noError;
+    const double correction = library_.timeCorrection(inlet_, correction_ ? 0 : timeout, &error);
+    if (error == lsl::noError) correction_ = correction;
+    return correction_.has_value();
+  }
+
   LslMarkers::Time uptimeOf(double time)
   {
     clock_.keepUp();
     const LslMarkers::Time now = host::uptime();
-    std::int32_t error = lsl::noError;
-    const double correction = library_.timeCorrection(inlet_, timeout, &error);
-    const double age = clock_.at(now) - (time + correction);
-    if (error != lsl::noError || !(std::abs(age) < std::chrono::duration<double>(maxAge).count())) return now;
-    return clock_.uptimeAt(time + correction);
+    const double corrected = time + correction_.value_or(0);
+    const bool isPlausible = std::abs(clock_.at(now) - corrected) < maxAge;
+    return correction_ && isPlausible ? clock_.uptimeAt(corrected) : now;
   }
 
   const lsl::Library& library_;
   lsl::Inlet* const inlet_;
   NetworkClock clock_;
   std::vector<char*> texts_;
+  double opened_ = 0;                 // by LSL's clock
+  std::optional<double> correction_;  // seconds
 };
 
 }  // namespace
@@ -102,42 +126,51 @@ LslMarkers::~LslMarkers()
 
 void LslMarkers::run()
 {
+  lsl::Resolver* const resolver = library_.createResolver("name", name_.c_str(), forgetAfter);
+  if (resolver == nullptr) return;
+  std::string latest;
   while (!isOver_) {
-    lsl::Info* const info = resolve();
-    if (info != nullptr) {
-      receive(info);
-      library_.destroyInfo(info);
+    if (const auto streams = streamsFoundBy(resolver); !streams.empty()) {
+      // One that was lost is found for some seconds more.
+      const auto isOther = [&](const Stream& stream) { return library_.uid(stream.get()) != latest; };
+      const auto other = std::ranges::find_if(streams, isOther);
+      const Stream& stream = other != streams.end() ? *other : streams.front();
+      latest = library_.uid(stream.get());
+      receive(resolver, stream.get());
     }
-    // Streams that are not wanted are found at once.
-    if (!isOver_) std::this_thread::sleep_for(searchPause);
+    if (!isOver_) std::this_thread::sleep_for(searchInterval);
   }
+  library_.destroyResolver(resolver);
 }
 
-// Waits for a while; null if there is none. To be destroyed.
-lsl::Info* LslMarkers::resolve() const
+// Those that can be received.
+std::vector<LslMarkers::Stream> LslMarkers::streamsFoundBy(lsl::Resolver* resolver) const
 {
   std::array<lsl::Info*, maxFound> found{};
-  const std::int32_t count = library_.resolveBy(found.data(), maxFound, "name", name_.c_str(), 1, timeout);
-  lsl::Info* chosen = nullptr;
-  for (std::size_t index = 0; index < static_cast<std::size_t>(std::max(count, 0)); ++index) {
-    lsl::Info* const info = found.at(index);
+  const auto count =
+      static_cast<std::size_t>(std::max(library_.results(resolver, found.data(), maxFound), 0));
+  std::vector<Stream> streams;
+  for (lsl::Info* const info : std::span(found).first(count)) {
+    Stream stream(info, library_.destroyInfo);
     const std::int32_t channels = library_.channelCount(info);
     const bool isOwn = std::ranges::find(own_, library_.sourceId(info)) != own_.end();
-    if (chosen == nullptr && !isOwn && channels > 0 && channels <= maxChannels) {
-      chosen = info;
-    } else {
-      library_.destroyInfo(info);
-    }
+    if (!isOwn && channels > 0 && channels <= maxChannels) streams.push_back(std::move(stream));
   }
-  return chosen;
+  return streams;
 }
 
-void LslMarkers::receive(lsl::Info* info)
+void LslMarkers::receive(lsl::Resolver* resolver, lsl::Info* info)
 {
-  lsl::Inlet* const inlet = library_.createInlet(info, maxBuffered, 0, recovers);
+  lsl::Inlet* const inlet = library_.createInlet(info, maxBuffered, 0, isNotRecovered);
   if (inlet == nullptr) return;
-  wasFound_ = true;
   Receiver receiver(library_, inlet, library_.channelCount(info));
+  if (!receiver.open()) return;
+  wasFound_ = true;
+  const std::string uid = library_.uid(info);
   while (!isOver_ && receiver.receive(take_)) {
+    // A computer that was switched off ends no connection; but if its program is started again, it is found.
+    const auto streams = streamsFoundBy(resolver);
+    const auto isThis = [&](const Stream& stream) { return library_.uid(stream.get()) == uid; };
+    if (!streams.empty() && std::ranges::none_of(streams, isThis)) return;
   }
 }

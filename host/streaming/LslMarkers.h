@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -30,9 +31,11 @@ class LslMarkers {
   bool wasFound() const { return wasFound_; }
 
  private:
+  using Stream = std::unique_ptr<lsl::Info, void (*)(lsl::Info*)>;
+
   void run();
-  lsl::Info* resolve() const;
-  void receive(lsl::Info* info);
+  std::vector<Stream> streamsFoundBy(lsl::Resolver* resolver) const;
+  void receive(lsl::Resolver* resolver, lsl::Info* info);
 
   const lsl::Library& library_;
   const std::string name_;
