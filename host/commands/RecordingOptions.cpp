@@ -31,6 +31,8 @@ void addRecordingOptions(CLI::App& command, RecordingOptions& options)
           "After a loss accept other gloves than those that the recording began with");
   addPath(command, "--markers", "PATH", options.markers,
           "Make this FIFO; each line that is written to it marks a moment of the recording");
+  addLayoutOption(command, options.layout,
+                  "Layout of the hand: which region and position each element has; see docs/layout.md");
   addLslOptions(command, options.lsl);
   addFlag(command, "--json", options.isJson, "Print the summary as JSON on standard output");
   addFlag(command, "--memory", options.showsMemory, "With --json: add the peak memory of the program")

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "host/commands/LayoutOption.h"
 #include "host/commands/LslStreaming.h"
 #include "host/gloves/HardwareSource.h"
 #include "host/session/Session.h"
@@ -14,6 +15,7 @@ class App;
 struct RecordingOptions {
   HardwareOptions hardware;
   SessionRules rules{.limits = {.seconds = {}, .records = {}, .isPatient = true}};
+  LayoutOption layout;
   bool acceptsAnyGlove = false;
   std::filesystem::path markers;  // of a FIFO; empty: none
   std::filesystem::path capture;  // empty: none is kept

@@ -81,6 +81,17 @@ std::filesystem::path capturePlace(const RecordingFiles* files)
   return withoutExtension(place) += ".capture.pcapng";
 }
 
+// Where the elements are, if that is known. A Failure if it does not fit the gloves of these settings.
+std::optional<HandLayout> handsOf(const RecordingOptions& options, const settings::Values& settings)
+{
+  std::optional<HandLayout> hands = chooseLayout(options.layout, options.hardware, settings);
+  if (hands) {
+    Layout unknownGloves = gloveLayout(settings, {});
+    hands->describe(unknownGloves);
+  }
+  return hands;
+}
+
 // Closes the link, writes the last records and events, and closes the books.
 void finish(HardwareConnector& connector, LinkCapture* capture, RecordKeeper& keeper, Recorder& recorder,
             Session& session, const Layout& layout, RecordingFiles* files, Ending& ending)
@@ -155,6 +166,7 @@ std::optional<Failure> record(const RecordingOptions& options, const FilesMaker&
   }
   HardwareSource source(options.hardware);
   if (options.rules.reconnectSeconds > 0) source.setPatience(supervisionTime);
+  const std::optional<HandLayout> hands = handsOf(options, source.settings());
   std::unique_ptr<LinkCapture> capture = captureFor(options, source.settings(), files.get());
   HardwareConnector connector(source, capture.get());
   console::report("Looking for the dongle and the gloves...\n");
@@ -162,8 +174,10 @@ std::optional<Failure> record(const RecordingOptions& options, const FilesMaker&
   if (!options.acceptsAnyGlove) connector.acceptNoOthers();
 
   const auto modules = connector.hardware().askModules();
-  const Layout layout = gloveLayout(source.settings(), modules);
-  const RecordingMetadata metadata = describe(connector.hardware(), layout, capture != nullptr);
+  Layout layout = gloveLayout(source.settings(), modules);
+  if (hands) hands->describe(layout);
+  RecordingMetadata metadata = describe(connector.hardware(), layout, capture != nullptr);
+  if (hands) metadata.hands = hands->json();
   SinkList sinks;
   if (files) sinks.add(files->begin(metadata));
   streaming.begin(metadata, markers);
