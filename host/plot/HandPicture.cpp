@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "host/plot/TextFit.h"
@@ -137,6 +138,9 @@ class Drawing {
     scale_ = picture.scale > 0 ? picture.scale : scaleFor(extent, space);
     left_ = space.left + space.width / 2 - scale_ * (extent.left + extent.right) / 2;
     top_ = space.top + space.height / 2 + scale_ * (extent.low + extent.high) / 2;
+    for (std::size_t element = 0; element < cells_.size(); ++element) {
+      lowest_ = std::max(lowest_, pointOf(element).y);
+    }
   }
 
   void draw()
@@ -209,20 +213,19 @@ class Drawing {
               fmt::format("text-anchor=\"middle\" font-size=\"{:.1f}\"", size));
   }
 
-  // Of the first of these places that is free: above the region, below, to the left, to the right.
+  // At the first place of each region that is free.
   void drawNames()
   {
     std::vector<Box> taken;
     for (std::size_t element = 0; element < cells_.size(); ++element)
       taken.push_back(cellOf(element, 1.3));
     for (const Region& region : hand_.regions) {
-      const double width = textWidth(region.name, svgFontSize);
-      const std::array<Box, 4> places = placesFor(region, width);
       const auto isFree = [&](const Box& place) {
         return place.left >= box_.left && place.right() <= box_.right() && place.top >= box_.top &&
                place.bottom() <= box_.bottom() &&
                std::ranges::none_of(taken, [&](const Box& other) { return overlap(place, other); });
       };
+      const auto places = placesFor(region);
       const auto free = std::ranges::find_if(places, isFree);
       if (free == places.end()) continue;
       svg_.text(free->left + free->width / 2, free->bottom() - 0.25 * svgFontSize, region.name, nameStyle);
@@ -230,20 +233,37 @@ class Drawing {
     }
   }
 
-  std::array<Box, 4> placesFor(const Region& region, double width) const
+  // Above the tip, below the base, to the left, to the right. What is at the bottom of the hand, as the palm,
+  // has its name below, where no finger is.
+  std::array<Box, 4> placesFor(const Region& region) const
   {
     constexpr double height = svgFontSize + 2;
-    const double space = 0.95 * scale_ * cells_[region.elements.front()];
-    const auto byX = [this](std::size_t a, std::size_t b) { return pointOf(a).x < pointOf(b).x; };
-    const auto byY = [this](std::size_t a, std::size_t b) { return pointOf(a).y < pointOf(b).y; };
-    const auto [first, last] = std::ranges::minmax_element(region.elements, byX);
-    const auto [highest, lowest] = std::ranges::minmax_element(region.elements, byY);
-    const double middle = (pointOf(*highest).y + pointOf(*lowest).y - height) / 2;
-    const double centre = (pointOf(*first).x + pointOf(*last).x - width) / 2;
-    return {{{pointOf(*highest).x - width / 2, pointOf(*highest).y - space - height, width, height},
-             {centre, pointOf(*lowest).y + space, width, height},
-             {pointOf(*first).x - space - width, middle, width, height},
-             {pointOf(*last).x + space, middle, width, height}}};
+    const double width = textWidth(region.name, svgFontSize);
+    const double cell = scale_ * cells_[region.elements.front()];
+    const double space = 0.95 * cell;
+    std::vector<Point> points;
+    for (const std::size_t element : region.elements)
+      points.push_back(pointOf(element));
+    const auto [left, right] = std::ranges::minmax(points, {}, &Point::x);
+    const auto [top, bottom] = std::ranges::minmax(points, {}, &Point::y);
+    // Next to the middle of all elements that are about as far up or down as this one.
+    const auto beginning = [&](double y) {
+      double sum = 0;
+      double count = 0;
+      for (const Point& point : points) {
+        if (std::abs(point.y - y) > cell / 2) continue;
+        sum += point.x;
+        ++count;
+      }
+      return sum / count - width / 2;
+    };
+    const double middle = (top.y + bottom.y - height) / 2;
+    std::array<Box, 4> places{{{beginning(top.y), top.y - space - height, width, height},
+                               {beginning(bottom.y), bottom.y + space, width, height},
+                               {left.x - space - width, middle, width, height},
+                               {right.x + space, middle, width, height}}};
+    if (bottom.y >= lowest_ - cell / 2) std::swap(places[0], places[1]);
+    return places;
   }
 
   Svg& svg_;
@@ -252,8 +272,9 @@ class Drawing {
   const Hand& hand_;
   std::vector<double> cells_;
   double scale_;
-  double left_;  // x of 0 mm
-  double top_;   // y of 0 mm
+  double left_;        // x of 0 mm
+  double top_;         // y of 0 mm
+  double lowest_ = 0;  // y of the lowest element
 };
 
 }  // namespace
@@ -270,6 +291,11 @@ double scaleOf(const HandPicture& picture, const Box& box)
 
 double heightOf(const HandPicture& picture, double width)
 {
-  const Extent extent = extentOf(picture.hand, cellSizes(picture.hand));
-  return aboveHand(picture) + width * extent.height() / extent.width() + belowHand(picture);
+  return aboveHand(picture) + width / proportionOf(picture.hand) + belowHand(picture);
+}
+
+double proportionOf(const Hand& hand)
+{
+  const Extent extent = extentOf(hand, cellSizes(hand));
+  return extent.width() / extent.height();
 }
