@@ -30,7 +30,8 @@ install() {
 
 # Needed for every build.
 install_build_tools() {
-  install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev libstb-dev
+  install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev libstb-dev \
+    pkg-config librsvg2-dev
 }
 
 # build PRESET [TARGET...]

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <fstream>
 #include <system_error>
 #include <utility>
@@ -11,23 +12,33 @@
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
 #include "host/commands/CommandLine.h"
+#include "host/plot/Render.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-fs::path chosenPath(const std::string& text)
+struct FormatName {
+  const char* extension;
+  PictureFormat format;
+};
+constexpr std::array<FormatName, 3> formats{
+    {{".svg", PictureFormat::svg}, {".png", PictureFormat::png}, {".pdf", PictureFormat::pdf}}};
+
+PictureFormat formatOf(const fs::path& path)
 {
-  if (text.empty()) {
-    throw Failure(ExitCode::usage, "--output takes the name of an .svg file, not ''.",
-                  "Omit it for a file named by default.");
+  if (path.empty()) {
+    throw Failure(ExitCode::usage, "--output takes the name of an .svg, .png or .pdf file, not ''.",
+                  "Omit it for an SVG file named by default.");
   }
-  fs::path path = text;
-  if (hasExtension(path, ".svg") || isStandardOutput(path)) return path;
+  if (isStandardOutput(path)) return PictureFormat::svg;
+  for (const auto& [extension, format] : formats) {
+    if (hasExtension(path, extension)) return format;
+  }
   const auto named = [&](const char* extension) { return utf8(fs::path(path).replace_extension(extension)); };
-  throw Failure(ExitCode::usage, fmt::format("{} can't be written: pictures are SVG files.", utf8(path)),
-                fmt::format("Use --output {0}; then `rsvg-convert {0} --output {1}` converts it to PNG.",
-                            named(".svg"), named(".png")));
+  throw Failure(ExitCode::usage,
+                fmt::format("{} can't be written: pictures are SVG, PNG or PDF files.", utf8(path)),
+                fmt::format("Use --output {}, {} or {}.", named(".svg"), named(".png"), named(".pdf")));
 }
 
 }  // namespace
@@ -38,16 +49,38 @@ void addPictureFileOptions(CLI::App& command, PictureFileOptions& options, const
   completeFiles(
       addText(
           command, "--output,-o", "FILE|-", [&options](const std::string& name) { options.output = name; },
-          "Output .svg file, or - for standard output; by default named after " + source),
-      {"svg"});
+          "Output .svg, .png or .pdf file, or - for SVG on standard output; by default an .svg file named "
+          "after " +
+              source),
+      {"svg", "png", "pdf"});
+  addNumber(
+      command, "--dpi", "NUMBER [96]", {.lowest = 30, .highest = 1200},
+      [&options](double dpi) { options.dpi = dpi; }, "Pixels per inch of a .png file");
   addFlag(command, "--force", options.overwrites, "Replace an existing output file");
 }
 
 PictureFile::PictureFile(const PictureFileOptions& options, fs::path byDefault, std::string_view mark)
     : options_(options),
-      path_(options.output ? chosenPath(*options.output) : std::move(byDefault)),
+      path_(options.output ? fs::path(*options.output) : std::move(byDefault)),
+      format_(formatOf(path_)),
       mark_(mark)
 {
+  if (!options.dpi || format_ == PictureFormat::png) return;
+  throw Failure(ExitCode::usage, "--dpi is for PNG files: SVG and PDF have no resolution.",
+                "Omit it, or use --output with the name of a .png file.");
+}
+
+std::string PictureFile::converted(const std::string& svg) const
+{
+  switch (format_) {
+    case PictureFormat::svg:
+      break;
+    case PictureFormat::png:
+      return renderPng(svg, options_.dpi.value_or(svgDpi));
+    case PictureFormat::pdf:
+      return renderPdf(svg);
+  }
+  return svg;
 }
 
 bool PictureFile::isReplaceable() const
@@ -61,13 +94,14 @@ bool PictureFile::isReplaceable() const
   return start.find(mark_) != std::string::npos;
 }
 
-void PictureFile::write(const std::string& picture, const fs::path& source) const
+void PictureFile::write(const std::string& svg, const fs::path& source) const
 {
   std::error_code error;
   if (fs::equivalent(path_, source, error)) {
     throw Failure(ExitCode::output, fmt::format("{} is what the picture is drawn from.", utf8(path_)),
                   "Choose another name.");
   }
+  const std::string picture = converted(svg);
   PartFile output(path_, PartFile::Kind::file, isReplaceable());
   OutputFile file(output.growing());
   file.append(picture);

@@ -14,11 +14,15 @@ class App;
 struct PictureFileOptions {
   std::optional<std::string> output;  // none: named after the source
   bool overwrites = false;
+  std::optional<double> dpi{};  // of PNG; none: as many pixels as the SVG
 };
 
-// Adds --output and --force. `options` receives the values and must outlive parsing; `source` is what
+// Adds --output, --dpi and --force. `options` receives the values and must outlive parsing; `source` is what
 // pictures are named after by default: "the recording".
 void addPictureFileOptions(CLI::App& command, PictureFileOptions& options, const std::string& source);
+
+// By the extension of the file.
+enum class PictureFormat { svg, png, pdf };
 
 class PictureFile {
  public:
@@ -28,12 +32,14 @@ class PictureFile {
 
   const std::filesystem::path& path() const { return path_; }
   // Fails if the picture would replace its source.
-  void write(const std::string& picture, const std::filesystem::path& source) const;
+  void write(const std::string& svg, const std::filesystem::path& source) const;
 
  private:
   bool isReplaceable() const;
+  std::string converted(const std::string& svg) const;
 
   PictureFileOptions options_;
   std::filesystem::path path_;
+  PictureFormat format_;
   std::string mark_;
 };

@@ -1,19 +1,19 @@
 #include "host/plot/HeatMap.h"
 
 #include <algorithm>
-#include <span>
 
-HeatMap makeHeatMap(const Recording& recording, const ElementGroup& group, const TimeAxis& axis)
+HeatMap makeHeatMap(const Recording& recording, const ElementGroup& glove,
+                    std::span<const std::size_t> elements, const TimeAxis& axis)
 {
-  HeatMap map{axis.columns(), group.count, {}};
+  HeatMap map{axis.columns(), elements.size(), {}};
   map.counts.assign(map.columns * map.rows, HeatMap::nothing);
   for (std::size_t record = axis.firstRecord(); record < axis.endRecord(); ++record) {
     const ColumnSpan span = axis.columnsOf(record);
-    const auto samples = recording.samplesOf(record, group);
+    const auto samples = recording.samplesOf(record, glove);
     for (std::size_t row = 0; row < map.rows; ++row) {
       for (std::size_t column = span.first; column < span.end; ++column) {
         std::int32_t& count = map.counts[row * map.columns + column];
-        count = std::max<std::int32_t>(count, samples[row]);
+        count = std::max<std::int32_t>(count, samples[elements[row]]);
       }
     }
   }

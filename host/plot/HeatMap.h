@@ -1,8 +1,10 @@
-// One glove over time: a column for each step of the time axis, a row for each element, element 0 on top. A
-// cell is the highest sample of all records in its column, so that short peaks stay visible.
+// Elements of a glove over time: a column for each step of the time axis, a row for each element. A cell is
+// the highest sample of all records in its column, so that short peaks stay visible.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "host/plot/ColourMap.h"
@@ -17,7 +19,9 @@ struct HeatMap {
   std::vector<std::int32_t> counts;  // row by row; `nothing` in a column without a record
 };
 
-HeatMap makeHeatMap(const Recording& recording, const ElementGroup& group, const TimeAxis& axis);
+// `elements` of the glove, the first one on top.
+HeatMap makeHeatMap(const Recording& recording, const ElementGroup& glove,
+                    std::span<const std::size_t> elements, const TimeAxis& axis);
 
 // RGB pixels of three bytes, row by row; a row of the map is `rowHeight` rows of pixels. All counts must be
 // in the range.

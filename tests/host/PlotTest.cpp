@@ -1,13 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-
 #include "host/base/Failure.h"
-#include "host/plot/HeatMap.h"
-#include "host/plot/MarkerLabels.h"
-#include "host/plot/Picture.h"
-#include "host/plot/TextFit.h"
 #include "host/recording/Recording.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Timestamps.h"
@@ -186,92 +179,6 @@ TEST(Recordings, HaveTheirEventsAndSkipDamagedOnes)
       ASSERT_EQ(recording.notes.size(), note.empty() ? 0 : 1) << name;
       EXPECT_TRUE(note.empty() || recording.notes[0].find(note) != std::string::npos) << recording.notes[0];
     }
-  }
-}
-
-TEST(MarkerLabels, OverlapNeitherEachOtherNorTheirLines)
-{
-  constexpr double right = 900;
-  for (unsigned seed = 0; seed < 200; ++seed) {
-    std::mt19937 random(seed);
-    std::vector<MarkedPosition> markers(1 + seed);
-    for (auto& [x, text, number] : markers) {
-      x = 66 + static_cast<double>(random() % 834);
-      text.assign(1 + random() % 60, 'w');
-    }
-    std::ranges::sort(markers, {}, &MarkedPosition::x);
-    const auto labels = placeLabels(markers, right, 11);
-    EXPECT_FALSE(labels.empty()) << seed;
-    for (const MarkerLabel& label : labels) {
-      const double end = label.x + textWidth(label.text, 11);
-      EXPECT_LE(end, right) << seed;
-      for (const MarkerLabel& other : labels) {
-        if (&other == &label || other.row < label.row) continue;
-        const bool isOwnLine = other.x == label.x && other.row != label.row;
-        EXPECT_TRUE(other.x < label.x || isOwnLine || other.x >= end)
-            << "seed " << seed << ": " << label.x << " and " << other.x;
-      }
-    }
-  }
-}
-
-TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
-{
-  Recording recording;
-  recording.groups = {{"left", "", 0, 1}};
-  recording.elements = 1;
-  std::vector<std::uint32_t> timestamps;
-  for (unsigned record = 0; record < 1000; ++record) {
-    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
-    recording.samples.push_back(7);
-  }
-  setTimestamps(recording, timestamps);
-  recording.events = {{2, "marker", "", "a<b"},
-                      {12, "disconnected", "left", ""},
-                      {12.5, "disconnected", "right", ""},
-                      {37, "reconnected", "", ""},
-                      {40, "disconnected", "left", ""},
-                      {40.1, "reconnected", "left", ""},
-                      {45, "disconnected", "right", ""},
-                      {60, "marker", "", "at the end"}};
-  const std::string few = drawPicture(recording, {.title = "", .from = 0, .to = 50});
-  for (const char* text : {">a&lt;b<", ">gloves away 25 s<", ">right away 5 s<", ">at the end<", ">away<"}) {
-    EXPECT_NE(few.find(text), std::string::npos) << text;
-  }
-  EXPECT_EQ(few.find("left away"), std::string::npos) << "no room";
-  recording.events.assign(200, {0, "marker", "", "dense"});
-  for (std::size_t marker = 0; marker < 200; ++marker) {
-    recording.events[marker].seconds = static_cast<double>(marker) / 4;
-  }
-  const std::string dense = drawPicture(recording, {.title = "", .from = 0, .to = 50});
-  EXPECT_EQ(dense.find("dense"), std::string::npos);
-  EXPECT_NE(dense.find(">200<"), std::string::npos) << "its number";
-  const std::string lines = dense.substr(dense.find("d=\"M66.5 "));
-  EXPECT_EQ(std::count(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lines.find("/>")), 'V'),
-            200);
-}
-
-TEST(Picture, KeepsAShortPeakAndLeavesOnlyPausesEmpty)
-{
-  Recording recording;
-  recording.groups = {{"le<ft", "", 0, 1}, {"right", "", 1, 1}};
-  recording.elements = 2;
-  std::vector<std::uint32_t> timestamps;
-  for (unsigned record = 0; record < 1000; ++record) {
-    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
-    recording.samples.insert(recording.samples.end(),
-                             {static_cast<std::uint16_t>(record == 333 ? 900 : 5), 7});
-  }
-  setTimestamps(recording, timestamps);
-  const HeatMap whole = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 0, 50, 8));
-  EXPECT_EQ(whole.counts, (std::vector{5, 900, -1, -1, -1, -1, 5, 5}));
-  const HeatMap part = makeHeatMap(recording, recording.groups[0], TimeAxis(recording, 8.3, 8.4, 8));
-  EXPECT_EQ(part.counts, (std::vector{5, 5, 900, 900, 5, 5, 5, 5}));
-
-  const std::string svg = drawPicture(recording, {.title = "a&b\x01.csv", .from = 0, .to = 50});
-  for (const char* text :
-       {">a&amp;b\xEF\xBF\xBD.csv<", ">le&lt;ft<", ">right<", "1000 records", "no records"}) {
-    EXPECT_NE(svg.find(text), std::string::npos) << text;
   }
 }
 
