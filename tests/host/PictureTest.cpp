@@ -15,6 +15,7 @@
 #include "host/plot/Series.h"
 #include "host/plot/TextFit.h"
 #include "host/recording/RecordingParts.h"
+#include "tests/support/Timestamps.h"
 
 namespace {
 
