@@ -2,14 +2,15 @@
 // two gloves, of a minute and of an hour, from each format to each other and to the tables. The baseline
 // copies the bytes that are read and writes those that are written.
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -143,8 +144,10 @@ void measure(const std::string& from, const std::string& to, unsigned records, c
 {
   const fs::path source = folder / ("source-" + std::to_string(records) + "." + from);
   if (!fs::exists(source)) generate(source, formatNamed(from), records);
+  const fs::path outputs = folder / "outputs";
+  fs::create_directory(outputs);
   // The extension of a table is free.
-  const fs::path output = folder / ("output." + to);
+  const fs::path output = outputs / ("output." + to);
   const Run run = convertByProgram(source, output, to);
   const auto bytes = sizeOf(source) + sizeOf(output);
   const double copy = copySeconds(source, folder / "copy", sizeOf(output));
@@ -154,7 +157,7 @@ void measure(const std::string& from, const std::string& to, unsigned records, c
       from, to, records, run.seconds, static_cast<double>(bytes) / 1e6 / run.seconds, records / run.seconds,
       run.peakMiB, copy);
   std::fflush(stdout);
-  fs::remove_all(output);
+  fs::remove_all(outputs);
 }
 
 }  // namespace

@@ -193,7 +193,10 @@ class Converter {
     } else if (metadata.hands.is_null()) {
       metadata.hands = handLayoutJson(metadata.layout);
     }
-    metadata.converted = {{"from", utf8(conversion_.from.filename())}, {"program", programVersion}};
+    std::error_code unknown;
+    // In place of "." and the like.
+    const fs::path from = fs::weakly_canonical(conversion_.from, unknown).filename();
+    metadata.converted = {{"from", utf8(from)}, {"program", programVersion}};
     if (std::isfinite(conversion_.fromSeconds)) metadata.converted["fromSeconds"] = conversion_.fromSeconds;
     if (std::isfinite(conversion_.toSeconds)) metadata.converted["toSeconds"] = conversion_.toSeconds;
     if (!conversion_.regions.empty()) metadata.converted["regions"] = conversion_.regions;

@@ -14,18 +14,12 @@
 
 namespace {
 
-bool isDigit(char character)
-{
-  return character >= '0' && character <= '9';
-}
-
 // As the names of regions are in layouts.
 bool isRegionName(std::string_view name)
 {
-  const auto isLetter = [](char character) { return std::isalpha(static_cast<unsigned char>(character)); };
-  return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, [&](char character) {
-    return isLetter(character) || isDigit(character) || character == '-';
-  });
+  const auto fits = [](unsigned char character) { return std::isalnum(character) != 0 || character == '-'; };
+  return !name.empty() && std::isalpha(static_cast<unsigned char>(name.front())) != 0 &&
+         std::ranges::all_of(name, fits);
 }
 
 struct RegionElement {
@@ -43,7 +37,7 @@ std::optional<RegionElement> regionElementOf(std::string_view name)
   std::size_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   const bool isNumber = error == std::errc{} && end == digits.data() + digits.size();
-  if (!isRegionName(region) || !isNumber || !isDigit(digits.front())) return std::nullopt;
+  if (!isRegionName(region) || !isNumber) return std::nullopt;
   return RegionElement{region, number};
 }
 
