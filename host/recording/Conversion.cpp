@@ -122,17 +122,16 @@ class Converter {
     try {
       RecordWriter& writer = files.begin(metadata());
       if (const auto& zero = files.metadata().zero) writer.begin(*zero);
-      const bool areRounded = copyRecords(writer, false);
-      std::uint64_t events = 0;
+      copyRecords(writer, false);
       for (const RecordingEvent& event : reader_->events()) {
         if (!isEventKept(event)) continue;
+        hasTimelessEvents_ = hasTimelessEvents_ || std::isnan(event.timeMs);
         files.addEvent(event);
-        ++events;
       }
       result_.notes = reader_->notes();
       // Now it is known to the end. The writer refers to the layout.
       RecordingMetadata known = metadata();
-      noteLosses(format, known, files.hasPlace(), areRounded);
+      noteLosses(format, known, files.hasPlace());
       known.layout = std::move(files.metadata().layout);
       files.metadata() = std::move(known);
       files.complete();
@@ -142,11 +141,9 @@ class Converter {
     }
   }
 
-  // Returns whether all times are rounded as CSV has them.
-  bool copyRecords(RecordSink& sink, bool estimatesTimes)
+  void copyRecords(RecordSink& sink, bool estimatesTimes)
   {
     RecordTimes times;
-    bool areRounded = true;
     double firstMs = 0;
     double lastMs = 0;
     std::uint64_t records = 0;
@@ -155,7 +152,7 @@ class Converter {
       if (++records == 1) firstMs = lastMs;
       conversion_.onProgress(reader_->progress());
       if (!isKept(lastMs)) continue;
-      areRounded = areRounded && areTimesRounded(*record);
+      areTimesRounded_ = areTimesRounded_ && areTimesRounded(*record);
       if (estimatesTimes) record->timeMs = lastMs;
       record->elements = choice_.keep(record->elements);
       sink.add(*record);
@@ -167,7 +164,6 @@ class Converter {
                     fmt::format("The recording's times go from {:.3f} to {:.3f} seconds.", firstMs / 1000,
                                 lastMs / 1000));
     }
-    return areRounded;
   }
 
   bool isKept(double ms) const
@@ -204,16 +200,19 @@ class Converter {
     return metadata;
   }
 
-  void noteLosses(RecordFormat format, const RecordingMetadata& known, bool hasPlace, bool areRounded)
+  void noteLosses(RecordFormat format, const RecordingMetadata& known, bool hasPlace)
   {
+    const bool isCsv = format == RecordFormat::csv;
     const bool areRegionsKnown =
         std::ranges::any_of(known.layout.groups, &Hand::isKnown, &ElementGroup::hand);
     std::vector<const char*> losses;
-    if (format == RecordFormat::csv && !areRounded) losses.push_back("CSV rounds times to 0.01 ms");
+    if (isCsv && !areTimesRounded_) losses.push_back("CSV rounds times to 0.01 ms");
     // The columns of CSV name them.
-    if (format != RecordFormat::csv && areRegionsKnown && known.hands.is_null())
+    if (!isCsv && areRegionsKnown && known.hands.is_null())
       losses.push_back("no layout describes the regions of gloves that have different numbers of elements");
-    if (!hasPlace) losses.push_back("a stream has neither metadata nor events");
+    if (isCsv && !hasPlace) losses.push_back("a stream has neither metadata nor events");
+    if (format == RecordFormat::xdf && hasTimelessEvents_)
+      losses.push_back("XDF has no events without a time; they get the time 0");
     result_.lost = fmt::to_string(fmt::join(losses, "; "));
   }
 
@@ -221,6 +220,8 @@ class Converter {
   const std::unique_ptr<RecordReader> reader_;
   RegionChoice choice_;
   ConversionResult result_;
+  bool areTimesRounded_ = true;  // as CSV has them
+  bool hasTimelessEvents_ = false;
 };
 
 }  // namespace
