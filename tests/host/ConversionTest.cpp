@@ -121,14 +121,16 @@ TEST_F(Conversions, ThereAndBackChangeNothing)
     EXPECT_EQ(folder_.read(name + ".csv"), folder_.read("a.csv"));
     EXPECT_EQ(metadataOf(name + ".json").dump(2), metadataOf("a.json").dump(2));
   }
-  for (const char* array : {"samples", "time", "arrival", "stamps", "left_frame", "right_ticks", "left_ms"}) {
-    const std::string file = std::string("/") + array + ".npy";
-    EXPECT_EQ(folder_.read("c.npy" + file), folder_.read("b.npy" + file)) << array;
-  }
   EXPECT_EQ(Json::parse(folder_.read("b.json")).at("converted").at("from"), "b.npy");
 
-  writeRun("exact.npy", RecordFormat::npy, 0.001);
+  writeRun("exact.npy", RecordFormat::npy, 1.0 / 3);
   EXPECT_NE(convert(conversion("exact.npy", "rounded.csv", RecordFormat::csv)).lost, "");
+  convert(conversion("exact.npy", "exact.xdf", RecordFormat::xdf));
+  convert(conversion("exact.xdf", "again.npy", RecordFormat::npy));
+  for (const char* array : {"samples", "time", "arrival", "stamps", "left_frame", "right_ticks", "left_ms"}) {
+    const std::string file = std::string("/") + array + ".npy";
+    EXPECT_EQ(folder_.read("again.npy" + file), folder_.read("exact.npy" + file)) << array;
+  }
 }
 
 TEST_F(Conversions, TablesHaveTheChosenPart)
