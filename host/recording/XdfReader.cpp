@@ -60,8 +60,12 @@ StreamHeader headerOf(std::string_view content)
   return {id, xmlElement(numbers.rest(), "name").value_or(""), xmlElement(numbers.rest(), "metadata")};
 }
 
-[[noreturn]] void refuseForeign(const std::filesystem::path& path, const std::vector<StreamHeader>& headers)
+[[noreturn]] void refuse(const std::filesystem::path& path, const std::vector<StreamHeader>& headers)
 {
+  const auto isOwn = [](const StreamHeader& header) { return header.name.starts_with("Tessel "); };
+  if (std::ranges::any_of(headers, isOwn)) {
+    damagedRecording(path, "ends or is damaged within the descriptions of its streams");
+  }
   std::vector<std::string> names;
   for (const StreamHeader& header : headers) {
     if (names.size() < maxShownNames) names.push_back(fmt::format("'{}'", excerpt(header.name)));
@@ -138,7 +142,7 @@ void XdfReader::readHeaders()
   }
   if (headers.empty() && input_.isAtEnd()) emptyRecording(input_.path());
   const auto timing = std::ranges::find(headers, timingStreamName, &StreamHeader::name);
-  if (timing == headers.end()) refuseForeign(input_.path(), headers);
+  if (timing == headers.end()) refuse(input_.path(), headers);
   if (!timing->metadata) damagedRecording(input_.path(), "is damaged: it lacks its metadata");
   auto read = readMetadata(*timing->metadata, input_.path());
   metadata_ = std::move(read.metadata);

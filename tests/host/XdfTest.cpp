@@ -175,6 +175,7 @@ TEST_F(XdfFile, WithoutOwnStreamsIsRefusedByTheirNames)
       {"XDF:" + header("<info attribute=\"1\"><name"), "of another program, with 1 stream(s): ''"},
       {"XDF:", "contains no records"},
       {"XDF:\x03", "is an XDF file without streams"},
+      {bytes_.substr(0, chunkAt(xdf::Tag::streamHeader, 2)), "ends or is damaged within the descriptions"},
       {bytes_.substr(0, chunkAt(xdf::Tag::streamHeader, 4)), "lacks the stream 'Tessel events'"},
       {"XDF:" + header("<name>Tessel timing</name>"), "it lacks its metadata"},
       {"XDF:" + header("<name>Tessel timing</name><metadata>{}</metadata>"), "does not describe a recording"},
