@@ -291,11 +291,6 @@ double scaleOf(const HandPicture& picture, const Box& box)
 
 double heightOf(const HandPicture& picture, double width)
 {
-  return aboveHand(picture) + width / proportionOf(picture.hand) + belowHand(picture);
-}
-
-double proportionOf(const Hand& hand)
-{
-  const Extent extent = extentOf(hand, cellSizes(hand));
-  return extent.width() / extent.height();
+  const Extent extent = extentOf(picture.hand, cellSizes(picture.hand));
+  return aboveHand(picture) + width * extent.height() / extent.width() + belowHand(picture);
 }

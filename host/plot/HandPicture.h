@@ -28,6 +28,3 @@ double scaleOf(const HandPicture& picture, const Box& box);
 
 // The smallest height of a box of this width in which the picture is as large as the width allows.
 double heightOf(const HandPicture& picture, double width);
-
-// Width of a hand divided by its height, both in mm.
-double proportionOf(const Hand& hand);
