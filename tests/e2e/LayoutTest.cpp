@@ -27,7 +27,7 @@ TEST(Layout, IsWrittenCheckedAndDrawn)
       {{"hand.json"}, 0, {"Drew hand.svg"}},
       {{"hand.json", "--output", "other.svg"}, 5, {"already"}},
       {{"hand.json", "--output", "-"}, 0, {"Drawn by tessel layout", "</svg>"}},
-      {{"hand.json", "--output", "hand.png"}, 2, {"rsvg-convert"}},
+      {{"hand.json", "--output", "hand.txt"}, 2, {"hand.txt can't be written"}},
       {{"regions.json"}, 0, {"whole-hand", "left one is its mirror image", "nothing to draw"}},
       {{"wrong.json"},
        2,
