@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -89,14 +90,15 @@ struct Run {
   double peakMiB = 0;
 };
 
-// In a process of its own.
-Run convertByProgram(const fs::path& from, const fs::path& to, const std::string& format)
+// In a process of its own. `messages`: a file for what it reports.
+Run convertByProgram(const fs::path& from, const fs::path& to, const std::string& format,
+                     const fs::path& messages)
 {
   const std::string program = (host::programFolder() / "tessel").string();
   const auto begin = std::chrono::steady_clock::now();
   const pid_t child = ::fork();
   if (child == 0) {
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) ::_exit(1);
+    if (std::freopen(messages.c_str(), "w", stderr) == nullptr || ::dup2(2, 1) < 0) ::_exit(1);
     ::execl(program.c_str(), "tessel", "convert", from.c_str(), to.c_str(), "--format", format.c_str(),
             static_cast<char*>(nullptr));
     ::_exit(1);
@@ -105,7 +107,10 @@ Run convertByProgram(const fs::path& from, const fs::path& to, const std::string
   rusage usage{};
   if (child < 0 || ::wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) ||
       WEXITSTATUS(status) != 0) {
-    throw Failure(ExitCode::internal, fmt::format("can't convert {} to {}", from.string(), format), "");
+    std::ifstream file(messages);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    throw Failure(ExitCode::internal, fmt::format("can't convert {} to {}: {}", from.string(), format, text),
+                  "");
   }
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
   return {time.count(), static_cast<double>(usage.ru_maxrss) / 1024};
@@ -148,7 +153,7 @@ void measure(const std::string& from, const std::string& to, unsigned records, c
   fs::create_directory(outputs);
   // The extension of a table is free.
   const fs::path output = outputs / ("output." + to);
-  const Run run = convertByProgram(source, output, to);
+  const Run run = convertByProgram(source, output, to, folder / "messages");
   const auto bytes = sizeOf(source) + sizeOf(output);
   const double copy = copySeconds(source, folder / "copy", sizeOf(output));
   fmt::print(
