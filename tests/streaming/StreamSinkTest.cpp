@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <map>
 #include <utility>
 
 #include "host/base/Failure.h"
@@ -74,14 +75,21 @@ class FakeNetwork final : public StreamNetwork {
 };
 
 const Layout layout{.elements = 5, .groups = {{"left", "L", 0, 2}, {"right", "R", 2, 2}, {"aux", "", 4, 1}}};
-const std::vector<StreamDescription> groups{{.name = "left"}, {.name = "right"}, {.name = "aux"}};
-const StreamDescription events{.name = "events"};
+StreamDescription named(const std::string& name)
+{
+  StreamDescription stream;
+  stream.name = name;
+  return stream;
+}
+
+const std::vector<StreamDescription> groups{named("left"), named("right"), named("aux")};
+const StreamDescription events = named("events");
 
 void addRecord(StreamSink& sink, double timeMs, double arrivalMs, double leftMs, double rightMs)
 {
-  const GloveFrame frames[]{{.sampledMs = leftMs}, {.sampledMs = rightMs}};
+  const GloveFrame frames[]{{-1, -1, leftMs}, {-1, -1, rightMs}};
   const std::uint16_t elements[]{1, 2, 3, 65535, 5};
-  sink.add({.timeMs = timeMs, .arrivalMs = arrivalMs, .frames = frames, .elements = elements});
+  sink.add({timeMs, arrivalMs, 0, frames, elements});
 }
 
 }  // namespace
