@@ -24,7 +24,7 @@ std::size_t highestRecord(const Recording& recording, const TimeAxis& axis)
   std::int64_t highestSum = -1;
   for (std::size_t record = axis.firstRecord(); record < axis.endRecord(); ++record) {
     const double seconds = recording.seconds[record];
-    if (seconds < axis.from() || seconds > axis.to()) continue;
+    if (seconds < axis.from() || seconds >= axis.to()) continue;
     std::int64_t sum = 0;
     for (const ElementGroup& group : recording.groups) {
       const auto samples = recording.samplesOf(record, group);
