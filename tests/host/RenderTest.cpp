@@ -4,6 +4,13 @@
 
 #include "host/base/Failure.h"
 
+// The leak sanitizer asks for it: the library for fonts keeps its configuration until the end of the process.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+const char* __lsan_default_suppressions()
+{
+  return "leak:libfontconfig";
+}
+
 namespace {
 
 using namespace std::string_literals;
