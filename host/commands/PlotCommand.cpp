@@ -167,8 +167,8 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       "           tessel plot grip.csv --output grip.png --dpi 300\n"
       "Each glove gets a heat map with the highest count of each element over time, and\n"
       "curves. Where the layout of the hand is known, elements are sorted by region.\n"
-      "Grey: no records. Markers are lines with their text, and times without gloves are\n"
-      "shaded.\n"
+      "Grey: no records. Markers are lines with their text, and times without gloves\n"
+      "are shaded.\n"
       "Without --output, a picture that `tessel plot` drew earlier is replaced. Any\n"
       "other existing file is replaced only with --force.");
   command.callback([options] { plot(*options); });
