@@ -189,7 +189,7 @@ void addConvert(CLI::App& tessel, ExitCode& /*exitCode*/)
       "Where the elements are on the hand, in place of what the recording says; see docs/layout.md");
   addFlag(command, "--force", target.conversion.replaces, "Replace an existing output");
   command.footer(
-      "Examples:  tessel convert grip.csv grip.npy              also the other way round\n"
+      "Examples:  tessel convert grip.csv grip.npy           and back\n"
       "           tessel convert grip.csv grip.xdf --from 10 --to 20\n"
       "           tessel convert grip.npy - --format tidy | gzip > grip.csv.gz\n"
       "           tessel convert grip.csv regions.csv --format regions\n"

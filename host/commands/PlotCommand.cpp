@@ -154,7 +154,7 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       "Draw the hands at these times, or when the mean of all elements is highest");
   addLayoutOption(command, target.layout, "Where the elements are, in place of the recording's own layout");
   addText(
-      command, "--title", "TEXT", [&target](const std::string& text) { target.title = text; },
+      command, "--title", "TITLE", [&target](const std::string& text) { target.title = text; },
       "Title in place of the recording's name");
   addWholeNumber(
       command, "--width", "PIXELS [1000]", {.lowest = minPictureWidth, .highest = maxPictureWidth},

@@ -65,7 +65,7 @@ TEST(Keep, AKilledRunLeavesFilesThatBelongTogether)
         "/run.part && /usr/bin/python3 -c \"import numpy, glob; n = {f: len(numpy.load(f)) for f in "
         "glob.glob('*.npy')}; rows = (" +
         std::to_string(size()) +
-        " - 128) // 500; assert len(n) == 8 and rows - 1 <= min(n.values()) and "
+        " - 128) // 500; assert len(n) == 10 and rows - 1 <= min(n.values()) and "
         "max(n.values()) == n['samples.npy'] <= rows, (rows, n)\"";
     EXPECT_EQ(std::system(check.c_str()), 0);
   }
