@@ -264,7 +264,7 @@ void HandReader::checkElements(std::size_t count)
     const std::string& first = regions.first->region.name;
     errors_.add(regions.second->label,
                 regions.first == regions.second
-                    ? fmt::format("it has twice: {}", listOfNumbers(std::move(elements)))
+                    ? fmt::format("more than once in it: {}", listOfNumbers(std::move(elements)))
                     : fmt::format("it has what is also in region {}: {}", first.empty() ? "?" : first,
                                   listOfNumbers(std::move(elements))));
   }

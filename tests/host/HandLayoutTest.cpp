@@ -110,7 +110,7 @@ TEST(HandLayout, NamesAllMistakes)
       {"twice",
        leftHand(thumb + R"(, {"name": "palm", "elements": ["1-4", 4]})"),
        {"left: region palm: it has what is also in region thumb: elements 1-2",
-        "palm: it has twice: element 4"}},
+        "palm: more than once in it: element 4"}},
       {"missing",
        leftHand(thumb + R"(, {"name": "palm", "elements": [5, "8-9"]})"),
        {"left: in no region: elements 3-4, 6-7"}},

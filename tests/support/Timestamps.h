@@ -7,7 +7,7 @@
 #include "host/recording/RecordTimes.h"
 #include "host/recording/Recording.h"
 
-// Gives it a record for each of them, whose samples the caller adds. Returns how many step back.
+// Adds a record for each of them, whose samples the caller adds. Returns how many step back.
 inline std::uint64_t setTimestamps(Recording& recording, const std::vector<std::uint32_t>& timestamps)
 {
   RecordTimes times;
