@@ -36,7 +36,7 @@ constexpr const char* meaning(ExitCode code)
     case ExitCode::settings:
       return "the settings file can't be read or used; with `tessel settings`: it has errors or warnings";
     case ExitCode::plugin:
-      return "the plug-in or the LSL library can't be loaded";
+      return "the plug-in or the LSL library can't be loaded or used";
     case ExitCode::output:
       return "the output can't be created, or not written completely";
     case ExitCode::recording:

@@ -52,7 +52,7 @@ void append(const lsl::Library& library, lsl::Xml* parent, const std::vector<Des
 
 std::unique_ptr<StreamNetwork::Outlet> LslNetwork::offer(const StreamDescription& stream, Values values)
 {
-  const Failure failure(ExitCode::output, fmt::format("the LSL stream {} can't be offered.", stream.name),
+  const Failure failure(ExitCode::plugin, fmt::format("the LSL stream {} can't be offered.", stream.name),
                         "Check that the network of this computer is set up, and end other senders.");
   lsl::Info* const info = library_.createInfo(printable(stream.name).c_str(), stream.type.c_str(),
                                               static_cast<std::int32_t>(stream.channels), irregular,

@@ -1,8 +1,11 @@
 #include "host/streaming/StreamSink.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <exception>
+#include <numeric>
 #include <utility>
 
 #include "host/base/System.h"
@@ -14,24 +17,46 @@ namespace {
 // What is pushed is sent by the network's own threads, which say nothing of when they have.
 constexpr std::chrono::milliseconds sendingTime{300};
 
+// From which the rate is measured that the descriptions of the streams have.
+constexpr std::chrono::seconds measuringTime{1};
+constexpr std::size_t minMeasured = 10;
+constexpr std::size_t maxMeasured = 2000;
+
+// Of the usual interval, which a few lost records don't change; 0 if it is unknown.
+double rateOf(const std::vector<std::chrono::nanoseconds>& times)
+{
+  if (times.size() < 2) return 0;
+  std::vector<std::chrono::nanoseconds> intervals(times.size());
+  std::adjacent_difference(times.begin(), times.end(), intervals.begin());
+  intervals.erase(intervals.begin());
+  const auto median = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+  std::ranges::nth_element(intervals, median);
+  return median->count() > 0 ? 1e9 / static_cast<double>(median->count()) : 0;
+}
+
 }  // namespace
 
-// The outlets, on their thread.
+// The outlets, on their thread. Those of elements are made as soon as the rate is known, since what describes
+// a stream can't be changed later.
 class StreamSink::Streams {
  public:
   explicit Streams(const StreamSink& sink)
-      : layout_(sink.layout_), clock_([&network = sink.network_] { return network.clock(); })
+      : sink_(sink), clock_([&network = sink.network_] { return network.clock(); })
   {
-    for (const StreamDescription& group : sink.groups_) {
-      groups_.push_back({sink.network_.offer(group, StreamNetwork::Values::numbers)});
-    }
-    events_ = {sink.network_.offer(sink.events_, StreamNetwork::Values::texts)};
+    events_ = {sink_.network_.offer(sink_.events_, StreamNetwork::Values::texts)};
   }
 
-  bool push(const Item& item)
+  // False if it was not taken. A Failure if the streams of the elements can't be offered.
+  bool push(Item item)
   {
     clock_.keepUp();
-    return std::visit([this](const auto& content) { return pushContent(content); }, item);
+    return std::visit([this](auto& content) { return pushContent(std::move(content)); }, item);
+  }
+
+  // What waits for the rate when nothing more will come.
+  void pushEarly()
+  {
+    if (!early_.empty()) offerElements();
   }
 
   bool haveReceivers()
@@ -48,11 +73,40 @@ class StreamSink::Streams {
     double advance(double seconds) { return latest = std::max(latest, seconds); }
   };
 
-  bool pushContent(const Samples& samples)
+  bool pushContent(Samples samples)
+  {
+    if (!groups_.empty()) return pushElements(samples);
+    early_.push_back(std::move(samples));
+    const bool isMeasured = early_.size() >= minMeasured &&
+                            early_.back().times.front() - early_.front().times.front() >= measuringTime;
+    return isMeasured || early_.size() == maxMeasured ? offerElements() : true;
+  }
+
+  bool offerElements()
+  {
+    for (std::size_t index = 0; index < sink_.groups_.size(); ++index) {
+      std::vector<Time> times;
+      for (const Samples& samples : early_) {
+        times.push_back(samples.times[index]);
+      }
+      StreamDescription group = sink_.groups_[index];
+      if (const double rate = rateOf(times); rate > 0) {
+        group.desc.children.push_back({"measured_srate", fmt::format("{:.2f}", rate)});
+      }
+      groups_.push_back({sink_.network_.offer(group, StreamNetwork::Values::numbers)});
+    }
+    bool areTaken = true;
+    for (const Samples& samples : std::exchange(early_, {})) {
+      areTaken = pushElements(samples) && areTaken;
+    }
+    return areTaken;
+  }
+
+  bool pushElements(const Samples& samples)
   {
     bool isTaken = true;
     for (std::size_t index = 0; index < groups_.size(); ++index) {
-      const ElementGroup& group = layout_.groups[index];
+      const ElementGroup& group = sink_.layout_.groups[index];
       const auto begin = samples.elements.begin() + static_cast<std::ptrdiff_t>(group.first);
       values_.assign(begin, begin + static_cast<std::ptrdiff_t>(group.count));
       Stream& stream = groups_[index];
@@ -66,8 +120,9 @@ class StreamSink::Streams {
     return events_.outlet->push(events_.advance(clock_.at(text.time)), text.text);
   }
 
-  const Layout& layout_;
+  const StreamSink& sink_;
   NetworkClock clock_;
+  std::vector<Samples> early_;  // before the rate is known
   std::vector<Stream> groups_;
   Stream events_;
   std::vector<std::int32_t> values_;
@@ -135,6 +190,7 @@ void StreamSink::add(Item item)
 {
   {
     const std::lock_guard lock(mutex_);
+    if (failure_) throw Failure(*std::exchange(failure_, std::nullopt));
     if (waiting_.size() >= maxWaiting) {
       ++dropped_;
       return;
@@ -163,13 +219,27 @@ void StreamSink::run(std::promise<void>& offered)
   for (;;) {
     wake_.wait(lock, [this] { return isOver_ || !waiting_.empty(); });
     if (waiting_.empty()) break;
-    const Item item = std::move(waiting_.front());
+    Item item = std::move(waiting_.front());
     waiting_.pop_front();
     lock.unlock();
-    const bool isTaken = streams->push(item);
+    bool isTaken = true;
+    std::optional<Failure> failure;
+    try {
+      isTaken = streams->push(std::move(item));
+    } catch (const Failure& refused) {
+      failure = refused;
+    }
     lock.lock();
     if (!isTaken) ++dropped_;
+    if (!failure) continue;
+    failure_ = std::move(failure);
+    return;
   }
   lock.unlock();
+  try {
+    streams->pushEarly();
+  } catch (const Failure&) {
+    // Of a recording this short nothing could have been received.
+  }
   if (streams->haveReceivers()) std::this_thread::sleep_for(sendingTime);
 }

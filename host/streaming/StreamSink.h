@@ -1,9 +1,11 @@
 // Offers a recording as streams: one for each group of elements, and one for the events. Each sample has the
 // time at which its glove was sampled by the glove's own clock, or, where that is unknown, the time of its
-// record; in a stream time never decreases.
+// record; in a stream time never decreases. The streams of elements are offered when their rate has been
+// measured, after a second, and say it in their descriptions.
 // Threads: constructed, called and destroyed by the thread that reads the gloves, which never waits for the
 // network: a thread of its own makes the outlets and pushes. What does not fit into its queue is counted.
-// Errors: the constructor throws a Failure if a stream can't be offered, or std::system_error.
+// Errors: the constructor throws a Failure if a stream can't be offered, or std::system_error; so does add()
+// later, once.
 #pragma once
 
 #include <chrono>
@@ -13,11 +15,13 @@
 #include <deque>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <variant>
 #include <vector>
 
+#include "host/base/Failure.h"
 #include "host/recording/Layout.h"
 #include "host/recording/RecordSink.h"
 #include "host/recording/StreamDescription.h"
@@ -71,5 +75,6 @@ class StreamSink final : public RecordSink {
   std::deque<Item> waiting_;  // guarded, as those below
   std::uint64_t dropped_ = 0;
   bool isOver_ = false;
+  std::optional<Failure> failure_;
   std::thread thread_;
 };

@@ -127,6 +127,7 @@ void expectDescribed(const std::string& xml, const Cells& columns, std::size_t g
   }
   EXPECT_EQ(valuesOf(xml, "serial_number"), Cells{glove == 0 ? "17" : "18"});
   EXPECT_EQ(valuesOf(xml, "model"), Cells{"Tessel glove"});
+  EXPECT_NEAR(std::stod(valuesOf(xml, "measured_srate").at(0)), 40, 1);
 }
 
 bool hasText(const std::vector<LslReceiver::Sample>& samples, const std::string& beginning)

@@ -26,7 +26,10 @@ class FakeNetwork final : public StreamNetwork {
   double clock() const override { return std::chrono::duration<double>(host::uptime() + 1h).count(); }
   std::unique_ptr<Outlet> offer(const StreamDescription& stream, Values) override
   {
-    if (stream.name == refused) throw Failure(ExitCode::output, "refused", "");
+    if (stream.name == refused) throw Failure(ExitCode::plugin, "refused", "");
+    for (const DescriptionNode& node : stream.desc.children) {
+      if (node.name == "measured_srate") rates[stream.name] = node.value;
+    }
     return std::make_unique<FakeOutlet>(*this, stream.name);
   }
   // While it is closed, each push waits.
@@ -39,7 +42,9 @@ class FakeNetwork final : public StreamNetwork {
 
   const std::chrono::nanoseconds zero = host::uptime();
   std::string refused;
-  std::map<std::string, std::vector<Sample>> streams;  // once the sink is closed
+  // Once the sink is closed.
+  std::map<std::string, std::vector<Sample>> streams;
+  std::map<std::string, std::string> rates;
 
  private:
   struct FakeOutlet final : Outlet {
@@ -122,6 +127,7 @@ TEST(StreamSink, EachGloveHasItsElementsAndTimesThatNeverDecrease)
       EXPECT_NEAR(samples[row].ms, rows[row].expected[group], 0.1) << groups[group].name << " row " << row;
     }
   }
+  EXPECT_EQ(network.rates.at("left"), "40.00") << "of the usual interval";
   EXPECT_EQ(network.streams.at("right").front().values, (std::vector<std::int32_t>{3, 65535}));
   const auto& texts = network.streams.at("events");
   ASSERT_EQ(texts.size(), 2U);
@@ -136,21 +142,29 @@ TEST(StreamSink, ABlockedNetworkHoldsNothingUpAndWhatDoesNotFitIsCounted)
   network.open(false);
   StreamSink sink(network, layout, groups, events);
   sink.begin(network.zero);
-  const std::size_t count = StreamSink::maxWaiting + 100;
+  const std::size_t count = StreamSink::maxWaiting + 200;
   for (std::size_t record = 0; record < count; ++record) {
     addRecord(sink, 25.0 * static_cast<double>(record), 0, Record::unknown, Record::unknown);
   }
   network.open(true);
   sink.close();
-  EXPECT_GE(sink.dropped(), 99U) << "one may already be on its way";
+  EXPECT_GE(sink.dropped(), 150U) << "those of a second may already be on their way";
   EXPECT_EQ(network.streams.at("left").size() + sink.dropped(), count);
 }
 
 TEST(StreamSink, AStreamThatCannotBeOfferedIsAFailure)
 {
   FakeNetwork network;
-  network.refused = "right";
+  network.refused = "events";
   EXPECT_THROW(StreamSink(network, layout, groups, events), Failure);
+  network.refused = "right";
+  StreamSink sink(network, layout, groups, events);
+  const auto addRecords = [&] {
+    for (double ms = 0; host::uptime() < network.zero + 10s; ms += 25) {
+      addRecord(sink, ms, ms, ms, ms);
+    }
+  };
+  EXPECT_THROW(addRecords(), Failure) << "its rate is measured first";
 }
 
 // The network's clock stops while the computer is suspended; a reading that is interrupted is not used.
