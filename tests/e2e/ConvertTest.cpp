@@ -4,6 +4,7 @@
 
 #include <csignal>
 
+#include "tests/e2e/SparseRecording.h"
 #include "tests/e2e/Tessel.h"
 
 namespace {
@@ -60,16 +61,7 @@ TEST(Convert, ErrorsSayWhatToDoAndLeaveTheFilesAlone)
 TEST(Convert, CtrlCLeavesNothing)
 {
   const TemporaryFolder folder;
-  // A sparse file: a gigabyte of samples that takes no disk space.
-  const std::string header = "{'descr': '<u2', 'fortran_order': False, 'shape': (0, 1024), }\n";
-  const std::string magic("\x93NUMPY\x01\x00", 8);
-  folder.write("samples.npy", magic + static_cast<char>(header.size()) + '\0' + header);
-  std::filesystem::resize_file(folder / "samples.npy", 1 << 30);
-  const std::string times = "{'descr': '<u4', 'fortran_order': False, 'shape': (0,), }\n";
-  folder.write("stamps.npy", magic + static_cast<char>(times.size()) + '\0' + times);
-  std::filesystem::resize_file(folder / "stamps.npy", 4 << 20);
-  folder.write("meta.json", R"({"format":"tessel-recording","version":1,"groups":[
-      {"label":"left","first":0,"count":1024}]})");
+  writeSparseRecording(folder);
   for (const std::string name : {"out.csv", "out.npy", "out"}) {
     Tessel tessel(folder, {"convert", ".", name, "--format", name == "out" ? "tidy" : name.substr(4)});
     tessel.waitUntil([&] { return std::filesystem::exists(folder / (name + ".part")); });

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "tests/e2e/SparseRecording.h"
 #include "tests/e2e/Tessel.h"
 
 namespace {
@@ -87,16 +88,7 @@ TEST(Keep, ARecordingThatDoesNotFitIntoMemoryIsAnError)
   GTEST_SKIP() << "a sanitizer's own memory exceeds the limit";
 #endif
   const TemporaryFolder folder;
-  // A sparse file: a gigabyte of samples that takes no disk space.
-  const std::string header = "{'descr': '<u2', 'fortran_order': False, 'shape': (0, 1024), }\n";
-  const std::string magic("\x93NUMPY\x01\x00", 8);
-  folder.write("samples.npy", magic + static_cast<char>(header.size()) + '\0' + header);
-  std::filesystem::resize_file(folder / "samples.npy", 1 << 30);
-  const std::string times = "{'descr': '<u4', 'fortran_order': False, 'shape': (0,), }\n";
-  folder.write("stamps.npy", magic + static_cast<char>(times.size()) + '\0' + times);
-  std::filesystem::resize_file(folder / "stamps.npy", 4 << 20);
-  folder.write("meta.json", R"({"format":"tessel-recording","version":1,"groups":[
-      {"label":"left","first":0,"count":1024}]})");
+  writeSparseRecording(folder);
   const std::string command = "cd " + folder.path().string() +
                               " && ulimit -v 400000 && " TESSEL_PROGRAM " plot . 2> messages > output";
   EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
