@@ -26,6 +26,10 @@ Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments
   folder.write("stderr", "");
   process_ = ::fork();
   if (process_ != 0) return;
+  // However the tests were started: a shell lets its background processes ignore SIGINT, and nohup SIGHUP.
+  for (const int stopRequest : {SIGINT, SIGTERM, SIGHUP}) {
+    ::signal(stopRequest, SIG_DFL);
+  }
   if (::chdir(folder.path().c_str()) != 0) ::_exit(126);
   ::dup2(::open("stdout", O_WRONLY | O_APPEND), STDOUT_FILENO);
   ::dup2(::open("stderr", O_WRONLY | O_APPEND), STDERR_FILENO);
