@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -128,14 +129,15 @@ void LslMarkers::run()
 {
   lsl::Resolver* const resolver = library_.createResolver("name", name_.c_str(), forgetAfter);
   if (resolver == nullptr) return;
-  std::string latest;
+  std::map<std::string, unsigned> attempts;  // by UID
   while (!isOver_) {
     if (const auto streams = streamsFoundBy(resolver); !streams.empty()) {
-      // One that was lost is found for some seconds more.
-      const auto isOther = [&](const Stream& stream) { return library_.uid(stream.get()) != latest; };
-      const auto other = std::ranges::find_if(streams, isOther);
-      const Stream& stream = other != streams.end() ? *other : streams.front();
-      latest = library_.uid(stream.get());
+      // One that was lost is found for some seconds more, and must not keep a new one waiting.
+      const auto attemptsOf = [&](const Stream& stream) -> unsigned& {
+        return attempts[library_.uid(stream.get())];
+      };
+      const Stream& stream = *std::ranges::min_element(streams, {}, attemptsOf);
+      ++attemptsOf(stream);
       receive(resolver, stream.get());
     }
     if (!isOver_) std::this_thread::sleep_for(searchInterval);
