@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,6 +27,8 @@ Tessel::Tessel(const TemporaryFolder& folder, std::vector<std::string> arguments
   folder.write("stderr", "");
   process_ = ::fork();
   if (process_ != 0) return;
+  // Ends with the tests, even if they are killed.
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   // However the tests were started: a shell lets its background processes ignore SIGINT, and nohup SIGHUP.
   for (const int stopRequest : {SIGINT, SIGTERM, SIGHUP}) {
     ::signal(stopRequest, SIG_DFL);
