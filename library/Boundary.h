@@ -1,0 +1,50 @@
+// What every function of the C interface does: nothing is thrown through it, nothing is done in a forked
+// child, and the caller's memory is checked before it is written.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+#include "library/Errors.h"
+#include "library/Process.h"
+
+namespace library {
+
+// Runs the body of a function of the interface, which returns its status or throws.
+template <class Body>
+tessel_status guarded(const Body& body) noexcept
+{
+  try {
+    if (process::isForked()) {
+      throw Error(
+          TESSEL_ERROR_FORKED, "this process is a child of the one that loaded the library.",
+          "Use the library in one process only; with Python's multiprocessing, use the method spawn.");
+    }
+    return body();
+  } catch (...) {
+    return noteError();
+  }
+}
+
+// Hands a text to the caller's memory, as the header describes it. Throws an Error if it does not fit.
+tessel_status copyText(std::string_view source, char* text, std::size_t size, std::size_t* needed);
+
+// What the caller's structure has of our members: of a later version it may have more, of an earlier one
+// less. Copies the values and sets the size that both know. Throws an Error for a size that no version has.
+template <class Structure>
+void fill(Structure* target, const Structure& values, std::size_t sizeOfFirstVersion)
+{
+  if (target == nullptr) throw nullArgument("the structure");
+  const std::size_t size = target->size;
+  if (size < sizeOfFirstVersion) {
+    throw Error(TESSEL_ERROR_ARGUMENT, "the structure's member `size` is too small.",
+                "Set it to sizeof of the structure before the call.");
+  }
+  const std::size_t known = size < sizeof(Structure) ? size : sizeof(Structure);
+  // Behind `size`, which stays as the caller set it.
+  std::memcpy(reinterpret_cast<char*>(target) + sizeof(std::size_t),
+              reinterpret_cast<const char*>(&values) + sizeof(std::size_t), known - sizeof(std::size_t));
+}
+
+}  // namespace library
