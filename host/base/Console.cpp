@@ -37,6 +37,11 @@ void detail::writeMessage(const std::string& text)
   std::fflush(stderr);
 }
 
+void notice(const std::string& line)
+{
+  report("{}\n", line);
+}
+
 void printLines(std::string_view text)
 {
   forEachLine(text, [](std::string_view line) { print("{}\n", line); });

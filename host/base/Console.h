@@ -54,6 +54,9 @@ void report(fmt::format_string<const Values&...> format, const Values&... values
   detail::writeMessage(detail::message(format, detail::shown(values)...));
 }
 
+// A line for the user that may contain untrusted text: what everything below the commands reports through.
+void notice(const std::string& line);
+
 // A text of several lines that the program itself has formatted.
 void printLines(std::string_view text);
 void reportLines(std::string_view text);

@@ -95,6 +95,7 @@ std::uint64_t peakMemoryKiB();
 
 // On Windows an empty value removes the variable.
 void setEnvironment(const char* name, const std::string& value);
+void unsetEnvironment(const char* name);
 // The path in an environment variable; empty if it is not set.
 std::filesystem::path environmentPath(const char* name);
 

@@ -40,7 +40,7 @@ constexpr std::array tableNames{TableName{"tidy", TableKind::tidy}, TableName{"r
 struct ConvertOptions {
   Conversion conversion{.from = {}, .to = {}, .format = RecordFormat::csv};
   std::optional<Format> format;
-  LayoutOption layout;
+  std::filesystem::path layout;  // of the hand; empty: the recording's own
 };
 
 std::vector<std::string> allFormats()

@@ -39,7 +39,7 @@ struct PlotOptions {
   std::optional<CurvesBy> by;
   std::optional<RegionValue> value;
   std::vector<WantedMoment> at;
-  LayoutOption layout;
+  std::filesystem::path layout;  // of the hand; empty: the recording's own
   std::size_t width = 1000;
 };
 
@@ -68,9 +68,9 @@ std::string namesOfGloves(const Recording& recording)
   return names;
 }
 
-void applyLayout(Recording& recording, const LayoutOption& option)
+void applyLayout(Recording& recording, const std::filesystem::path& file)
 {
-  const std::optional<HandLayout> hands = givenLayout(option);
+  const std::optional<HandLayout> hands = givenLayout(file);
   if (!hands) return;
   Layout layout{recording.elements, std::move(recording.groups)};
   hands->describe(layout);

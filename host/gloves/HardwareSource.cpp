@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <ctime>
 
-#include "host/base/Console.h"
 #include "host/base/EnvironmentVariables.h"
 #include "host/base/Limits.h"
 #include "host/base/OutputFile.h"
 #include "host/base/System.h"
 #include "host/base/Text.h"
 #include "host/gloves/ModuleNames.h"
+#include "host/gloves/Ports.h"
 #include "host/gloves/SettingsFile.h"
 
 namespace fs = std::filesystem;
@@ -51,15 +51,15 @@ std::vector<std::uint32_t> acceptedSerialNumbers(const settings::Values& values)
   return accepted;
 }
 
-void printWarnings(const SettingsReport& report, const fs::path& file)
+void reportWarnings(const SettingsReport& report, const fs::path& file, const Notice& notice)
 {
   constexpr std::size_t maxShown = 5;
   if (report.isClean()) return;
-  console::report("The settings file {} has errors or warnings:\n", utf8(file));
+  notice(fmt::format("The settings file {} has errors or warnings:", utf8(file)));
   for (const std::string& line : errorLines(report, maxShown)) {
-    console::report("{}\n", line);
+    notice(line);
   }
-  console::report("For all details: tessel settings {}\n", utf8(file));
+  notice(fmt::format("For all details: tessel settings {}", utf8(file)));
 }
 
 // Before the gloves are opened, so that nothing is recorded that can't be read back.
@@ -84,16 +84,26 @@ HardwareSource::HardwareSource(const HardwareOptions& options) : options_(option
     writeSettings(settings_);
   } else {
     SettingsReport report = readSettings(options.settings);
-    printWarnings(report, options.settings);
+    reportWarnings(report, options.settings, options.notice);
     settings_ = std::move(report.values);
     checkElements(settings_, options.settings);
     settingsFile_ = options.settings;
   }
   if (!options.logFolder.empty()) {
     logs_ = newLogFolder(options.logFolder);
-    if (options.announcesLog) console::report("Log: {}\n", utf8(logs_));
+    if (options.announcesLog) options.notice(fmt::format("Log: {}", utf8(logs_)));
   }
   if (options.isSimulated) simulate(options);
+}
+
+HardwareSource::~HardwareSource()
+{
+  if (!simulated_) return;
+  if (earlierPorts_) {
+    host::setEnvironment(environment::serialPorts.name, *earlierPorts_);
+  } else {
+    host::unsetEnvironment(environment::serialPorts.name);
+  }
 }
 
 void HardwareSource::simulate(const HardwareOptions& options)
@@ -107,7 +117,10 @@ void HardwareSource::simulate(const HardwareOptions& options)
     simulation.rightSerialNumber = serials.size() > 1 ? serials[1] : serials.front() % 99999 + 1;
   }
   simulation.scenario = options.scenario;
+  simulation.setup = options.simulation;
+  simulation.seed = options.seed;
   simulated_ = std::make_unique<SimulatedGloves>(simulation);
+  earlierPorts_ = portsVariable();
   host::setEnvironment(environment::serialPorts.name, simulated_->portsVariable());
   simulated_->start();
 }

@@ -6,30 +6,40 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "HwPlugins/HwTessel/Settings.h"
+#include "host/base/Console.h"
 #include "host/base/ScratchFolder.h"
 #include "host/gloves/Hardware.h"
 #include "host/gloves/SimulatedGloves.h"
+
+// Receives a line for the user, which may contain untrusted text.
+using Notice = std::function<void(const std::string& line)>;
 
 struct HardwareOptions {
   std::filesystem::path plugin;    // empty: the default one
   std::filesystem::path settings;  // empty: written for the gloves
   Gloves gloves = Gloves::both;
   std::filesystem::path logFolder;  // empty: no log
-  bool announcesLog = true;         // on standard error
+  bool announcesLog = true;
   bool isSimulated = false;
-  std::filesystem::path scenario;  // of the simulation; empty: none
-  double waitSeconds = 60;         // for how long opening is repeated
+  std::filesystem::path scenario;       // of the simulation; empty: none
+  std::vector<std::string> simulation;  // control commands, executed before the simulation begins
+  std::uint64_t seed = 1;               // of the simulation
+  double waitSeconds = 60;              // for how long opening is repeated
+  Notice notice = console::notice;
 };
 
 class HardwareSource {
  public:
-  // Prints errors and warnings of the settings file on standard error.
+  // Errors and warnings of the settings file are notices.
   explicit HardwareSource(const HardwareOptions& options);
+  ~HardwareSource();
   HardwareSource(const HardwareSource&) = delete;
   HardwareSource& operator=(const HardwareSource&) = delete;
 
@@ -45,6 +55,8 @@ class HardwareSource {
   void accept(const std::vector<std::string>& modules);
   // Loads the plug-in. The hardware made before must be gone. A log gets a subfolder of its own.
   std::unique_ptr<Hardware> make();
+  // Null without a simulation.
+  SimulatedGloves* simulated() { return simulated_.get(); }
 
  private:
   std::filesystem::path nextLogFolder();
@@ -58,5 +70,6 @@ class HardwareSource {
   std::filesystem::path logs_;  // of this run; empty: no log
   unsigned made_ = 0;
   LinkWatch::Time patience_{0};
+  std::optional<std::string> earlierPorts_;  // portsVariable() without the simulation
   std::unique_ptr<SimulatedGloves> simulated_;
 };

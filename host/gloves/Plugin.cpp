@@ -18,14 +18,6 @@ bool canBeRead(const fs::path& file)
   return fs::is_regular_file(file, error) && std::ifstream(file);
 }
 
-fs::path defaultFile()
-{
-  const fs::path name = std::string("HwTessel") + os::SharedObject::suffix;
-  const fs::path beside = host::programFolder() / name;
-  const fs::path installed = host::programFolder() / TESSEL_PLUGIN_FOLDER / name;
-  return !canBeRead(beside) && canBeRead(installed) ? installed : beside;
-}
-
 Failure notLoaded(const std::string& what)
 {
   return {ExitCode::plugin, what,
@@ -36,9 +28,19 @@ Failure notLoaded(const std::string& what)
 
 }  // namespace
 
+fs::path pluginIn(const std::vector<fs::path>& folders)
+{
+  const fs::path name = std::string("HwTessel") + os::SharedObject::suffix;
+  for (const fs::path& folder : folders) {
+    if (canBeRead(folder / name)) return folder / name;
+  }
+  return folders.front() / name;
+}
+
 std::unique_ptr<plugin::Library> loadPlugin(const fs::path& wanted)
 {
-  const fs::path file = wanted.empty() ? defaultFile() : wanted;
+  const fs::path folder = host::programFolder();
+  const fs::path file = wanted.empty() ? pluginIn({folder, folder / TESSEL_PLUGIN_FOLDER}) : wanted;
   if (!canBeRead(file)) throw notLoaded(fmt::format("the plug-in {} can't be read.", utf8(file)));
   try {
     return std::make_unique<plugin::Library>(file);

@@ -8,6 +8,8 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <future>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -58,6 +60,10 @@ class SimulatedGloves {
 
   // For the running thread only, or before running.
   simulator::Control& control() { return control_; }
+  // On any other thread after start(): has the running thread execute a control command, within some tenths
+  // of a second, and returns the reply. Failure(refused) for an unknown command, or if the simulation has
+  // ended.
+  std::string request(const std::string& command);
   // Runs the action periodically.
   void repeat(simulator::Duration period, const std::function<void()>& action);
 
@@ -68,10 +74,18 @@ class SimulatedGloves {
     std::string_view link;  // the last reported state
   };
 
+  struct Request {
+    std::string command;
+    std::promise<std::string> reply;
+  };
+
   void addGlove(simulator::Hand hand, std::uint32_t serialNumber, const SimulationOptions& options);
   void applyOptions(const SimulationOptions& options);
   void report(const std::string& text) const;
   void reportLinks();
+  void execute(Request& request);
+  void executeRequests();
+  void endRequests();
 
   VirtualClock clock_;
   simulator::Dongle dongle_{clock_};
@@ -82,5 +96,8 @@ class SimulatedGloves {
   std::optional<SimulatedPort> port_;
   std::atomic<bool>* running_ = nullptr;  // the flag that stops it
   std::atomic<bool> stop_{false};
+  std::mutex mutex_;  // of what follows
+  std::vector<Request> requests_;
+  bool takesRequests_ = false;
   std::thread thread_;
 };

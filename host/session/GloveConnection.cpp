@@ -2,15 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
-
-#include "host/base/Console.h"
 #include "host/base/StatusLine.h"
 #include "host/session/GloveLayout.h"
 #include "host/session/PatientOpening.h"
 
 std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
-                                          const std::string& consequence)
+                                          const std::string& consequence, const Notice& notice)
 {
   const std::size_t gloves = glovesInRecord(settings);
   try {
@@ -18,7 +15,7 @@ std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, cons
                                          file);
   } catch (const Failure& failure) {
     if (!file.empty()) throw;
-    console::report("The link can't be captured: {} {}\n", failure.what(), consequence);
+    notice(fmt::format("The link can't be captured: {} {}", failure.what(), consequence));
     return nullptr;
   }
 }
@@ -27,12 +24,7 @@ RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopR
 {
   StatusLine line(std::chrono::seconds(10));
   const auto onFailed = [&](const FailedAttempt& attempt) {
-    if (!line.isDue()) return;
-    const std::string heard = attempt.heard ? fmt::format(" Heard: {}.", heardText(*attempt.heard)) : "";
-    std::string failure = attempt.failure.what();
-    if (!failure.ends_with('.')) failure += '.';
-    line.show(
-        fmt::format("{}{} Trying again for up to {:.0f} s.", failure, heard, std::ceil(attempt.secondsLeft)));
+    if (line.isDue()) line.show(attemptText(attempt));
   };
   return openPatiently(
              gloves, {.seconds = waitSeconds}, HostTime::real(), [&] { return !stopRequest.flag(); },
@@ -44,7 +36,7 @@ GloveConnection::GloveConnection(const HardwareOptions& options)
     : waitSeconds_(options.waitSeconds),
       source_(options),
       capture_(startCapture(source_.settings(), takeCaptureVariable(),
-                            "It can't be said which devices are heard.")),
+                            "It can't be said which devices are heard.", options.notice)),
       connector_(source_, capture_.get())
 {
 }

@@ -13,11 +13,10 @@
 // Opens the gloves for the first time; reports failed attempts on standard error. A Failure if it fails.
 RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest);
 
-// Captures the link of a plug-in with these settings, into this file unless it is empty. Null, with a line on
-// standard error that says the consequence, if there can be no capture and no file is wanted; otherwise a
-// Failure.
+// Captures the link of a plug-in with these settings, into this file unless it is empty. Null, with a notice
+// that says the consequence, if there can be no capture and no file is wanted; otherwise a Failure.
 std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
-                                          const std::string& consequence);
+                                          const std::string& consequence, const Notice& notice);
 
 class GloveConnection {
  public:

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <thread>
 
 #include "host/base/System.h"
@@ -65,6 +66,14 @@ OpenedGloves openPatiently(GloveConnector& gloves, const OpeningRules& rules, co
       time.sleep(step);
     }
   }
+}
+
+std::string attemptText(const FailedAttempt& attempt)
+{
+  const std::string heard = attempt.heard ? fmt::format(" Heard: {}.", heardText(*attempt.heard)) : "";
+  std::string failure = attempt.failure.what();
+  if (!failure.ends_with('.')) failure += '.';
+  return fmt::format("{}{} Trying again for up to {:.0f} s.", failure, heard, std::ceil(attempt.secondsLeft));
 }
 
 std::string heardText(const HeardDevices& heard)

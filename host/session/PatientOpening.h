@@ -39,5 +39,8 @@ OpenedGloves openPatiently(GloveConnector& gloves, const OpeningRules& rules, co
                            const GloveConnector::GoesOn& goesOn,
                            const std::function<void(const FailedAttempt&)>& onFailed);
 
+// "no gloves were found. Heard: 12 other devices. Trying again for up to 50 s."
+std::string attemptText(const FailedAttempt& attempt);
+
 // "left glove KVXGL00017 (-50 dBm) and 12 other devices"
 std::string heardText(const HeardDevices& heard);

@@ -165,6 +165,11 @@ void setEnvironment(const char* name, const std::string& value)
   ::setenv(name, value.c_str(), 1);
 }
 
+void unsetEnvironment(const char* name)
+{
+  ::unsetenv(name);
+}
+
 std::filesystem::path environmentPath(const char* name)
 {
   const char* const value = std::getenv(name);

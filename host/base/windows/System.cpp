@@ -142,6 +142,11 @@ void setEnvironment(const char* name, const std::string& value)
   _putenv_s(name, value.c_str());
 }
 
+void unsetEnvironment(const char* name)
+{
+  _putenv_s(name, "");
+}
+
 std::filesystem::path environmentPath(const char* name)
 {
   const wchar_t* const value = _wgetenv(std::filesystem::path(name).c_str());

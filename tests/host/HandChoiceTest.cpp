@@ -1,4 +1,4 @@
-#include "host/commands/LayoutOption.h"
+#include "host/session/HandChoice.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 constexpr const char* validLayout = R"({"format": "tessel-layout", "version": 1, "name": "found",
                                         "left": {"regions": [{"name": "all", "elements": [0]}]}})";
 
-TEST(LayoutOption, IsPreferredToTheSettingsFolderAndThatToTheSimulation)
+TEST(HandChoice, PrefersTheGivenFileToTheSettingsFolderAndThatToTheSimulation)
 {
   constexpr int perGlove = elementsOfGlove;
   const struct {
@@ -36,7 +36,7 @@ TEST(LayoutOption, IsPreferredToTheSettingsFolderAndThatToTheSimulation)
     std::string given = validLayout;
     folder.write("given.json", given.replace(given.find("found"), 5, "given"));
     if (!row.besideSettings.empty()) folder.write("layout.json", row.besideSettings);
-    const LayoutOption option{row.isGiven ? folder / "given.json" : ""};
+    const std::filesystem::path file = row.isGiven ? folder / "given.json" : "";
     HardwareOptions hardware;
     hardware.settings = folder / "settings.txt";
     hardware.isSimulated = row.isSimulated;
@@ -44,7 +44,7 @@ TEST(LayoutOption, IsPreferredToTheSettingsFolderAndThatToTheSimulation)
     values.elementCount = 2 * row.elements;
     std::string chosen = "none";
     try {
-      if (const auto layout = chooseLayout(option, hardware, values)) chosen = layout->name();
+      if (const auto layout = chooseHands(file, hardware, values)) chosen = layout->name();
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.code(), ExitCode::usage);
       chosen = "failure";
