@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 
 #include "library/Errors.h"
@@ -27,15 +28,21 @@ tessel_status guarded(const Body& body) noexcept
   }
 }
 
-// Hands a text to the caller's memory, as the header describes it. Throws an Error if it does not fit.
+// Hands a text to the caller's memory, as tessel.h describes it. Throws an Error if it does not fit.
 tessel_status copyText(std::string_view source, char* text, std::size_t size, std::size_t* needed);
+// Throws an Error for memory of the caller that can't be. For functions that do something before they return
+// a text; copyText() checks it, too.
+void checkText(const char* text, std::size_t size);
+
+// A path that the caller wrote in UTF-8. Throws an Error if it is null or can't be converted.
+std::filesystem::path pathArgument(const char* path, const char* name);
 
 // What the caller's structure has of our members: of a later version it may have more, of an earlier one
 // less. Copies the values and sets the size that both know. Throws an Error for a size that no version has.
 template <class Structure>
 void fill(Structure* target, const Structure& values, std::size_t sizeOfFirstVersion)
 {
-  if (target == nullptr) throw nullArgument("the structure");
+  if (target == nullptr) throw nullArgument("the pointer to the structure");
   const std::size_t size = target->size;
   if (size < sizeOfFirstVersion) {
     throw Error(TESSEL_ERROR_ARGUMENT, "the structure's member `size` is too small.",

@@ -2,6 +2,10 @@
 // one. Threads: any.
 #pragma once
 
+#include <stdexcept>
+#include <string>
+#include <utility>
+
 #include "host/base/Failure.h"
 #include "library/include/tessel.h"
 
@@ -23,14 +27,14 @@ class Error : public std::runtime_error {
   std::string advice_;
 };
 
-// Of a null pointer: "`name` is null."
+// Of a null pointer: "`gloves` is null." The name is that of tessel.h, in backticks.
 Error nullArgument(const char* name);
 
 // In a handler: notes the exception being handled as this thread's latest error, and returns its status.
-// Throws nothing.
+// Needs no memory, so it succeeds when there is none.
 tessel_status noteError() noexcept;
 
-// Of this thread; never null.
+// Of this thread; never null. One line, which is cut if it is very long.
 const char* latestText() noexcept;
 const char* latestAdvice() noexcept;
 

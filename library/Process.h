@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 
 namespace library::process {
 
@@ -10,14 +11,15 @@ namespace library::process {
 // Always false on Windows.
 bool isForked() noexcept;
 
-// The folder of the library's own file.
+// The folder of the library's own file; empty if it is unknown.
 std::filesystem::path ownFolder();
 
 // From now on the library stays in memory, whatever the program unloads.
 void pin();
 
-// Calls the function at the regular end of the process, in the process that called this, before the library's
-// own objects end. Does nothing on Windows, where the other threads no longer run by then.
+// Calls the function at the regular end of the process, but not at that of a forked child, before the objects
+// of the library that exist now are destroyed. One function for the whole library. Does nothing on Windows,
+// where the other threads no longer run by then.
 void atExit(void (*action)());
 
 // While it exists, no signal interrupts this thread, nor the threads that it starts, for their whole life:
@@ -31,7 +33,7 @@ class SignalsBlocked {
 
  private:
   struct Mask;
-  Mask* earlier_;  // owned
+  std::unique_ptr<const Mask> earlier_;
 };
 
 }  // namespace library::process
