@@ -25,6 +25,14 @@ tessel_status copyText(std::string_view source, char* text, std::size_t size, st
   return TESSEL_OK;
 }
 
+void checkSize(std::size_t size, std::size_t sizeOfFirstVersion)
+{
+  if (size < sizeOfFirstVersion) {
+    throw Error(TESSEL_ERROR_ARGUMENT, "the structure's member `size` is too small.",
+                "Set it to sizeof of the structure before the call.");
+  }
+}
+
 std::filesystem::path pathArgument(const char* path, const char* name)
 {
   if (path == nullptr) throw nullArgument(name);

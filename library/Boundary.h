@@ -2,6 +2,7 @@
 // child, and the caller's memory is checked before it is written.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -37,18 +38,18 @@ void checkText(const char* text, std::size_t size);
 // A path that the caller wrote in UTF-8. Throws an Error if it is null or can't be converted.
 std::filesystem::path pathArgument(const char* path, const char* name);
 
-// What the caller's structure has of our members: of a later version it may have more, of an earlier one
-// less. Copies the values and sets the size that both know. Throws an Error for a size that no version has.
+// Throws an Error for the member `size` of a structure that no version has.
+void checkSize(std::size_t size, std::size_t sizeOfFirstVersion);
+
+// Copies the values into the caller's structure, which may have more members, of a later version, or fewer,
+// of an earlier one. Throws an Error for a size that no version has.
 template <class Structure>
 void fill(Structure* target, const Structure& values, std::size_t sizeOfFirstVersion)
 {
   if (target == nullptr) throw nullArgument("the pointer to the structure");
   const std::size_t size = target->size;
-  if (size < sizeOfFirstVersion) {
-    throw Error(TESSEL_ERROR_ARGUMENT, "the structure's member `size` is too small.",
-                "Set it to sizeof of the structure before the call.");
-  }
-  const std::size_t known = size < sizeof(Structure) ? size : sizeof(Structure);
+  checkSize(size, sizeOfFirstVersion);
+  const std::size_t known = std::min(size, sizeof(Structure));
   // Behind `size`, which stays as the caller set it.
   std::memcpy(reinterpret_cast<char*>(target) + sizeof(std::size_t),
               reinterpret_cast<const char*>(&values) + sizeof(std::size_t), known - sizeof(std::size_t));

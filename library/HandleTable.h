@@ -1,21 +1,28 @@
 // Objects by handle: numbers that callers can keep, mix up and use after the end without harm. A handle has
-// the index of a slot and its generation, which changes with each object, so an old handle never means a new
-// object. Threads: any; an object that another thread still uses ends when that use ends. Throws only
-// std::bad_alloc.
+// the index of a slot, a number of its table, so that handles of one kind of object are none of another, and
+// the slot's generation, which changes with each object, so that an old handle never means a new object.
+// Threads: any; an object that another thread still uses ends when that use ends. Throws only std::bad_alloc.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
 namespace library {
 
+// The numbers of the tables.
+inline constexpr std::uint8_t glovesHandles = 1;
+inline constexpr std::uint8_t recordingHandles = 2;
+
 template <class Object>
 class HandleTable {
  public:
+  explicit HandleTable(std::uint8_t number) : number_(number) {}
+
   std::uint64_t add(std::shared_ptr<Object> object)
   {
     const std::scoped_lock lock(mutex_);
@@ -23,6 +30,7 @@ class HandleTable {
     while (index < slots_.size() && slots_[index].object) {
       ++index;
     }
+    if (index > maxIndex) throw std::bad_alloc();
     if (index == slots_.size()) slots_.emplace_back();
     Slot& slot = slots_[index];
     ++slot.generation;
@@ -61,16 +69,19 @@ class HandleTable {
 
  private:
   struct Slot {
-    std::uint32_t generation = 0;  // of the latest object; 0: there was none
+    std::uint32_t generation = 0;  // of the latest object; from 1, so that 0 is no handle
     std::shared_ptr<Object> object;
   };
 
-  static std::uint64_t handleOf(std::size_t index, std::uint32_t generation)
-  {
-    return std::uint64_t{generation} << 32 | static_cast<std::uint32_t>(index);
-  }
-  static std::size_t indexOf(std::uint64_t handle) { return static_cast<std::uint32_t>(handle); }
+  static constexpr std::size_t maxIndex = 0xFF'FFFF;
 
+  std::uint64_t handleOf(std::size_t index, std::uint32_t generation) const
+  {
+    return std::uint64_t{generation} << 32 | std::uint64_t{number_} << 24 | index;
+  }
+  static std::size_t indexOf(std::uint64_t handle) { return handle & maxIndex; }
+
+  const std::uint8_t number_;
   mutable std::mutex mutex_;
   std::vector<Slot> slots_;
 };
