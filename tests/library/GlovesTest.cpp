@@ -1,0 +1,384 @@
+// Gloves through the C interface: real threads, a real pseudo terminal, simulated gloves.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <thread>
+
+#include "tests/library/OpenGloves.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+const bool arePortsUnset = ::unsetenv("TESSEL_SERIAL_PORTS") == 0 && ::unsetenv("TESSEL_CAPTURE") == 0;
+
+// Until the condition holds, for at most 20 s.
+template <class Condition>
+bool waitFor(const Condition& condition)
+{
+  using namespace std::chrono_literals;
+  const auto end = std::chrono::steady_clock::now() + 20s;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(10ms);
+  }
+  return true;
+}
+
+bool has(const std::vector<nlohmann::json>& events, const std::string& name)
+{
+  return std::ranges::any_of(events, [&](const auto& event) { return event.at("event") == name; });
+}
+
+TEST(Gloves, OptionsThatCanNotBeUsedAreNamed)
+{
+  const struct {
+    const char* options;
+    const char* words;
+  } cases[] = {
+      {"", "not a JSON object"},
+      {"[]", "not a JSON object"},
+      {"{\"simulated\": true", "not a JSON object"},
+      {R"({"simulate": true})", "no option \"simulate\""},
+      {R"({"simulated": 1})", "\"simulated\" must be true or false"},
+      {R"({"gloves": "three"})", "\"gloves\" must be"},
+      {R"({"settings": ""})", "\"settings\" must be a file"},
+      {R"({"settings": "a\u0000b"})", "\"settings\" must be a file"},
+      {R"({"wait": -1})", "\"wait\" must be a number of seconds"},
+      {R"({"reconnect": "long"})", "\"reconnect\" must be a number of seconds"},
+      {R"({"buffer": 0})", "\"buffer\" must be a whole number from 1"},
+      {R"({"buffer": 1e9})", "\"buffer\" must be a whole number"},
+      {R"({"simulation": ["rate 30", 1], "simulated": true})", "array of texts"},
+      {R"({"simulation": ["rate 30"]})", "for simulated gloves only"},
+      {R"({"follow": false, "capture": "run.pcapng"})", "needs that the link is followed"},
+  };
+  for (const auto& row : cases) {
+    tessel_gloves gloves = 77;
+    EXPECT_EQ(tessel_create(row.options, &gloves), TESSEL_ERROR_ARGUMENT) << row.options;
+    EXPECT_NE(errorWords().find(row.words), std::string::npos) << row.options << ": " << errorWords();
+    EXPECT_EQ(gloves, 77U);
+  }
+}
+
+TEST(Gloves, WhatCanNotBeOpenedSaysWhy)
+{
+  const struct {
+    const char* options;
+    tessel_status status;
+    const char* words;
+  } cases[] = {
+      {R"({"simulated": true, "simulation": ["rate fast"]})", TESSEL_ERROR_ARGUMENT, "rate"},
+      {R"({"simulated": true, "scenario": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
+      {R"({"settings": "/none"})", TESSEL_ERROR_SETTINGS, "/none"},
+      {R"({"simulated": true, "layout": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
+      {R"({"plugin": "/none", "wait": 0})", TESSEL_ERROR_PLUGIN, "/none"},
+      {R"({"simulated": true, "gloves": "both", "wait": 0, "simulation": ["refuse left on"]})",
+       TESSEL_ERROR_GLOVES, "glove"},
+  };
+  for (const auto& row : cases) {
+    tessel_gloves gloves = 0;
+    ASSERT_EQ(tessel_create(row.options, &gloves), TESSEL_OK) << errorWords();
+    for (const char* const call : {"first", "second"}) {
+      EXPECT_EQ(tessel_open(gloves, -1), row.status) << call << ": " << row.options;
+      EXPECT_NE(errorWords().find(row.words), std::string::npos) << errorWords();
+    }
+    EXPECT_EQ(tessel_close(gloves), TESSEL_OK) << "it was not recording";
+  }
+}
+
+TEST(Gloves, NullAndStaleHandlesAndCallsTooEarlyAreErrors)
+{
+  Rows rows(1);
+  tessel_shape shape{};
+  shape.size = sizeof(shape);
+  tessel_statistics statistics{};
+  statistics.size = sizeof(statistics);
+  char text[10];
+  tessel_gloves created = 0, closed = 0;
+  ASSERT_EQ(tessel_create(nullptr, &closed), TESSEL_OK);
+  ASSERT_EQ(tessel_close(closed), TESSEL_OK);
+  ASSERT_EQ(tessel_create(nullptr, &created), TESSEL_OK);
+  for (const tessel_gloves gloves : {tessel_gloves{0}, closed, ~tessel_gloves{0}, created}) {
+    const tessel_status status = gloves == created ? TESSEL_ERROR_STATE : TESSEL_ERROR_HANDLE;
+    EXPECT_EQ(tessel_get_shape(gloves, &shape), status);
+    EXPECT_EQ(tessel_describe(gloves, text, sizeof(text), nullptr), status);
+    EXPECT_EQ(tessel_read(gloves, &rows.block, -1), status);
+    EXPECT_EQ(tessel_latest(gloves, &rows.block), status);
+    EXPECT_EQ(tessel_marker(gloves, "early"), status);
+    EXPECT_EQ(tessel_record(gloves, "early.csv", nullptr), status);
+    EXPECT_EQ(tessel_stop_recording(gloves), status);
+    EXPECT_EQ(tessel_send(gloves, "BatteryLevel", text, sizeof(text), nullptr), status);
+    EXPECT_EQ(tessel_simulate(gloves, "help", text, sizeof(text), nullptr), status);
+    EXPECT_EQ(tessel_get_statistics(gloves, &statistics), gloves == created ? TESSEL_OK : status);
+    EXPECT_EQ(tessel_next_event(gloves, text, sizeof(text), nullptr),
+              gloves == created ? TESSEL_TIMEOUT : status);
+    if (gloves != created) {
+      EXPECT_EQ(tessel_open(gloves, 0), status);
+      EXPECT_EQ(tessel_cancel(gloves), status);
+      EXPECT_EQ(tessel_close(gloves), status);
+    }
+  }
+  EXPECT_EQ(tessel_get_shape(created, nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_get_statistics(created, nullptr), TESSEL_ERROR_ARGUMENT);
+  statistics.size = 4;
+  EXPECT_EQ(tessel_get_statistics(created, &statistics), TESSEL_ERROR_ARGUMENT);
+  EXPECT_EQ(tessel_create(nullptr, nullptr), TESSEL_ERROR_ARGUMENT);
+  EXPECT_EQ(tessel_close(created), TESSEL_OK);
+}
+
+TEST(Gloves, AreReadAndDescribed)
+{
+  const OpenGloves gloves;
+  tessel_shape shape{};
+  shape.size = sizeof(shape);
+  ASSERT_EQ(tessel_get_shape(gloves.handle, &shape), TESSEL_OK);
+  EXPECT_EQ(shape.gloves, 2U);
+  EXPECT_EQ(shape.elements, 250U);
+  Rows rows(64), small(1, 249);
+  EXPECT_EQ(tessel_read(gloves.handle, &small.block, 0), TESSEL_ERROR_TOO_SMALL);
+  EXPECT_EQ(tessel_read(gloves.handle, nullptr, 0), TESSEL_ERROR_ARGUMENT);
+  std::uint64_t next = 0;
+  double earlier = -1;
+  std::int64_t earlierFrame = -1;
+  while (next < 60) {
+    ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+    EXPECT_EQ(rows.block.first, next);
+    EXPECT_EQ(rows.block.overflowed, 0U);
+    for (std::uint32_t row = 0; row < rows.block.count; ++row) {
+      EXPECT_GE(rows.timeMs[row], earlier);
+      EXPECT_GT(rows.frame[2 * row], earlierFrame);
+      EXPECT_EQ(rows.sampledMs[2 * row], rows.timeMs[row]);
+      earlier = rows.timeMs[row];
+      earlierFrame = rows.frame[2 * row];
+    }
+    next += rows.block.count;
+  }
+  Rows latest(2);
+  ASSERT_EQ(tessel_latest(gloves.handle, &latest.block), TESSEL_OK);
+  EXPECT_EQ(latest.block.count, 2U);
+  EXPECT_GE(latest.block.first + 2, next);
+  const auto description = nlohmann::json::parse(textOf(tessel_describe, gloves.handle));
+  EXPECT_EQ(description.at("gloves").at(1).at("module"), "KVXGR00018");
+  EXPECT_EQ(description.at("columns").at(0).get<std::string>().substr(0, 5), "left_");
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().sent[0] >= 60; }));
+  const tessel_statistics statistics = gloves.statistics();
+  EXPECT_EQ(statistics.state, TESSEL_CONNECTED);
+  EXPECT_EQ(statistics.isFollowed, 1);
+  EXPECT_GE(statistics.records, next);
+  EXPECT_GT(statistics.battery, 0);
+  EXPECT_GT(statistics.nowMs, earlier);
+  EXPECT_NEAR(std::stod(textOf(tessel_send, gloves.handle, "BatteryLevel")), statistics.battery, 0.01);
+  EXPECT_EQ(tessel_send(gloves.handle, nullptr, nullptr, 0, nullptr), TESSEL_ERROR_ARGUMENT);
+}
+
+TEST(Gloves, AreRecordedInPartsWhileTheyAreRead)
+{
+  const TemporaryFolder folder;
+  const OpenGloves gloves(R"({"simulated": true, "simulation": ["loss 3"]})");
+  Rows rows(1000);
+  std::vector<std::pair<std::int64_t, std::vector<std::uint16_t>>> live;  // left frame and samples
+  const auto readFor = [&](std::uint64_t records) {
+    for (std::uint64_t count = 0; count < records; count += rows.block.count) {
+      ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+      for (std::uint32_t row = 0; row < rows.block.count; ++row) {
+        const auto* const first = rows.sample.data() + std::size_t{row} * 250;
+        live.emplace_back(rows.frame[2 * row], std::vector<std::uint16_t>(first, first + 250));
+      }
+    }
+  };
+  readFor(20);
+  for (const char* const name : {"part.csv", "part.npy", "part.xdf"}) {
+    const std::string path = (folder / name).string();
+    ASSERT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_OK) << errorWords();
+    EXPECT_EQ(tessel_record(gloves.handle, "second.csv", nullptr), TESSEL_ERROR_BUSY);
+    EXPECT_EQ(gloves.statistics().isRecording, 1);
+    EXPECT_EQ(tessel_marker(gloves.handle, "lift"), TESSEL_OK);
+    readFor(30);
+    EXPECT_TRUE(waitFor([&] { return has(gloves.takeEvents(), "marker"); }));
+    ASSERT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
+    EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_ERROR_STATE);
+    EXPECT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_ERROR_OUTPUT) << "it exists";
+    readFor(5);
+
+    tessel_recording recording = 0;
+    ASSERT_EQ(tessel_open_recording(path.c_str(), &recording), TESSEL_OK) << errorWords();
+    std::size_t found = 0;
+    Rows read(1);
+    auto expected = live.begin();
+    for (; tessel_read_recording(recording, &read.block) == TESSEL_OK; ++found) {
+      if (found == 0) {
+        EXPECT_EQ(read.timeMs[0], 0) << name;
+        expected = std::ranges::find(live, read.frame[0], &decltype(live)::value_type::first);
+      }
+      ASSERT_NE(expected, live.end()) << name;
+      EXPECT_EQ(read.frame[0], expected->first) << name;
+      EXPECT_EQ(read.sample, expected->second) << name << ", record " << found;
+      ++expected;
+    }
+    EXPECT_GE(found, 25U) << name;
+    const auto description = nlohmann::json::parse(textOf(tessel_describe_recording, recording));
+    EXPECT_EQ(description.at("metadata").at("books").at("balanced"), true) << description.at("metadata");
+    EXPECT_TRUE(has(description.at("events"), "marker")) << name;
+    EXPECT_EQ(tessel_close_recording(recording), TESSEL_OK);
+  }
+}
+
+TEST(Gloves, ThatAreLostComeBackOrEnd)
+{
+  const TemporaryFolder folder;
+  const OpenGloves gloves(R"({"simulated": true, "reconnect": 20})");
+  Rows rows(1000);
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+  const std::string path = (folder / "run.csv").string();
+  ASSERT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_OK) << errorWords();
+  EXPECT_FALSE(gloves.simulate("drop left").empty());
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().state == TESSEL_AWAY; }));
+  EXPECT_EQ(tessel_send(gloves.handle, "BatteryLevel", nullptr, 0, nullptr), TESSEL_ERROR_STATE);
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().state == TESSEL_CONNECTED; }));
+  EXPECT_EQ(gloves.statistics().reconnections, 1U);
+  const auto events = gloves.takeEvents();
+  EXPECT_TRUE(has(events, "disconnected"));
+  EXPECT_TRUE(has(events, "reconnected"));
+  EXPECT_EQ(tessel_cancel(gloves.handle), TESSEL_OK);
+  tessel_status status = TESSEL_OK;
+  while (status >= 0) {
+    status = tessel_read(gloves.handle, &rows.block, 5000);
+  }
+  EXPECT_EQ(status, TESSEL_ERROR_CANCELLED) << "behind the last record";
+  EXPECT_EQ(gloves.statistics().state, TESSEL_ENDED);
+  EXPECT_EQ(tessel_record(gloves.handle, "late.csv", nullptr), TESSEL_ERROR_STATE);
+  EXPECT_TRUE(std::filesystem::exists(path)) << "completed by the end of the gloves";
+  EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
+}
+
+TEST(Gloves, ThatStayAwayEndWithWords)
+{
+  const OpenGloves gloves(R"({"simulated": true, "reconnect": 0})");
+  Rows rows(1000);
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+  gloves.simulate("unplug");
+  tessel_status status = TESSEL_OK;
+  while (status >= 0) {
+    status = tessel_read(gloves.handle, &rows.block, 5000);
+  }
+  EXPECT_EQ(status, TESSEL_ERROR_SILENCE);
+  EXPECT_NE(errorWords().find("dongle is gone"), std::string::npos) << errorWords();
+  EXPECT_EQ(tessel_open(gloves.handle, -1), TESSEL_ERROR_SILENCE) << "the end lasts";
+}
+
+TEST(Gloves, OpeningCanBeCancelledAndIsExclusive)
+{
+  tessel_gloves waiting = 0, second = 0;
+  ::setenv("TESSEL_SERIAL_PORTS", "", 1);
+  ASSERT_EQ(tessel_create(nullptr, &waiting), TESSEL_OK);
+  ASSERT_EQ(tessel_create(R"({"simulated": true})", &second), TESSEL_OK);
+  EXPECT_EQ(tessel_open(waiting, 0), TESSEL_TIMEOUT);
+  EXPECT_EQ(tessel_open(second, -1), TESSEL_ERROR_BUSY);
+  std::thread canceller([&] { tessel_cancel(waiting); });
+  const tessel_status status = tessel_open(waiting, -1);
+  EXPECT_TRUE(status == TESSEL_ERROR_CANCELLED || status == TESSEL_ERROR_DONGLE) << errorWords();
+  canceller.join();
+  EXPECT_EQ(tessel_close(waiting), TESSEL_OK);
+  EXPECT_EQ(tessel_close(second), TESSEL_OK);
+  ::unsetenv("TESSEL_SERIAL_PORTS");
+  const OpenGloves third;
+  EXPECT_EQ(third.statistics().state, TESSEL_CONNECTED);
+}
+
+TEST(Gloves, RecordsThatAreNotReadInTimeAreCounted)
+{
+  const OpenGloves gloves(R"({"simulated": true, "buffer": 4})");
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().overflowed >= 10; }));
+  Rows rows(10);
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 0), TESSEL_OK);
+  EXPECT_EQ(rows.block.count, 4U);
+  EXPECT_GE(rows.block.overflowed, 10U);
+  EXPECT_EQ(rows.block.first, rows.block.overflowed);
+  EXPECT_TRUE(waitFor([&] { return has(gloves.takeEvents(), "overflow"); }));
+}
+
+TEST(Gloves, InAForkedChildNothingIsDone)
+{
+  const OpenGloves gloves;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    Rows rows(1);
+    tessel_gloves other = 0;
+    const bool isRefused = tessel_read(gloves.handle, &rows.block, -1) == TESSEL_ERROR_FORKED &&
+                           tessel_create(nullptr, &other) == TESSEL_ERROR_FORKED &&
+                           tessel_close(gloves.handle) == TESSEL_ERROR_FORKED;
+    ::_exit(isRefused ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  Rows rows(1);
+  EXPECT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+}
+
+// Run by the thread sanitizer, too: every function from several threads, while the gloves are closed.
+TEST(Gloves, ClosingWhileOtherThreadsAreInEveryCallEndsTheirCalls)
+{
+  const TemporaryFolder folder;
+  const std::string path = (folder / "run.csv").string();
+  tessel_gloves handle = 0;
+  ASSERT_EQ(tessel_create(R"({"simulated": true})", &handle), TESSEL_OK);
+  const auto untilClosed = [](const auto& call) {
+    return [call] {
+      while (call() != TESSEL_ERROR_HANDLE) {
+      }
+    };
+  };
+  const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(1)); };
+  std::atomic<std::uint64_t> read{0};
+  const auto readRecords = [&] {
+    Rows rows(8);
+    const tessel_status status = tessel_read(handle, &rows.block, -1);
+    if (status == TESSEL_OK) read += rows.block.count;
+    if (status == TESSEL_ERROR_STATE) pause();
+    return status;
+  };
+  std::vector<std::thread> threads;
+  threads.emplace_back(untilClosed(readRecords));
+  threads.emplace_back(untilClosed(readRecords));
+  threads.emplace_back(untilClosed([&] { return tessel_open(handle, 50); }));
+  threads.emplace_back(untilClosed([&] {
+    pause();
+    char text[100];
+    const tessel_status status = tessel_next_event(handle, text, sizeof(text), nullptr);
+    tessel_marker(handle, "from a thread");
+    return status;
+  }));
+  threads.emplace_back(untilClosed([&] {
+    pause();
+    tessel_statistics statistics{};
+    statistics.size = sizeof(statistics);
+    Rows rows(8);
+    tessel_latest(handle, &rows.block);
+    tessel_describe(handle, nullptr, 0, nullptr);
+    return tessel_get_statistics(handle, &statistics);
+  }));
+  threads.emplace_back(untilClosed([&] {
+    pause();
+    tessel_record(handle, path.c_str(), R"({"replace": true})");
+    return tessel_stop_recording(handle);
+  }));
+  threads.emplace_back(untilClosed([&] {
+    char text[1000];
+    tessel_send(handle, "BatteryLevel", text, sizeof(text), nullptr);
+    return tessel_simulate(handle, "status", text, sizeof(text), nullptr);
+  }));
+  EXPECT_TRUE(waitFor([&] { return read > 40; }));
+  EXPECT_EQ(tessel_close(handle), TESSEL_OK) << errorWords();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(tessel_close(handle), TESSEL_ERROR_HANDLE);
+}
+
+}  // namespace
