@@ -50,7 +50,8 @@ void GloveAccount::add(LinkListener::Packet packet, Time time)
   auto samples = assembly_.add(packet);
   if (!samples) return;
   // Without a current frame it began in an earlier connection.
-  Published published{.number = -1, .ticks = -1, .arrival = time, .samples = std::move(*samples)};
+  Published published{
+      .number = -1, .ticks = -1, .arrival = time, .cut = cutAtCurrent(), .samples = std::move(*samples)};
   if (current_) {
     current_->isPublished = true;
     published.number = current_->number;
@@ -139,7 +140,46 @@ GloveAccount::Published GloveAccount::take()
 {
   Published frame = std::move(queue_.front());
   queue_.pop_front();
+  frame.cut = withFates(frame.cut);
   return frame;
+}
+
+BooksCut::Glove GloveAccount::cutHere() const
+{
+  BooksCut::Glove cut{.before = counted()};
+  if (!queue_.empty()) {
+    cut = queue_.front().cut;
+  } else if (current_ && current_->isPublished) {
+    cut = cutAtCurrent();
+    ++(current_->isRepeated ? cut.before.repeated : cut.before.sent);
+  }
+  cut.isCounted = false;
+  return withFates(cut);
+}
+
+// Once it is published, it is counted for certain, though only when it has ended. Later corrections change
+// the frames sent and the lost ones alike, so what is counted before it balances as it is.
+BooksCut::Glove GloveAccount::cutAtCurrent() const
+{
+  BooksCut::Glove cut{.before = counted()};
+  if (!current_) return cut;
+  cut.isCounted = true;
+  cut.isRepeated = current_->isRepeated;
+  if (current_->steps > 1) {
+    const auto unheard = static_cast<std::uint64_t>(current_->steps - 1);
+    cut.before.sent += unheard;
+    cut.before.lost.unheard += unheard;
+  }
+  return cut;
+}
+
+// Frames leave the queue in their order, so what has become of those before this one is what is counted now.
+BooksCut::Glove GloveAccount::withFates(BooksCut::Glove cut) const
+{
+  cut.before.lost.faulty = books_.lost.faulty;
+  cut.before.lost.pairing = books_.lost.pairing;
+  cut.before.lost.queued = books_.lost.queued;
+  return cut;
 }
 
 void GloveAccount::reload()
@@ -156,9 +196,16 @@ GloveBooks GloveAccount::books(bool isEnd) const
     ended.endConnection({});
     return ended.books(true);
   }
+  GloveBooks books = counted();
+  if (isEnd) books.lost.queued += queue_.size();
+  return books;
+}
+
+// Without the current frame.
+GloveBooks GloveAccount::counted() const
+{
   GloveBooks books = books_;
   if (firstNumber_) books.sent += static_cast<std::uint64_t>(*lastNumber_ - *firstNumber_ + 1);
   books.ambiguous = counter_.ambiguous();
-  if (isEnd) books.lost.queued += queue_.size();
   return books;
 }

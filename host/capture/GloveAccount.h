@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/capture/Books.h"
+#include "host/capture/BooksCut.h"
 #include "host/capture/FrameAssembly.h"
 #include "host/capture/FrameCounter.h"
 #include "host/capture/LinkDecoder.h"
@@ -24,7 +25,8 @@ class GloveAccount {
   struct Published {
     std::int64_t number = 0;
     std::int64_t ticks = 0;
-    Time arrival{0};  // of its first packet
+    Time arrival{0};      // of its first packet
+    BooksCut::Glove cut;  // without what became of earlier frames of the queue, until it is taken
     std::vector<std::uint16_t> samples;
   };
 
@@ -64,6 +66,8 @@ class GloveAccount {
   void reject();
   // The oldest frame leaves the queue for a record.
   Published take();
+  // For a record of unknown frames: just before the oldest frame of the queue.
+  BooksCut::Glove cutHere() const;
 
   // The plug-in was loaded again: its queue is empty.
   void reload();
@@ -75,6 +79,9 @@ class GloveAccount {
   static void noteHeard(Heard& frame, unsigned index);
   void beginFrame(LinkListener::Packet packet, Time time);
   void endFrame(bool isFollowed);
+  GloveBooks counted() const;
+  BooksCut::Glove cutAtCurrent() const;
+  BooksCut::Glove withFates(BooksCut::Glove cut) const;
 
   Listener* listener_ = nullptr;
   FrameCounter counter_;

@@ -34,8 +34,9 @@ void LinkAccounts::addRecord(Time time, std::vector<std::uint16_t> elements)
 
 void LinkAccounts::add(const CaptureBlock& block)
 {
-  matchRecords(block.time);
+  // Records that came before a note of lost blocks may be made of what they held.
   lostBlocks_ += block.lostBlocks();
+  matchRecords(block.time);
   decoder_.add(block);
 }
 
@@ -145,23 +146,44 @@ RecordOrigin LinkAccounts::match(const Delivered& record)
 {
   undelivered_.reset();
   RecordOrigin origin;
+  BooksCut& cut = origin.cut.emplace(cutHere());
   Position position{};
   if (canFetch() && areFramesOf(record, nextFetch())) {
     position = nextFetch();
   } else if (const auto found = findFrames(record)) {
     position = *found;
+    cut.isUnexpected = true;
     ++unexpected_;
   } else {
     ++unmatched_;
     return origin;
   }
-  origin.isMatched = true;
+  origin.isMatched = cut.isMatched = true;
   for (std::size_t glove = 0; glove < count_; ++glove) {
     gloves_[glove].skip(position[glove]);
     const GloveAccount::Published frame = gloves_[glove].take();
     origin.frames[glove] = {.number = frame.number, .ticks = frame.ticks, .sampled = {}};
+    const std::uint64_t recorded = cut.gloves[glove].before.recorded;
+    cut.gloves[glove] = frame.cut;
+    cut.gloves[glove].before.recorded = recorded;
   }
   return origin;
+}
+
+// As if no frame were found for the record.
+BooksCut LinkAccounts::cutHere() const
+{
+  BooksCut cut{.count = count_,
+               .gloves = {},
+               .unmatchedRecords = unmatched_,
+               .unexpectedRecords = unexpected_,
+               .lostBlocks = lostBlocks_,
+               .skippedBytes = skippedBytes_};
+  for (std::size_t glove = 0; glove < count_; ++glove) {
+    cut.gloves[glove] = gloves_[glove].cutHere();
+    cut.gloves[glove].before.recorded = forgotten_ + unwritten_.size();
+  }
+  return cut;
 }
 
 // A read that delivered nothing although it took frames: one of them is too short for the record.

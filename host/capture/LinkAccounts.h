@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "host/capture/Books.h"
+#include "host/capture/BooksCut.h"
 #include "host/capture/CaptureBlock.h"
 #include "host/capture/DeviceTime.h"
 #include "host/capture/GloveAccount.h"
@@ -37,6 +38,7 @@ struct RecordOrigin {
 
   bool isMatched = false;
   std::array<Frame, 2> frames;  // by glove
+  std::optional<BooksCut> cut;  // of the session's books, at this record
 
   // The record's time is that of the first glove.
   std::optional<std::chrono::nanoseconds> sampled() const { return frames[0].sampled; }
@@ -104,6 +106,7 @@ class LinkAccounts final : private LinkListener {
   std::optional<Position> findFrames(const Delivered& record) const;
   void matchRecords(Time before);
   RecordOrigin match(const Delivered& record);
+  BooksCut cutHere() const;
   void findTimes();
   void forgetWritten();
   void rejectShortFrames();

@@ -81,6 +81,7 @@ void RecordKeeper::writeNext(const RecordOrigin& origin)
 
 void RecordKeeper::write(const Waiting& record, const RecordOrigin& origin)
 {
+  cut_ = origin.cut;
   if (!zero_) {
     zero_ = origin.sampled().value_or(record.arrival);
     sink_.begin(*zero_);

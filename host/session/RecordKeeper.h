@@ -42,6 +42,9 @@ class RecordKeeper {
   double latestMs() const { return written_ > 0 ? latestMs_ : Record::unknown; }
   // Empty without a capture.
   std::optional<LiveAccounts::Snapshot> accounts() const;
+  // The books at the latest record, also while the sink receives it. Empty if it was written without what the
+  // capture shows of it.
+  const std::optional<BooksCut>& cut() const { return cut_; }
   // Of the times of the written records.
   const GapDetector& gaps() const { return gaps_; }
 
@@ -66,6 +69,7 @@ class RecordKeeper {
   std::deque<Waiting> waiting_;
   std::uint64_t overtaken_ = 0;  // records that were written before their origin became known
   std::uint64_t written_ = 0;
+  std::optional<BooksCut> cut_;
   std::optional<Time> zero_;
   double latestMs_ = 0;
   double firstMs_ = Record::unknown;

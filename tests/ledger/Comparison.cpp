@@ -66,10 +66,12 @@ class Comparer {
 
   void check(const RecordOrigin& origin, const Pending& record)
   {
+    differences_.checkCut(record.at, origin.cut, checked_++);
     if (!origin.isMatched) differences_.note(record.at, "no frames match the record");
     for (std::size_t glove = 0; origin.isMatched && glove < record.frames.size(); ++glove) {
       differences_.compareFrame(record.at, glove, origin.frames[glove].number, origin.frames[glove].ticks,
                                 record.frames[glove]);
+      differences_.checkSent(record.at, glove, *origin.cut, origin.frames[glove].number);
     }
   }
 
@@ -77,6 +79,7 @@ class Comparer {
   CaptureReader reader_;
   LinkAccounts accounts_;
   std::deque<Pending> pending_;
+  std::uint64_t checked_ = 0;
   Differences differences_;
   Comparison result_;
 };

@@ -43,6 +43,33 @@ void Differences::compareFrame(double second, std::size_t glove, std::int64_t nu
   offsets_[glove] = offset;
 }
 
+void Differences::checkCut(double second, const std::optional<BooksCut>& cut, std::uint64_t records)
+{
+  if (!cut) {
+    note(second, "the books at a record are unknown");
+    return;
+  }
+  const auto check = [&](const char* what, const Books& books, std::uint64_t recorded) {
+    for (const GloveBooks& glove : books.gloves) {
+      if (!glove.isBalanced() || glove.recorded != recorded || glove.lost.total() >> 63 != 0)
+        note(second, what) << "record " << records << ": " << toText(glove);
+    }
+  };
+  const Books before = cut->before();
+  Books after = cut->after();
+  check("before ", before, records);
+  check("after ", after, records + 1);
+  if (latestCut_) check("lost before ", partOf(*latestCut_, before), 0);
+  latestCut_ = std::move(after);
+}
+
+void Differences::checkSent(double second, std::size_t glove, const BooksCut& cut, std::int64_t number)
+{
+  const std::int64_t unsent = number - static_cast<std::int64_t>(cut.after().gloves[glove].sent);
+  if (unsent_[glove].value_or(unsent) != unsent) note(second, "frames sent to ") << number;
+  unsent_[glove] = unsent;
+}
+
 void Differences::compareBooks(double second, const Books& books, std::vector<GloveBooks> ledger)
 {
   for (std::size_t glove = 0; glove < gloves_; ++glove) {

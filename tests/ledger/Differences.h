@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/capture/Books.h"
+#include "host/capture/BooksCut.h"
 #include "tests/support/Ledger.h"
 
 class Differences {
@@ -23,6 +24,10 @@ class Differences {
   // Numbers and ticks have an unknown beginning, and may be found wrong later.
   void compareFrame(double second, std::size_t glove, std::int64_t number, std::int64_t ticks,
                     const LedgerFrame& truth);
+  // Parts of a session that begin or end at this record, after so many others, have to balance.
+  void checkCut(double second, const std::optional<BooksCut>& cut, std::uint64_t records);
+  // Within a connection frames are sent as their numbers say.
+  void checkSent(double second, std::size_t glove, const BooksCut& cut, std::int64_t number);
   // The times between connections, which the ledger does not know, are left out.
   void compareBooks(double second, const Books& books, std::vector<GloveBooks> ledger);
 
@@ -34,5 +39,7 @@ class Differences {
   const bool canMixFrames_;
   std::ostringstream text_, movedOffsets_;
   std::array<std::optional<std::int64_t>, 2> offsets_;
+  std::array<std::optional<std::int64_t>, 2> unsent_;  // by the numbers
+  std::optional<Books> latestCut_;
   int notes_ = 0;
 };
