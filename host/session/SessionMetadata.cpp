@@ -34,13 +34,20 @@ void updateFromCapture(RecordingMetadata& metadata, const LiveAccounts::Snapshot
   metadata.time.residualMs = accounts.residualMs;
   if (accounts.clockError) metadata.time.clockErrorPpm = *accounts.clockError * 1e6;
   if (accounts.observedPhaseMs > 0) metadata.time.observedPhaseMs = accounts.observedPhaseMs;
-  metadata.books = booksJson(accounts.books, gloveLabels(metadata.layout));
-  for (std::size_t glove = 0; glove < metadata.gloves.size() && glove < accounts.books.gloves.size();
-       ++glove) {
-    metadata.gloves[glove].disconnectedSeconds = accounts.books.gloves[glove].awaySeconds;
-    if (const auto& address = accounts.addresses.at(glove)) {
+  for (std::size_t glove = 0; glove < metadata.gloves.size() && glove < accounts.addresses.size(); ++glove) {
+    if (const auto& address = accounts.addresses[glove]) {
       metadata.gloves[glove].address = addressText(*address);
     }
+  }
+}
+
+void updateBooks(RecordingMetadata& metadata, const std::optional<Books>& books)
+{
+  metadata.books = books ? booksJson(*books, gloveLabels(metadata.layout)) : nullptr;
+  for (std::size_t glove = 0; glove < metadata.gloves.size(); ++glove) {
+    std::optional<double>& away = metadata.gloves[glove].disconnectedSeconds;
+    away.reset();
+    if (books && glove < books->gloves.size()) away = books->gloves[glove].awaySeconds;
   }
 }
 
@@ -69,10 +76,16 @@ RecordingMetadata describe(Hardware& hardware, const Layout& layout, bool isFoll
 
 void update(RecordingMetadata& metadata, const RecordingFigures& figures)
 {
+  update(metadata, figures, figures.accounts ? std::optional(figures.accounts->books) : std::nullopt);
+}
+
+void update(RecordingMetadata& metadata, const RecordingFigures& figures, const std::optional<Books>& books)
+{
   metadata.records = figures.records;
   metadata.reconnections = figures.reconnections;
   if (figures.records > 1) metadata.recordsPerSecond = figures.recordsPerSecond();
   if (figures.accounts) updateFromCapture(metadata, *figures.accounts);
+  updateBooks(metadata, books);
   if (metadata.started || !figures.zero) return;
   metadata.started = wallClockAt(*figures.zero);
   metadata.zero = figures.zero;
