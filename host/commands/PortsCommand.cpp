@@ -13,24 +13,11 @@
 
 namespace {
 
-void printJson(const std::vector<Port>& ports)
-{
-  auto json = nlohmann::ordered_json::array();
-  for (const Port& port : ports) {
-    json.push_back({{"text", port.friendlyText},
-                    {"path", port.path},
-                    {"isDongle", port.isDongle},
-                    {"isUsed", port.isUsed},
-                    {"state", describe(port)}});
-  }
-  console::printJson(json);
-}
-
 ExitCode run(bool isJson)
 {
   const std::vector<Port> ports = listPorts();
   if (isJson) {
-    printJson(ports);
+    console::printJson(portsJson(ports));
   } else {
     for (const Port& port : ports) {
       console::print("{} {}  {}{}\n", port.isUsed ? '*' : ' ', port.friendlyText, port.path,

@@ -1,8 +1,22 @@
 #include "host/gloves/Ports.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
+
+nlohmann::ordered_json portsJson(const std::vector<Port>& ports)
+{
+  auto json = nlohmann::ordered_json::array();
+  for (const Port& port : ports) {
+    json.push_back({{"text", port.friendlyText},
+                    {"path", port.path},
+                    {"isDongle", port.isDongle},
+                    {"isUsed", port.isUsed},
+                    {"state", describe(port)}});
+  }
+  return json;
+}
 
 std::string describe(const Process& process)
 {

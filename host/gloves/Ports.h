@@ -1,6 +1,8 @@
 // The serial ports of the computer, and whether the dongle's port can be used.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +30,8 @@ struct Process {
 
 // Opens each dongle's port for a moment to test it; other ports are not opened and count as free.
 std::vector<Port> listPorts();
+// As `tessel ports --json` prints them.
+nlohmann::ordered_json portsJson(const std::vector<Port>& ports);
 
 // The value of TESSEL_SERIAL_PORTS, which replaces the system's list of ports. Empty if it is not set, and
 // always on Windows.
