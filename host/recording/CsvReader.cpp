@@ -39,6 +39,7 @@ class CsvReader final : public RecordReader {
   const RecordingMetadata& metadata() const override { return metadata_; }
   const std::vector<std::string>& notes() const override { return notes_; }
   double progress() const override { return lines_.progress(); }
+  bool isComplete() const override { return expectedRecords_.has_value(); }
 
   std::vector<RecordingEvent> events() override
   {

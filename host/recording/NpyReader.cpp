@@ -64,7 +64,8 @@ class NpyReader final : public RecordReader {
     notes_ = std::move(read.notes);
     openArrays(read.version > 1);
     records_ = std::ranges::min_element(files_, {}, &NpyFile::rowsInFile)->rowsInFile();
-    if (read.records && folder_.extension() != ".part") {
+    isComplete_ = read.isComplete && folder_.extension() != ".part";
+    if (isComplete_) {
       checkRecords(*read.records);
     } else {
       notes_.emplace_back(incompleteNote);
@@ -75,6 +76,7 @@ class NpyReader final : public RecordReader {
 
   const RecordingMetadata& metadata() const override { return metadata_; }
   const std::vector<std::string>& notes() const override { return notes_; }
+  bool isComplete() const override { return isComplete_; }
 
   std::vector<RecordingEvent> events() override { return readEvents(folder_ / names::eventsFile, notes_); }
 
@@ -187,6 +189,7 @@ class NpyReader final : public RecordReader {
   const fs::path folder_;
   RecordingMetadata metadata_;
   std::vector<std::string> notes_;
+  bool isComplete_ = false;
   std::deque<NpyFile> files_;
   std::uint64_t records_ = 0;
 

@@ -26,6 +26,8 @@ class RecordReader {
   virtual std::vector<RecordingEvent> events() = 0;
   // For the user, after the last record: what was skipped or could not be read.
   virtual const std::vector<std::string>& notes() const = 0;
+  // Its metadata say that it has ended, and that all records were written. Known after the last record.
+  virtual bool isComplete() const = 0;
   // How much has been read, from 0 to 1.
   virtual double progress() const = 0;
 };

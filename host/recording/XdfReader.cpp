@@ -86,6 +86,7 @@ class XdfReader final : public RecordReader {
   std::optional<Record> next() override;
   std::vector<RecordingEvent> events() override;
   const std::vector<std::string>& notes() const override { return notes_; }
+  bool isComplete() const override { return hasFooter_; }
   double progress() const override;
 
  private:
