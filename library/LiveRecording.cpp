@@ -25,10 +25,10 @@ void LiveRecording::begin(const RecordOptions& options, const RecordingMetadata&
   const std::scoped_lock call(calls_);
   {
     const std::scoped_lock lock(mutex_);
+    if (hasEnded_) throw gone();
     if (files_ || isWaitingForStop_) {
       throw Error(TESSEL_ERROR_BUSY, "there is a recording already.", "End it with tessel_stop_recording().");
     }
-    if (hasEnded_) throw gone();
   }
   auto files = std::make_unique<FileRecording>(options.output, options.replaces, metadata, keeper);
   const std::string place = utf8(options.output.path);

@@ -78,7 +78,7 @@ TEST(Gloves, WhatCanNotBeOpenedSaysWhy)
       {R"({"simulated": true, "layout": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
       {R"({"plugin": "/none", "wait": 0})", TESSEL_ERROR_PLUGIN, "/none"},
       {R"({"simulated": true, "gloves": "both", "wait": 0, "simulation": ["refuse left on"]})",
-       TESSEL_ERROR_GLOVES, "glove"},
+       TESSEL_ERROR_GLOVE, "glove"},
   };
   for (const auto& row : cases) {
     tessel_gloves gloves = 0;
@@ -319,6 +319,14 @@ TEST(Gloves, InAForkedChildNothingIsDone)
   EXPECT_EQ(status, 0);
   Rows rows(1);
   EXPECT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+}
+
+TEST(Gloves, SurviveUnloadingTheLibraryAndAreClosedAtTheEndOfTheProgram)
+{
+  const TemporaryFolder folder;
+  const std::string path = (folder / "run.csv").string();
+  EXPECT_EQ(std::system((UNLOADING_PROGRAM " " TESSEL_SHARED_LIBRARY " " + path).c_str()), 0);
+  EXPECT_GT(folder.read("run.csv").size(), 1000U) << "a complete recording";
 }
 
 // Run by the thread sanitizer, too: every function from several threads, while the gloves are closed.
