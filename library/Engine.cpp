@@ -13,6 +13,7 @@
 #include "library/Block.h"
 #include "library/Errors.h"
 #include "library/JsonText.h"
+#include "library/OptionNames.h"
 #include "library/Process.h"
 #include "library/Statistics.h"
 
@@ -80,7 +81,7 @@ void Engine::start()
     // The signals of the program are not for the threads of the library.
     const process::SignalsBlocked blocked;
     RunOptions run = options_.run;
-    run.hardware.notice = [this](const std::string& line) { addEvent("notice", line); };
+    run.hardware.notice = [this](const std::string& line) { addEvent("notice", withOptionNames(line)); };
     run.hardware.announcesLog = false;
     if (run.hardware.plugin.empty()) run.hardware.plugin = installedPlugin();
     const std::filesystem::path variable = takeCaptureVariable();
@@ -174,7 +175,7 @@ void Engine::openPatiently(GloveConnector& gloves)
     const auto now = host::uptime();
     if (latest && now - *latest < noticeInterval) return;
     latest = now;
-    addEvent("notice", attemptText(attempt));
+    addEvent("notice", withOptionNames(attemptText(attempt)));
   };
   ::openPatiently(
       gloves, {.seconds = options_.run.hardware.waitSeconds}, HostTime::real(), [this] { return !stop_; },

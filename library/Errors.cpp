@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "host/base/Characters.h"
+#include "library/OptionNames.h"
 
 namespace library {
 
@@ -113,7 +114,7 @@ tessel_status noteSystem(const std::system_error& error)
 
 tessel_status noteFailure(const Failure& failure)
 {
-  note(statusOf(failure.code()), failure.what(), failure.advice());
+  note(statusOf(failure.code()), withOptionNames(failure.what()), withOptionNames(failure.advice()));
   for (const std::string& detail : failure.details()) {
     latest.text.append(" ");
     latest.text.append(detail);

@@ -76,7 +76,7 @@ TEST(Gloves, WhatCanNotBeOpenedSaysWhy)
       {R"({"simulated": true, "scenario": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
       {R"({"settings": "/none"})", TESSEL_ERROR_SETTINGS, "/none"},
       {R"({"simulated": true, "layout": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
-      {R"({"plugin": "/none", "wait": 0})", TESSEL_ERROR_PLUGIN, "/none"},
+      {R"({"plugin": "/none", "wait": 0})", TESSEL_ERROR_PLUGIN, "With \"plugin\", name the HwTessel file"},
       {R"({"simulated": true, "gloves": "both", "wait": 0, "simulation": ["refuse left on"]})",
        TESSEL_ERROR_GLOVE, "glove"},
   };
