@@ -1,0 +1,258 @@
+#include "library/RecordRing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <thread>
+
+#include "library/EventQueue.h"
+#include "tests/library/RecordBlock.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using library::RecordRing;
+
+// A record that shows its number in each value.
+class Numbered {
+ public:
+  Numbered(std::uint64_t number, std::size_t elements) : number_(number), elements_(elements)
+  {
+    for (std::size_t glove = 0; glove < frames_.size(); ++glove) {
+      frames_[glove] = {.number = signedNumber() + static_cast<std::int64_t>(glove),
+                        .ticks = 10 * signedNumber(),
+                        .sampledMs = time() - 1};
+    }
+    for (std::size_t index = 0; index < elements; ++index) {
+      elements_[index] = static_cast<std::uint16_t>(number + index);
+    }
+  }
+
+  Record record() const
+  {
+    return {.timeMs = time(),
+            .arrivalMs = time() + 0.5,
+            .pluginMs = static_cast<std::uint32_t>(number_),
+            .frames = frames_,
+            .elements = elements_};
+  }
+
+ private:
+  std::int64_t signedNumber() const { return static_cast<std::int64_t>(number_); }
+  double time() const { return static_cast<double>(number_); }
+
+  std::uint64_t number_;
+  std::array<GloveFrame, 2> frames_;
+  std::vector<std::uint16_t> elements_;
+};
+
+void addTo(RecordRing& ring, std::uint64_t first, std::uint64_t end, std::size_t elements)
+{
+  for (std::uint64_t number = first; number < end; ++number) {
+    ring.add(Numbered(number, elements).record());
+  }
+}
+
+// Fails unless the block has the records that it says it has.
+void expectRecords(const RecordBlock& block, std::size_t elements)
+{
+  RecordBlock wanted(1, block.view.gloves, block.view.elements);
+  for (std::uint32_t row = 0; row < block.view.count; ++row) {
+    library::copyRecord(Numbered(block.view.first + row, elements).record(), wanted.view, 0);
+    if (block.row(row) == wanted.row(0)) continue;
+    ADD_FAILURE() << "row " << row << " of " << block.view.count << ":\n"
+                  << block.row(row) << "\ninstead of\n"
+                  << wanted.row(0);
+    return;
+  }
+}
+
+TEST(RecordRing, CountsWhatIsTakenAndDropped)
+{
+  constexpr std::size_t capacity = 100;
+  constexpr std::size_t elements = 3;
+  struct Result {
+    std::uint64_t first, count, overflowed;
+    bool operator==(const Result&) const = default;
+  };
+  // Adds records, then takes or copies some, with a ring for 100.
+  const struct {
+    std::uint64_t added;
+    std::uint32_t capacity;
+    bool copies;
+    Result result;
+  } steps[] = {
+      {0, 10, true, {0, 0, 0}},      // nothing yet
+      {0, 10, false, {0, 0, 0}},     //
+      {5, 3, false, {0, 3, 0}},      //
+      {0, 10, false, {3, 2, 0}},     //
+      {0, 10, true, {0, 5, 0}},      // the taken ones are still the latest
+      {100, 40, false, {5, 40, 0}},  // a full buffer
+      {40, 10, true, {135, 10, 0}},  // full again
+      {0, 35, false, {45, 35, 0}},   //
+      {35, 1, false, {80, 1, 0}},    // full to the last one
+      {2, 10, false, {82, 10, 1}},   // one too many
+      {1000, 10, false, {1082, 10, 990}}, {0, 200, true, {1082, 100, 0}},  // more than the buffer has
+      {20, 10, false, {1102, 10, 10}},    {0, 200, false, {1112, 90, 0}}, {0, 200, false, {1202, 0, 0}},
+      {250, 200, true, {1352, 100, 0}},  // does not report what take() then does
+      {0, 200, false, {1352, 100, 150}},
+  };
+  RecordRing ring(capacity, 2, elements);
+  std::uint64_t added = 0;
+  std::uint64_t taken = 0;
+  std::uint64_t overflowed = 0;
+  for (const auto& step : steps) {
+    SCOPED_TRACE("after " + std::to_string(added) + " + " + std::to_string(step.added));
+    addTo(ring, added, added + step.added, elements);
+    added += step.added;
+    // Rows of the caller may be wider.
+    RecordBlock block(step.capacity, 3, elements + 2);
+    const auto count = step.copies ? ring.copyLatest(block.view) : ring.take(block.view, 0ms);
+    EXPECT_EQ(count, block.view.count);
+    EXPECT_EQ(block.view.first, step.result.first);
+    EXPECT_EQ(block.view.count, step.result.count);
+    EXPECT_EQ(block.view.overflowed, step.result.overflowed);
+    expectRecords(block, elements);
+    if (!step.copies) taken += block.view.count;
+    overflowed += block.view.overflowed;
+    const auto counts = ring.counts();
+    EXPECT_EQ(counts.records, added);
+    if (!step.copies) {
+      EXPECT_EQ(counts.overflowed, overflowed);
+    }
+    EXPECT_EQ(counts.buffered, added - taken - counts.overflowed);
+  }
+}
+
+TEST(RecordRing, FillsOnlyTheArraysThatThereAre)
+{
+  RecordRing ring(4, 2, 2);
+  addTo(ring, 7, 8, 2);
+  tessel_block none{};
+  none.size = sizeof none;
+  none.capacity = 4;
+  none.gloves = 2;
+  none.elements = 2;
+  EXPECT_EQ(ring.copyLatest(none), 1U);
+  EXPECT_EQ(ring.take(none, 0ms), 1U);
+}
+
+TEST(RecordRing, WakesThoseWhoWait)
+{
+  RecordRing ring(8, 2, 1);
+  std::atomic<unsigned> taken = 0;
+  {
+    std::vector<std::jthread> readers;
+    for (const auto timeout : {-1ms, -1ms, std::chrono::milliseconds(std::chrono::hours(24))}) {
+      readers.emplace_back([&ring, &taken, timeout] {
+        RecordBlock block(1, 2, 1);
+        while (ring.take(block.view, timeout) > 0) {
+          ++taken;
+        }
+        EXPECT_TRUE(ring.hasEnded());
+      });
+    }
+    // One after the other, so each wakes a reader.
+    for (unsigned number = 0; number < 50; ++number) {
+      addTo(ring, number, number + 1, 1);
+      while (taken <= number) {
+        std::this_thread::yield();
+      }
+    }
+    ring.end();
+  }
+  EXPECT_EQ(taken, 50U);
+  RecordBlock block(1, 2, 1);
+  EXPECT_EQ(ring.take(block.view, -1ms), 0U) << "the end stays";
+}
+
+TEST(RecordRing, KeepsWhatIsThereAtTheEnd)
+{
+  RecordRing ring(8, 2, 1);
+  addTo(ring, 0, 3, 1);
+  ring.end();
+  RecordBlock block(2, 2, 1);
+  EXPECT_EQ(ring.take(block.view, -1ms), 2U);
+  EXPECT_EQ(ring.take(block.view, -1ms), 1U);
+  EXPECT_EQ(ring.take(block.view, -1ms), 0U);
+  EXPECT_EQ(ring.copyLatest(block.view), 2U);
+}
+
+// With a slow and a fast writer: each record is read once, or counted as dropped.
+TEST(RecordRing, SeveralReadersShareTheRecords)
+{
+  constexpr std::uint64_t records = 10'000;
+  constexpr std::size_t elements = 20;
+  for (const bool isWriterFast : {false, true}) {
+    RecordRing ring(200, 2, elements);
+    std::vector<std::atomic<int>> reads(records);
+    std::atomic<std::uint64_t> taken = 0;
+    std::atomic<std::uint64_t> overflowed = 0;
+    const auto take = [&](std::uint32_t capacity) {
+      RecordBlock block(capacity, 2, elements);
+      std::uint64_t next = 0;
+      while (ring.take(block.view, -1ms) > 0) {
+        EXPECT_GE(block.view.first, next + block.view.overflowed);
+        next = block.view.first + block.view.count;
+        expectRecords(block, elements);
+        for (std::uint64_t number = block.view.first; number < next; ++number) {
+          ++reads[number];
+        }
+        taken += block.view.count;
+        overflowed += block.view.overflowed;
+      }
+      overflowed += block.view.overflowed;
+    };
+    const auto copy = [&] {
+      RecordBlock block(300, 2, elements);
+      std::uint64_t end = 0;
+      while (!ring.hasEnded()) {
+        ring.copyLatest(block.view);
+        EXPECT_GE(block.view.first + block.view.count, end) << "earlier ones than before";
+        end = block.view.first + block.view.count;
+        expectRecords(block, elements);
+      }
+    };
+    {
+      std::vector<std::jthread> readers;
+      for (const std::uint32_t capacity : {1U, 50U, 1000U}) {
+        readers.emplace_back(take, capacity);
+      }
+      readers.emplace_back(copy);
+      for (std::uint64_t number = 0; number < records; ++number) {
+        addTo(ring, number, number + 1, elements);
+        if (!isWriterFast && number % 64 == 0) std::this_thread::yield();
+      }
+      ring.end();
+    }
+    EXPECT_EQ(taken + overflowed, records);
+    EXPECT_EQ(overflowed, ring.counts().overflowed);
+    EXPECT_EQ(std::ranges::count_if(reads, [](int count) { return count == 1; }),
+              static_cast<std::int64_t>(taken));
+    EXPECT_EQ(std::ranges::count_if(reads, [](int count) { return count == 0; }),
+              static_cast<std::int64_t>(overflowed));
+  }
+}
+
+TEST(EventQueue, KeepsTheLatestUntilTheyAreTaken)
+{
+  library::EventQueue queue;
+  for (std::size_t number = 0; number < library::EventQueue::capacity + 2; ++number) {
+    queue.add({.timeMs = number % 2 == 0 ? Record::unknown : 12.5,
+               .event = "marker",
+               .glove = "left",
+               .detail = std::to_string(number) + " \"\xC3\xA4\xFF\n"});
+  }
+  EXPECT_EQ(queue.dropped(), 2U);
+  EXPECT_THROW(queue.take([](const std::string&) { throw std::bad_alloc(); }), std::bad_alloc);
+  std::vector<std::string> texts;
+  while (queue.take([&](const std::string& text) { texts.push_back(text); })) {
+  }
+  ASSERT_EQ(texts.size(), library::EventQueue::capacity);
+  EXPECT_EQ(texts[0], R"({"timeMs":null,"event":"marker","glove":"left","detail":"2 \"\u00e4\ufffd\n"})");
+  EXPECT_EQ(texts[1], R"({"timeMs":12.5,"event":"marker","glove":"left","detail":"3 \"\u00e4\ufffd\n"})");
+}
+
+}  // namespace
