@@ -85,3 +85,8 @@ __all__ = [
     "ports",
     "version",
 ]
+
+# What users read in tracebacks.
+for _name in __all__:
+    if isinstance(globals()[_name], type):
+        globals()[_name].__module__ = __name__

@@ -3,18 +3,21 @@
 from __future__ import annotations
 
 
-
 class Error(Exception):
     """An error, in the library's words: what happened, and on a second line what to do.
 
-    `status` is the library's number of the error, and `advice` the second line alone. An error that has no class
+    `status` is the library's number of the error, `text` and `advice` are the two lines. An error that has no class
     of its own is one of the library itself.
     """
 
     def __init__(self, status: int, text: str, advice: str = "") -> None:
         super().__init__(f"{text}\n{advice}" if advice else text)
         self.status = status
+        self.text = text
         self.advice = advice
+
+    def __reduce__(self) -> tuple[type[Error], tuple[int, str, str]]:
+        return type(self), (self.status, self.text, self.advice)  # for exceptions of other processes
 
 
 class LibraryError(Error):

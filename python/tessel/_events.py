@@ -24,5 +24,8 @@ def read_event(values: dict[str, Any]) -> Event:
     """The event of a JSON object of the library."""
     time = values.get("timeMs")
     return Event(
-        math.nan if time is None else float(time), values["event"], values.get("glove") or "", values.get("detail") or ""
+        math.nan if time is None else float(time),
+        values["event"],
+        values.get("glove") or "",
+        values.get("detail") or "",
     )

@@ -98,7 +98,8 @@ class Records:
         try:
             import pandas
         except ImportError as error:
-            raise ImportError("to_pandas() needs the package pandas: install python3-pandas, or pandas with pip.") from error
+            text = "to_pandas() needs the package pandas: install python3-pandas, or pandas with pip."
+            raise ImportError(text) from error
         index = pandas.Index(self.time_ms, name="time_ms")
         return pandas.DataFrame(self.samples, index=index, columns=list(self.layout.columns))
 
