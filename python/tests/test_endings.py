@@ -27,26 +27,23 @@ def test_lost_gloves_raise_after_the_buffered_records():
         assert raised.value.status == -15 and str(raised.value)
         with pytest.raises(tessel.LostError):
             gloves.read_block(timeout=0)
-        with pytest.raises((tessel.StateError, tessel.LostError)):
-            gloves.marker()
         assert "ended" in repr(gloves)
 
 
 def test_records_that_overflow_are_counted_and_warned_of():
-    with tessel.open(simulated=True, simulation=["rate 80", "packets 2"], buffer=10) as gloves:
-        gloves.read()
+    with tessel.open(simulated=True, simulation=["rate 50"], buffer=10) as gloves:
         while not gloves.statistics().overflowed:
             time.sleep(0.02)
         with pytest.warns(tessel.OverflowWarning) as warned:
-            block = gloves.read_block(min_records=10)
-        assert block.overflowed == block.first - 1 > 0
+            block = gloves.read_block(max_records=10)
+        assert block.overflowed == block.first > 0
         assert f"{block.overflowed} records" in str(warned[0].message) and warned[0].filename == __file__
         gloves.read()  # without a warning, which would be an error here
 
 
 @pytest.mark.parametrize("end, error", [("cancel", tessel.CancelledError), ("close", tessel.ClosedError)])
 def test_another_thread_ends_reading(end, error):
-    with tessel.open(simulated=True, simulation=["packets 2"]) as gloves:
+    with tessel.open(simulated=True) as gloves:
         failures = []
 
         def read():
@@ -94,8 +91,9 @@ def test_forgotten_gloves_are_closed_with_a_warning():
 OPENING = "import tessel; print('begin'); tessel.open(simulated=True, simulation=['hide both'], wait=60)"
 READING = """
 import tessel
-with tessel.open(simulated=True, simulation=["rate 1"]) as gloves, gloves.record("run.csv"):
-    gloves.read()
+with tessel.open(simulated=True) as gloves, gloves.record("run.csv"):
+    gloves.read_block(min_records=5)
+    gloves.simulate("silent both")
     print("begin")
     for record in gloves: pass
 """
@@ -120,7 +118,7 @@ def test_errors_of_opening_have_the_words_and_advice_of_the_library(start):
     program = "import tessel, sys\ntry: tessel.open(gloves='one')\nexcept tessel.NoDongleError as e: print(e.status, e)"
     output, errors = start(program, TESSEL_SERIAL_PORTS="COM7=/no/such/port").communicate(timeout=20)
     assert not errors and output.startswith("-10 ") and len(output.splitlines()) >= 2
-    with pytest.raises(tessel.OptionError, match="three"):
+    with pytest.raises(tessel.OptionError, match="gloves"):
         tessel.open(gloves="three")
     with pytest.raises(tessel.PluginError, match="no/plugin.so"):
         tessel.open(simulated=True, plugin="/no/plugin.so")
