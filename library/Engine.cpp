@@ -53,7 +53,10 @@ std::filesystem::path installedPlugin()
 
 }  // namespace
 
-Engine::Engine(GlovesOptions options) : options_(std::move(options)) {}
+Engine::Engine(GlovesOptions options, std::function<void()> closeAtExit)
+    : options_(std::move(options)), closeAtExit_(std::move(closeAtExit))
+{
+}
 
 Engine::~Engine()
 {
@@ -86,6 +89,9 @@ void Engine::start()
     if (run.hardware.plugin.empty()) run.hardware.plugin = installedPlugin();
     const std::filesystem::path variable = takeCaptureVariable();
     if (run.capture.empty() && !run.isUncaptured) run.capture = variable;
+    process::pin();
+    closeAtExit_();
+    run.hardware.onLoaded = closeAtExit_;
     run_ = std::make_unique<GloveRun>(run);
     setState(TESSEL_OPENING);
     thread_ = std::thread([this] { work(); });
@@ -160,6 +166,7 @@ Ending Engine::measure()
     // Closed meanwhile: nobody may wait for records.
     if (isClosed_) opened->ring->end();
   }
+  closeAtExit_();
   setState(TESSEL_CONNECTED);
   Ending ending = run_->run(stop_);
   run_->finish(ending);
@@ -260,6 +267,7 @@ void Engine::waiting(const Waiting& /*waiting*/, const RecordingFigures& figures
 void Engine::back(double /*seconds*/, unsigned /*attempts*/, const RecordingFigures& figures)
 {
   noteFigures(figures);
+  closeAtExit_();
   setState(TESSEL_CONNECTED);
 }
 

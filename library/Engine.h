@@ -12,6 +12,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -34,7 +35,9 @@ class Engine final : private RecordSink, private SessionListener {
  public:
   using Timeout = std::chrono::milliseconds;  // negative: endless
 
-  explicit Engine(GlovesOptions options);
+  // `closeAtExit` has the process close the gloves at its end. It is called again whenever the plug-in may
+  // have made objects, so that they outlast its call.
+  Engine(GlovesOptions options, std::function<void()> closeAtExit);
   ~Engine() override;
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
@@ -105,6 +108,7 @@ class Engine final : private RecordSink, private SessionListener {
   static double now(const RecordingFigures& figures);
 
   const GlovesOptions options_;
+  const std::function<void()> closeAtExit_;
   EventQueue events_;
   MarkerQueue markers_;
   LiveRecording recording_{[this](const std::string& detail) { addEvent("recording", detail); }};

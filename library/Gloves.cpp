@@ -52,7 +52,8 @@ tessel_status tessel_create(const char* options, tessel_gloves* gloves) noexcept
 {
   return guarded([&] {
     if (gloves == nullptr) throw nullArgument("gloves");
-    *gloves = table().add(std::make_shared<Engine>(parseGlovesOptions(options)));
+    const auto closeAtExit = [] { process::atExit(closeAll); };
+    *gloves = table().add(std::make_shared<Engine>(parseGlovesOptions(options), closeAtExit));
     return TESSEL_OK;
   });
 }
@@ -61,8 +62,6 @@ tessel_status tessel_open(tessel_gloves gloves, int32_t timeoutMs) noexcept
 {
   return guarded([&] {
     const auto engine = find(gloves);
-    process::pin();
-    process::atExit(closeAll);
     engine->start();
     return engine->waitUntilOpen(Engine::Timeout(timeoutMs)) ? TESSEL_OK : TESSEL_TIMEOUT;
   });

@@ -17,9 +17,10 @@ std::filesystem::path ownFolder();
 // From now on the library stays in memory, whatever the program unloads.
 void pin();
 
-// Calls the function at the regular end of the process, but not at that of a forked child, before the objects
-// of the library that exist now are destroyed. One function for the whole library. Does nothing on Windows,
-// where the other threads no longer run by then.
+// Calls the function at the regular end of the process, but not at that of a forked child, before anything is
+// destroyed that exists now, of the program or of a library: what is loaded later is destroyed earlier,
+// unless this is called again. One function for the whole library. Does nothing on Windows, where the other
+// threads no longer run by then.
 void atExit(void (*action)());
 
 // While it exists, no signal interrupts this thread, nor the threads that it starts, for their whole life:

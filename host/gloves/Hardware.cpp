@@ -59,6 +59,7 @@ Hardware::Hardware(const Parts& parts)
   plugin_->setFolders(&services_.folders);
   plugin_->setLog(services_.log.get());
   makeObject(parts.settingsFile);
+  parts.onLoaded();
 }
 
 Hardware::Services::~Services()

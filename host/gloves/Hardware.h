@@ -28,6 +28,7 @@ class Hardware final : public RecordSource {
     bool isLogged;
     bool isSimulated;
     LinkWatch::Time patience;
+    std::function<void()> onLoaded;
   };
 
   // Loads the plug-in and creates the hardware object; opens no port.

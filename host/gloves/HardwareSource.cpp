@@ -167,5 +167,6 @@ std::unique_ptr<Hardware> HardwareSource::make()
                                                     .logFolder = nextLogFolder(),
                                                     .isLogged = !logs_.empty(),
                                                     .isSimulated = simulated_ != nullptr,
-                                                    .patience = patience_});
+                                                    .patience = patience_,
+                                                    .onLoaded = options_.onLoaded});
 }

@@ -33,6 +33,7 @@ struct HardwareOptions {
   std::uint64_t seed = 1;               // of the simulation
   double waitSeconds = 60;              // for how long opening is repeated
   Notice notice = console::notice;
+  std::function<void()> onLoaded = [] {};  // after each loading of the plug-in, and its first use
 };
 
 class HardwareSource {

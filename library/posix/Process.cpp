@@ -69,7 +69,8 @@ void pin()
 
 void atExit(void (*action)())
 {
-  if (actionAtExit.exchange(action) == nullptr && std::atexit(runAtExit) != 0) throw std::bad_alloc();
+  actionAtExit = action;
+  if (std::atexit(runAtExit) != 0) throw std::bad_alloc();
 }
 
 struct SignalsBlocked::Mask {
