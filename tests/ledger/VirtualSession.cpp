@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "host/gloves/SettingsFile.h"
+#include "host/recording/SinkList.h"
 #include "tests/ledger/Differences.h"
 #include "tests/ledger/VirtualConnector.h"
 
@@ -29,7 +30,10 @@ class ComparingSink final : public RecordSink {
     if (!std::ranges::equal(record.elements, truth.elements)) note("wrong elements");
     if (record.arrivalMs < latestArrival_) note("the arrival goes back");
     latestArrival_ = record.arrivalMs;
-    if (plan_.isCaptured) compareFrames(record, delivered);
+    if (plan_.isCaptured) {
+      differences_.checkCut(gloves_.now(), keeper->cut(), written_ - 1);
+      compareFrames(record, delivered);
+    }
     noteTime(record.timeMs, delivered);
     for (std::size_t glove = 1; glove < record.frames.size(); ++glove) {
       noteSampled(glove, record.frames[glove].sampledMs, delivered);
@@ -39,6 +43,8 @@ class ComparingSink final : public RecordSink {
   std::uint64_t written() const { return written_; }
   std::uint64_t untimed() const { return untimed_; }
   std::vector<TimeError> timeErrors(std::size_t glove) const;
+
+  const RecordKeeper* keeper = nullptr;
 
  private:
   struct Timed {
@@ -126,6 +132,8 @@ std::vector<TimeError> ComparingSink::timeErrors(std::size_t glove) const
 
 class NotingListener final : public SessionListener {
  public:
+  explicit NotingListener(RecordSink* follower) : follower_(follower) {}
+
   void recording(const RecordingFigures&) override {}
   void lost(const Failure&, const RecordingFigures&) override {}
   void waiting(const Waiting& waiting, const RecordingFigures&) override
@@ -135,10 +143,17 @@ class NotingListener final : public SessionListener {
     if (attempts.empty() || attempts.back() != words) attempts.push_back(words);
   }
   void back(double, unsigned, const RecordingFigures&) override {}
-  void event(const RecordingEvent& event) override { events.push_back(event); }
+  void event(const RecordingEvent& event) override
+  {
+    events.push_back(event);
+    if (follower_ != nullptr) follower_->addEvent(event);
+  }
 
   std::vector<std::string> attempts;
   std::vector<RecordingEvent> events;
+
+ private:
+  RecordSink* const follower_;
 };
 
 class VirtualSession {
@@ -168,8 +183,13 @@ class VirtualSession {
                         [&platform](auto duration) {
                           platform.clock.advance(std::chrono::round<simulator::Duration>(duration));
                         }};
-    RecordKeeper keeper(layout_, writer_, captured_);
+    SinkList sinks;
+    sinks.add(writer_);
+    if (plan_.follower != nullptr) sinks.add(*plan_.follower);
+    RecordKeeper keeper(layout_, sinks, captured_);
+    writer_.keeper = &keeper;
     Recorder recorder(layout_, keeper, plan_.rules.limits, time.now);
+    if (plan_.follower != nullptr) plan_.follower->follow(keeper, recorder);
     Session session(connector_, recorder, keeper, markers_, listener_, plan_.rules, time);
     SessionResult result;
     result.ending = session.run(first, stop_);
@@ -183,6 +203,7 @@ class VirtualSession {
       compareBooks(result.books);
     }
     recorder.finish(plan_.isCaptured ? std::optional(result.books) : std::nullopt);
+    if (plan_.follower != nullptr) plan_.follower->end(result.books);
     result.reconnections = recorder.figures().reconnections;
     result.events = std::move(listener_.events);
     result.attempts = std::move(listener_.attempts);
@@ -228,7 +249,7 @@ class VirtualSession {
   Differences differences_{plan_.gloves.size(), true};
   ComparingSink writer_{plan_, gloves_, connector_, differences_};
   MarkerQueue markers_;
-  NotingListener listener_;
+  NotingListener listener_{plan_.follower};
   std::atomic<bool> stop_{false};
 };
 

@@ -11,6 +11,14 @@
 #include "host/session/Session.h"
 #include "tests/support/VirtualGloves.h"
 
+// Follows a session with what is written and its events.
+class SessionFollower : public RecordSink {
+ public:
+  // Before the first record. Both live until the end.
+  virtual void follow(const RecordKeeper& keeper, const Recorder& recorder) = 0;
+  virtual void end(const Books& books) = 0;
+};
+
 struct SessionPlan {
   std::vector<simulator::GloveConfig> gloves = VirtualGloves::leftAndRight();
   // Advertises before them, and is hidden at first. Commands know it as "stranger".
@@ -26,6 +34,7 @@ struct SessionPlan {
   bool isCaptured = true;
   std::uint64_t capacity = ~std::uint64_t{0};  // records that fit on the disk
   std::uint64_t seed = 1;                      // of random packet faults
+  SessionFollower* follower = nullptr;
 };
 
 // Of the times of one glove's frames in one connection, in ms: the largest difference from the time of
