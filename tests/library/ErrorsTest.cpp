@@ -61,14 +61,14 @@ TEST(Errors, BelongToTheThread)
 TEST(Errors, AreCutBetweenCharacters)
 {
   for (unsigned shift = 0; shift < 4; ++shift) {
-    std::string long_(shift, '.');
+    std::string source(shift, '.');
     for (int count = 0; count < 1000; ++count) {
-      long_ += "\xE2\x82\xAC";
+      source += "\xE2\x82\xAC";
     }
-    guarded([&]() -> tessel_status { throw Error(TESSEL_ERROR_STATE, long_, long_); });
+    guarded([&]() -> tessel_status { throw Error(TESSEL_ERROR_STATE, source, source); });
     for (const std::string text : {tessel_error_text(), tessel_error_advice()}) {
       ASSERT_TRUE(text.ends_with("\xE2\x82\xAC...")) << text;
-      EXPECT_TRUE(long_.starts_with(text.substr(0, text.size() - 3)));
+      EXPECT_TRUE(source.starts_with(text.substr(0, text.size() - 3)));
       EXPECT_GT(text.size(), 1000U);
     }
   }

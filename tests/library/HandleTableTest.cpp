@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <mutex>
 #include <set>
 #include <thread>
 
@@ -70,6 +71,7 @@ TEST(HandleTable, EachObjectIsRemovedByOneThread)
   };
   {
     std::vector<std::jthread> running;
+    running.reserve(threads);
     for (int thread = 0; thread < threads; ++thread) {
       running.emplace_back(run);
     }

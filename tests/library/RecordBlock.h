@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@ class RecordBlock {
  public:
   static constexpr std::uint16_t untouched = 0xA5A5;
 
-  RecordBlock(std::uint32_t capacity, std::uint32_t gloves, std::uint32_t elements)
+  RecordBlock(std::size_t capacity, std::size_t gloves, std::size_t elements)
       : timeMs(capacity, untouched),
         arrivalMs(capacity, untouched),
         pluginMs(capacity, untouched),
@@ -22,9 +23,9 @@ class RecordBlock {
         sample(capacity * elements, untouched)
   {
     view.size = sizeof view;
-    view.capacity = capacity;
-    view.gloves = gloves;
-    view.elements = elements;
+    view.capacity = static_cast<std::uint32_t>(capacity);
+    view.gloves = static_cast<std::uint32_t>(gloves);
+    view.elements = static_cast<std::uint32_t>(elements);
     view.timeMs = timeMs.data();
     view.arrivalMs = arrivalMs.data();
     view.pluginMs = pluginMs.data();
@@ -37,7 +38,7 @@ class RecordBlock {
   RecordBlock& operator=(const RecordBlock&) = delete;
 
   // All values of a row; NaN is "?".
-  std::string row(std::uint32_t row) const
+  std::string row(std::size_t row) const
   {
     std::string text = number(timeMs[row]) + number(arrivalMs[row]) + std::to_string(pluginMs[row]) + ' ';
     for (std::size_t glove = row * view.gloves; glove < (row + 1) * view.gloves; ++glove) {

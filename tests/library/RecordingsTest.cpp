@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -11,6 +10,7 @@
 #include "host/recording/RecordingFiles.h"
 #include "host/recording/RegionChoice.h"
 #include "tests/library/RecordBlock.h"
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/SampleRecording.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -82,6 +82,8 @@ class Recordings : public testing::Test {
     return Json::parse(text.substr(0, needed - 1));
   }
 
+  // A program's locale changes nothing.
+  const GroupingLocale locale_;
   SampleRecording sample_;
   std::vector<std::string> names_;
   const TemporaryFolder folder_;
@@ -229,13 +231,12 @@ TEST_F(Recordings, DamageIsReportedAfterWhatIsBeforeIt)
 
 TEST_F(Recordings, ThreadsShareARecording)
 {
-  {
-    std::ofstream file(folder_ / "long.csv");
-    file << "time_ms,arrival_ms,plugin_ms,left_0\n";
-    for (int row = 0; row < 5000; ++row) {
-      file << row << ',' << row << ',' << row << ",7\n";
-    }
+  std::string rows = "time_ms,arrival_ms,plugin_ms,left_0\n";
+  for (int row = 0; row < 5000; ++row) {
+    const std::string number = std::to_string(row);
+    rows += number + ',' + number + ',' + number + ",7\n";
   }
+  folder_.write("long.csv", rows);
   const tessel_recording recording = open("long.csv");
   std::mutex mutex;
   std::map<std::uint64_t, std::uint32_t> blocks;  // counts by first record
