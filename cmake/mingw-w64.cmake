@@ -1,7 +1,7 @@
 # Cross build for 64-bit Windows with Debian's mingw-w64, in the variant with POSIX threads.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-# The build of googletest needs a C compiler, too.
+# Tests and the build of googletest need a C compiler, too.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
