@@ -117,8 +117,7 @@ static bool record(tessel_gloves gloves, const char* output)
                         .elements = shape.elements,
                         .timeMs = timeMs,
                         .sample = sample};
-  /* The library writes the file on a thread of its own. If the gloves fail, it completes the recording, too.
-   */
+  /* The library writes the file on its own thread. If the gloves fail, it completes the recording, too. */
   const bool isGood = succeeded(tessel_record(gloves, output, NULL), "tessel_record") &&
                       readRecords(gloves, &block) &&
                       succeeded(tessel_stop_recording(gloves), "tessel_stop_recording");
@@ -132,6 +131,7 @@ static bool printStatistics(tessel_gloves gloves)
   if (!succeeded(tessel_get_statistics(gloves, &statistics), "tessel_get_statistics")) return false;
   printf("%" PRIu64 " records, %.1f per second, %" PRIu64 " reconnections\n", statistics.records,
          statistics.recordsPerSecond, statistics.reconnections);
+  /* The frames of the last tenths of a second are not counted yet. */
   for (int glove = 0; glove < 2 && statistics.isFollowed; ++glove) {
     if (statistics.sent[glove] == 0) continue;
     printf("glove %d: sent %" PRIu64 " frames, of which %" PRIu64 " are in a record\n", glove + 1,
