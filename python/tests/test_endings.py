@@ -107,7 +107,7 @@ def test_ctrl_c_ends_soon(start, program, wait, tmp_path):
     running.send_signal(signal.SIGINT)
     begin = time.monotonic()
     _, errors = running.communicate(timeout=10)
-    assert time.monotonic() - begin < 3
+    assert time.monotonic() - begin < 5  # some 0.1 s, and the time that closing takes
     assert errors.splitlines()[-1] == "KeyboardInterrupt" and "Error" not in errors
     assert running.returncode == -signal.SIGINT
     if program is READING:

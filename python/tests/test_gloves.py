@@ -72,8 +72,10 @@ def test_elements_have_names(gloves):
 
 def test_blocks_of_a_time_have_what_arrives_in_it(gloves):
     drain(gloves)
+    begin = time.monotonic()
     lengths = [len(block) for block, _ in zip(gloves.blocks(seconds=0.25), range(4))]
-    assert 30 <= sum(lengths) <= 50 and min(lengths) >= 4, lengths
+    assert len(lengths) == 4 and time.monotonic() - begin >= 0.99
+    assert 20 <= sum(lengths) <= 100, lengths
 
 
 def test_the_latest_records_stay_to_be_read(gloves):
@@ -87,10 +89,11 @@ def test_the_latest_records_stay_to_be_read(gloves):
 
 def test_a_timeout_returns_fewer_records_or_raises(gloves):
     drain(gloves)
-    assert len(gloves.read_block(timeout=0.1, min_records=1000, max_records=1000)) in range(1, 20)
-    drain(gloves)
+    begin = time.monotonic()
+    assert len(gloves.read_block(timeout=0.2, min_records=1000)) in range(1, 1000)
+    assert time.monotonic() - begin >= 0.2
     with pytest.raises(TimeoutError, match="0.001 s"):
-        for _ in range(10):
+        while True:
             gloves.read(timeout=0.001)
     with pytest.raises(ValueError):
         gloves.read_block(max_records=5, min_records=6)
@@ -102,12 +105,12 @@ def test_statistics_add_up(gloves):
     statistics = gloves.statistics()
     assert statistics.state is tessel.State.CONNECTED
     assert statistics.records >= record.number and statistics.overflowed == 0
-    assert statistics.buffered < 10 and abs(statistics.records_per_second - 40) < 5
-    assert record.time_ms < statistics.now_ms < record.time_ms + 2000
+    assert statistics.buffered < statistics.records and abs(statistics.records_per_second - 40) < 5
+    assert record.time_ms < statistics.now_ms < record.time_ms + 10000
     assert statistics.is_followed and statistics.is_balanced and statistics.battery == 0.75
     assert list(statistics.gloves) == ["left", "right"]
     for glove in statistics.gloves.values():
-        assert 0 <= glove.pending <= 20 and glove.recorded >= record.number - 20
+        assert 0 <= glove.pending < 100 and glove.recorded > record.number - 100
         assert glove.sent + glove.repeated == glove.recorded + sum(glove.lost_by_cause.values()) + glove.pending
 
 

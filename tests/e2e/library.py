@@ -48,8 +48,8 @@ def main():
             if language == "c":
                 command = [folder / "program"]
                 warnings = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Werror"]
-                linked = [library, f"-Wl,-rpath,{library.parent}"]
-                run(["gcc", "-std=c11", *warnings, f"-I{headers}", source, *linked, "-o", *command], folder, environment)
+                linked = [library, f"-Wl,-rpath,{library.parent}", "-o", *command]
+                run(["gcc", "-std=c11", *warnings, f"-I{headers}", source, *linked], folder, environment)
             last = run(command, folder, environment).splitlines()[-1]
             if not re.fullmatch(expected, last):
                 sys.exit(f"printed {last!r} instead of {expected!r}:\n{program}")
