@@ -35,6 +35,7 @@ void LiveRecording::begin(const RecordOptions& options, const RecordingMetadata&
   {
     const std::scoped_lock lock(mutex_);
     if (!hasEnded_) files_ = std::move(files);
+    isRunning_ = files_ != nullptr;
   }
   if (files) {
     // They ended meanwhile. Without a record it is deleted.
@@ -55,6 +56,7 @@ void LiveRecording::stop(const RecordingFigures& figures, const std::vector<std:
       return;
     }
     files = std::move(files_);
+    isRunning_ = false;
   }
   if (!files) {
     throw Error(TESSEL_ERROR_STATE, "there is no recording.", "Begin one with tessel_record().");
@@ -95,6 +97,7 @@ void LiveRecording::write(const Action& action)
     } catch (const Failure& failure) {
       files_->abandon(figures_, failure.what());
       files_.reset();
+      isRunning_ = false;
       failure_ = failed = failure;
       isWaitingForStop_ = true;
     }
@@ -128,6 +131,7 @@ void LiveRecording::end(const RecordingFigures& figures, const std::vector<std::
     const std::scoped_lock lock(mutex_);
     hasEnded_ = true;
     files = std::move(files_);
+    isRunning_ = false;
     isWaitingForStop_ = isWaitingForStop_ || files;
   }
   if (!files) return;
@@ -137,12 +141,6 @@ void LiveRecording::end(const RecordingFigures& figures, const std::vector<std::
     const std::scoped_lock lock(mutex_);
     failure_ = failure;
   }
-}
-
-bool LiveRecording::isRunning() const
-{
-  const std::scoped_lock lock(mutex_);
-  return files_ != nullptr;
 }
 
 std::optional<Failure> LiveRecording::takeFailure()

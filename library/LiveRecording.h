@@ -5,6 +5,7 @@
 // stop() wait for each other. Errors: as described at each function.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -38,7 +39,7 @@ class LiveRecording {
   void end(const RecordingFigures& figures, const std::vector<std::string>& labels,
            const std::optional<Books>& books, const std::string& words);
 
-  bool isRunning() const;
+  bool isRunning() const { return isRunning_; }
   // Why a recording that ended by itself, and that nobody has stopped, is not complete; empty if it is, or if
   // there was none.
   std::optional<Failure> takeFailure();
@@ -50,8 +51,9 @@ class LiveRecording {
                 const std::optional<Books>& books, const std::string& words);
 
   const OnEvent onEvent_;
-  std::mutex calls_;          // held for the whole of begin() and stop()
-  mutable std::mutex mutex_;  // of what follows
+  std::atomic<bool> isRunning_{false};
+  std::mutex calls_;  // held for the whole of begin() and stop()
+  std::mutex mutex_;  // of what follows
   std::unique_ptr<FileRecording> files_;
   RecordingFigures figures_;        // latest
   bool hasEnded_ = false;           // the gloves
