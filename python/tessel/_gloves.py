@@ -8,9 +8,9 @@ import json
 import math
 import os
 import sys
-import threading
 import time
 import warnings
+import weakref
 from types import TracebackType
 from typing import Any, Iterator, Optional, Sequence, Union
 
@@ -102,17 +102,15 @@ class Gloves:
     `read_block()` and the iterators.
     """
 
-    _is_closed = True  # until there is a handle
-
     def __init__(self, options: dict[str, Any]) -> None:
         """Use `tessel.open()`."""
         self._library = _library.library()
         self._process = os.getpid()
-        self._closing = threading.Lock()
         self._handle = ctypes.c_uint64()
         text = json.dumps(options, ensure_ascii=False)
         _library.check(self._library.tessel_create(_library.encode(text), ctypes.byref(self._handle)))
-        self._is_closed = False
+        # For whoever forgets it. At the end of the program, too, as long as other threads can still handle it.
+        self._closing = weakref.finalize(self, _close_forgotten, self._handle, self._process)
         try:
             while _library.check(self._library.tessel_open(self._handle, _SLICE_MS)) == _library.TIMEOUT:
                 pass
@@ -260,11 +258,8 @@ class Gloves:
         Raises an exception if the recording is not complete. Does nothing if they are closed, and in a fork of the
         process that opened them.
         """
-        with self._closing:
-            if self._is_closed or os.getpid() != self._process:
-                return
-            self._is_closed = True
-        _library.check(self._library.tessel_close(self._handle))
+        if os.getpid() == self._process and self._closing.detach():
+            _library.check(self._library.tessel_close(self._handle))
 
     def _close_quietly(self) -> None:
         try:
@@ -283,15 +278,9 @@ class Gloves:
         else:
             self._close_quietly()
 
-    def __del__(self) -> None:
-        if self._is_closed or os.getpid() != self._process:
-            return
-        warnings.warn(f"unclosed {self!r}", ResourceWarning, source=self)
-        self._close_quietly()
-
     def __repr__(self) -> str:
         names = ", ".join(f"{group.label} {group.module}".rstrip() for group in self._layout.groups)
-        if self._is_closed:
+        if not self._closing.alive:
             return f"<tessel.Gloves {names}: closed>"
         try:
             statistics = self.statistics()
@@ -348,6 +337,12 @@ class RunningRecording:
 
     def __repr__(self) -> str:
         return f"<tessel.RunningRecording {self.path!r}{': stopped' if self._is_stopped else ''}>"
+
+
+def _close_forgotten(handle: ctypes.c_uint64, process: int) -> None:
+    if os.getpid() == process:
+        warnings.warn("gloves were not closed: use `with tessel.open()`", ResourceWarning, stacklevel=_users_level())
+        _library.library().tessel_close(handle)
 
 
 def _deadline(timeout: Optional[float]) -> float:

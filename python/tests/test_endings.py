@@ -67,7 +67,7 @@ def test_another_thread_ends_reading(end, error):
 
 def test_forgotten_gloves_are_closed_with_a_warning():
     gloves = tessel.open(simulated=True)
-    with pytest.warns(ResourceWarning, match="KVXGL00017"):
+    with pytest.warns(ResourceWarning, match="not closed"):
         del gloves
         gc.collect()
     with tessel.open(simulated=True, gloves="left") as gloves:  # not busy
@@ -86,6 +86,19 @@ def test_forgotten_gloves_are_closed_with_a_warning():
                 os._exit(1)
         assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 7
         gloves.read_block(min_records=5)
+
+
+def test_a_program_may_end_without_closing(start, tmp_path):
+    program = """
+import tessel, threading
+gloves = tessel.open(simulated=True)
+gloves.record("run.csv")
+gloves.read_block(min_records=20)
+threading.Thread(target=lambda: [None for _ in gloves], daemon=True).start()
+"""
+    _, errors = (running := start(program)).communicate(timeout=20)
+    assert running.returncode == 0, errors
+    assert tessel.load(tmp_path / "run.csv").metadata["complete"]
 
 
 OPENING = "import tessel; print('begin'); tessel.open(simulated=True, simulation=['hide both'], wait=60)"
