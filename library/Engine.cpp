@@ -387,6 +387,10 @@ tessel_statistics Engine::statistics() const
 void Engine::mark(const char* text)
 {
   opened();
+  {
+    const std::scoped_lock lock(mutex_);
+    if (state_ == TESSEL_ENDED) throw causeOfEnd();
+  }
   markers_.add(host::uptime(), text == nullptr ? "" : text);
 }
 

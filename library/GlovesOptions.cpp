@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/Text.h"
 #include "library/Boundary.h"
 
 namespace library {
@@ -17,28 +18,30 @@ namespace {
 
 using Json = nlohmann::json;
 
-Error wrongValue(std::string_view name, std::string_view wanted)
+Error wrongValue(std::string_view name, std::string_view wanted, const Json& value)
 {
-  return {TESSEL_ERROR_ARGUMENT, fmt::format("the option \"{}\" must be {}.", name, wanted),
+  const std::string given = value.dump(-1, ' ', true, Json::error_handler_t::replace);
+  return {TESSEL_ERROR_ARGUMENT,
+          fmt::format("the option \"{}\" must be {}, not {}.", name, wanted, excerpt(given)),
           "tessel.h and docs/library.md describe the options."};
 }
 
 bool boolean(std::string_view name, const Json& value)
 {
-  if (!value.is_boolean()) throw wrongValue(name, "true or false");
+  if (!value.is_boolean()) throw wrongValue(name, "true or false", value);
   return value.get<bool>();
 }
 
 std::string text(std::string_view name, const Json& value)
 {
-  if (!value.is_string()) throw wrongValue(name, "a text");
+  if (!value.is_string()) throw wrongValue(name, "a text", value);
   return value.get<std::string>();
 }
 
 std::filesystem::path file(std::string_view name, const Json& value)
 {
   const std::string path = text(name, value);
-  if (path.empty() || path.find('\0') != std::string::npos) throw wrongValue(name, "a file or folder");
+  if (path.empty() || path.find('\0') != std::string::npos) throw wrongValue(name, "a file or folder", value);
   return pathArgument(path.c_str(), fmt::format("the option \"{}\"", name).c_str());
 }
 
@@ -46,7 +49,7 @@ double seconds(std::string_view name, const Json& value)
 {
   constexpr double highest = 1e9;
   const double number = value.is_number() ? value.get<double>() : -1;
-  if (!(number >= 0 && number <= highest)) throw wrongValue(name, "a number of seconds from 0 to 1e9");
+  if (!(number >= 0 && number <= highest)) throw wrongValue(name, "a number of seconds from 0 to 1e9", value);
   return number;
 }
 
@@ -55,7 +58,7 @@ std::uint64_t whole(std::string_view name, const Json& value, std::uint64_t lowe
   const bool isWhole = value.is_number_unsigned();
   const auto number = isWhole ? value.get<std::uint64_t>() : 0;
   if (!isWhole || number < lowest || number > highest) {
-    throw wrongValue(name, fmt::format("a whole number from {} to {}", lowest, highest));
+    throw wrongValue(name, fmt::format("a whole number from {} to {}", lowest, highest), value);
   }
   return number;
 }
@@ -63,9 +66,9 @@ std::uint64_t whole(std::string_view name, const Json& value, std::uint64_t lowe
 std::vector<std::string> texts(std::string_view name, const Json& value)
 {
   std::vector<std::string> all;
-  if (!value.is_array()) throw wrongValue(name, "an array of texts");
+  if (!value.is_array()) throw wrongValue(name, "an array of texts", value);
   for (const Json& each : value) {
-    if (!each.is_string()) throw wrongValue(name, "an array of texts");
+    if (!each.is_string()) throw wrongValue(name, "an array of texts", value);
     all.push_back(each.get<std::string>());
   }
   return all;
@@ -78,7 +81,7 @@ Gloves gloves(std::string_view name, const Json& value)
   for (const auto& [word, choice] : choices) {
     if (value == word) return choice;
   }
-  throw wrongValue(name, "\"both\", \"one\", \"left\" or \"right\"");
+  throw wrongValue(name, "\"both\", \"one\", \"left\" or \"right\"", value);
 }
 
 template <class Options>
@@ -123,7 +126,7 @@ const Option<FormatOptions> recordOptions[] = {
      [](auto& to, auto name, auto& value) {
        const auto names = formatNames();
        const auto found = std::ranges::find(names, text(name, value));
-       if (found == names.end()) throw wrongValue(name, "\"csv\", \"npy\" or \"xdf\"");
+       if (found == names.end()) throw wrongValue(name, "\"csv\", \"npy\" or \"xdf\"", value);
        to.format = formatNamed(*found);
      }},
     {"replace", [](auto& to, auto name, auto& value) { to.replaces = boolean(name, value); }},

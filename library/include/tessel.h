@@ -14,7 +14,7 @@
  * functions return directly are the library's.
  *
  * Texts are UTF-8 and end with a zero byte. Times of records are milliseconds since the first record of the
- * gloves was sampled. Elements are raw counts, 0 to 65535.
+ * gloves was sampled, or in a recording since its own first one. Elements are raw counts, 0 to 65535.
  *
  * Structures begin with their size, which the caller sets: later versions of the library may add members at
  * their end, and leave alone what a program that was built before does not have.
@@ -67,7 +67,7 @@ enum {
   TESSEL_ERROR_GLOVES = -13,   /* fewer gloves than requested */
   TESSEL_ERROR_GLOVE = -14,    /* a glove could not be initialized, or has faulty sensors */
   TESSEL_ERROR_SILENCE = -15,  /* the gloves were lost and did not come back in time */
-  TESSEL_ERROR_REFUSED = -16,  /* the plug-in or the simulation does not know the command */
+  TESSEL_ERROR_REFUSED = -16,  /* the plug-in has no reply, or the simulation does not know the command */
   TESSEL_ERROR_BOOKS = -17,    /* the library cannot explain what became of each frame of a recording */
 
   TESSEL_ERROR_HANDLE = -100, /* no handle, or closed, also by another thread during the call */
@@ -237,11 +237,13 @@ TESSEL_API tessel_status tessel_next_event(tessel_gloves gloves, char* text, siz
 TESSEL_API tessel_status tessel_marker(tessel_gloves gloves, const char* text) TESSEL_NOEXCEPT;
 
 /* Records into a file or folder, from the next record on, until tessel_stop_recording(), the end of the
- * gloves or tessel_close(). Its name ends in ".part" until then. The formats are those of `tessel record`.
- * `options` is a JSON object, or null for none: "format"    "csv", "npy" or "xdf"; by default the name's
- * extension decides, otherwise csv "replace"   true: replace an existing recording TESSEL_ERROR_BUSY if there
- * is a recording already. Reading the gloves goes on if writing fails: an event says so, and
- * tessel_stop_recording() returns the error. */
+ * gloves or tessel_close(). Its name ends in ".part" until then. The formats are those of `tessel record`;
+ * the times in it begin with its own first record, and its books account for the frames from there on.
+ * `options` is a JSON object, or null for none:
+ *   "format"    "csv", "npy" or "xdf"; by default the name's extension decides, otherwise csv
+ *   "replace"   true: replace an existing recording
+ * TESSEL_ERROR_BUSY if there is a recording already. Reading the gloves goes on if writing fails: an event
+ * says so, and tessel_stop_recording() returns the error. */
 TESSEL_API tessel_status tessel_record(tessel_gloves gloves, const char* path,
                                        const char* options) TESSEL_NOEXCEPT;
 

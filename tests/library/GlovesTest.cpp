@@ -45,7 +45,7 @@ TEST(Gloves, OptionsThatCanNotBeUsedAreNamed)
       {"[]", "not a JSON object"},
       {"{\"simulated\": true", "not a JSON object"},
       {R"({"simulate": true})", "no option \"simulate\""},
-      {R"({"simulated": 1})", "\"simulated\" must be true or false"},
+      {R"({"simulated": 1})", "\"simulated\" must be true or false, not 1."},
       {R"({"gloves": "three"})", "\"gloves\" must be"},
       {R"({"settings": ""})", "\"settings\" must be a file"},
       {R"({"settings": "a\u0000b"})", "\"settings\" must be a file"},
