@@ -57,8 +57,16 @@ class BooksTest : public testing::Test {
     accounts_->addRecord(now_,
                          Samples(gloves * elements, static_cast<std::uint16_t>(value_ * 257 + difference)));
     accounts_->settle(now_ + 1us);
-    accounts_->takeOrigin();
     accounts_->noteWritten();
+  }
+  // Of the part from one record to another.
+  Books part(std::size_t first, std::size_t last)
+  {
+    accounts_->settle(now_ + 1s);
+    while (const auto origin = accounts_->takeOrigin()) {
+      cuts_.push_back(*origin->cut);
+    }
+    return partOf(cuts_.at(first).before(), cuts_.at(last).after());
   }
   void steady(std::uint8_t begin, std::uint8_t end)
   {
@@ -76,6 +84,7 @@ class BooksTest : public testing::Test {
   std::chrono::nanoseconds now_ = 100s;
   std::uint8_t value_ = 0;
   std::unique_ptr<LinkAccounts> accounts_;
+  std::vector<BooksCut> cuts_;
 };
 
 TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
@@ -167,6 +176,53 @@ TEST_F(BooksTest, SayWhatDoesNotBalance)
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->what(), std::string("the books do not balance: ") + row.reason + ".");
     EXPECT_EQ(failure->code(), ExitCode::books);
+  }
+}
+
+TEST_F(BooksTest, OfAPartAreThoseFromItsFirstRecordToItsLast)
+{
+  start(1);
+  steady(0, 3);
+  frame(4, 4 * 250);  // 3 was not heard
+  record();
+  now_ += 25ms;
+  first(0, 5, 5 * 250);  // one packet is missing
+  frame(6, 6 * 250);     // so the plug-in refuses this one
+  frame(7, 7 * 250);
+  record();
+  frame(7, 7 * 250);  // the same once more
+  record();
+  frame(8, 8 * 250);
+  record(1, 1);  // of other samples
+  frame(9, 9 * 250);
+  record();
+  frame(10, 10 * 250);
+  record();
+  block(CaptureBlock::Kind::note, {}, "lost 12 blocks");
+  frame(11, 11 * 250);
+  record();
+  frame(12, 12 * 250);
+  record(1, 1);
+  const struct {
+    std::size_t first, last;
+    const char* text;
+    std::optional<bool> isBalanced;
+  } cases[] = {
+      {0, 2, "3 frames sent, 3 recorded, 0 lost (0 %)", true},
+      {3, 3, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
+      {2, 4, "6 frames sent, 3 recorded, 3 lost (50.0 %): 1 unheard, 1 radio, 1 refused", true},
+      {4, 5, "1 frames sent, 1 repeated, 2 recorded, 0 lost (0 %)", true},
+      {5, 6, "0 frames sent, 1 repeated, 2 recorded, 0 lost (0 %)", false},
+      {6, 7, "2 frames sent, 2 recorded, 1 lost (50.0 %): 1 pairing", false},
+      {8, 8, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
+      {8, 9, "2 frames sent, 2 recorded, 0 lost (0 %)", {}},
+      {9, 9, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
+      {9, 10, "1 frames sent, 2 recorded, 0 lost (0 %)", {}},
+  };
+  for (const auto& row : cases) {
+    const Books books = part(row.first, row.last);
+    EXPECT_EQ(framesText(books.gloves[0]), row.text) << row.first;
+    EXPECT_EQ(books.balanced(), row.isBalanced) << row.text;
   }
 }
 
