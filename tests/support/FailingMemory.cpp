@@ -27,6 +27,11 @@ void* operator new(std::size_t size)
   throw std::bad_alloc();
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*nothrow*/) noexcept
+{
+  return isFailing ? nullptr : std::malloc(size);
+}
+
 void operator delete(void* memory) noexcept
 {
   std::free(memory);
