@@ -157,7 +157,8 @@ TESSEL_API tessel_status tessel_get_shape(tessel_gloves gloves, tessel_shape* sh
 TESSEL_API tessel_status tessel_describe(tessel_gloves gloves, char* text, size_t size,
                                          size_t* needed) TESSEL_NOEXCEPT;
 
-/* The caller's arrays for records. Each of them may be null; then the library leaves it out. */
+/* The caller's arrays for records. Each of them may be null; then the library leaves it out. The numbers
+ * above them count in any case. */
 typedef struct tessel_block {
   size_t size;         /* sizeof(tessel_block) */
   uint32_t capacity;   /* records for which each array has room */
@@ -271,7 +272,8 @@ typedef uint64_t tessel_recording;
 TESSEL_API tessel_status tessel_open_recording(const char* path, tessel_recording* recording) TESSEL_NOEXCEPT;
 TESSEL_API tessel_status tessel_recording_shape(tessel_recording recording,
                                                 tessel_shape* shape) TESSEL_NOEXCEPT;
-/* The next records, up to `capacity`; TESSEL_END after the last one. `overflowed` is 0. */
+/* The next records, up to `capacity`; TESSEL_END after the last one. `overflowed` is 0. Of a damaged
+ * recording the records before the damage come first, and then always its error. */
 TESSEL_API tessel_status tessel_read_recording(tessel_recording recording,
                                                tessel_block* block) TESSEL_NOEXCEPT;
 /* A JSON object with "metadata" (docs/recording.md), and, complete after the last record, "events" (an array,
