@@ -84,7 +84,7 @@ void Engine::start()
     // The signals of the program are not for the threads of the library.
     const process::SignalsBlocked blocked;
     RunOptions run = options_.run;
-    run.hardware.notice = [this](const std::string& line) { addEvent("notice", withOptionNames(line)); };
+    run.hardware.notice = [this](const std::string& line) { note("notice", withOptionNames(line)); };
     run.hardware.announcesLog = false;
     if (run.hardware.plugin.empty()) run.hardware.plugin = installedPlugin();
     const std::filesystem::path variable = takeCaptureVariable();
@@ -182,7 +182,7 @@ void Engine::openPatiently(GloveConnector& gloves)
     const auto now = host::uptime();
     if (latest && now - *latest < noticeInterval) return;
     latest = now;
-    addEvent("notice", withOptionNames(attemptText(attempt)));
+    note("notice", withOptionNames(attemptText(attempt)));
   };
   ::openPatiently(
       gloves, {.seconds = options_.run.hardware.waitSeconds}, HostTime::real(), [this] { return !stop_; },
@@ -220,7 +220,7 @@ void Engine::noteFigures(const RecordingFigures& figures)
   figures_ = figures;
 }
 
-void Engine::addEvent(const char* name, const std::string& detail)
+void Engine::note(const char* name, const std::string& detail)
 {
   const double timeMs = now(figures());
   events_.add({timeMs, name, "", detail});
@@ -232,7 +232,7 @@ void Engine::noteOverflow()
   const std::uint64_t overflowed = opened()->ring->counts().overflowed;
   const bool isOverflowing = overflowed > std::exchange(notedOverflow_, overflowed);
   if (isOverflowing && !wasOverflowing_) {
-    addEvent("overflow", "records are dropped, because they are not read in time");
+    note("overflow", "records are dropped, because they are not read in time");
   }
   wasOverflowing_ = isOverflowing;
 }

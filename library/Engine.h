@@ -89,7 +89,7 @@ class Engine final : private RecordSink, private SessionListener {
   void setState(int state);
   void noteFigures(const RecordingFigures& figures);
   void endByException();
-  void addEvent(const char* name, const std::string& detail);
+  void note(const char* name, const std::string& detail);
   void noteOverflow();
 
   // RecordSink
@@ -111,7 +111,7 @@ class Engine final : private RecordSink, private SessionListener {
   const std::function<void()> closeAtExit_;
   EventQueue events_;
   MarkerQueue markers_;
-  LiveRecording recording_{[this](const std::string& detail) { addEvent("recording", detail); }};
+  LiveRecording recording_{[this](const std::string& detail) { note("recording", detail); }};
   std::atomic<bool> stop_{false};
   std::atomic<bool> isClosed_{false};
   std::uint64_t notedOverflow_ = 0;  // this and the next one: of the thread that reads

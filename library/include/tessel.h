@@ -157,8 +157,8 @@ TESSEL_API tessel_status tessel_get_shape(tessel_gloves gloves, tessel_shape* sh
 TESSEL_API tessel_status tessel_describe(tessel_gloves gloves, char* text, size_t size,
                                          size_t* needed) TESSEL_NOEXCEPT;
 
-/* The caller's arrays for records. Each of them may be null; then the library leaves it out. The numbers
- * above them count in any case. */
+/* The caller's arrays for records. Each of them may be null; then the library leaves it out. `gloves` and
+ * `elements` must suffice in any case. */
 typedef struct tessel_block {
   size_t size;         /* sizeof(tessel_block) */
   uint32_t capacity;   /* records for which each array has room */
