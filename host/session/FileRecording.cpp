@@ -43,7 +43,7 @@ FileRecording::FileRecording(const OutputName& output, bool replaces, const Reco
 
 void FileRecording::add(const Record& record)
 {
-  if (!std::exchange(hasBegun_, true)) begin(record);
+  if (!std::exchange(hasBegun_, true)) beginAt(record);
   Record own = record;
   own.timeMs = sinceFirst(record.timeMs);
   own.arrivalMs = sinceFirst(record.arrivalMs);
@@ -59,7 +59,7 @@ void FileRecording::add(const Record& record)
   if (!std::isnan(own.timeMs)) gaps_.add(static_cast<std::uint32_t>(std::llround(own.timeMs)));
 }
 
-void FileRecording::begin(const Record& first)
+void FileRecording::beginAt(const Record& first)
 {
   firstMs_ = timeOf(first);
   const std::chrono::duration<double, std::milli> sinceZero(firstMs_);

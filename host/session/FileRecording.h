@@ -45,7 +45,7 @@ class FileRecording final : public RecordSink {
   void abandon(const RecordingFigures& figures, const std::string& words) noexcept;
 
  private:
-  void begin(const Record& first);
+  void beginAt(const Record& first);
   void writeEvent(RecordingEvent event);
   double sinceFirst(double sessionMs) const;
   std::optional<Books> booksUntil(const std::optional<Books>& end) const;

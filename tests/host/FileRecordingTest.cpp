@@ -26,7 +26,7 @@ class FileRecordingTest : public testing::Test, public RecordSink {
   {
     if (part_) part_->add(record);
   }
-  void begin(const char* name)
+  void beginPart(const char* name)
   {
     part_ = std::make_unique<FileRecording>(OutputName{folder_ / name, *formatOf(name)}, false, metadata_,
                                             keeper_);
@@ -57,7 +57,7 @@ TEST_F(FileRecordingTest, BeginsAtAnyRecordOfASession)
   for (const char* const name : {"part.csv", "part.npy", "part.xdf"}) {
     SCOPED_TRACE(name);
     const double firstMs = keeper_.latestMs() + 25;
-    begin(name);
+    beginPart(name);
     part_->addEvent({.timeMs = firstMs - 10, .event = "marker", .glove = {}, .detail = "before"});
     const auto first = static_cast<std::uint16_t>(keeper_.written());
     deliver(first, first + 6);
@@ -99,13 +99,13 @@ TEST_F(FileRecordingTest, BeginsAtAnyRecordOfASession)
 
 TEST_F(FileRecordingTest, EndsWithoutARecordOrIncomplete)
 {
-  begin("part.csv");
+  beginPart("part.csv");
   part_->addEvent({.timeMs = 1, .event = "marker", .glove = {}, .detail = {}});
   EXPECT_EQ(part_->complete(figures_, {}, "as requested.").place, "");
   part_.reset();
   EXPECT_EQ(folder_.list(), "") << "no record";
 
-  begin("part.csv");
+  beginPart("part.csv");
   deliver(0, 3);
   part_->abandon(figures_, "the disk is full.");
   part_.reset();

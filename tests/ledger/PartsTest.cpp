@@ -63,7 +63,7 @@ class PartsRecorder final : public SessionFollower {
 
   void add(const Record& record) override
   {
-    if (!part_) begin();
+    if (!part_) beginPart();
     if (kept_.empty()) noteLostBefore(keeper_->cut()->before());
     part_->add(record);
     latest_ = keeper_->cut()->after();
@@ -96,7 +96,7 @@ class PartsRecorder final : public SessionFollower {
   std::size_t reconnections = 0;
 
  private:
-  void begin()
+  void beginPart()
   {
     length_ = std::uniform_int_distribution<std::size_t>(1, 400)(random_);
     const std::string name = names[parts % names.size()];
