@@ -94,7 +94,8 @@ OFFSET(tessel_statistics, lostPairing, 208);
 OFFSET(tessel_statistics, lostQueued, 224);
 OFFSET(tessel_statistics, lostDiscarded, 240);
 
-/* Another declaration with the same types is allowed, one with others is an error. */
+/* Another declaration with the same types is allowed, one with others is an error.
+ * NOLINTBEGIN(readability-redundant-declaration) */
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -127,6 +128,7 @@ TESSEL_API int32_t tessel_read_recording(uint64_t recording, tessel_block* block
 TESSEL_API int32_t tessel_describe_recording(uint64_t recording, char* text, size_t size,
                                              size_t* needed) TESSEL_NOEXCEPT;
 TESSEL_API int32_t tessel_close_recording(uint64_t recording) TESSEL_NOEXCEPT;
+/* NOLINTEND(readability-redundant-declaration) */
 #ifdef __cplusplus
 }
 #endif
