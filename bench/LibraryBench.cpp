@@ -1,6 +1,7 @@
 // Reads gloves through the C interface for a number of seconds, as a program that wants all records does. Its
 // CPU time is compared with that of `tessel record` by scripts/bench.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
