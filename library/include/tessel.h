@@ -164,7 +164,7 @@ typedef struct tessel_block {
   uint32_t capacity;   /* records for which each array has room */
   uint32_t gloves;     /* of a record: for how many the arrays below have room; at least the shape's */
   uint32_t elements;   /* likewise; what is left over in each row stays as it is */
-  uint32_t count;      /* result: records that were written, from the beginning of the arrays */
+  uint32_t count;      /* result: records that were written; 0 after TESSEL_TIMEOUT and TESSEL_END */
   uint64_t first;      /* result: number of the first one; the first since the opening is 0 */
   uint64_t overflowed; /* result: records between the previous call and this one that were not read in time */
 
@@ -248,9 +248,9 @@ TESSEL_API tessel_status tessel_marker(tessel_gloves gloves, const char* text) T
 TESSEL_API tessel_status tessel_record(tessel_gloves gloves, const char* path,
                                        const char* options) TESSEL_NOEXCEPT;
 
-/* Waits until the recording is complete. Returns TESSEL_ERROR_STATE if there is none, and an error if it is
- * not complete or, TESSEL_ERROR_BOOKS, if its books do not balance. A recording without a record is deleted,
- * which is no error. */
+/* Waits until the recording is complete. TESSEL_OK, too, if the end of the gloves has completed it; its error
+ * if it has ended by itself and is not complete, or TESSEL_ERROR_BOOKS if its books do not balance.
+ * TESSEL_ERROR_STATE if there is none. A recording without a record is deleted, which is no error. */
 TESSEL_API tessel_status tessel_stop_recording(tessel_gloves gloves) TESSEL_NOEXCEPT;
 
 /* Sends a text command to the plug-in, as `tessel send`; waits for its reply, for up to a second. */

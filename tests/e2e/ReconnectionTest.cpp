@@ -292,7 +292,7 @@ TEST(Reconnection, OfRandomDropoutsTheBooksAreExactOnOneTimeAxis)
       EXPECT_GE(now[glove].ms, last[glove].ms);
       EXPECT_LT(now[glove].ms, newArrival + 60) << "sampled before it arrived";
     }
-    // A glove's clock begins anew with each connection. The first frames of a connection are of the same
+    // A glove's clock begins again with each connection. The first frames of a connection are of the same
     // moment; later ones needn't be, since a glove that was out of range sends late what it had kept.
     if (rows == 0 || now[1].ticks < last[1].ticks) {
       EXPECT_LT(std::abs(now[1].ms - now[0].ms), 200) << "frames of the same moment";

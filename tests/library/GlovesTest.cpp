@@ -107,8 +107,8 @@ TEST(Gloves, NullAndStaleHandlesAndCallsTooEarlyAreErrors)
     const tessel_status status = gloves == created ? TESSEL_ERROR_STATE : TESSEL_ERROR_HANDLE;
     EXPECT_EQ(tessel_get_shape(gloves, &shape), status);
     EXPECT_EQ(tessel_describe(gloves, text, sizeof(text), nullptr), status);
-    EXPECT_EQ(tessel_read(gloves, &rows.block, -1), status);
-    EXPECT_EQ(tessel_latest(gloves, &rows.block), status);
+    EXPECT_EQ(tessel_read(gloves, &rows.view, -1), status);
+    EXPECT_EQ(tessel_latest(gloves, &rows.view), status);
     EXPECT_EQ(tessel_marker(gloves, "early"), status);
     EXPECT_EQ(tessel_record(gloves, "early.csv", nullptr), status);
     EXPECT_EQ(tessel_stop_recording(gloves), status);
@@ -140,28 +140,28 @@ TEST(Gloves, AreReadAndDescribed)
   EXPECT_EQ(shape.gloves, 2U);
   EXPECT_EQ(shape.elements, 250U);
   Rows rows(64), small(1, 249);
-  EXPECT_EQ(tessel_read(gloves.handle, &small.block, 0), TESSEL_ERROR_TOO_SMALL);
+  EXPECT_EQ(tessel_read(gloves.handle, &small.view, 0), TESSEL_ERROR_TOO_SMALL);
   EXPECT_EQ(tessel_read(gloves.handle, nullptr, 0), TESSEL_ERROR_ARGUMENT);
   std::uint64_t next = 0;
   double earlier = -1;
   std::int64_t earlierFrame = -1;
   while (next < 60) {
-    ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
-    EXPECT_EQ(rows.block.first, next);
-    EXPECT_EQ(rows.block.overflowed, 0U);
-    for (std::uint32_t row = 0; row < rows.block.count; ++row) {
+    ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
+    EXPECT_EQ(rows.view.first, next);
+    EXPECT_EQ(rows.view.overflowed, 0U);
+    for (std::uint32_t row = 0; row < rows.view.count; ++row) {
       EXPECT_GE(rows.timeMs[row], earlier);
       EXPECT_GT(rows.frame[2 * row], earlierFrame);
       EXPECT_EQ(rows.sampledMs[2 * row], rows.timeMs[row]);
       earlier = rows.timeMs[row];
       earlierFrame = rows.frame[2 * row];
     }
-    next += rows.block.count;
+    next += rows.view.count;
   }
   Rows latest(2);
-  ASSERT_EQ(tessel_latest(gloves.handle, &latest.block), TESSEL_OK);
-  EXPECT_EQ(latest.block.count, 2U);
-  EXPECT_GE(latest.block.first + 2, next);
+  ASSERT_EQ(tessel_latest(gloves.handle, &latest.view), TESSEL_OK);
+  EXPECT_EQ(latest.view.count, 2U);
+  EXPECT_GE(latest.view.first + 2, next);
   const auto description = nlohmann::json::parse(textOf(tessel_describe, gloves.handle));
   EXPECT_EQ(description.at("gloves").at(1).at("module"), "KVXGR00018");
   EXPECT_EQ(description.at("columns").at(0).get<std::string>().substr(0, 5), "left_");
@@ -183,9 +183,9 @@ TEST(Gloves, AreRecordedInPartsWhileTheyAreRead)
   Rows rows(1000);
   std::vector<std::pair<std::int64_t, std::vector<std::uint16_t>>> live;  // left frame and samples
   const auto readFor = [&](std::uint64_t records) {
-    for (std::uint64_t count = 0; count < records; count += rows.block.count) {
-      ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
-      for (std::uint32_t row = 0; row < rows.block.count; ++row) {
+    for (std::uint64_t count = 0; count < records; count += rows.view.count) {
+      ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
+      for (std::uint32_t row = 0; row < rows.view.count; ++row) {
         const auto* const first = rows.sample.data() + std::size_t{row} * 250;
         live.emplace_back(rows.frame[2 * row], std::vector<std::uint16_t>(first, first + 250));
       }
@@ -210,7 +210,7 @@ TEST(Gloves, AreRecordedInPartsWhileTheyAreRead)
     std::size_t found = 0;
     Rows read(1);
     auto expected = live.begin();
-    for (; tessel_read_recording(recording, &read.block) == TESSEL_OK; ++found) {
+    for (; tessel_read_recording(recording, &read.view) == TESSEL_OK; ++found) {
       if (found == 0) {
         EXPECT_EQ(read.timeMs[0], 0) << name;
         expected = std::ranges::find(live, read.frame[0], &decltype(live)::value_type::first);
@@ -233,7 +233,7 @@ TEST(Gloves, ThatAreLostComeBackOrEnd)
   const TemporaryFolder folder;
   const OpenGloves gloves(R"({"simulated": true, "reconnect": 20})");
   Rows rows(1000);
-  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
   const std::string path = (folder / "run.csv").string();
   ASSERT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_OK) << errorWords();
   EXPECT_FALSE(gloves.simulate("drop left").empty());
@@ -247,7 +247,7 @@ TEST(Gloves, ThatAreLostComeBackOrEnd)
   EXPECT_EQ(tessel_cancel(gloves.handle), TESSEL_OK);
   tessel_status status = TESSEL_OK;
   while (status >= 0) {
-    status = tessel_read(gloves.handle, &rows.block, 5000);
+    status = tessel_read(gloves.handle, &rows.view, 5000);
   }
   EXPECT_EQ(status, TESSEL_ERROR_CANCELLED) << "behind the last record";
   EXPECT_EQ(gloves.statistics().state, TESSEL_ENDED);
@@ -260,11 +260,11 @@ TEST(Gloves, ThatStayAwayEndWithWords)
 {
   const OpenGloves gloves(R"({"simulated": true, "reconnect": 0})");
   Rows rows(1000);
-  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
   gloves.simulate("unplug");
   tessel_status status = TESSEL_OK;
   while (status >= 0) {
-    status = tessel_read(gloves.handle, &rows.block, 5000);
+    status = tessel_read(gloves.handle, &rows.view, 5000);
   }
   EXPECT_EQ(status, TESSEL_ERROR_SILENCE);
   EXPECT_NE(errorWords().find("dongle is gone"), std::string::npos) << errorWords();
@@ -295,10 +295,10 @@ TEST(Gloves, RecordsThatAreNotReadInTimeAreCounted)
   const OpenGloves gloves(R"({"simulated": true, "buffer": 4})");
   ASSERT_TRUE(waitFor([&] { return gloves.statistics().overflowed >= 10; }));
   Rows rows(10);
-  ASSERT_EQ(tessel_read(gloves.handle, &rows.block, 0), TESSEL_OK);
-  EXPECT_EQ(rows.block.count, 4U);
-  EXPECT_GE(rows.block.overflowed, 10U);
-  EXPECT_EQ(rows.block.first, rows.block.overflowed);
+  ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 0), TESSEL_OK);
+  EXPECT_EQ(rows.view.count, 4U);
+  EXPECT_GE(rows.view.overflowed, 10U);
+  EXPECT_EQ(rows.view.first, rows.view.overflowed);
   EXPECT_TRUE(waitFor([&] { return has(gloves.takeEvents(), "overflow"); }));
 }
 
@@ -309,7 +309,7 @@ TEST(Gloves, InAForkedChildNothingIsDone)
   if (child == 0) {
     Rows rows(1);
     tessel_gloves other = 0;
-    const bool isRefused = tessel_read(gloves.handle, &rows.block, -1) == TESSEL_ERROR_FORKED &&
+    const bool isRefused = tessel_read(gloves.handle, &rows.view, -1) == TESSEL_ERROR_FORKED &&
                            tessel_create(nullptr, &other) == TESSEL_ERROR_FORKED &&
                            tessel_close(gloves.handle) == TESSEL_ERROR_FORKED;
     ::_exit(isRefused ? 0 : 1);
@@ -318,7 +318,7 @@ TEST(Gloves, InAForkedChildNothingIsDone)
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   Rows rows(1);
-  EXPECT_EQ(tessel_read(gloves.handle, &rows.block, 5000), TESSEL_OK) << errorWords();
+  EXPECT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
 }
 
 TEST(Gloves, SurviveUnloadingTheLibraryAndAreClosedAtTheEndOfTheProgram)
@@ -346,8 +346,8 @@ TEST(Gloves, ClosingWhileOtherThreadsAreInEveryCallEndsTheirCalls)
   std::atomic<std::uint64_t> read{0};
   const auto readRecords = [&] {
     Rows rows(8);
-    const tessel_status status = tessel_read(handle, &rows.block, -1);
-    if (status == TESSEL_OK) read += rows.block.count;
+    const tessel_status status = tessel_read(handle, &rows.view, -1);
+    if (status == TESSEL_OK) read += rows.view.count;
     if (status == TESSEL_ERROR_STATE) pause();
     return status;
   };
@@ -367,7 +367,7 @@ TEST(Gloves, ClosingWhileOtherThreadsAreInEveryCallEndsTheirCalls)
     tessel_statistics statistics{};
     statistics.size = sizeof(statistics);
     Rows rows(8);
-    tessel_latest(handle, &rows.block);
+    tessel_latest(handle, &rows.view);
     tessel_describe(handle, nullptr, 0, nullptr);
     return tessel_get_statistics(handle, &statistics);
   }));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "library/include/tessel.h"
+#include "tests/library/RecordBlock.h"
 
 inline std::string errorWords()
 {
@@ -66,34 +67,7 @@ struct OpenGloves {
   tessel_gloves handle = 0;
 };
 
-// Arrays for records of two gloves.
-struct Rows {
-  explicit Rows(std::uint32_t capacity, std::uint32_t elements = 250)
-      : timeMs(capacity),
-        arrivalMs(capacity),
-        pluginMs(capacity),
-        frame(2 * capacity),
-        ticks(2 * capacity),
-        sampledMs(2 * capacity),
-        sample(std::size_t{capacity} * elements)
-  {
-    block.size = sizeof(block);
-    block.capacity = capacity;
-    block.gloves = 2;
-    block.elements = elements;
-    block.timeMs = timeMs.data();
-    block.arrivalMs = arrivalMs.data();
-    block.pluginMs = pluginMs.data();
-    block.frame = frame.data();
-    block.ticks = ticks.data();
-    block.sampledMs = sampledMs.data();
-    block.sample = sample.data();
-  }
-
-  std::vector<double> timeMs, arrivalMs;
-  std::vector<std::uint32_t> pluginMs;
-  std::vector<std::int64_t> frame, ticks;
-  std::vector<double> sampledMs;
-  std::vector<std::uint16_t> sample;
-  tessel_block block{};
+// Arrays for records of two simulated gloves.
+struct Rows : RecordBlock {
+  explicit Rows(std::size_t capacity, std::size_t elements = 250) : RecordBlock(capacity, 2, elements) {}
 };
