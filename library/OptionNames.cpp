@@ -28,6 +28,11 @@ constexpr Name names[] = {
 
 std::string withOptionNames(std::string text)
 {
+  // A command of the simulator, which is an option of the program: "--rate: ..."
+  const auto end = text.find_first_of(" :");
+  if (text.starts_with("--") && end != std::string::npos && text[end] == ':') {
+    text.replace(0, end, "\"simulation\"");
+  }
   for (const Name& name : names) {
     for (auto at = text.find(name.ofProgram); at != std::string::npos;
          at = text.find(name.ofProgram, at + name.ofLibrary.size())) {

@@ -72,7 +72,8 @@ TEST(Gloves, WhatCanNotBeOpenedSaysWhy)
     tessel_status status;
     const char* words;
   } cases[] = {
-      {R"({"simulated": true, "simulation": ["rate fast"]})", TESSEL_ERROR_ARGUMENT, "rate"},
+      {R"({"simulated": true, "simulation": ["rate fast"]})", TESSEL_ERROR_ARGUMENT,
+       "\"simulation\": GLOVE must be"},
       {R"({"simulated": true, "scenario": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
       {R"({"settings": "/none"})", TESSEL_ERROR_SETTINGS, "/none"},
       {R"({"simulated": true, "layout": "/none"})", TESSEL_ERROR_ARGUMENT, "/none"},
