@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/base/System.h"
+#include "host/base/Text.h"
 #include "host/capture/CaptureFeed.h"
 #include "host/gloves/Plugin.h"
 #include "host/session/BooksText.h"
@@ -154,6 +155,7 @@ Ending Engine::measure()
   run_->open([this](GloveConnector& gloves) { openPatiently(gloves); });
   const auto opened = std::make_shared<Opened>();
   opened->metadata = run_->metadata();
+  if (run_->capture() != nullptr) opened->metadata.capture = utf8(run_->capture()->place());
   opened->labels = gloveLabels(run_->layout());
   opened->shape = {.size = sizeof(tessel_shape),
                    .gloves = static_cast<std::uint32_t>(opened->labels.size()),
@@ -202,7 +204,7 @@ void Engine::endByException()
     if (opened_) opened_->ring->end();
   }
   changed_.notify_all();
-  refuseRequests();
+  requests_.close(std::make_exception_ptr(notConnectedError()));
 }
 
 void Engine::setState(int state)
@@ -248,14 +250,14 @@ void Engine::recording(const RecordingFigures& figures)
   noteFigures(figures);
   recording_.keepUp(figures);
   noteOverflow();
-  answerRequests();
+  requests_.answer([this](const std::string& command) { return run_->hardware().ask(command); });
 }
 
 void Engine::lost(const Failure& /*failure*/, const RecordingFigures& figures)
 {
   noteFigures(figures);
   setState(TESSEL_AWAY);
-  refuseRequests();
+  requests_.refuse(std::make_exception_ptr(notConnectedError()));
 }
 
 void Engine::waiting(const Waiting& /*waiting*/, const RecordingFigures& figures)
@@ -275,30 +277,6 @@ void Engine::event(const RecordingEvent& event)
 {
   events_.add(event);
   recording_.addEvent(event);
-}
-
-void Engine::answerRequests()
-{
-  for (Request& request : takeRequests()) {
-    try {
-      request.reply.set_value(run_->hardware().ask(request.command));
-    } catch (...) {
-      request.reply.set_exception(std::current_exception());
-    }
-  }
-}
-
-void Engine::refuseRequests()
-{
-  for (Request& request : takeRequests()) {
-    request.reply.set_exception(std::make_exception_ptr(notConnectedError()));
-  }
-}
-
-std::vector<Engine::Request> Engine::takeRequests()
-{
-  const std::scoped_lock lock(mutex_);
-  return std::exchange(requests_, {});
 }
 
 std::shared_ptr<const Engine::Opened> Engine::opened() const
@@ -413,13 +391,12 @@ void Engine::stopRecording()
 
 std::string Engine::send(const std::string& command)
 {
-  std::future<std::string> reply;
   {
     const std::scoped_lock lock(mutex_);
+    if (state_ == TESSEL_ENDED) throw causeOfEnd();
     if (state_ != TESSEL_CONNECTED) throw state_ == TESSEL_AWAY ? notConnectedError() : notOpenError();
-    requests_.push_back({command, {}});
-    reply = requests_.back().reply.get_future();
   }
+  std::future<std::string> reply = requests_.add(command);
   if (reply.wait_for(maxReplyTime) != std::future_status::ready) throw notConnectedError();
   return reply.get();
 }

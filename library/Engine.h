@@ -13,7 +13,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -22,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/base/RequestQueue.h"
 #include "host/session/GloveRun.h"
 #include "library/Errors.h"
 #include "library/EventQueue.h"
@@ -74,18 +74,11 @@ class Engine final : private RecordSink, private SessionListener {
     tessel_shape shape{};
     std::unique_ptr<RecordRing> ring;
   };
-  struct Request {
-    std::string command;
-    std::promise<std::string> reply;
-  };
 
   // On the thread that reads.
   void work();
   Ending measure();
   void openPatiently(GloveConnector& gloves);
-  void answerRequests();
-  void refuseRequests();
-  std::vector<Request> takeRequests();
   void setState(int state);
   void noteFigures(const RecordingFigures& figures);
   void endByException();
@@ -111,6 +104,7 @@ class Engine final : private RecordSink, private SessionListener {
   const std::function<void()> closeAtExit_;
   EventQueue events_;
   MarkerQueue markers_;
+  RequestQueue requests_;  // for the plug-in
   LiveRecording recording_{[this](const std::string& detail) { note("recording", detail); }};
   std::atomic<bool> stop_{false};
   std::atomic<bool> isClosed_{false};
@@ -128,7 +122,6 @@ class Engine final : private RecordSink, private SessionListener {
   std::optional<Error> cause_;  // of the end
   std::shared_ptr<const Opened> opened_;
   RecordingFigures figures_;
-  std::vector<Request> requests_;
 };
 
 }  // namespace library

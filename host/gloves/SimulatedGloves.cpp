@@ -101,14 +101,18 @@ void SimulatedGloves::run(std::atomic<bool>& stop)
 
 void SimulatedGloves::start()
 {
-  takesRequests_ = true;
-  repeat(std::chrono::milliseconds(20), [this] { executeRequests(); });
+  repeat(std::chrono::milliseconds(20),
+         [this] { requests_.answer([this](const std::string& command) { return execute(command); }); });
   thread_ = std::thread([this] {
     // Whatever ends the simulation, nobody waits for a reply any more.
     struct Ended {
-      SimulatedGloves& gloves;
-      ~Ended() { gloves.endRequests(); }
-    } const ended{*this};
+      RequestQueue& requests;
+      ~Ended()
+      {
+        requests.close(std::make_exception_ptr(
+            Failure(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again.")));
+      }
+    } const ended{requests_};
     try {
       run(stop_);
     } catch (const std::exception& error) {
@@ -120,48 +124,16 @@ void SimulatedGloves::start()
 
 std::string SimulatedGloves::request(const std::string& command)
 {
-  const Failure over(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again.");
-  std::future<std::string> reply;
-  {
-    const std::scoped_lock lock(mutex_);
-    if (!takesRequests_) throw over;
-    requests_.push_back({command, {}});
-    reply = requests_.back().reply.get_future();
-  }
-  try {
-    return reply.get();
-  } catch (const std::future_error&) {
-    throw over;
-  }
+  return requests_.add(command).get();
 }
 
-void SimulatedGloves::executeRequests()
-{
-  std::vector<Request> requests;
-  {
-    const std::scoped_lock lock(mutex_);
-    std::swap(requests, requests_);
-  }
-  for (Request& request : requests) {
-    execute(request);
-  }
-}
-
-void SimulatedGloves::execute(Request& request)
+std::string SimulatedGloves::execute(const std::string& command)
 {
   try {
-    request.reply.set_value(control_.execute(request.command));
+    return control_.execute(command);
   } catch (const std::invalid_argument& error) {
-    const Failure refused(ExitCode::refused, error.what(), "docs/simulator.md lists the commands.");
-    request.reply.set_exception(std::make_exception_ptr(refused));
+    throw Failure(ExitCode::refused, error.what(), "docs/simulator.md lists the commands.");
   }
-}
-
-void SimulatedGloves::endRequests()
-{
-  const std::scoped_lock lock(mutex_);
-  takesRequests_ = false;
-  requests_.clear();
 }
 
 void SimulatedGloves::repeat(simulator::Duration period, const std::function<void()>& action)

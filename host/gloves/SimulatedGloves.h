@@ -8,13 +8,12 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
-#include <future>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "host/base/RequestQueue.h"
 #include "host/gloves/SimulatedPort.h"
 #include "simulator/Control.h"
 #include "simulator/Dongle.h"
@@ -74,18 +73,11 @@ class SimulatedGloves {
     std::string_view link;  // the last reported state
   };
 
-  struct Request {
-    std::string command;
-    std::promise<std::string> reply;
-  };
-
   void addGlove(simulator::Hand hand, std::uint32_t serialNumber, const SimulationOptions& options);
   void applyOptions(const SimulationOptions& options);
   void report(const std::string& text) const;
   void reportLinks();
-  void execute(Request& request);
-  void executeRequests();
-  void endRequests();
+  std::string execute(const std::string& command);
 
   VirtualClock clock_;
   simulator::Dongle dongle_{clock_};
@@ -96,8 +88,6 @@ class SimulatedGloves {
   std::optional<SimulatedPort> port_;
   std::atomic<bool>* running_ = nullptr;  // the flag that stops it
   std::atomic<bool> stop_{false};
-  std::mutex mutex_;  // of what follows
-  std::vector<Request> requests_;
-  bool takesRequests_ = false;
+  RequestQueue requests_;
   std::thread thread_;
 };

@@ -270,6 +270,8 @@ TEST(Gloves, ThatStayAwayEndWithWords)
   EXPECT_EQ(status, TESSEL_ERROR_SILENCE);
   EXPECT_NE(errorWords().find("dongle is gone"), std::string::npos) << errorWords();
   EXPECT_EQ(tessel_open(gloves.handle, -1), TESSEL_ERROR_SILENCE) << "the end lasts";
+  EXPECT_EQ(tessel_send(gloves.handle, "BatteryLevel", nullptr, 0, nullptr), TESSEL_ERROR_SILENCE);
+  EXPECT_EQ(tessel_marker(gloves.handle, "late"), TESSEL_ERROR_SILENCE);
 }
 
 TEST(Gloves, OpeningCanBeCancelledAndIsExclusive)
