@@ -34,7 +34,7 @@ void LiveRecording::begin(const RecordOptions& options, const RecordingMetadata&
   const std::string place = utf8(options.output.path);
   {
     const std::scoped_lock lock(mutex_);
-    if (!hasEnded_) files_ = std::move(files);
+    if (!hasEnded_) files_.swap(files);
     isRunning_ = files_ != nullptr;
   }
   if (files) {

@@ -34,7 +34,7 @@ class StreamSink final : public RecordSink {
   // The network must outlive it. `groups`: a stream for each group of the layout.
   StreamSink(StreamNetwork& network, const Layout& layout, std::vector<StreamDescription> groups,
              StreamDescription events);
-  ~StreamSink();
+  ~StreamSink() override;
   StreamSink(const StreamSink&) = delete;
   StreamSink& operator=(const StreamSink&) = delete;
 

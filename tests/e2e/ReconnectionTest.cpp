@@ -226,7 +226,8 @@ std::string randomDropouts(std::uint64_t seed, double seconds)
   };
   const char* const gloves[] = {"left", "right", "both"};
   std::ostringstream text;
-  for (double at = between(2, 5); at < seconds - 12; at += between(4, 15)) {
+  double at = between(2, 5);
+  while (at < seconds - 12) {
     const std::string glove = gloves[random() % 3];
     const double end = at + between(0.2, std::min(15.0, seconds / 5));
     switch (random() % 4) {
@@ -239,7 +240,7 @@ std::string randomDropouts(std::uint64_t seed, double seconds)
       default:
         text << at << " leave " << glove << '\n' << end << " back " << glove << '\n';
     }
-    at = end;
+    at = end + between(4, 15);
   }
   return text.str();
 }

@@ -150,7 +150,7 @@ TEST(Gloves, AreReadAndDescribed)
     ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
     EXPECT_EQ(rows.view.first, next);
     EXPECT_EQ(rows.view.overflowed, 0U);
-    for (std::uint32_t row = 0; row < rows.view.count; ++row) {
+    for (std::size_t row = 0; row < rows.view.count; ++row) {
       EXPECT_GE(rows.timeMs[row], earlier);
       EXPECT_GT(rows.frame[2 * row], earlierFrame);
       EXPECT_EQ(rows.sampledMs[2 * row], rows.timeMs[row]);
@@ -186,8 +186,8 @@ TEST(Gloves, AreRecordedInPartsWhileTheyAreRead)
   const auto readFor = [&](std::uint64_t records) {
     for (std::uint64_t count = 0; count < records; count += rows.view.count) {
       ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
-      for (std::uint32_t row = 0; row < rows.view.count; ++row) {
-        const auto* const first = rows.sample.data() + std::size_t{row} * 250;
+      for (std::size_t row = 0; row < rows.view.count; ++row) {
+        const auto* const first = rows.sample.data() + row * 250;
         live.emplace_back(rows.frame[2 * row], std::vector<std::uint16_t>(first, first + 250));
       }
     }
