@@ -20,7 +20,9 @@ using Json = nlohmann::json;
 
 Error wrongValue(std::string_view name, std::string_view wanted, const Json& value)
 {
-  const std::string given = value.dump(-1, ' ', true, Json::error_handler_t::replace);
+  // Of an array or object only the kind, because it may be of any size and depth.
+  const std::string given = value.is_structured() ? fmt::format("an {}", value.type_name())
+                                                  : value.dump(-1, ' ', true, Json::error_handler_t::replace);
   return {TESSEL_ERROR_ARGUMENT,
           fmt::format("the option \"{}\" must be {}, not {}.", name, wanted, excerpt(given)),
           "tessel.h and docs/library.md describe the options."};

@@ -57,6 +57,10 @@ TEST(Gloves, OptionsThatCanNotBeUsedAreNamed)
       {R"({"simulation": ["rate 30"]})", "for simulated gloves only"},
       {R"({"follow": false, "capture": "run.pcapng"})", "needs that the link is followed"},
   };
+  const std::string deep = R"({"wait": )" + std::string(300'000, '[') + std::string(300'000, ']') + '}';
+  tessel_gloves none = 0;
+  EXPECT_EQ(tessel_create(deep.c_str(), &none), TESSEL_ERROR_ARGUMENT);
+  EXPECT_NE(errorWords().find("not an array"), std::string::npos) << errorWords();
   for (const auto& row : cases) {
     tessel_gloves gloves = 77;
     EXPECT_EQ(tessel_create(row.options, &gloves), TESSEL_ERROR_ARGUMENT) << row.options;
