@@ -46,6 +46,11 @@ Error notConnectedError()
   return {TESSEL_ERROR_STATE, "the gloves are not connected now.", "Call it again when they are back."};
 }
 
+std::exception_ptr notConnected()
+{
+  return std::make_exception_ptr(notConnectedError());
+}
+
 std::filesystem::path installedPlugin()
 {
   const std::filesystem::path folder = process::ownFolder();
@@ -204,7 +209,7 @@ void Engine::endByException()
     if (opened_) opened_->ring->end();
   }
   changed_.notify_all();
-  requests_.close(std::make_exception_ptr(notConnectedError()));
+  requests_.close(notConnected);
 }
 
 void Engine::setState(int state)
@@ -257,7 +262,7 @@ void Engine::lost(const Failure& /*failure*/, const RecordingFigures& figures)
 {
   noteFigures(figures);
   setState(TESSEL_AWAY);
-  requests_.refuse(std::make_exception_ptr(notConnectedError()));
+  requests_.refuse(notConnected);
 }
 
 void Engine::waiting(const Waiting& /*waiting*/, const RecordingFigures& figures)

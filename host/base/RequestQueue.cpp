@@ -8,7 +8,7 @@ std::future<std::string> RequestQueue::add(std::string command)
   std::future<std::string> reply = request.reply.get_future();
   const std::scoped_lock lock(mutex_);
   if (closed_) {
-    request.reply.set_exception(closed_);
+    request.reply.set_exception(closed_());
   } else {
     waiting_.push_back(std::move(request));
   }
@@ -26,14 +26,14 @@ void RequestQueue::answer(const std::function<std::string(const std::string& com
   }
 }
 
-void RequestQueue::refuse(const std::exception_ptr& reason)
+void RequestQueue::refuse(const Reason& reason)
 {
   for (Request& request : take()) {
-    request.reply.set_exception(reason);
+    request.reply.set_exception(reason());
   }
 }
 
-void RequestQueue::close(const std::exception_ptr& reason)
+void RequestQueue::close(const Reason& reason)
 {
   {
     const std::scoped_lock lock(mutex_);

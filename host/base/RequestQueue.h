@@ -11,15 +11,18 @@
 
 class RequestQueue {
  public:
+  // Makes an exception for each request, since they are caught on different threads.
+  using Reason = std::function<std::exception_ptr()>;
+
   // The reply, or what execution threw, once there is one; what the queue was closed with.
   std::future<std::string> add(std::string command);
 
   // Executes all that wait; what this throws is for who asked.
   void answer(const std::function<std::string(const std::string& command)>& execute);
   // All that wait get this exception.
-  void refuse(const std::exception_ptr& reason);
+  void refuse(const Reason& reason);
   // Those that follow, too.
-  void close(const std::exception_ptr& reason);
+  void close(const Reason& reason);
 
  private:
   struct Request {
@@ -31,5 +34,5 @@ class RequestQueue {
 
   std::mutex mutex_;  // of what follows
   std::vector<Request> waiting_;
-  std::exception_ptr closed_;  // null: open
+  Reason closed_;  // empty: open
 };

@@ -109,8 +109,10 @@ void SimulatedGloves::start()
       RequestQueue& requests;
       ~Ended()
       {
-        requests.close(std::make_exception_ptr(
-            Failure(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again.")));
+        requests.close([] {
+          return std::make_exception_ptr(
+              Failure(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again."));
+        });
       }
     } const ended{requests_};
     try {
