@@ -46,11 +46,6 @@ Error notConnectedError()
   return {TESSEL_ERROR_STATE, "the gloves are not connected now.", "Call it again when they are back."};
 }
 
-std::exception_ptr notConnected()
-{
-  return std::make_exception_ptr(notConnectedError());
-}
-
 std::filesystem::path installedPlugin()
 {
   const std::filesystem::path folder = process::ownFolder();
@@ -200,7 +195,7 @@ void Engine::openPatiently(GloveConnector& gloves)
 void Engine::endByException()
 {
   const tessel_status status = noteError();
-  Error cause(status, latestText(), latestAdvice());
+  Cause cause{status, latestText(), latestAdvice()};
   {
     const std::scoped_lock lock(mutex_);
     cause_ = std::move(cause);
@@ -209,7 +204,7 @@ void Engine::endByException()
     if (opened_) opened_->ring->end();
   }
   changed_.notify_all();
-  requests_.close(notConnected);
+  requests_.close();
 }
 
 void Engine::setState(int state)
@@ -262,7 +257,7 @@ void Engine::lost(const Failure& /*failure*/, const RecordingFigures& figures)
 {
   noteFigures(figures);
   setState(TESSEL_AWAY);
-  requests_.refuse(notConnected);
+  requests_.refuse();
 }
 
 void Engine::waiting(const Waiting& /*waiting*/, const RecordingFigures& figures)
@@ -294,7 +289,7 @@ std::shared_ptr<const Engine::Opened> Engine::opened() const
 
 Error Engine::causeOfEnd() const
 {
-  return cause_.value_or(closedError());
+  return {cause_.status, cause_.text, cause_.advice};
 }
 
 RecordingFigures Engine::figures() const
@@ -401,9 +396,8 @@ std::string Engine::send(const std::string& command)
     if (state_ == TESSEL_ENDED) throw causeOfEnd();
     if (state_ != TESSEL_CONNECTED) throw state_ == TESSEL_AWAY ? notConnectedError() : notOpenError();
   }
-  std::future<std::string> reply = requests_.add(command);
-  if (reply.wait_for(maxReplyTime) != std::future_status::ready) throw notConnectedError();
-  return reply.get();
+  if (const auto reply = requests_.ask(command, maxReplyTime)) return *reply;
+  throw notConnectedError();
 }
 
 std::string Engine::simulate(const std::string& command)

@@ -74,6 +74,11 @@ class Engine final : private RecordSink, private SessionListener {
     tessel_shape shape{};
     std::unique_ptr<RecordRing> ring;
   };
+  // Why the gloves ended. No exception, since each thread throws its own.
+  struct Cause {
+    tessel_status status = TESSEL_ERROR_INTERNAL;
+    std::string text, advice;
+  };
 
   // On the thread that reads.
   void work();
@@ -119,7 +124,7 @@ class Engine final : private RecordSink, private SessionListener {
   mutable std::mutex mutex_;  // of what follows
   std::condition_variable changed_;
   int state_ = TESSEL_CREATED;
-  std::optional<Error> cause_;  // of the end
+  Cause cause_;
   std::shared_ptr<const Opened> opened_;
   RecordingFigures figures_;
 };

@@ -107,13 +107,7 @@ void SimulatedGloves::start()
     // Whatever ends the simulation, nobody waits for a reply any more.
     struct Ended {
       RequestQueue& requests;
-      ~Ended()
-      {
-        requests.close([] {
-          return std::make_exception_ptr(
-              Failure(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again."));
-        });
-      }
+      ~Ended() { requests.close(); }
     } const ended{requests_};
     try {
       run(stop_);
@@ -126,7 +120,9 @@ void SimulatedGloves::start()
 
 std::string SimulatedGloves::request(const std::string& command)
 {
-  return requests_.add(command).get();
+  constexpr std::chrono::seconds maxReplyTime(10);
+  if (const auto reply = requests_.ask(command, maxReplyTime)) return *reply;
+  throw Failure(ExitCode::refused, "the simulation has ended.", "Open the simulated gloves again.");
 }
 
 std::string SimulatedGloves::execute(const std::string& command)
