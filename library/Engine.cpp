@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
 #include <utility>
 
 #include "host/base/System.h"
@@ -348,17 +347,10 @@ tessel_statistics Engine::statistics() const
   }
   values.isRecording = recording_.isRunning() ? 1 : 0;
   values.nowMs = now(figures);
-  values.silentSeconds = figures.silentSeconds;
   values.records = counts.records;
   values.buffered = counts.buffered;
   values.overflowed = counts.overflowed;
-  values.recordsPerSecond = figures.recordsPerSecond();
-  values.battery = figures.battery.value_or(Record::unknown);
-  for (const Reconnection& each : figures.reconnections) {
-    if (!std::isnan(each.backMs)) ++values.reconnections;
-  }
-  values.awaySeconds = figures.awaySeconds();
-  if (figures.accounts) addBooks(figures.accounts->books, values);
+  addFigures(figures, values);
   return values;
 }
 

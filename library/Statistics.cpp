@@ -1,9 +1,12 @@
 #include "library/Statistics.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace library {
+
+namespace {
 
 void addBooks(const Books& books, tessel_statistics& values)
 {
@@ -23,6 +26,20 @@ void addBooks(const Books& books, tessel_statistics& values)
     values.lostQueued[glove] = own.lost.queued;
     values.lostDiscarded[glove] = own.lost.discarded;
   }
+}
+
+}  // namespace
+
+void addFigures(const RecordingFigures& figures, tessel_statistics& values)
+{
+  values.silentSeconds = figures.silentSeconds;
+  values.recordsPerSecond = figures.recordsPerSecond();
+  values.battery = figures.battery.value_or(Record::unknown);
+  for (const Reconnection& each : figures.reconnections) {
+    if (!std::isnan(each.backMs)) ++values.reconnections;
+  }
+  values.awaySeconds = figures.awaySeconds();
+  if (figures.accounts) addBooks(figures.accounts->books, values);
 }
 
 }  // namespace library

@@ -1,11 +1,11 @@
-// The books of the gloves in the interface's statistics.
+// The figures and books of the gloves in the interface's statistics.
 #pragma once
 
-#include "host/capture/Books.h"
+#include "host/session/Recorder.h"
 #include "library/include/tessel.h"
 
 namespace library {
 
-void addBooks(const Books& books, tessel_statistics& values);
+void addFigures(const RecordingFigures& figures, tessel_statistics& values);
 
 }  // namespace library

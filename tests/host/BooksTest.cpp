@@ -75,6 +75,21 @@ class BooksTest : public testing::Test {
       record();
     }
   }
+  // Of the frames 0 to 7 three are lost, and the last one comes twice.
+  void recordWithLosses()
+  {
+    start(1);
+    steady(0, 3);
+    frame(4, 4 * 250);  // 3 was not heard
+    record();
+    now_ += 25ms;
+    first(0, 5, 5 * 250);  // one packet is missing
+    frame(6, 6 * 250);     // so the plug-in refuses this one
+    frame(7, 7 * 250);
+    record();
+    frame(7, 7 * 250);  // the same once more
+    record();
+  }
   std::string text()
   {
     const Books books = accounts_->books(true);
@@ -89,17 +104,7 @@ class BooksTest : public testing::Test {
 
 TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
 {
-  start(1);
-  steady(0, 3);
-  frame(4, 4 * 250);  // 3 was not heard
-  record();
-  now_ += 25ms;
-  first(0, 5, 5 * 250);  // one packet is missing
-  frame(6, 6 * 250);     // so the plug-in refuses this one
-  frame(7, 7 * 250);
-  record();
-  frame(7, 7 * 250);  // the same once more
-  record();
+  recordWithLosses();
   frame(8, 8 * 250);  // not read any more
   EXPECT_EQ(text(),
             "9 frames sent, 1 repeated, 6 recorded, 4 lost (40.0 %): 1 unheard, 1 radio, 1 "
@@ -181,17 +186,7 @@ TEST_F(BooksTest, SayWhatDoesNotBalance)
 
 TEST_F(BooksTest, OfAPartAreThoseFromItsFirstRecordToItsLast)
 {
-  start(1);
-  steady(0, 3);
-  frame(4, 4 * 250);  // 3 was not heard
-  record();
-  now_ += 25ms;
-  first(0, 5, 5 * 250);  // one packet is missing
-  frame(6, 6 * 250);     // so the plug-in refuses this one
-  frame(7, 7 * 250);
-  record();
-  frame(7, 7 * 250);  // the same once more
-  record();
+  recordWithLosses();
   frame(8, 8 * 250);
   record(1, 1);  // of other samples
   frame(9, 9 * 250);
