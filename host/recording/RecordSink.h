@@ -4,6 +4,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <span>
 
 #include "host/recording/Record.h"
 #include "host/recording/RecordingEvents.h"
@@ -12,6 +14,8 @@ class RecordSink {
  public:
   virtual ~RecordSink() = default;
 
+  // As soon as a record is read, by host::uptime(); add() follows once it is known when it was sampled.
+  virtual void arrived(std::chrono::nanoseconds /*time*/, std::span<const std::uint16_t> /*elements*/) {}
   // Before the first record: when their time is 0, by host::uptime().
   virtual void begin(std::chrono::nanoseconds /*zero*/) {}
   // With all elements of the layout.

@@ -10,6 +10,12 @@ class SinkList final : public RecordSink {
   // It must outlive this.
   void add(RecordSink& sink) { sinks_.push_back(&sink); }
 
+  void arrived(std::chrono::nanoseconds time, std::span<const std::uint16_t> elements) override
+  {
+    for (RecordSink* const sink : sinks_) {
+      sink->arrived(time, elements);
+    }
+  }
   void begin(std::chrono::nanoseconds zero) override
   {
     for (RecordSink* const sink : sinks_) {

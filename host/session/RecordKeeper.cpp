@@ -37,6 +37,7 @@ std::optional<LiveAccounts::Snapshot> RecordKeeper::accounts() const
 
 void RecordKeeper::add(Time arrival, std::uint32_t pluginMs, std::span<const std::uint16_t> elements)
 {
+  sink_.arrived(arrival, elements);
   waiting_.push_back({arrival, pluginMs, {elements.begin(), elements.end()}});
   if (accounts_ != nullptr) {
     accounts_->addRecord(arrival, elements);
