@@ -4,7 +4,6 @@
 
 #include "host/base/StatusLine.h"
 #include "host/session/GloveLayout.h"
-#include "host/session/PatientOpening.h"
 
 std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
                                           const std::string& consequence, const Notice& notice)
@@ -20,15 +19,16 @@ std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, cons
   }
 }
 
-RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest)
+RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest,
+                         const std::function<void(const FailedAttempt&)>& onFailed)
 {
   StatusLine line(std::chrono::seconds(10));
-  const auto onFailed = [&](const FailedAttempt& attempt) {
+  const auto report = [&](const FailedAttempt& attempt) {
     if (line.isDue()) line.show(attemptText(attempt));
+    if (onFailed) onFailed(attempt);
   };
   return openPatiently(
-             gloves, {.seconds = waitSeconds}, HostTime::real(), [&] { return !stopRequest.flag(); },
-             onFailed)
+             gloves, {.seconds = waitSeconds}, HostTime::real(), [&] { return !stopRequest.flag(); }, report)
       .source;
 }
 

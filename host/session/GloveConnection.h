@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -9,9 +10,12 @@
 #include "host/gloves/HardwareSource.h"
 #include "host/session/HardwareConnector.h"
 #include "host/session/LinkCapture.h"
+#include "host/session/PatientOpening.h"
 
-// Opens the gloves for the first time; reports failed attempts on standard error. A Failure if it fails.
-RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest);
+// Opens the gloves for the first time; reports failed attempts on standard error, and each to `onFailed`. A
+// Failure if it fails.
+RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopRequest& stopRequest,
+                         const std::function<void(const FailedAttempt&)>& onFailed = {});
 
 // Captures the link of a plug-in with these settings, into this file unless it is empty. Null, with a notice
 // that says the consequence, if there can be no capture and no file is wanted; otherwise a Failure.

@@ -12,8 +12,9 @@
 
 class MarkerInput {
  public:
-  // Makes the FIFO, unless its name is empty, and removes it in the end.
-  MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo);
+  // Makes the FIFO, unless its name is empty, and removes it in the end. `typed`: receives the lines from the
+  // terminal or console, on the thread that reads; empty: they are markers.
+  MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo, LineTaker typed = {});
   // Returns at once. What was written to the FIFO before is in the queue.
   ~MarkerInput();
   MarkerInput(const MarkerInput&) = delete;

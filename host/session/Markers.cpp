@@ -58,11 +58,16 @@ std::uint64_t MarkerQueue::dropped() const
   return dropped_;
 }
 
+LineTaker markersInto(MarkerQueue& queue)
+{
+  return [&queue](std::chrono::nanoseconds time, const std::string& line) { queue.add(time, line); };
+}
+
 void MarkerLines::add(std::chrono::nanoseconds time, std::string_view bytes)
 {
   for (auto end = bytes.find('\n'); end != std::string_view::npos; end = bytes.find('\n')) {
     append(bytes.substr(0, end));
-    markers_.add(time, std::exchange(line_, {}));
+    take_(time, std::exchange(line_, {}));
     bytes.remove_prefix(end + 1);
   }
   append(bytes);
@@ -70,7 +75,7 @@ void MarkerLines::add(std::chrono::nanoseconds time, std::string_view bytes)
 
 void MarkerLines::finish(std::chrono::nanoseconds time)
 {
-  if (!line_.empty()) markers_.add(time, std::exchange(line_, {}));
+  if (!line_.empty()) take_(time, std::exchange(line_, {}));
 }
 
 void MarkerLines::append(std::string_view piece)

@@ -7,9 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 inline constexpr std::size_t maxMarkerBytes = 1000;
@@ -35,10 +37,16 @@ class MarkerQueue {
   std::uint64_t dropped_ = 0;
 };
 
-// Divides received bytes into lines, each of them a marker.
+// Receives a line without its newline, and when it arrived.
+using LineTaker = std::function<void(std::chrono::nanoseconds time, const std::string& line)>;
+
+// Adds each line to the queue, which must outlive it.
+LineTaker markersInto(MarkerQueue& queue);
+
+// Divides received bytes into lines, which may be markers: what is longer than one is cut.
 class MarkerLines {
  public:
-  explicit MarkerLines(MarkerQueue& markers) : markers_(markers) {}
+  explicit MarkerLines(LineTaker take) : take_(std::move(take)) {}
 
   void add(std::chrono::nanoseconds time, std::string_view bytes);
   // At the end of the input: the rest without a newline, if there is one, is the last marker.
@@ -47,6 +55,6 @@ class MarkerLines {
  private:
   void append(std::string_view piece);
 
-  MarkerQueue& markers_;
+  LineTaker take_;
   std::string line_;  // the beginning of the unfinished line
 };

@@ -28,7 +28,7 @@ TEST(Markers, AreLinesOfBoundedHarmlessText)
   };
   for (const auto& [name, pieces, expected] : cases) {
     MarkerQueue queue;
-    MarkerLines lines(queue);
+    MarkerLines lines(markersInto(queue));
     for (const std::string& piece : pieces) {
       lines.add(7s, piece);
     }

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "host/base/System.h"
 #include "host/session/posix/MarkerPipe.h"
@@ -82,8 +83,11 @@ class SignalsBlocked {
 }  // namespace
 
 struct MarkerInput::Reader {
-  Reader(MarkerQueue& markers, const std::filesystem::path& path)
-      : fifo(path), end(::eventfd(0, EFD_CLOEXEC)), fifoLines(markers), terminalLines(markers)
+  Reader(MarkerQueue& markers, const std::filesystem::path& path, LineTaker typed)
+      : fifo(path),
+        end(::eventfd(0, EFD_CLOEXEC)),
+        fifoLines(markersInto(markers)),
+        terminalLines(std::move(typed))
   {
     if (end.get() < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
     if (terminal.get() < 0 && fifo.descriptor() < 0) return;
@@ -149,8 +153,8 @@ struct MarkerInput::Reader {
   std::thread thread;
 };
 
-MarkerInput::MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo)
-    : reader_(std::make_unique<Reader>(markers, fifo))
+MarkerInput::MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo, LineTaker typed)
+    : reader_(std::make_unique<Reader>(markers, fifo, typed ? std::move(typed) : markersInto(markers)))
 {
 }
 

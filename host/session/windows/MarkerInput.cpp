@@ -5,6 +5,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/base/System.h"
@@ -31,7 +32,8 @@ void echo(const std::wstring& text)
 }  // namespace
 
 struct MarkerInput::Reader {
-  Reader(MarkerQueue& queue, const std::filesystem::path& path) : markers(queue), pipe(queue, path)
+  Reader(MarkerQueue& markers, const std::filesystem::path& path, LineTaker taker)
+      : typed(std::move(taker)), pipe(markers, path)
   {
     if (input == nullptr && pipe.event() == nullptr) return;
     end = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -88,7 +90,7 @@ struct MarkerInput::Reader {
   {
     if (character == L'\r') {
       echo(L"\r\n");
-      markers.add(host::uptime(), narrow(line));
+      typed(host::uptime(), narrow(line));
       line.clear();
     } else if (character == L'\b') {
       if (line.empty()) return;
@@ -100,7 +102,7 @@ struct MarkerInput::Reader {
     }
   }
 
-  MarkerQueue& markers;
+  LineTaker typed;
   MarkerPipe pipe;
   const HANDLE input = console();
   HANDLE end = nullptr;
@@ -108,8 +110,8 @@ struct MarkerInput::Reader {
   std::thread thread;
 };
 
-MarkerInput::MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo)
-    : reader_(std::make_unique<Reader>(markers, fifo))
+MarkerInput::MarkerInput(MarkerQueue& markers, const std::filesystem::path& fifo, LineTaker typed)
+    : reader_(std::make_unique<Reader>(markers, fifo, typed ? std::move(typed) : markersInto(markers)))
 {
 }
 

@@ -8,7 +8,7 @@
 #include "host/base/System.h"
 #include "host/base/Text.h"
 
-MarkerPipe::MarkerPipe(MarkerQueue& markers, const std::filesystem::path& path) : lines_(markers)
+MarkerPipe::MarkerPipe(MarkerQueue& markers, const std::filesystem::path& path) : lines_(markersInto(markers))
 {
   if (path.empty()) return;
   if (!path.native().starts_with(LR"(\\.\pipe\)")) {
