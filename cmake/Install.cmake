@@ -24,7 +24,7 @@ install(FILES ${PROJECT_BINARY_DIR}/HwTesselConfig.cmake ${PROJECT_BINARY_DIR}/H
 install(EXPORT HwTessel NAMESPACE HwTessel:: FILE HwTesselTargets.cmake DESTINATION ${TESSEL_CMAKEDIR}
         COMPONENT development)
 # What man pages and messages refer to as docs/.
-install(DIRECTORY docs DESTINATION share/doc/hwtessel COMPONENT runtime FILES_MATCHING PATTERN *.md PATTERN *.svg)
+install(DIRECTORY docs DESTINATION share/doc/hwtessel COMPONENT runtime FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
 if(TESSEL_TOOL)
   install(DIRECTORY python/tessel DESTINATION ${TESSEL_PYTHONDIR} COMPONENT runtime
           FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)
