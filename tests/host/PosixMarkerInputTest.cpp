@@ -122,6 +122,18 @@ TEST(MarkerInput, ReadsItsTerminalOnlyInTheForegroundAndByLines)
             "grasp;marker 2;pager: key\nbackground: none foreground: back; rest: rest\n");
 }
 
+TEST(MarkerInput, PassesTypedLinesToWhoWantsThemInsteadOfMarkers)
+{
+  EXPECT_EQ(onTerminal([](int master) {
+              MarkerQueue queue;
+              MarkerQueue typed;
+              const MarkerInput input(queue, "", markersInto(typed));
+              write(master, "drop left\n");
+              return wait(typed, 1) + (queue.take(1).empty() ? "no marker" : "a marker");
+            }),
+            "drop left;no marker");
+}
+
 TEST(MarkerInput, NeedsNoTimeWhileItWaitsOrWhenItsTerminalWasClosed)
 {
   EXPECT_EQ(onTerminal([](int master) {
