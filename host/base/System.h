@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
 namespace host {
 
@@ -98,6 +99,16 @@ void setEnvironment(const char* name, const std::string& value);
 void unsetEnvironment(const char* name);
 // The path in an environment variable; empty if it is not set.
 std::filesystem::path environmentPath(const char* name);
+
+// A thread that receives no signals of the process: they are for others. SIGTTIN, with which the system stops
+// background processes that read their terminal, thus becomes an error of the read. std::system_error if
+// there can be none.
+std::thread threadWithoutSignals(std::function<void()> run);
+// Where processors are scarce, the calling thread leaves them to the others of the process.
+void lowerThreadPriority();
+
+// Shows an address of the web in the user's browser, without waiting for it. False if there is none.
+bool openInBrowser(const std::string& url);
 
 // While it exists, the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) calls the
 // callback on a separate thread instead of ending the process. Later ones are ignored, except that a second

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
+#include <utility>
 
 namespace host {
 
@@ -158,6 +160,31 @@ std::uint64_t peakMemoryKiB()
   rusage usage{};
   ::getrusage(RUSAGE_SELF, &usage);
   return static_cast<std::uint64_t>(usage.ru_maxrss);
+}
+
+std::thread threadWithoutSignals(std::function<void()> run)
+{
+  struct Blocked {
+    Blocked()
+    {
+      sigset_t all{};
+      ::sigfillset(&all);
+      ::pthread_sigmask(SIG_BLOCK, &all, &previous);
+    }
+    ~Blocked() { ::pthread_sigmask(SIG_SETMASK, &previous, nullptr); }
+    Blocked(const Blocked&) = delete;
+    Blocked& operator=(const Blocked&) = delete;
+
+    sigset_t previous{};
+  };
+  const Blocked inherited;
+  return std::thread(std::move(run));
+}
+
+void lowerThreadPriority()
+{
+  // Of Linux: a thread has a nice value of its own, and 0 is the calling one.
+  ::setpriority(PRIO_PROCESS, 0, 10);
 }
 
 void setEnvironment(const char* name, const std::string& value)

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
+#include <utility>
 
 namespace host {
 
@@ -135,6 +136,16 @@ std::uint64_t peakMemoryKiB()
   PROCESS_MEMORY_COUNTERS counters{};
   K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
   return counters.PeakWorkingSetSize / 1024;
+}
+
+std::thread threadWithoutSignals(std::function<void()> run)
+{
+  return std::thread(std::move(run));
+}
+
+void lowerThreadPriority()
+{
+  SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
 }
 
 void setEnvironment(const char* name, const std::string& value)

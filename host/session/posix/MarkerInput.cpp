@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/eventfd.h>
 #include <termios.h>
 #include <unistd.h>
@@ -62,24 +61,6 @@ Owner ownerOf(int terminal)
   return isByLines && foreground == ::getpgrp() ? Owner::self : Owner::other;
 }
 
-// All signals are for other threads. SIGTTIN, with which the system stops background processes that read
-// their terminal, thus becomes an error of the read.
-class SignalsBlocked {
- public:
-  SignalsBlocked()
-  {
-    sigset_t all{};
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_BLOCK, &all, &previous_);
-  }
-  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t previous_{};
-};
-
 }  // namespace
 
 struct MarkerInput::Reader {
@@ -91,8 +72,7 @@ struct MarkerInput::Reader {
   {
     if (end.get() < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
     if (terminal.get() < 0 && fifo.descriptor() < 0) return;
-    const SignalsBlocked inherited;
-    thread = std::thread([this] { run(); });
+    thread = host::threadWithoutSignals([this] { run(); });
   }
 
   ~Reader()
