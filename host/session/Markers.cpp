@@ -30,17 +30,18 @@ std::string markerText(std::string_view line)
 
 }  // namespace
 
-void MarkerQueue::add(std::chrono::nanoseconds time, std::string_view text)
+std::string MarkerQueue::add(std::chrono::nanoseconds time, std::string_view text)
 {
   Marker marker{time, markerText(text)};
   const std::lock_guard lock(mutex_);
   if (waiting_.size() == maxWaiting) {
     ++dropped_;
-    return;
+    return {};
   }
   ++count_;
   if (marker.text.empty()) marker.text = fmt::format("marker {}", count_);
-  waiting_.push_back(std::move(marker));
+  waiting_.push_back(marker);
+  return std::move(marker.text);
 }
 
 std::vector<Marker> MarkerQueue::take(std::size_t max)

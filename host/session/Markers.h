@@ -23,8 +23,9 @@ struct Marker {
 
 class MarkerQueue {
  public:
-  // An empty text becomes "marker N", where N counts all markers.
-  void add(std::chrono::nanoseconds time, std::string_view text);
+  // An empty text becomes "marker N", where N counts all markers. Returns what the marker is called; empty if
+  // it was dropped because too many are waiting.
+  std::string add(std::chrono::nanoseconds time, std::string_view text);
   // The oldest ones, at most so many; those that remain are next.
   std::vector<Marker> take(std::size_t max);
   // Markers in all that arrived while too many were waiting.
