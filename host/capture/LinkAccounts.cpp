@@ -206,6 +206,9 @@ void LinkAccounts::begin()
   for (GloveAccount& glove : gloves_) {
     glove.reload();
   }
+  for (GloveSigns& signs : signs_) {
+    signs.forgetSensorStatus();
+  }
   undelivered_.reset();
   firstDelivery_.reset();
 }
@@ -220,6 +223,7 @@ void LinkAccounts::notificationsBegin(std::size_t glove, Time time)
 {
   ended_[glove].reset();
   gloves_[glove].beginConnection(time);
+  signs_[glove].beginConnection(time);
 }
 
 void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
@@ -231,8 +235,14 @@ void LinkAccounts::notificationsEnd(std::size_t glove, Time time)
 
 void LinkAccounts::packet(std::size_t glove, Packet packet, Time time)
 {
+  signs_[glove].add(packet, time);
   // A second glove that is not recorded waits in the plug-in for ever.
   if (glove < count_) gloves_[glove].add(packet, time);
+}
+
+void LinkAccounts::sensorStatus(std::size_t glove, std::span<const std::uint8_t> status)
+{
+  signs_[glove].addSensorStatus(status);
 }
 
 Books LinkAccounts::books(bool isEnd) const

@@ -25,6 +25,7 @@
 #include "host/capture/DeviceTime.h"
 #include "host/capture/GloveAccount.h"
 #include "host/capture/GloveClock.h"
+#include "host/capture/GloveSigns.h"
 #include "host/capture/HeardDevices.h"
 #include "host/capture/LinkDecoder.h"
 
@@ -76,6 +77,7 @@ class LinkAccounts final : private LinkListener {
   // Of the first glove.
   const DeviceTime& deviceTime() const { return clocks_[0].time(); }
   std::optional<LinkDecoder::Address> address(std::size_t glove) const { return decoder_.address(glove); }
+  const GloveSigns& signs(std::size_t glove) const { return signs_.at(glove); }
   const HeardDevices& heard() const { return heard_; }
   void forgetHeard() { heard_.clear(); }
   // How many connections have ended.
@@ -94,6 +96,7 @@ class LinkAccounts final : private LinkListener {
   void notificationsBegin(std::size_t glove, Time time) override;
   void notificationsEnd(std::size_t glove, Time time) override;
   void packet(std::size_t glove, Packet packet, Time time) override;
+  void sensorStatus(std::size_t glove, std::span<const std::uint8_t> status) override;
   void advertisement(const Advertisement& advertisement) override { heard_.add(advertisement); }
 
   using Position = std::array<std::size_t, LinkDecoder::maxGloves>;  // in each queue
@@ -117,6 +120,7 @@ class LinkAccounts final : private LinkListener {
   HeardDevices heard_;
   std::array<GloveAccount, LinkDecoder::maxGloves> gloves_;
   std::array<GloveClock, LinkDecoder::maxGloves> clocks_{GloveClock(decoder_, 0), GloveClock(decoder_, 1)};
+  std::array<GloveSigns, LinkDecoder::maxGloves> signs_;
   std::optional<Time> readingBegin_;
   Time readingEnd_ = Time::max();
   std::array<std::optional<Time>, LinkDecoder::maxGloves> ended_;

@@ -11,6 +11,7 @@ namespace message_class = simulator::message_class;
 
 constexpr std::uint16_t measurementHandle = 17;
 constexpr std::uint16_t configurationHandle = 18;
+constexpr std::uint16_t statusHandle = 22;
 constexpr std::uint16_t versionHandle = 24;
 
 // Event, class and number of a message in one value.
@@ -93,6 +94,7 @@ void LinkDecoder::handleValue(PayloadReader payload, Time time)
     const auto version = parseVersion(value);
     gloves_[glove].revision = version ? version->revision : std::uint16_t{0};
   }
+  if (attribute == statusHandle) listener_.sensorStatus(glove, value);
   const bool isPacket = attribute == measurementHandle && value.size() == LinkListener::Packet::extent;
   if (isPacket && gloves_[glove].notifications == Notifications::on) {
     listener_.packet(glove, value.first<LinkListener::Packet::extent>(), time);

@@ -30,6 +30,8 @@ class LinkListener {
   virtual void notificationsBegin(std::size_t glove, Time time) = 0;
   virtual void notificationsEnd(std::size_t glove, Time time) = 0;
   virtual void packet(std::size_t glove, Packet packet, Time time) = 0;
+  // One byte for each sensor position; 0 is OK.
+  virtual void sensorStatus(std::size_t /*glove*/, std::span<const std::uint8_t> /*status*/) {}
 };
 
 class LinkDecoder {

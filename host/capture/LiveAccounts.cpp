@@ -56,15 +56,18 @@ void LiveAccounts::handBack()
   const bool isEnding = accounts_.endings() != std::exchange(endings_, accounts_.endings());
   if (latest_ < nextSnapshot_ && !isEnding) return;
   nextSnapshot_ = latest_ + snapshotInterval;
-  Snapshot snapshot{.books = accounts_.books(false),
+  Snapshot snapshot{.time = latest_,
+                    .books = accounts_.books(false),
                     .residualMs = accounts_.deviceTime().residualMs(),
                     .observedPhaseMs = accounts_.deviceTime().observedPhaseMs(),
                     .clockError = accounts_.deviceTime().clockError(),
                     .addresses = {},
+                    .signs = {},
                     .ended = {},
                     .heard = accounts_.heard()};
   for (std::size_t glove = 0; glove < snapshot.addresses.size(); ++glove) {
     snapshot.addresses[glove] = accounts_.address(glove);
+    snapshot.signs[glove] = accounts_.signs(glove);
     snapshot.ended[glove] = accounts_.ended(glove);
   }
   const std::scoped_lock lock(mutex_);

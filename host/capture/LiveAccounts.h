@@ -21,12 +21,14 @@ class LiveAccounts {
 
   // As of the latest bytes of the capture.
   struct Snapshot {
+    Time time{0};  // of these bytes
     Books books;
     // Of the mapping of the first glove's clock, see DeviceTime.
     double residualMs = 0;
     int observedPhaseMs = 0;
     std::optional<double> clockError;
     std::array<std::optional<LinkDecoder::Address>, LinkDecoder::maxGloves> addresses;
+    std::array<GloveSigns, LinkDecoder::maxGloves> signs;
     // When the latest connection of each glove ended; empty while it lasts.
     std::array<std::optional<Time>, LinkDecoder::maxGloves> ended;
     HeardDevices heard;  // since forgetHeard()

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/capture/GloveSigns.h"
 #include "host/session/BooksText.h"
 
 namespace {
 
 using Result = Step::Result;
 
-constexpr double lowBattery = 0.25;
 constexpr double minShareOfRate = 0.98;
 constexpr double maxUsualLoss = 0.005;
 constexpr double maxUsualSilenceMs = 500;

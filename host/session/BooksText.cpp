@@ -43,7 +43,9 @@ std::string lossesText(const GloveBooks::Lost& lost)
   return text;
 }
 
-std::string unbalancedText(const Books& books, const std::vector<std::string>& labels)
+}  // namespace
+
+std::string contradictionsText(const Books& books, const std::vector<std::string>& labels)
 {
   std::vector<std::string> reasons;
   for (std::size_t index = 0; index < books.gloves.size(); ++index) {
@@ -54,7 +56,7 @@ std::string unbalancedText(const Books& books, const std::vector<std::string>& l
           "changed while nothing was heard",
           labels[index], glove.ambiguous, plural(glove.ambiguous)));
     }
-    if (!glove.isBalanced()) {
+    if (books.isFinal && !glove.isBalanced()) {
       reasons.push_back(
           fmt::format("the {} glove sent {} frames and repeated {}, but {} were recorded and {} lost",
                       labels[index], glove.sent, glove.repeated, glove.recorded, glove.lost.total()));
@@ -71,7 +73,13 @@ std::string unbalancedText(const Books& books, const std::vector<std::string>& l
   return fmt::to_string(fmt::join(reasons, "; "));
 }
 
-}  // namespace
+std::string incompleteText(const Books& books)
+{
+  if (books.lostBlocks == 0 && books.skippedBytes == 0) return "";
+  const std::string what = books.lostBlocks > 0 ? fmt::format("{} blocks", books.lostBlocks)
+                                                : fmt::format("{} bytes are damaged", books.skippedBytes);
+  return fmt::format("Parts of the capture are missing ({}), so the numbers of frames are not exact.", what);
+}
 
 std::vector<std::string> gloveLabels(const Layout& layout)
 {
@@ -116,14 +124,9 @@ std::string balanceText(const Books& books, const std::vector<std::string>& labe
 {
   const auto balanced = books.balanced();
   if (!balanced) {
-    const std::string what = books.lostBlocks > 0 ? fmt::format("{} blocks", books.lostBlocks)
-                                                  : fmt::format("{} bytes are damaged", books.skippedBytes);
-    return fmt::format(
-        "  Parts of the capture are missing ({}), so the numbers of frames are not exact.\n"
-        "  All records that the plug-in delivered are kept.\n",
-        what);
+    return fmt::format("  {}\n  All records that the plug-in delivered are kept.\n", incompleteText(books));
   }
-  return *balanced ? "" : fmt::format("  The books do not balance: {}.\n", unbalancedText(books, labels));
+  return *balanced ? "" : fmt::format("  The books do not balance: {}.\n", contradictionsText(books, labels));
 }
 
 nlohmann::ordered_json booksJson(const Books& books, const std::vector<std::string>& labels)
@@ -150,6 +153,6 @@ std::optional<Failure> booksFailure(const Books& books, const std::vector<std::s
 {
   if (books.balanced().value_or(true)) return std::nullopt;
   return Failure(
-      ExitCode::books, fmt::format("the books do not balance: {}.", unbalancedText(books, labels)),
+      ExitCode::books, fmt::format("the books do not balance: {}.", contradictionsText(books, labels)),
       "All records are kept. Please send the recording and its capture to the authors of this program.");
 }

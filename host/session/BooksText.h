@@ -24,6 +24,11 @@ std::string framesText(const GloveBooks& glove, std::string_view kept = "recorde
 std::string newLossesText(const GloveBooks::Lost& earlier, const GloveBooks::Lost& now);
 // Lines that say why the books are not balanced; empty if they are.
 std::string balanceText(const Books& books, const std::vector<std::string>& labels);
+// What the books can't explain, "; " between; empty if there is nothing. Of books that are not final only
+// what can't change any more.
+std::string contradictionsText(const Books& books, const std::vector<std::string>& labels);
+// That parts of the capture are missing, in a sentence; empty if none are.
+std::string incompleteText(const Books& books);
 // Keyed by label, with "balanced": true, false or null.
 nlohmann::ordered_json booksJson(const Books& books, const std::vector<std::string>& labels);
 

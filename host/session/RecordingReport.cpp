@@ -2,13 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "host/base/System.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingFiles.h"
 #include "host/session/BooksText.h"
 #include "host/session/SessionMetadata.h"
+#include "host/session/WaitingText.h"
 
 RecordingReport::RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
                                  RecordSink* followers)
@@ -34,7 +33,7 @@ void RecordingReport::lost(const Failure& failure, const RecordingFigures& figur
 
 void RecordingReport::waiting(const Waiting& waiting, const RecordingFigures& figures)
 {
-  progress_.showWaiting(waiting.seconds, waiting.secondsLeft, stateOf(waiting));
+  progress_.showWaiting(waiting.seconds, waiting.secondsLeft, waitingText(waiting, layout_));
   keepUp(figures);
 }
 
@@ -72,20 +71,4 @@ void RecordingReport::keepUp(const RecordingFigures& figures)
   if (files_ == nullptr || !figures.zero) return;
   update(files_->metadata(), figures);
   files_->keepUp(host::uptime());
-}
-
-// "left glove not heard, right glove heard (-50 dBm), 12 other devices"
-std::string RecordingReport::stateOf(const Waiting& waiting) const
-{
-  if (!waiting.failure) return "opening the gloves";
-  if (!waiting.heard || waiting.failure->code() != ExitCode::noGloves) return waiting.failure->what();
-  std::string state;
-  for (const ElementGroup& group : layout_.groups) {
-    if (!group.isGlove()) continue;
-    const auto& gloves = waiting.heard->gloves();
-    const auto found = std::ranges::find(gloves, group.module, &HeardGlove::name);
-    state += fmt::format("{} glove {}, ", group.label,
-                         found == gloves.end() ? "not heard" : fmt::format("heard ({} dBm)", found->rssi));
-  }
-  return state + fmt::format("{} other devices", waiting.heard->others());
 }

@@ -31,7 +31,6 @@ class RecordingReport final : public SessionListener {
  private:
   void noteLosses(const RecordingFigures& figures);
   void keepUp(const RecordingFigures& figures);
-  std::string stateOf(const Waiting& waiting) const;
 
   const Layout& layout_;
   RecordingFiles* const files_;
