@@ -2,7 +2,9 @@
 // Threads: the constructor and what `RecordSink`, `SessionListener` and the functions below them declare are
 // for the thread that reads the gloves, and while it waits for them for the one that waits, never at the same
 // time. That thread never waits: where the server's is reading, what it has is handed over with the next
-// record. `LiveSource` is for the server's thread. Throws only std::bad_alloc.
+// record. `LiveSource` is for the server's thread.
+// Errors: the constructor throws std::system_error if there can be no thread that asks the disk; otherwise
+// throws only std::bad_alloc.
 #pragma once
 
 #include <chrono>
@@ -27,6 +29,7 @@ struct LiveFacts {
   std::filesystem::path file;  // where the records go; empty: none is written
   RecordingLimits limits;
   double reconnectSeconds = 0;
+  bool canMark = true;  // whether markers are taken
 };
 
 class LiveBoard final : public RecordSink, public SessionListener, public LiveSource {
@@ -53,6 +56,8 @@ class LiveBoard final : public RecordSink, public SessionListener, public LiveSo
   void openingFailed(const FailedAttempt& attempt);
   // The gloves are open.
   void opened(const RecordingMetadata& metadata);
+  // The gloves are no longer read, and what follows takes its time: that they fall silent means nothing.
+  void closing();
   // All is over, or ended before it began; `figures` are null then.
   void ended(const std::string& words, ExitCode code, const RecordingFigures* figures);
 

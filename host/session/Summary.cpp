@@ -6,27 +6,13 @@
 #include <cmath>
 
 #include "host/base/Characters.h"
+#include "host/base/DiskUse.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
 #include "host/recording/RecordingMetadata.h"
 #include "host/session/BooksText.h"
 
-namespace fs = std::filesystem;
-
 namespace {
-
-std::uint64_t bytesAt(const fs::path& place)
-{
-  std::error_code error;
-  if (isStandardOutput(place)) return 0;
-  if (fs::is_regular_file(place, error)) return fs::file_size(place, error);
-  std::uint64_t bytes = 0;
-  for (fs::directory_iterator entry(place, error), end; !error && entry != end; entry.increment(error)) {
-    std::error_code ignored;
-    bytes += entry->file_size(ignored);
-  }
-  return bytes;
-}
 
 std::string gapsText(const GapDetector& gaps)
 {
