@@ -1,0 +1,177 @@
+// @ts-check
+// Hands, curves and the table of values: what is drawn when, how, and not while it is frozen. At most 30 times a second; if drawing
+// takes long, so seldom that it leaves the browser two thirds of its time.
+
+import { byId, setAttribute, setHidden, setText } from './dom.js';
+import { Clock } from './clock.js';
+import { Curves } from './curves.js';
+import { Hands } from './hands.js';
+import { choice, choose } from './settings.js';
+import { Values } from './values.js';
+
+const intervalMs = 33;
+const calmIntervalMs = 250;
+const maxCount = 65535;
+
+const isCount = (text) => /^\d{1,5}$/.test(text) && Number(text) <= maxCount;
+
+// Why these limits of the scale can't be used; empty if they can. Pure.
+export function scaleError(low, high) {
+  if (!isCount(low) || !isCount(high)) return `Both are whole numbers from 0 to ${maxCount}.`;
+  return Number(low) < Number(high) ? '' : 'The second number must be the higher one.';
+}
+
+// Whether a picture has the gloves of this layout, with all elements and regions. Pure.
+export function fits(picture, layout) {
+  return picture.gloves.length === layout.gloves.length && picture.gloves.every((values, at) =>
+    values.elements.length === layout.gloves[at].count && values.regions.length === layout.gloves[at].regions.length);
+}
+
+// The lowest and highest count of a picture; those of any sensor without one. Pure.
+export function rangeOf(picture) {
+  let low = maxCount;
+  let high = 0;
+  for (const { elements } of picture?.gloves ?? []) {
+    for (const value of elements) {
+      low = Math.min(low, value);
+      high = Math.max(high, value);
+    }
+  }
+  return low < high ? { low, high } : { low: 0, high: maxCount };
+}
+
+export class Pictures {
+  #hands;
+  #curves;
+  #values = new Values();
+  #clock = new Clock();
+  #layout = { gloves: [] };
+  #picture = null;
+  #shown = null;
+  #frozenAt = Number.NaN;
+  #nextDraw = 0;
+  #calm = window.matchMedia('(prefers-reduced-motion: reduce)');
+  #low = byId('scale-low');
+  #high = byId('scale-high');
+
+  // `onReading`: {glove, element, region, value} under the pointer, or null.
+  constructor(onReading) {
+    this.#hands = new Hands(byId('hands'), { onPointer: onReading });
+    this.#curves = new Curves(byId('curves'), { onPointer: onReading });
+    this.#chooseScale();
+    this.#chooseSeconds();
+    requestAnimationFrame(() => this.#draw());
+  }
+
+  // Everything from the start, when the stream begins.
+  begin(layout, history, picture) {
+    this.#clock.reset();
+    this.setLayout(layout);
+    this.setHistory(history);
+    if (picture) this.add(picture);
+  }
+
+  setLayout(layout) {
+    this.#layout = layout;
+    this.#picture = null;
+    this.#hands.setLayout(layout);
+    this.#curves.setLayout(layout);
+    this.#values.setLayout(layout);
+  }
+
+  setHistory(history) {
+    this.#curves.setHistory(history);
+    this.#nextDraw = 0;
+  }
+
+  add(picture) {
+    if (!fits(picture, this.#layout) || (this.#picture && picture.ms <= this.#picture.ms)) return;
+    this.#picture = picture;
+    this.#curves.add(picture);
+  }
+
+  // A state arrived: its time moves the curves on even when no records come.
+  heard(state) {
+    this.#clock.heard(state.ms, performance.now());
+    this.#curves.setEvents(state.events);
+  }
+
+  get frozen() {
+    return !Number.isNaN(this.#frozenAt);
+  }
+
+  freeze(frozen) {
+    this.#frozenAt = frozen ? this.#clock.at(performance.now()) : Number.NaN;
+    this.#nextDraw = 0;
+  }
+
+  // The colours of the page have changed.
+  redraw() {
+    this.#hands.redraw();
+    this.#curves.redraw();
+  }
+
+  #draw() {
+    requestAnimationFrame(() => this.#draw());
+    const begin = performance.now();
+    const now = this.#clock.at(begin);
+    if (begin < this.#nextDraw || this.frozen || Number.isNaN(now)) return;
+    if (this.#picture && this.#picture !== this.#shown) {
+      this.#shown = this.#picture;
+      this.#hands.show(this.#picture);
+      this.#values.show(this.#picture, begin);
+    }
+    this.#curves.draw(now);
+    const took = performance.now() - begin;
+    this.#nextDraw = begin + Math.max(this.#calm.matches ? calmIntervalMs : intervalMs - 4, 3 * took);
+  }
+
+  #chooseSeconds() {
+    const select = byId('curve-seconds');
+    select.value = choice('seconds', select.value, (kept) => [...select.options].some((option) => option.value === kept));
+    const apply = () => {
+      this.#curves.setSeconds(Number(select.value));
+      if (this.frozen) this.#curves.draw(this.#frozenAt);
+    };
+    select.addEventListener('change', () => {
+      choose('seconds', select.value);
+      apply();
+    });
+    apply();
+  }
+
+  #chooseScale() {
+    const automatic = byId('scale-automatic');
+    const fixed = byId('scale-fixed');
+    this.#low.value = choice('scale.low', '', isCount);
+    this.#high.value = choice('scale.high', '', isCount);
+    const kept = choice('scale', 'automatic', (mode) => mode === 'automatic' || mode === 'fixed');
+    fixed.checked = kept === 'fixed';
+    automatic.checked = !fixed.checked;
+    for (const input of [automatic, fixed]) {
+      input.addEventListener('change', () => {
+        choose('scale', fixed.checked ? 'fixed' : 'automatic');
+        this.#applyScale(fixed.checked);
+      });
+    }
+    for (const input of [this.#low, this.#high]) input.addEventListener('input', () => this.#applyScale(true));
+    this.#applyScale(fixed.checked);
+  }
+
+  #applyScale(fixed) {
+    setHidden(byId('scale-limits'), !fixed);
+    if (fixed && this.#low.value === '' && this.#high.value === '') {
+      const range = rangeOf(this.#picture);
+      this.#low.value = String(range.low);
+      this.#high.value = String(range.high);
+    }
+    const error = fixed ? scaleError(this.#low.value, this.#high.value) : '';
+    setText(byId('scale-error'), error);
+    for (const input of [this.#low, this.#high]) setAttribute(input, 'aria-invalid', error ? 'true' : null);
+    if (!fixed) this.#hands.setScale({ mode: 'automatic', low: 0, high: maxCount });
+    if (!fixed || error) return;
+    choose('scale.low', this.#low.value);
+    choose('scale.high', this.#high.value);
+    this.#hands.setScale({ mode: 'fixed', low: Number(this.#low.value), high: Number(this.#high.value) });
+  }
+}

@@ -1,0 +1,103 @@
+// @ts-check
+// Warnings of the program and of the page itself: alarms at the top, which can't be missed, notices below. What ends says so for
+// some seconds. An alarm is read out when it begins; its text may change twice a second without being read again.
+
+import { byId, icon, make, setHidden, setText } from './dom.js';
+import { roughly, visible } from './text.js';
+
+const overMs = 6000;
+const maxShown = 8;
+const icons = {
+  active: ['M8 1.2 15.4 14.4H.6zM7.1 5.8v4.4h1.8V5.8zm0 5.6v1.7h1.8v-1.7z'],
+  over: ['M6.4 10.2 13 3.6l1.3 1.3-7.9 7.9L2 8.4l1.3-1.3z'],
+};
+
+// Which warnings are there and which ended lately. Pure; times are of one clock, in ms.
+export class WarningList {
+  #items = new Map();
+
+  // `warnings`: all that are active now.
+  update(warnings, now) {
+    const ids = new Set(warnings.map((warning) => warning.id));
+    for (const [id, item] of this.#items) {
+      if (!ids.has(id) && item.overAt === null) item.overAt = now;
+      if (item.overAt !== null && now - item.overAt >= overMs) this.#items.delete(id);
+    }
+    for (const warning of warnings) {
+      const item = this.#items.get(warning.id);
+      if (item && item.overAt === null && item.level === warning.level) item.text = warning.text;
+      else this.#items.set(warning.id, { ...warning, since: now, overAt: null });
+    }
+  }
+
+  // The first `maxShown` of a level, with how many more there are.
+  of(level) {
+    const all = [...this.#items.values()].filter((item) => item.level === level);
+    all.sort((a, b) => Number(a.overAt !== null) - Number(b.overAt !== null));
+    return { items: all.slice(0, maxShown), more: Math.max(0, all.length - maxShown) };
+  }
+}
+
+class WarningBox {
+  #box;
+  #rows = new Map();
+  #more = make('p', { class: 'warning-more' });
+
+  constructor(box) {
+    this.#box = box;
+    box.append(this.#more);
+  }
+
+  show({ items, more }, now) {
+    const ids = new Set(items.map((item) => item.id));
+    for (const [id, row] of this.#rows) {
+      if (ids.has(id)) continue;
+      row.element.remove();
+      this.#rows.delete(id);
+    }
+    for (const item of items) this.#showItem(item, now);
+    setText(this.#more, more > 0 ? `and ${more} more` : '');
+    setHidden(this.#box, items.length === 0);
+  }
+
+  #showItem(item, now) {
+    let row = this.#rows.get(item.id);
+    if (!row) {
+      row = { element: make('div', { class: 'warning', 'data-warning': item.id }), text: make('p', { dir: 'auto' }), sign: make('span') };
+      row.element.append(row.sign, row.text);
+      this.#box.insertBefore(row.element, this.#more);
+      this.#rows.set(item.id, row);
+    }
+    const state = item.overAt === null ? 'active' : 'over';
+    if (row.element.dataset.state !== state) {
+      row.element.dataset.state = state;
+      row.sign.replaceChildren(icon(icons[state]));
+    }
+    const lasted = item.overAt === null ? '' : `Over after ${roughly((item.overAt - item.since) / 1000)}: `;
+    setText(row.text, lasted + visible(item.text));
+  }
+}
+
+export class Warnings {
+  #list = new WarningList();
+  #alarms = new WarningBox(byId('alarms'));
+  #notices = new WarningBox(byId('notices'));
+  #announcement = byId('alarm-announcement');
+  #announced = new Set();
+
+  show(warnings, now) {
+    this.#list.update(warnings, now);
+    const alarms = this.#list.of('alarm');
+    this.#alarms.show(alarms, now);
+    this.#notices.show(this.#list.of('notice'), now);
+    this.#announce(alarms.items.filter((item) => item.overAt === null));
+  }
+
+  #announce(active) {
+    const begun = active.filter((item) => !this.#announced.has(item.id));
+    this.#announced = new Set(active.map((item) => item.id));
+    if (begun.length > 0) setText(this.#announcement, begun.map((item) => visible(item.text)).join(' '));
+    else if (active.length === 0) setText(this.#announcement, '');
+  }
+
+}
