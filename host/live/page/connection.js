@@ -2,9 +2,9 @@
 // The stream of the program and its failures. What stays silent for two seconds counts as lost, since the program
 // sends its state at least every half second; then it is opened again, once a second, for as long as the page is there.
 //
-// connecting --/api/state, /api/history--> opening the stream --first event--> open --error or silence--> lost
-//     ^                                          '------------error or silence------------------------------^ |
-//     '-------------------------------------------------a second----------------------------------------------'
+// connecting --/api/state--> opening the stream --first event--> open --error or silence--> lost
+//     ^                                '------------error or silence-----------------------------^ |
+//     '--------------------------------------a second---------------------------------------------'
 
 const silenceMs = 2000;
 const retryMs = 1000;
@@ -20,7 +20,7 @@ export class Connection {
   #lastMs = 0;
   #running = false;
 
-  // `handlers`: began({token, layout, state, picture, history}), layout(layout), state(state), picture(picture), each with what
+  // `handlers`: began({token, viewers, layout, state, picture}), layout(layout), state(state), picture(picture), each with what
   // was received, and lost(reason, since): `since` is a Date, or null if it was never there.
   constructor(handlers) {
     this.#handlers = handlers;
@@ -54,8 +54,7 @@ export class Connection {
     const timer = setTimeout(() => attempt.abort(), silenceMs);
     try {
       const now = await fetchJson('/api/state', attempt.signal);
-      const history = await fetchJson('/api/history', attempt.signal);
-      if (this.#attempt === attempt) this.#open({ ...now, history });
+      if (this.#attempt === attempt) this.#open(now);
     } catch (error) {
       if (this.#attempt === attempt) this.#lose(error instanceof Refusal ? error.message : '');
     } finally {

@@ -35,6 +35,9 @@ const fields = [
   ['sensorFaults', 'Sensor faults', 'Frames in which the glove reported a fault of a sensor'],
 ];
 
+const lowBattery = 0.15;
+const muchLost = 0.02;
+
 const positive = (value) => typeof value === 'number' && value > 0;
 
 // From 0 (empty) to 4 (full), for the picture of the battery.
@@ -106,10 +109,10 @@ class GloveCard {
   }
 
   #showValues(glove) {
-    this.#value('battery', typeof glove.battery === 'number' ? `${Math.round(glove.battery * 100)} %` : dash);
+    this.#value('battery', typeof glove.battery === 'number' ? `${Math.round(glove.battery * 100)} %` : dash, glove.battery !== null && glove.battery < lowBattery);
     setAttribute(this.#values.get('battery'), 'data-bars', bars(glove.battery));
     this.#value('framesPerSecond', decimal(glove.framesPerSecond, 1, '/s'));
-    this.#value('lostShareNow', percent(glove.lostShareNow), glove.lostShareNow > 0.02);
+    this.#value('lostShareNow', percent(glove.lostShareNow), glove.lostShareNow > muchLost);
     this.#value('latencyMs', decimal(glove.latencyMs, 1, 'ms'));
     this.#value('gaps', count(glove.gaps));
     setText(this.#longest, positive(glove.gaps) && positive(glove.longestGapMs) ? longest(glove.longestGapMs) : '');
@@ -137,7 +140,7 @@ class GloveCard {
   }
 }
 
-const longest = (ms) => `, longest ${ms < 1000 ? `${Math.round(ms)} ms` : ms < 10000 ? `${(ms / 1000).toFixed(1)} s` : roughly(ms / 1000)}`;
+const longest = (ms) => `, max ${ms < 1000 ? `${Math.round(ms)} ms` : ms < 10000 ? `${(ms / 1000).toFixed(1)} s` : roughly(ms / 1000)}`;
 
 export class Gloves {
   #container;

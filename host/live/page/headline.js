@@ -28,7 +28,7 @@ const icons = {
   lost: ['M3.6 2.4 8 6.8l4.4-4.4 1.2 1.2L9.2 8l4.4 4.4-1.2 1.2L8 9.2l-4.4 4.4-1.2-1.2L6.8 8 2.4 3.6z'],
 };
 
-const sentence = (text) => (text === '' || /[.!?]$/.test(text) ? text : `${text}.`);
+const sentences = (first, second) => (first === '' ? second : `${first}${/[.!?]$/.test(first) ? '' : '.'} ${second}`);
 
 const whereTo = (layout) => (layout.file ? `Records go to ${visible(layout.file)}.` : 'Nothing is written.');
 const whereFrom = (layout) => (layout.file ? `Recorded to ${visible(layout.file)}.` : 'Nothing was written.');
@@ -39,10 +39,11 @@ function ofEnd(layout, state, closed) {
   return { kind, text: `Ended: ${visible(state.ending.text)}`, name: '', detail };
 }
 
-function ofAway(state) {
+function ofAway(layout, state) {
   const left = state.reconnections?.secondsLeft;
   const text = typeof left === 'number' ? `${words.away}, ${Math.ceil(Math.max(0, left))} s left` : words.away;
-  return { kind: 'away', text, name: '', detail: visible(state.text) };
+  const goesOn = layout.file ? `Recording to ${fileName(layout.file)} goes on when they are back.` : 'Nothing is written.';
+  return { kind: 'away', text, name: '', detail: sentences(visible(state.text), goesOn) };
 }
 
 function ofReading(layout, state) {
@@ -65,10 +66,9 @@ export function headlineOf(connection, layout, state) {
   }
   if (!layout || !state) return { kind: 'connecting', text: words.connecting, name: '', detail: '' };
   if (state.phase === 'opening') {
-    const detail = [sentence(visible(state.text)), whereTo(layout)].filter((part) => part !== '').join(' ');
-    return { kind: 'opening', text: words.opening, name: '', detail };
+    return { kind: 'opening', text: words.opening, name: '', detail: sentences(visible(state.text), whereTo(layout)) };
   }
-  return state.phase === 'away' ? ofAway(state) : ofReading(layout, state);
+  return state.phase === 'away' ? ofAway(layout, state) : ofReading(layout, state);
 }
 
 export class Headline {

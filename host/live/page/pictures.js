@@ -5,12 +5,14 @@
 import { byId, setAttribute, setHidden, setText } from './dom.js';
 import { Clock } from './clock.js';
 import { Curves } from './curves.js';
+import { stateWord } from './gloves.js';
 import { Hands } from './hands.js';
 import { choice, choose } from './settings.js';
 import { Values } from './values.js';
 
 const intervalMs = 33;
 const calmIntervalMs = 250;
+const historyMs = 5000;
 const maxCount = 65535;
 
 const isCount = (text) => /^\d{1,5}$/.test(text) && Number(text) <= maxCount;
@@ -40,6 +42,16 @@ export function rangeOf(picture) {
   return low < high ? { low, high } : { low: 0, high: maxCount };
 }
 
+// Null if it can't be had: the curves then begin now. It is given up before much of the stream waits for it.
+async function fetchHistory() {
+  try {
+    const response = await fetch('/api/history', { cache: 'no-store', signal: AbortSignal.timeout(historyMs) });
+    return response.ok ? await response.json() : null;
+  } catch {
+    return null;
+  }
+}
+
 export class Pictures {
   #hands;
   #curves;
@@ -48,6 +60,8 @@ export class Pictures {
   #layout = { gloves: [] };
   #picture = null;
   #shown = null;
+  // Pictures that arrive while the history before them is being fetched; null at other times.
+  #early = null;
   #frozenAt = Number.NaN;
   #nextDraw = 0;
   #calm = window.matchMedia('(prefers-reduced-motion: reduce)');
@@ -57,43 +71,53 @@ export class Pictures {
   // `onReading`: {glove, element, region, value} under the pointer, or null.
   constructor(onReading) {
     this.#hands = new Hands(byId('hands'), { onPointer: onReading });
-    this.#curves = new Curves(byId('curves'), { onPointer: onReading });
+    this.#curves = new Curves(byId('curves'));
     this.#chooseScale();
     this.#chooseSeconds();
     requestAnimationFrame(() => this.#draw());
   }
 
-  // Everything from the start, when the stream begins.
-  begin(layout, history, picture) {
-    this.#clock.reset();
-    this.setLayout(layout);
-    this.setHistory(history);
-    if (picture) this.add(picture);
-  }
-
-  setLayout(layout) {
+  // Everything from the start: the stream begins, or other gloves came. `picture`: the newest, or null.
+  async begin(layout, picture) {
+    const early = [];
+    this.#early = early;
     this.#layout = layout;
     this.#picture = null;
+    this.#clock.reset();
     this.#hands.setLayout(layout);
     this.#curves.setLayout(layout);
     this.#values.setLayout(layout);
-  }
-
-  setHistory(history) {
-    this.#curves.setHistory(history);
-    this.#nextDraw = 0;
+    if (picture) this.add(picture);
+    const history = await fetchHistory();
+    if (this.#early !== early) return;
+    this.#early = null;
+    if (history) this.#curves.setHistory(history);
+    const end = history?.ms.at(-1) ?? Number.NEGATIVE_INFINITY;
+    for (const waiting of early) {
+      if (waiting.ms > end) this.#curves.add(waiting);
+    }
   }
 
   add(picture) {
     if (!fits(picture, this.#layout) || (this.#picture && picture.ms <= this.#picture.ms)) return;
     this.#picture = picture;
-    this.#curves.add(picture);
+    if (this.#early) this.#early.push(picture);
+    else this.#curves.add(picture);
   }
 
   // A state arrived: its time moves the curves on even when no records come.
   heard(state) {
     this.#clock.heard(state.ms, performance.now());
     this.#curves.setEvents(state.events);
+  }
+
+  // What a glove shows while nothing comes from it is old: it is marked at its pictures.
+  showStates(gloves) {
+    for (const figure of document.querySelectorAll('.picture figure')) {
+      const state = gloves.find((glove) => glove.label === figure.dataset.glove)?.state ?? null;
+      setAttribute(figure, 'data-state', state);
+      setAttribute(figure.firstElementChild, 'data-word', state && state !== 'connected' ? stateWord(state) : null);
+    }
   }
 
   get frozen() {

@@ -9,12 +9,12 @@ const fields = [
   ['seconds', 'Duration', 'Of the recording'],
   ['records', 'Records', 'Moments recorded, each with all elements of all gloves'],
   ['recordsPerSecondNow', 'Rate', 'Records per second, over the last two seconds'],
+  ['markers', 'Markers', 'Set so far, from this page and others'],
   ['bytes', 'Size', 'Of the file, and how fast it grows'],
   ['freeBytes', 'Disk free', 'Space left where the file is, and for how long it lasts'],
-  ['markers', 'Markers', 'Set so far, from this page and others'],
   ['reconnections', 'Lost gloves', 'How often the gloves were lost and came back, and the time without them'],
   ['stalls', 'Pauses', 'How often the computer kept tessel from reading, and for how long'],
-  ['books', 'Frames', 'Whether tessel can explain what became of each frame that the gloves sent'],
+  ['books', 'Frames explained', 'Whether tessel can explain what became of each frame that the gloves sent'],
 ];
 
 // How much of the limits is reached, 0 to 1; null without limits.
@@ -26,7 +26,7 @@ export function limitReached(layout, state) {
 }
 
 const booksText = (books) =>
-  (books?.balanced === true ? 'all accounted for' : books?.balanced === false ? 'not all accounted for' : dash);
+  (books?.balanced === true ? 'all' : books?.balanced === false ? 'not all' : dash);
 
 function outOf(value, limit, show) {
   return limit > 0 ? `${show(value)} of ${show(limit)}` : show(value);
@@ -59,7 +59,9 @@ export class Recording {
     setAttribute(this.#row('file'), 'title', file ? visible(file) : null);
     this.#value('seconds', outOf(state.seconds, layout.limitSeconds, duration));
     this.#value('records', outOf(state.records, layout.limitRecords, count));
-    this.#value('recordsPerSecondNow', `${decimal(state.recordsPerSecondNow, 1)} /s, mean ${decimal(state.recordsPerSecond, 1)} /s`);
+    this.#value('recordsPerSecondNow', decimal(state.recordsPerSecondNow, 1, '/s'));
+    setAttribute(this.#row('recordsPerSecondNow'), 'title',
+      `Records per second, over the last two seconds; ${decimal(state.recordsPerSecond, 1)} while the gloves were there`);
     this.#showFile(state.recording);
     this.#value('markers', count(state.markers));
     this.#showInterruptions(state);
@@ -80,9 +82,9 @@ export class Recording {
 
   #showInterruptions(state) {
     const lost = state.reconnections?.count ?? 0;
-    this.#value('reconnections', lost > 0 ? `${count(lost)}, ${roughly(state.reconnections.awaySeconds)} in all` : count(lost), lost > 0);
+    this.#value('reconnections', lost > 0 ? `${count(lost)}, ${roughly(state.reconnections.awaySeconds)}` : count(lost), lost > 0);
     const stalls = state.stalls?.count ?? 0;
-    this.#value('stalls', stalls > 0 ? `${count(stalls)}, longest ${decimal(state.stalls.longestSeconds, 1, 's')}` : count(stalls), stalls > 0);
+    this.#value('stalls', stalls > 0 ? `${count(stalls)}, max ${decimal(state.stalls.longestSeconds, 1, 's')}` : count(stalls), stalls > 0);
   }
 
   #row(field) {

@@ -59,26 +59,26 @@ function began(received) {
     window.location.reload();
     return;
   }
+  // Started again: what was frozen is gone.
+  if (state && received.state.ms < state.ms && pictures.frozen) freeze();
   connected = { status: 'open', reason: '', since: null };
   token = received.token;
   layout = received.layout;
   layoutText = JSON.stringify(layout);
-  pictures.begin(layout, received.history, received.picture);
+  pictures.begin(layout, received.picture);
   setText(byId('version'), `tessel ${visible(layout.version)}`);
   setText(byId('viewers'), received.viewers > 1 ? `${count(received.viewers)} viewers` : '');
   took(received.state);
 }
 
 // Also comes when the stream begins, as it is known already.
-async function tookLayout(received) {
+function tookLayout(received) {
   const text = JSON.stringify(received);
   if (text === layoutText) return;
   layout = received;
   layoutText = text;
-  pictures.setLayout(layout);
+  pictures.begin(layout, null);
   askRender();
-  const response = await fetch('/api/history', { cache: 'no-store' }).catch(() => null);
-  if (response?.ok && layoutText === text) pictures.setHistory(await response.json());
 }
 
 function took(received) {
@@ -115,6 +115,7 @@ function render() {
   markers.allow(token, whyNoMarkers());
   if (!layout || !state) return;
   gloves.show(state.gloves);
+  pictures.showStates(state.gloves);
   recording.show(layout, state);
   markers.events(state.events);
   events.show(state.events);
