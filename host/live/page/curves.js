@@ -45,7 +45,7 @@ class Curve {
   figure;
   plot;
   #frame;
-  #times = make('span', { class: 'curve-time' });
+  #time = make('span', { class: 'curve-time' });
   /** @type {HTMLElement[]} */
   #values = [];
   #owner;
@@ -62,7 +62,12 @@ class Curve {
     this.#frame = make('div', { class: 'curve-frame', role: 'img', tabindex: 0 });
     this.#frame.setAttribute('aria-description', 'Left and right arrow keys read values, Escape ends.');
     this.figure = make('figure', { class: 'curve', 'data-glove': glove.label });
-    this.figure.append(make('figcaption', { class: 'curve-name' }, glove.label), this.#frame, this.#legend());
+    this.figure.append(
+      make('figcaption', { class: 'curve-name' }, `${glove.label} `, this.#time),
+      this.#frame,
+      this.#legend(),
+    );
+    this.#time.style.fontVariantNumeric = 'tabular-nums';
     Object.assign(this.figure.style, { margin: '0', minWidth: '0' });
     this.#frame.style.minWidth = '0';
     this.#frame.addEventListener('keydown', (event) => owner.press(event));
@@ -138,7 +143,7 @@ class Curve {
 
   /** The record whose values are shown; null: none. @param {number|null} index @param {string} time */
   showValues(index, time) {
-    setText(this.#times, time);
+    setText(this.#time, time);
     this.#values.forEach((value, region) => {
       setText(value, index === null ? '–' : count(this.valueOf(region, index)));
     });
@@ -197,12 +202,10 @@ class Curve {
       item.style.whiteSpace = 'nowrap';
       return item;
     });
-    const time = make('li', {}, this.#times);
-    Object.assign(time.style, { minWidth: '5.5em', fontVariantNumeric: 'tabular-nums' });
-    const list = make('ul', { class: 'curve-legend' }, ...items, time);
+    const list = make('ul', { class: 'curve-legend' }, ...items);
     Object.assign(list.style, {
-      display: 'flex',
-      flexWrap: 'wrap',
+      display: 'grid',
+      gridTemplateColumns: 'repeat(auto-fill, minmax(8.5rem, 1fr))',
       gap: '0 0.9rem',
       margin: '0',
       padding: '0',

@@ -3,7 +3,7 @@
 // the pointer or reached by the arrow keys. Where the layout has no positions, the elements are in rows.
 
 import { colourIndex, colourTable, themeOf } from './colours.js';
-import { make, setText } from './dom.js';
+import { make, setHidden, setText } from './dom.js';
 import { cellSizes, elementAt, extentOf, gridOf, hullOf, neighbourOf } from './geometry.js';
 import { followRange, shownRange } from './range.js';
 import { count } from './text.js';
@@ -287,7 +287,7 @@ export class Hands {
   #container;
   #onPointer;
   #row = make('div', { class: 'hands-row' });
-  #note = make('p', { class: 'hands-note' });
+  #note = make('p', { class: 'hands-note', hidden: true });
   #value = make('div', { class: 'hand-value', 'aria-hidden': 'true', hidden: true });
   #announcement = make('div', { class: 'visually-hidden', 'aria-live': 'polite' });
   #legend = make('div', { class: 'hands-scale' });
@@ -354,6 +354,7 @@ export class Hands {
     this.#hands = layout.gloves.map((glove) => new Hand(glove));
     const lacking = layout.gloves.find(({ hasPositions }) => !hasPositions);
     const lack = lacking?.hasRegions ? 'The layout has no positions' : 'No layout of the hand';
+    setHidden(this.#note, lacking === undefined);
     setText(this.#note, lacking ? `${lack}: elements in their order. See docs/layout.md` : '');
     this.#row.replaceChildren(...this.#hands.map(({ figure }) => figure));
     this.#legend.style.display = this.#hands.length > 0 ? 'flex' : 'none';
