@@ -72,7 +72,8 @@ test('the ring keeps the latest in order, however long it runs', () => {
   assert.equal(ring.latestMs, 10 * 1233);
   assert.equal(ring.nearest(11344), 0);
   assert.equal(ring.nearest(11346), 1);
-  assert.equal(ring.nearest(1e9), 99);
+  assert.equal(ring.nearest(1e9), null, 'none is near');
+  assert.equal(ring.copy().nearest(12330), 99);
   assert.equal(new Ring(1, 10).nearest(0), null);
 });
 

@@ -3,7 +3,7 @@
 // happened as vertical lines, and the values under the cursor.
 
 import { regionStyles, themeOf } from './colours.js';
-import { make, setText } from './dom.js';
+import { make, setHidden, setText } from './dom.js';
 import { followRange } from './range.js';
 import { Ring } from './ring.js';
 import { count, visible } from './text.js';
@@ -11,7 +11,7 @@ import { count, visible } from './text.js';
 /** @typedef {import('./hands.js').Layout} Layout */
 /** @typedef {import('./hands.js').Glove} Glove */
 /** @typedef {{number: number, ms: number|null, event: string, glove: string, detail: string}} Event */
-/** @typedef {{glove: string, secondsAgo: number, values: {region: string, value: number}[]}} CurveReading */
+/** @typedef {{glove: string, region: string, value: number}} CurveReading */
 
 const longestSeconds = 120;
 const picturesPerSecond = 30;
@@ -48,6 +48,7 @@ class Curve {
   #time = make('span', { class: 'curve-time' });
   /** @type {HTMLElement[]} */
   #values = [];
+  #cursor = make('div', { class: 'curve-cursor', hidden: true });
   #owner;
 
   /**
@@ -70,7 +71,8 @@ class Curve {
     this.#time.style.fontVariantNumeric = 'tabular-nums';
     Object.assign(this.figure.style, { margin: '0', minWidth: '0' });
     this.#frame.style.minWidth = '0';
-    this.#frame.addEventListener('keydown', (event) => owner.press(event));
+    Object.assign(this.#cursor.style, { position: 'absolute', top: '0', height: '100%', pointerEvents: 'none' });
+    this.#frame.addEventListener('keydown', (event) => owner.press(this, event));
     this.#frame.addEventListener('blur', () => owner.pointAt(null));
     this.describe();
   }
@@ -101,25 +103,63 @@ class Curve {
         height,
         padding: [eventsHeight, 14, 0, 0],
         legend: { show: false },
-        cursor: {
-          y: false,
-          points: { show: false },
-          drag: { x: false, y: false, setScale: false },
-          sync: { key: 'curves', setSeries: false },
-        },
+        cursor: { show: false },
         scales: { x: { time: false, auto: false }, y: { auto: false } },
         axes: [
           axis({ size: 26, splits: () => owner.ticks(this.plot), values: () => owner.tickTexts(this.plot) }),
           axis({ size: 52, values: (/** @type {any} */ _plot, /** @type {number[]} */ ticks) => ticks.map(count) }),
         ],
         series: [{}, ...this.glove.regions.map(({ name }) => this.#series(name))],
-        hooks: {
-          setCursor: [(/** @type {any} */ plot) => owner.moved(this, plot.cursor.left)],
-          draw: [(/** @type {any} */ plot) => this.#drawEvents(plot)],
-        },
+        hooks: { draw: [(/** @type {any} */ plot) => this.#drawEvents(plot)] },
       },
       this.#columns(),
       this.#frame,
+    );
+    this.plot.over.append(this.#cursor);
+    this.plot.over.style.touchAction = 'pan-y';
+    const follow = (/** @type {PointerEvent} */ event) => {
+      const box = this.plot.over.getBoundingClientRect();
+      const share = Math.max(0, Math.min((event.clientX - box.left) / box.width, 1));
+      owner.pointAt({ curve: this, secondsAgo: owner.seconds * (1 - share), top: event.clientY - box.top });
+    };
+    this.plot.over.addEventListener('pointermove', follow);
+    this.plot.over.addEventListener('pointerdown', follow);
+    this.plot.over.addEventListener('pointerleave', (/** @type {PointerEvent} */ event) => {
+      // A finger that is lifted leaves the values to be read.
+      if (event.pointerType !== 'touch') owner.pointAt(null);
+    });
+  }
+
+  /** @param {number|null} secondsAgo */
+  showCursor(secondsAgo) {
+    setHidden(this.#cursor, secondsAgo === null);
+    if (secondsAgo === null) return;
+    const { seconds, theme } = this.#owner;
+    this.#cursor.style.left = `${100 * (1 - secondsAgo / seconds)}%`;
+    this.#cursor.style.borderLeft = `1px dashed ${theme.muted}`;
+  }
+
+  /** @param {EventTarget|null} target */
+  contains(target) {
+    return target instanceof Node && this.figure.contains(target);
+  }
+
+  /**
+   * The region whose curve is nearest to the pointer; without a pointer the highest.
+   * @param {number} index @param {number|null} top
+   * @returns {CurveReading}
+   */
+  readingAt(index, top) {
+    const level = top === null ? Infinity : this.plot.posToVal(top, 'y');
+    const readings = this.glove.regions.map(({ name }, region) => ({
+      glove: this.glove.label,
+      region: this.glove.hasRegions ? name : '',
+      value: Math.round(this.valueOf(region, index)),
+    }));
+    return readings.reduce((best, reading) =>
+      level === Infinity
+        ? reading.value > best.value ? reading : best
+        : Math.abs(reading.value - level) < Math.abs(best.value - level) ? reading : best,
     );
   }
 
@@ -152,6 +192,12 @@ class Curve {
   /** @param {number} region @param {number} index */
   valueOf(region, index) {
     return this.#owner.ring.column(this.first + region)[index];
+  }
+
+  /** The values that are shown, for those who listen. */
+  get spoken() {
+    const values = this.glove.regions.map(({ name }, region) => `${name} ${this.#values[region].textContent}`);
+    return `${this.glove.label}, ${this.#time.textContent}: ${values.join(', ')}`;
   }
 
   #size() {
@@ -255,40 +301,46 @@ class Curve {
 export class Curves {
   seconds = 30;
   theme;
-  ring = new Ring(0, 1);
+  ring = new Ring(0, 1); // what is drawn
   /** @type {Event[]} those with a time, oldest first */
   events = [];
 
   #container;
   #onPointer;
   #plots = make('div', { class: 'curves-plots' });
+  #announcement = make('div', { class: 'visually-hidden', 'aria-live': 'polite' });
   /** @type {Curve[]} */
   #curves = [];
   #styles = regionStyles([]);
   #layoutText = '';
+  #arriving = this.ring; // the same, but for a picture that is held
   #nowMs = 0;
   /** @type {import('./range.js').Range|null} */
   #range = null;
-  // How long before now the cursor is; null without one.
-  /** @type {number|null} */
-  #agoSeconds = null;
+  // Where values are read. Without a pointer, as with the keyboard, `top` is null.
+  /** @type {{curve: Curve, secondsAgo: number, top: number|null}|null} */
+  #pointer = null;
+  #hasReading = false;
   #legendMs = -Infinity;
 
   /**
    * @param {HTMLElement} container
-   * @param {{onPointer?: (reading: CurveReading[]|null) => void}} [options]
+   * @param {{onPointer?: (reading: CurveReading|null) => void}} [options]
    */
   constructor(container, { onPointer = () => {} } = {}) {
     this.#container = container;
     this.#onPointer = onPointer;
     this.theme = themeOf(container);
     Object.assign(this.#plots.style, { display: 'grid', gap: '0.75rem', minWidth: '0' });
-    container.append(this.#plots);
+    container.append(this.#plots, this.#announcement);
     if (this.#isMissing()) {
       this.#plots.append(make('p', {}, 'The curves can\'t be drawn: /uPlot.iife.min.js did not load. Reload the page.'));
       return;
     }
     new ResizeObserver(() => this.#curves.forEach((curve) => curve.fit())).observe(this.#plots);
+    document.addEventListener('pointerdown', (event) => {
+      if (!this.#curves.some((curve) => curve.contains(event.target))) this.pointAt(null);
+    });
   }
 
   #isMissing() {
@@ -303,7 +355,9 @@ export class Curves {
     this.#layoutText = text;
     this.#curves.forEach((curve) => curve.close());
     this.#styles = regionStyles(layout.gloves);
-    this.ring = new Ring(layout.gloves.reduce((sum, { regions }) => sum + regions.length, 0), capacity);
+    this.#arriving = new Ring(layout.gloves.reduce((sum, { regions }) => sum + regions.length, 0), capacity);
+    this.ring = this.#arriving;
+    this.#pointer = null;
     this.#range = null;
     let first = 0;
     this.#curves = layout.gloves.map((glove) => {
@@ -318,17 +372,16 @@ export class Curves {
   /** @param {{ms: number[], gloves: {regions: number[][]}[]}} history */
   setHistory(history) {
     if (!this.#fits(history.gloves)) return;
-    this.ring.clear();
-    this.#range = null;
+    this.#arriving.clear();
     const columns = history.gloves.flatMap(({ regions }) => regions);
-    history.ms.forEach((ms, index) => this.ring.push(ms, (column) => columns[column][index]));
+    history.ms.forEach((ms, index) => this.#arriving.push(ms, (column) => columns[column][index]));
   }
 
   /** @param {{ms: number, gloves: {regions: number[]}[]}} picture */
   add(picture) {
     if (!this.#fits(picture.gloves)) return;
     const values = picture.gloves.flatMap(({ regions }) => regions);
-    this.ring.push(picture.ms, (column) => values[column]);
+    this.#arriving.push(picture.ms, (column) => values[column]);
   }
 
   /** Those of before are kept as long as they are shown. @param {Event[]} events */
@@ -348,8 +401,17 @@ export class Curves {
   setSeconds(seconds) {
     this.seconds = Math.max(10, Math.min(seconds, longestSeconds));
     this.#range = null;
+    this.pointAt(null);
     this.#curves.forEach((curve) => curve.describe());
     this.draw(this.#nowMs);
+  }
+
+  /**
+   * Draws from then on what there is now, however long that is, while new records are kept for later.
+   * @param {boolean} isHeld
+   */
+  hold(isHeld) {
+    this.ring = isHeld ? this.#arriving.copy() : this.#arriving;
   }
 
   /** @param {number} nowMs by the clock of the records */
@@ -372,6 +434,7 @@ export class Curves {
       curve.fit();
       curve.plot.redraw(false, true);
     }
+    this.draw(this.#nowMs);
   }
 
   /** @param {string} region */
@@ -397,31 +460,26 @@ export class Curves {
     });
   }
 
-  /** The cursor is over one of the plots, or left it. @param {Curve} curve @param {number} left */
-  moved(curve, left) {
-    const width = curve.plot ? curve.plot.over.clientWidth : 0;
-    const ago = left < 0 || width === 0 ? null : this.seconds * (1 - left / width);
-    if (ago === this.#agoSeconds) return;
-    this.#agoSeconds = ago;
+  /** @param {{curve: Curve, secondsAgo: number, top: number|null}|null} pointer */
+  pointAt(pointer) {
+    if (pointer === null && this.#pointer === null) return;
+    this.#pointer = pointer;
+    for (const curve of this.#curves) curve.showCursor(pointer?.secondsAgo ?? null);
     this.#showValues();
   }
 
-  /** Moves the cursor of all plots. @param {number|null} secondsAgo */
-  pointAt(secondsAgo) {
-    for (const { plot } of this.#curves) {
-      const left = secondsAgo === null ? -10 : plot.over.clientWidth * (1 - secondsAgo / this.seconds);
-      plot.setCursor({ left, top: 0 });
-    }
-  }
-
-  /** @param {KeyboardEvent} event */
-  press(event) {
+  /** @param {Curve} curve @param {KeyboardEvent} event */
+  press(curve, event) {
     if (event.ctrlKey || event.altKey || event.metaKey) return;
     const step = this.seconds / 60;
-    const ago = this.#agoSeconds;
-    if (event.key === 'Escape' && ago !== null) this.pointAt(null);
-    else if (event.key === 'ArrowLeft') this.pointAt(Math.min((ago ?? 0) + step, this.seconds));
-    else if (event.key === 'ArrowRight') this.pointAt(Math.max((ago ?? 0) - step, 0));
+    const ago = this.#pointer?.secondsAgo ?? 0;
+    const pointAt = (/** @type {number} */ secondsAgo) => {
+      this.pointAt({ curve, secondsAgo, top: null });
+      setText(this.#announcement, curve.spoken);
+    };
+    if (event.key === 'Escape' && this.#pointer !== null) this.pointAt(null);
+    else if (event.key === 'ArrowLeft') pointAt(Math.min(ago + step, this.seconds));
+    else if (event.key === 'ArrowRight') pointAt(Math.max(ago - step, 0));
     else return;
     event.preventDefault();
     event.stopPropagation();
@@ -452,21 +510,14 @@ export class Curves {
 
   #showValues() {
     this.#legendMs = this.#nowMs;
-    const ago = this.#agoSeconds;
-    const { length } = this.ring;
-    const index = ago === null ? (length > 0 ? length - 1 : null) : this.ring.nearest(this.#nowMs - 1000 * ago);
-    const time = ago === null ? '' : `${ago.toFixed(1)} s ago`;
+    const pointer = this.#pointer;
+    const latest = this.ring.length > 0 ? this.ring.length - 1 : null;
+    const index = pointer === null ? latest : this.ring.nearest(this.#nowMs - 1000 * pointer.secondsAgo);
+    const time = pointer === null ? '' : `${pointer.secondsAgo.toFixed(1)} s ago`;
     for (const curve of this.#curves) curve.showValues(index, time);
-    if (ago === null || index === null) {
-      this.#onPointer(null);
-      return;
-    }
-    this.#onPointer(
-      this.#curves.map((curve) => ({
-        glove: curve.glove.label,
-        secondsAgo: ago,
-        values: curve.glove.regions.map(({ name }, region) => ({ region: name, value: curve.valueOf(region, index) })),
-      })),
-    );
+    const reading = pointer === null || index === null ? null : pointer.curve.readingAt(index, pointer.top);
+    // Without a pointer here, the reading is that of the hands.
+    if (reading !== null || this.#hasReading) this.#onPointer(reading);
+    this.#hasReading = reading !== null;
   }
 }

@@ -5,6 +5,8 @@
 // An interval this many times as long as usual, and at least so long, is a gap.
 const gapFactor = 5;
 const shortestGapMs = 250;
+// What is no further away was shown at that time.
+const nearMs = 250;
 
 export class Ring {
   #times;
@@ -25,6 +27,14 @@ export class Ring {
     this.#capacity = capacity;
     this.#times = new Float64Array(2 * capacity);
     this.#columns = Array.from({ length: width }, () => new Float32Array(2 * capacity));
+  }
+
+  /** As it is now. */
+  copy() {
+    const ring = new Ring(this.width, this.#capacity);
+    const columns = this.#columns.map((_, index) => this.column(index));
+    this.times().forEach((ms, index) => ring.push(ms, (column) => columns[column][index]));
+    return ring;
   }
 
   get width() {
@@ -94,15 +104,15 @@ export class Ring {
   }
 
   /**
-   * The record nearest to a time; null without any.
+   * The record nearest to a time; null if none is near.
    * @param {number} ms
    */
   nearest(ms) {
-    if (this.length === 0) return null;
-    const after = Math.min(this.countBefore(ms), this.length - 1);
-    if (after === 0) return 0;
+    const after = this.countBefore(ms);
     const times = this.times();
-    return ms - times[after - 1] < times[after] - ms ? after - 1 : after;
+    const distance = (/** @type {number} */ index) => Math.abs((times[index] ?? Infinity) - ms);
+    const nearest = distance(after - 1) < distance(after) ? after - 1 : after;
+    return distance(nearest) <= nearMs ? nearest : null;
   }
 
   #moveToFront() {
