@@ -26,7 +26,9 @@ const outlineWidth = 1.9;
 /** @type {Record<string, [number, number]>} */
 const directions = { ArrowUp: [0, 1], ArrowDown: [0, -1], ArrowLeft: [-1, 0], ArrowRight: [1, 0] };
 
-/** @param {{left: number, top: number, width: number, height: number}} a @param {typeof a} b */
+/** @typedef {{left: number, top: number, width: number, height: number}} Box */
+
+/** @param {Box} a @param {Box} b */
 function overlap(a, b) {
   return a.left < b.left + b.width && b.left < a.left + a.width && a.top < b.top + b.height && b.top < a.top + a.height;
 }
