@@ -17,6 +17,7 @@ const longestSeconds = 120;
 const picturesPerSecond = 30;
 // The pictures of two minutes, and those that come a little faster.
 const capacity = longestSeconds * picturesPerSecond * 1.1;
+const pathMs = 5000;
 const maxEvents = 200;
 const narrowestRange = 50; // counts
 const legendIntervalMs = 200;
@@ -372,9 +373,15 @@ export class Curves {
   /** @param {{ms: number[], gloves: {regions: number[][]}[]}} history */
   setHistory(history) {
     if (!this.#fits(history.gloves)) return;
-    this.#arriving.clear();
     const columns = history.gloves.flatMap(({ regions }) => regions);
+    const later = this.#arriving.copy();
+    this.#arriving.clear();
     history.ms.forEach((ms, index) => this.#arriving.push(ms, (column) => columns[column][index]));
+    // Pictures may have come while the history was on its way, but not those of a program before it.
+    const latest = history.ms.at(-1) ?? 0;
+    later.times().forEach((ms, index) => {
+      if (ms > latest && ms < latest + pathMs) this.#arriving.push(ms, (column) => later.column(column)[index]);
+    });
   }
 
   /** @param {{ms: number, gloves: {regions: number[]}[]}} picture */

@@ -20,7 +20,7 @@ const legendIntervalMs = 250;
 const labelIntervalMs = 5000;
 const nameFontSize = 11;
 const nameHeight = 16;
-const highestHand = 420;
+const highestHand = 420; // pixels
 const outlineWidth = 1.9;
 
 /** @type {Record<string, [number, number]>} */
@@ -409,7 +409,7 @@ export class Hands {
     this.#showLegend(0);
     if (this.#hands.length === 0 || this.#width === 0) return;
     const widths = this.#hands.map(({ canvas }) => canvas.clientWidth);
-    const height = Math.min(highestHand, Math.max(240, 0.6 * window.innerHeight));
+    const height = Math.min(highestHand, Math.max(220, 0.38 * window.innerHeight));
     const scale = Math.min(...this.#hands.map((hand, index) => hand.scaleFor(widths[index], height)));
     this.#hands.forEach((hand, index) => hand.place(scale, widths[index], this.#theme));
     this.#paint();
