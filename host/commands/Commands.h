@@ -10,6 +10,7 @@ class App;
 
 void addRecord(CLI::App& tessel, ExitCode& exitCode);
 void addStream(CLI::App& tessel, ExitCode& exitCode);
+void addView(CLI::App& tessel, ExitCode& exitCode);
 void addSim(CLI::App& tessel, ExitCode& exitCode);
 void addInfo(CLI::App& tessel, ExitCode& exitCode);
 void addSend(CLI::App& tessel, ExitCode& exitCode);

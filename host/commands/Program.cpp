@@ -16,9 +16,11 @@ std::unique_ptr<CLI::App> commandLine(ExitCode& exitCode)
   tessel.footer(
       "Start with:  tessel record --sim --seconds 5 --output first.csv\n"
       "             tessel plot first.csv\n"
+      "             tessel view --sim --open\n"
       "If something does not work:  tessel doctor\n"
       "Each command has a --help with examples.");
   addRecord(tessel, exitCode);
+  addView(tessel, exitCode);
   addPlot(tessel, exitCode);
   addConvert(tessel, exitCode);
   addStream(tessel, exitCode);

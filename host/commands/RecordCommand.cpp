@@ -36,6 +36,7 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
 {
   using namespace command_line;
   const auto options = std::make_shared<Options>();
+  options->recording.command = "record";
   Options& target = *options;
   CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
   completeFiles(addText(
@@ -49,11 +50,13 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   addFlag(command, "--force", target.replaces, "Replace an existing recording");
   addFlag(command, "--lsl", target.recording.lsl.offersStreams,
           "Offer the gloves as LSL streams (Lab Streaming Layer), too");
+  addViewOptions(command, target.recording.view, true);
   addRecordingOptions(command, target.recording);
   command.footer(
       "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
       "           tessel record --settings gloves.txt --output session1.npy\n"
       "           tessel record --output - | head -3\n"
+      "           tessel record --sim --view --open\n"
       "The recording's name ends in \".part\" until the recording ends, which includes\n"
       "Ctrl-C and a failure of the gloves. A second file, first.json for\n"
       "first.csv, describes the recording; --force replaces both.");

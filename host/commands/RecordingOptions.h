@@ -2,8 +2,10 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "host/commands/LslStreaming.h"
+#include "host/commands/ViewOptions.h"
 #include "host/session/GloveRun.h"
 
 namespace CLI {
@@ -11,9 +13,11 @@ class App;
 }
 
 struct RecordingOptions {
+  std::string command;  // "record"
   RunOptions run;
   std::filesystem::path markers;  // of a FIFO; empty: none
   LslOptions lsl;
+  ViewOptions view;
   bool isJson = false;
   bool showsMemory = false;
 };

@@ -9,9 +9,11 @@
 void addStream(CLI::App& tessel, ExitCode& exitCode)
 {
   const auto options = std::make_shared<RecordingOptions>();
+  options->command = "stream";
   options->lsl.offersStreams = true;
   CLI::App& command = *tessel.add_subcommand(
       "stream", "Offers one or two gloves as LSL streams (Lab Streaming Layer), without a file.");
+  addViewOptions(command, options->view, true);
   addRecordingOptions(command, *options);
   command.footer(
       "Examples:  tessel stream --sim\n"

@@ -62,9 +62,10 @@ std::string summaryText(const RecordingSummary& summary)
     return fmt::format("No frames were recorded, so nothing was kept. Ended: {}\n",
                        printable(summary.ending));
   }
-  std::string text = fmt::format(
-      "Recorded {} frames in {:.1f} s; their times span {:.1f} s ({:.1f}/s). Ended: {}\n", figures.records,
-      figures.seconds, figures.gaps.seconds(), figures.recordsPerSecond(), printable(summary.ending));
+  std::string text =
+      fmt::format("{} {} frames in {:.1f} s; their times span {:.1f} s ({:.1f}/s). Ended: {}\n", summary.deed,
+                  figures.records, figures.seconds, figures.gaps.seconds(), figures.recordsPerSecond(),
+                  printable(summary.ending));
   if (!figures.accounts) text += gapsText(figures.gaps);
   text += reconnectionsText(figures);
   text += stallsText(figures.stalls, figures.accounts.has_value());

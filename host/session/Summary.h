@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "host/session/Recorder.h"
 
@@ -14,6 +15,7 @@ struct RecordingSummary {
   std::filesystem::path place;  // empty if nothing was kept
   std::string ending;           // why it ended
   ExitCode exitCode;
+  std::string_view deed = "Recorded";  // what was done with the frames
 };
 
 // Several lines.
