@@ -52,7 +52,7 @@ function ofReading(layout, state) {
     return { kind: 'streaming', text: words.streaming, name: '', detail: 'The records go to the network only.' };
   }
   return { kind: 'unrecorded', text: words.unrecorded, name: '',
-    detail: 'Nothing is written. `tessel record --view` records and shows.' };
+    detail: 'Nothing is written: records and markers are shown only.' };
 }
 
 // What the line says. `connection`: {status: 'connecting' | 'open' | 'lost', reason, since: Date or null}; layout and state are null

@@ -16,9 +16,10 @@ export class Markers {
   #feedback = byId('marker-feedback');
   #token = '';
   #reason = 'There is no connection to tessel yet.';
-  #lastEvent = 0;
+  #events = [];
   // Set, but not yet seen among the events: text and the number of the latest event before.
   #awaited = [];
+  #lastMatched = 0;
   #timer = 0;
 
   constructor() {
@@ -31,13 +32,13 @@ export class Markers {
     });
   }
 
-  // `reason`: why no marker can be set now; empty if it can.
-  allow(token, reason) {
+  // `reason`: why no marker can be set now; empty if it can. `kept`: whether they are written.
+  allow(token, reason, kept) {
     this.#token = token;
     this.#reason = reason;
     if (this.#button.disabled !== (reason !== '')) this.#button.disabled = reason !== '';
-    setAttribute(this.#button, 'title', reason || 'Marks this moment of the recording');
-    setAttribute(this.#field, 'placeholder', reason || 'Text of the marker (optional)');
+    setAttribute(this.#button, 'title', reason || (kept ? 'Marks this moment of the recording' : 'Marks this moment. Markers are not kept: nothing is recorded.'));
+    setAttribute(this.#field, 'placeholder', reason || (kept ? 'Text of the marker (optional)' : 'Text of the marker (shown only, not kept)'));
   }
 
   async set() {
@@ -46,13 +47,13 @@ export class Markers {
       return;
     }
     const text = this.#field.value.trim();
-    const before = this.#lastEvent;
+    const after = this.#events.at(-1)?.number ?? 0;
     try {
       const set = await this.#post(text);
       if (this.#field.value.trim() === text) this.#field.value = '';
-      const waiting = { text: set, before };
-      this.#awaited = [...this.#awaited.slice(-9), waiting];
+      this.#awaited = [...this.#awaited.slice(-9), { text: set, after }];
       this.#say('set', `${quoted(set)} set`);
+      this.#match();
     } catch (error) {
       this.#say('error', error instanceof Error ? error.message : String(error));
     }
@@ -77,15 +78,27 @@ export class Markers {
 
   // `events`: of a state, oldest first.
   events(events) {
-    for (const event of events) {
-      if (event.event !== 'marker' || event.number <= this.#lastEvent || typeof event.seconds !== 'number') continue;
-      const text = visible(event.detail);
-      const at = this.#awaited.findIndex((marker) => marker.text === text && event.number > marker.before);
-      if (at < 0) continue;
-      this.#awaited.splice(at, 1);
-      this.#say('set', `${quoted(text)} set at ${moment(event.seconds)}`);
-    }
-    this.#lastEvent = events.length > 0 ? events[events.length - 1].number : 0;
+    this.#events = events;
+    this.#match();
+  }
+
+  // The events of another run of the program come.
+  restart() {
+    this.#events = [];
+    this.#awaited = [];
+    this.#lastMatched = 0;
+  }
+
+  // A marker's event may arrive before the answer to its request.
+  #match() {
+    this.#awaited = this.#awaited.filter((marker) => {
+      const found = this.#events.find((event) => event.event === 'marker' && event.number > Math.max(marker.after, this.#lastMatched)
+        && typeof event.seconds === 'number' && visible(event.detail) === marker.text);
+      if (!found) return true;
+      this.#lastMatched = found.number;
+      this.#say('set', `${quoted(marker.text)} set at ${moment(found.seconds)}`);
+      return false;
+    });
   }
 
   #say(kind, text) {

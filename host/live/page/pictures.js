@@ -7,39 +7,20 @@ import { Clock } from './clock.js';
 import { Curves } from './curves.js';
 import { stateWord } from './gloves.js';
 import { Hands } from './hands.js';
+import { isCount, maxCount, rangeOf, scaleError } from './scale.js';
 import { choice, choose } from './settings.js';
 import { Values } from './values.js';
 
 const intervalMs = 33;
 const calmIntervalMs = 250;
+const heldIntervalMs = 1000;
+const earlyMs = 4;
 const historyMs = 5000;
-const maxCount = 65535;
 
-const isCount = (text) => /^\d{1,5}$/.test(text) && Number(text) <= maxCount;
-
-// Why these limits of the scale can't be used; empty if they can. Pure.
-export function scaleError(low, high) {
-  if (!isCount(low) || !isCount(high)) return `Both are whole numbers from 0 to ${maxCount}.`;
-  return Number(low) < Number(high) ? '' : 'The second number must be the higher one.';
-}
-
-// Whether a picture has the gloves of this layout, with all elements and regions. Pure.
-export function fits(picture, layout) {
+// Whether a picture has the gloves of this layout, with all elements and regions.
+function fits(picture, layout) {
   return picture.gloves.length === layout.gloves.length && picture.gloves.every((values, at) =>
     values.elements.length === layout.gloves[at].count && values.regions.length === layout.gloves[at].regions.length);
-}
-
-// The lowest and highest count of a picture; those of any sensor without one. Pure.
-export function rangeOf(picture) {
-  let low = maxCount;
-  let high = 0;
-  for (const { elements } of picture?.gloves ?? []) {
-    for (const value of elements) {
-      low = Math.min(low, value);
-      high = Math.max(high, value);
-    }
-  }
-  return low < high ? { low, high } : { low: 0, high: maxCount };
 }
 
 // Null if it can't be had: the curves then begin now. It is given up before much of the stream waits for it.
@@ -63,10 +44,13 @@ export class Pictures {
   // Pictures that arrive while the history before them is being fetched; null at other times.
   #early = null;
   #frozenAt = Number.NaN;
+  // Nothing more comes: the curves stand still at this time.
+  #heldAt = Number.NaN;
   #nextDraw = 0;
   #calm = window.matchMedia('(prefers-reduced-motion: reduce)');
   #low = byId('scale-low');
   #high = byId('scale-high');
+  #fixed = byId('scale-fixed');
 
   // `onReading`: {glove, element, region, value} under the pointer, or null.
   constructor(onReading) {
@@ -125,7 +109,15 @@ export class Pictures {
   }
 
   freeze(frozen) {
-    this.#frozenAt = frozen ? this.#clock.at(performance.now()) : Number.NaN;
+    const now = Number.isNaN(this.#heldAt) ? this.#clock.at(performance.now()) : this.#heldAt;
+    this.#frozenAt = frozen ? now : Number.NaN;
+    this.#nextDraw = 0;
+  }
+
+  // Whether nothing more comes, because the recording has ended or the connection is lost.
+  hold(held) {
+    if (held === !Number.isNaN(this.#heldAt)) return;
+    this.#heldAt = held ? this.#picture?.ms ?? this.#clock.at(performance.now()) : Number.NaN;
     this.#nextDraw = 0;
   }
 
@@ -138,7 +130,8 @@ export class Pictures {
   #draw() {
     requestAnimationFrame(() => this.#draw());
     const begin = performance.now();
-    const now = this.#clock.at(begin);
+    const held = !Number.isNaN(this.#heldAt);
+    const now = held ? this.#heldAt : this.#clock.at(begin);
     if (begin < this.#nextDraw || this.frozen || Number.isNaN(now)) return;
     if (this.#picture && this.#picture !== this.#shown) {
       this.#shown = this.#picture;
@@ -147,7 +140,9 @@ export class Pictures {
     }
     this.#curves.draw(now);
     const took = performance.now() - begin;
-    this.#nextDraw = begin + Math.max(this.#calm.matches ? calmIntervalMs : intervalMs - 4, 3 * took);
+    const interval = held ? heldIntervalMs : this.#calm.matches ? calmIntervalMs : intervalMs;
+    // A little early, so that a frame of the browser that comes early isn't left out.
+    this.#nextDraw = begin + Math.max(interval - earlyMs, 3 * took);
   }
 
   #chooseSeconds() {
@@ -166,7 +161,7 @@ export class Pictures {
 
   #chooseScale() {
     const automatic = byId('scale-automatic');
-    const fixed = byId('scale-fixed');
+    const fixed = this.#fixed;
     this.#low.value = choice('scale.low', '', isCount);
     this.#high.value = choice('scale.high', '', isCount);
     const kept = choice('scale', 'automatic', (mode) => mode === 'automatic' || mode === 'fixed');
@@ -178,7 +173,10 @@ export class Pictures {
         this.#applyScale(fixed.checked);
       });
     }
-    for (const input of [this.#low, this.#high]) input.addEventListener('input', () => this.#applyScale(true));
+    for (const input of [this.#low, this.#high]) {
+      input.addEventListener('input', () => this.#checkScale());
+      input.addEventListener('change', () => this.#applyScale(true));
+    }
     this.#applyScale(fixed.checked);
   }
 
@@ -189,13 +187,19 @@ export class Pictures {
       this.#low.value = String(range.low);
       this.#high.value = String(range.high);
     }
-    const error = fixed ? scaleError(this.#low.value, this.#high.value) : '';
-    setText(byId('scale-error'), error);
-    for (const input of [this.#low, this.#high]) setAttribute(input, 'aria-invalid', error ? 'true' : null);
+    const usable = this.#checkScale();
     if (!fixed) this.#hands.setScale({ mode: 'automatic', low: 0, high: maxCount });
-    if (!fixed || error) return;
+    if (!fixed || !usable) return;
     choose('scale.low', this.#low.value);
     choose('scale.high', this.#high.value);
     this.#hands.setScale({ mode: 'fixed', low: Number(this.#low.value), high: Number(this.#high.value) });
+  }
+
+  // Says what is wrong with the limits, while they are typed.
+  #checkScale() {
+    const error = this.#fixed.checked ? scaleError(this.#low.value, this.#high.value) : '';
+    setText(byId('scale-error'), error);
+    for (const input of [this.#low, this.#high]) setAttribute(input, 'aria-invalid', error ? 'true' : null);
+    return error === '';
   }
 }

@@ -2,7 +2,8 @@
 // The live page: connects the stream of the program with the parts of the page.
 //
 // What tests and style sheets may rely on:
-//   html                 data-theme = light | dark; data-connection = connecting | open | lost; data-frozen while frozen
+//   html                 data-theme = light | dark; data-connection = connecting | open | lost; data-frozen while frozen;
+//                        data-gloves when the gloves are known
 //   #headline            data-kind = connecting | opening | recording | streaming | unrecorded | away | ended | failed | lost,
 //                        #headline-text, #headline-name (the file), #headline-detail, #headline-seconds (duration)
 //   #alarms, #notices    [data-warning=ID] for each warning, data-state = active | over; ID "connection" is the page's own.
@@ -60,14 +61,17 @@ function began(received) {
     return;
   }
   // Started again: what was frozen is gone.
-  if (state && received.state.ms < state.ms && pictures.frozen) freeze();
+  if (state && received.state.ms < state.ms) {
+    if (pictures.frozen) freeze();
+    markers.restart();
+  }
   connected = { status: 'open', reason: '', since: null };
   token = received.token;
   layout = received.layout;
   layoutText = JSON.stringify(layout);
+  page.toggleAttribute('data-gloves', layout.gloves.length > 0);
   pictures.begin(layout, received.picture);
   setText(byId('version'), `tessel ${visible(layout.version)}`);
-  setText(byId('viewers'), received.viewers > 1 ? `${count(received.viewers)} viewers` : '');
   took(received.state);
 }
 
@@ -77,6 +81,7 @@ function tookLayout(received) {
   if (text === layoutText) return;
   layout = received;
   layoutText = text;
+  page.toggleAttribute('data-gloves', layout.gloves.length > 0);
   pictures.begin(layout, null);
   askRender();
 }
@@ -112,7 +117,8 @@ function render() {
   const active = allWarnings(said);
   warnings.show(active, performance.now());
   showTitle(active.find((warning) => warning.level === 'alarm')?.text ?? '', said);
-  markers.allow(token, whyNoMarkers());
+  markers.allow(token, whyNoMarkers(), layout === null || Boolean(layout.file));
+  pictures.hold(connected.status === 'lost' || Boolean(state?.ending));
   if (!layout || !state) return;
   gloves.show(state.gloves);
   pictures.showStates(state.gloves);
@@ -122,11 +128,11 @@ function render() {
   summarise(said);
 }
 
-// While the program can't be heard, what it warned of is old.
+// While the program can't be heard, what it warned of is old. A program that has ended may go.
 function allWarnings(said) {
   if (connected.status !== 'lost') return state?.warnings ?? [];
   if (state?.ending) return [];
-  return [{ id: 'connection', level: 'alarm', text: `${said.text}. ${said.detail}` }];
+  return [{ id: 'connection', level: 'alarm', text: `${said.text}. What is shown is old.`, over: 'Connected to tessel again.' }];
 }
 
 function whyNoMarkers() {

@@ -16,7 +16,7 @@ const icons = {
 export class WarningList {
   #items = new Map();
 
-  // `warnings`: all that are active now.
+  // `warnings`: all that are active now; one of the page itself may have in `over` what is said when it has ended.
   update(warnings, now) {
     const ids = new Set(warnings.map((warning) => warning.id));
     for (const [id, item] of this.#items) {
@@ -38,6 +38,11 @@ export class WarningList {
   }
 }
 
+function wordsOf(item) {
+  if (item.overAt === null) return visible(item.text);
+  return item.over ?? `Over after ${roughly((item.overAt - item.since) / 1000)}: ${visible(item.text)}`;
+}
+
 class WarningBox {
   #box;
   #rows = new Map();
@@ -48,19 +53,19 @@ class WarningBox {
     box.append(this.#more);
   }
 
-  show({ items, more }, now) {
+  show({ items, more }) {
     const ids = new Set(items.map((item) => item.id));
     for (const [id, row] of this.#rows) {
       if (ids.has(id)) continue;
       row.element.remove();
       this.#rows.delete(id);
     }
-    for (const item of items) this.#showItem(item, now);
+    for (const item of items) this.#showItem(item);
     setText(this.#more, more > 0 ? `and ${more} more` : '');
     setHidden(this.#box, items.length === 0);
   }
 
-  #showItem(item, now) {
+  #showItem(item) {
     let row = this.#rows.get(item.id);
     if (!row) {
       row = { element: make('div', { class: 'warning', 'data-warning': item.id }), text: make('p', { dir: 'auto' }), sign: make('span') };
@@ -73,8 +78,7 @@ class WarningBox {
       row.element.dataset.state = state;
       row.sign.replaceChildren(icon(icons[state]));
     }
-    const lasted = item.overAt === null ? '' : `Over after ${roughly((item.overAt - item.since) / 1000)}: `;
-    setText(row.text, lasted + visible(item.text));
+    setText(row.text, wordsOf(item));
   }
 }
 
@@ -88,8 +92,8 @@ export class Warnings {
   show(warnings, now) {
     this.#list.update(warnings, now);
     const alarms = this.#list.of('alarm');
-    this.#alarms.show(alarms, now);
-    this.#notices.show(this.#list.of('notice'), now);
+    this.#alarms.show(alarms);
+    this.#notices.show(this.#list.of('notice'));
     this.#announce(alarms.items.filter((item) => item.overAt === null));
   }
 
@@ -99,5 +103,4 @@ export class Warnings {
     if (begun.length > 0) setText(this.#announcement, begun.map((item) => visible(item.text)).join(' '));
     else if (active.length === 0) setText(this.#announcement, '');
   }
-
 }

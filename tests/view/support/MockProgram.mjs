@@ -234,8 +234,8 @@ export class MockProgram {
     return state;
   }
 
-  picture(ms = performance.now() - this.#begin) {
-    const gloves = this.layout().gloves.map((glove, at) => {
+  picture(ms = performance.now() - this.#begin, layout = this.layout()) {
+    const gloves = layout.gloves.map((glove, at) => {
       const gone = this.#played.gone?.includes(glove.label);
       const elements = elementsAt(glove, gone ? 0 : ms / 1000, at);
       return { elements, regions: glove.regions.map((region) => meanOf(elements, region)) };
@@ -247,8 +247,9 @@ export class MockProgram {
     const now = performance.now() - this.#begin;
     const ms = [];
     for (let at = Math.max(0, now - 120000); at < now; at += pictureMs) ms.push(at);
-    const pictures = this.#played.silentPictures && this.scenario === 'opening' ? [] : ms.map((at) => this.picture(at));
-    const gloves = this.layout().gloves.map((glove, at) => ({
+    const layout = this.layout();
+    const pictures = layout.gloves.length === 0 ? [] : ms.map((at) => this.picture(at, layout));
+    const gloves = layout.gloves.map((glove, at) => ({
       regions: glove.regions.map((_, region) => pictures.map((picture) => picture.gloves[at].regions[region])),
     }));
     return { ms: pictures.map((picture) => picture.ms), gloves };
