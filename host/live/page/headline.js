@@ -61,7 +61,7 @@ export function headlineOf(connection, layout, state) {
   if (state?.ending && layout) return ofEnd(layout, state, connection.status === 'lost');
   if (connection.status === 'lost') {
     const since = connection.since ? ` since ${clockTime(connection.since)}` : '';
-    const old = state ? 'What is shown is old. Whether tessel still records, see its terminal.' : 'Is it running?';
+    const old = state ? 'Whether tessel still records, its terminal shows.' : 'Is it running?';
     return { kind: 'lost', text: words.lost + since, name: '', detail: `${connection.reason || old} Trying again every second.` };
   }
   if (!layout || !state) return { kind: 'connecting', text: words.connecting, name: '', detail: '' };

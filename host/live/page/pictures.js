@@ -23,7 +23,7 @@ function fits(picture, layout) {
     values.elements.length === layout.gloves[at].count && values.regions.length === layout.gloves[at].regions.length);
 }
 
-// Null if it can't be had: the curves then begin now. It is given up before much of the stream waits for it.
+// Null if it can't be had: the curves then begin now.
 async function fetchHistory() {
   try {
     const response = await fetch('/api/history', { cache: 'no-store', signal: AbortSignal.timeout(historyMs) });
@@ -41,8 +41,6 @@ export class Pictures {
   #layout = { gloves: [] };
   #picture = null;
   #shown = null;
-  // Pictures that arrive while the history before them is being fetched; null at other times.
-  #early = null;
   #frozenAt = Number.NaN;
   // Nothing more comes: the curves stand still at this time.
   #heldAt = Number.NaN;
@@ -63,8 +61,6 @@ export class Pictures {
 
   // Everything from the start: the stream begins, or other gloves came. `picture`: the newest, or null.
   async begin(layout, picture) {
-    const early = [];
-    this.#early = early;
     this.#layout = layout;
     this.#picture = null;
     this.#clock.reset();
@@ -73,20 +69,15 @@ export class Pictures {
     this.#values.setLayout(layout);
     if (picture) this.add(picture);
     const history = await fetchHistory();
-    if (this.#early !== early) return;
-    this.#early = null;
-    if (history) this.#curves.setHistory(history);
-    const end = history?.ms.at(-1) ?? Number.NEGATIVE_INFINITY;
-    for (const waiting of early) {
-      if (waiting.ms > end) this.#curves.add(waiting);
-    }
+    if (!history || this.#layout !== layout) return;
+    this.#curves.setHistory(history);
+    this.#nextDraw = 0;
   }
 
   add(picture) {
     if (!fits(picture, this.#layout) || (this.#picture && picture.ms <= this.#picture.ms)) return;
     this.#picture = picture;
-    if (this.#early) this.#early.push(picture);
-    else this.#curves.add(picture);
+    this.#curves.add(picture);
   }
 
   // A state arrived: its time moves the curves on even when no records come.

@@ -45,15 +45,17 @@ function gloveOf(label, regions) {
   };
 }
 
-// Fingers that press one after the other, so that each region is seen to move.
+// Fingers that press one after the other, so that each region is seen to move: 0 to 1.
+const pressOf = (number, seconds, phase) => Math.max(0, Math.sin(1.7 * seconds + phase - number * 0.9)) ** 3;
+
 function elementsAt(glove, seconds, phase) {
   const elements = new Array(glove.count).fill(0);
   glove.regions.forEach((region, number) => {
-    const press = Math.max(0, Math.sin(1.7 * seconds + phase - number * 0.9));
+    const press = pressOf(number, seconds, phase);
     region.elements.forEach((element, at) => {
       const place = region.elements.length > 1 ? at / (region.elements.length - 1) : 1;
       const noise = ((element * 7919 + Math.floor(seconds * 30) * 104729) % 23) - 11;
-      elements[element] = Math.max(0, Math.round(110 + noise + 1100 * press ** 3 * (0.25 + 0.75 * place)));
+      elements[element] = Math.max(0, Math.round(110 + noise + 1100 * press * (0.25 + 0.75 * place)));
     });
   });
   return elements;
@@ -234,8 +236,9 @@ export class MockProgram {
     return state;
   }
 
-  picture(ms = performance.now() - this.#begin, layout = this.layout()) {
-    const gloves = layout.gloves.map((glove, at) => {
+  picture() {
+    const ms = performance.now() - this.#begin;
+    const gloves = this.layout().gloves.map((glove, at) => {
       const gone = this.#played.gone?.includes(glove.label);
       const elements = elementsAt(glove, gone ? 0 : ms / 1000, at);
       return { elements, regions: glove.regions.map((region) => meanOf(elements, region)) };
@@ -247,12 +250,11 @@ export class MockProgram {
     const now = performance.now() - this.#begin;
     const ms = [];
     for (let at = Math.max(0, now - 120000); at < now; at += pictureMs) ms.push(at);
-    const layout = this.layout();
-    const pictures = layout.gloves.length === 0 ? [] : ms.map((at) => this.picture(at, layout));
-    const gloves = layout.gloves.map((glove, at) => ({
-      regions: glove.regions.map((_, region) => pictures.map((picture) => picture.gloves[at].regions[region])),
+    // About the means of the elements, without computing each: two minutes of them take long.
+    const gloves = this.layout().gloves.map((glove, at) => ({
+      regions: glove.regions.map((_, region) => ms.map((time) => 110 + 690 * pressOf(region, time / 1000, at))),
     }));
-    return { ms: pictures.map((picture) => picture.ms), gloves };
+    return { ms: gloves.length > 0 ? ms : [], gloves };
   }
 
   #sendPicture() {
