@@ -12,13 +12,34 @@ import { WarningList } from '../../host/live/page/warnings.js';
 
 test('numbers are shown with the unit that fits, and never as another number', () => {
   const rows = [
-    [duration, 59.99, '0:59'], [duration, 3600, '1:00:00'], [duration, null, '–'],
-    [moment, 12.39, '0:12.3'], [moment, 12.3, '0:12.3'], [moment, 59.99, '0:59.9'], [moment, 3661.05, '1:01:01.0'], [moment, null, '–'],
-    [roughly, 119, '119 s'], [roughly, 120, '2 min'], [roughly, 12000, '3 h 20 min'], [roughly, 172800, '2 days'], [roughly, 1e12, 'over 999 days'],
-    [bytes, 999, '999 B'], [bytes, 999.6, '1.00 kB'], [bytes, 9.996e3, '10.0 kB'], [bytes, 999600, '1.00 MB'], [bytes, 8e10, '80.0 GB'],
-    [percent, 0, '0 %'], [percent, 1e-6, '< 0.01 %'], [percent, 0.0099, '0.99 %'], [percent, 0.00996, '1.0 %'], [percent, 0.0996, '10 %'],
-    [percent, Number.NaN, '–'], [count, 1234567, '1\u202F234\u202F567'], [count, undefined, '–'],
-    [fileName, '/home/me/run.csv', 'run.csv'], [fileName, 'C:\\data\\run.npy\\', 'run.npy'],
+    [duration, 59.99, '0:59'],
+    [duration, 3600, '1:00:00'],
+    [duration, null, '–'],
+    [moment, 12.39, '0:12.3'],
+    [moment, 12.3, '0:12.3'],
+    [moment, 59.99, '0:59.9'],
+    [moment, 3661.05, '1:01:01.0'],
+    [moment, null, '–'],
+    [roughly, 119, '119 s'],
+    [roughly, 120, '2 min'],
+    [roughly, 12000, '3 h 20 min'],
+    [roughly, 172800, '2 days'],
+    [roughly, 1e12, 'over 999 days'],
+    [bytes, 999, '999 B'],
+    [bytes, 999.6, '1.00 kB'],
+    [bytes, 9.996e3, '10.0 kB'],
+    [bytes, 999600, '1.00 MB'],
+    [bytes, 8e10, '80.0 GB'],
+    [percent, 0, '0 %'],
+    [percent, 1e-6, '< 0.01 %'],
+    [percent, 0.0099, '0.99 %'],
+    [percent, 0.00996, '1.0 %'],
+    [percent, 0.0996, '10 %'],
+    [percent, Number.NaN, '–'],
+    [count, 1234567, '1\u202F234\u202F567'],
+    [count, undefined, '–'],
+    [fileName, '/home/me/run.csv', 'run.csv'],
+    [fileName, 'C:\\data\\run.npy\\', 'run.npy'],
     [visible, 'a\u202Eb\u0000c\nd', 'a\uFFFDb\uFFFDc\uFFFDd'],
   ];
   for (const [show, value, expected] of rows) assert.equal(show(value), expected, `${show.name}(${value})`);
@@ -37,7 +58,14 @@ test('the line at the top says recording only while it is so', () => {
     ['watching', open, watched, state(), 'unrecorded', 'Not recorded'],
     ['streaming', open, { command: 'stream', file: null }, state(), 'streaming', 'Streaming, not recorded'],
     ['opening', open, recorded, state({ phase: 'opening' }), 'opening', 'Looking for the gloves'],
-    ['away', open, recorded, state({ phase: 'away', reconnections: { secondsLeft: 42.2 } }), 'away', 'Gloves lost, opening again, 43 s left'],
+    [
+      'away',
+      open,
+      recorded,
+      state({ phase: 'away', reconnections: { secondsLeft: 42.2 } }),
+      'away',
+      'Gloves lost, opening again, 43 s left',
+    ],
     ['away for ever', open, recorded, state({ phase: 'away' }), 'away', 'Gloves lost, opening again'],
     ['ended', open, recorded, ended(0), 'ended', 'Ended: stopped'],
     ['ended with an error', open, recorded, ended(9), 'failed', 'Ended: stopped'],
@@ -69,18 +97,34 @@ test('a warning that ends is shown for some seconds, and begins again as a new o
   list.update([], 10000);
   list.update([], 20000);
   assert.equal(list.of('notice').items.length, 0);
-  list.update(Array.from({ length: 100 }, (_, id) => ({ id: String(id), level: 'alarm', text: '' })), 21000);
+  list.update(
+    Array.from({ length: 100 }, (_, id) => ({ id: String(id), level: 'alarm', text: '' })),
+    21000,
+  );
   assert.equal(list.of('alarm').items.length + list.of('alarm').more, 100);
   assert.ok(list.of('alarm').items.length < 10);
 });
 
 test('a scale takes two counts in order', () => {
-  for (const [low, high] of [['0', '65535'], ['7', '8']]) assert.equal(scaleError(low, high), '');
-  for (const [low, high] of [['', '5'], ['5', '5'], ['6', '5'], ['-1', '5'], ['1.5', '5'], ['1', '65536'], ['1', '1e4']]) {
+  for (const [low, high] of [
+    ['0', '65535'],
+    ['7', '8'],
+  ])
+    assert.equal(scaleError(low, high), '');
+  for (const [low, high] of [
+    ['', '5'],
+    ['5', '5'],
+    ['6', '5'],
+    ['-1', '5'],
+    ['1.5', '5'],
+    ['1', '65536'],
+    ['1', '1e4'],
+  ]) {
     assert.notEqual(scaleError(low, high), '', `${low} to ${high}`);
   }
   assert.deepEqual(rangeOf({ gloves: [{ elements: [5, 9] }, { elements: [3] }] }), { low: 3, high: 9 });
-  for (const picture of [null, { gloves: [] }, { gloves: [{ elements: [4, 4] }] }]) assert.deepEqual(rangeOf(picture), { low: 0, high: 65535 });
+  for (const picture of [null, { gloves: [] }, { gloves: [{ elements: [4, 4] }] }])
+    assert.deepEqual(rangeOf(picture), { low: 0, high: 65535 });
 });
 
 test('the clock follows the messages that are least late', () => {

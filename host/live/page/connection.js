@@ -14,14 +14,15 @@ export class Connection {
   #handlers;
   #stream = null;
   #attempt = null;
-  #retry = 0;
+  /** @type {ReturnType<typeof setTimeout>|undefined} */
+  #retry;
   #received = null;
   #openedMs = 0;
   #lastMs = 0;
   #running = false;
 
-  // `handlers`: began({token, viewers, layout, state, picture}), layout(layout), state(state), picture(picture), each with what
-  // was received, and lost(reason, since): `since` is a Date, or null if it was never there.
+  // `handlers`: began({token, viewers, layout, state, picture}), layout(layout), state(state), picture(picture), each
+  // with what was received, and lost(reason, since): `since` is a Date, or null if it was never there.
   constructor(handlers) {
     this.#handlers = handlers;
     setInterval(() => this.#watch(), watchMs);
@@ -89,7 +90,7 @@ export class Connection {
     try {
       value = JSON.parse(data);
     } catch {
-      this.#lose('tessel sent something that this page can\'t read. Reload the page.');
+      this.#lose("tessel sent something that this page can't read. Reload the page.");
       return;
     }
     this.#handlers[name](value);
@@ -100,7 +101,9 @@ export class Connection {
   }
 
   #fail() {
-    this.#lose(this.#received ? 'tessel answers, but sends no stream: perhaps too many pages show it. Close one of them.' : '');
+    this.#lose(
+      this.#received ? 'tessel answers, but sends no stream: perhaps too many pages show it. Close one of them.' : '',
+    );
   }
 
   #lose(reason) {

@@ -15,11 +15,20 @@ export function make(tag, attributes = {}, ...children) {
   return element;
 }
 
-export function byId(id) {
+/**
+ * @template {HTMLElement} Kind
+ * @param {string} id
+ * @param {new () => Kind} kind
+ * @returns {Kind}
+ */
+export function elementById(id, kind) {
   const element = document.getElementById(id);
-  if (!element) throw new Error(`The page has no #${id}.`);
+  if (!(element instanceof kind)) throw new Error(`The page has no ${kind.name} #${id}.`);
   return element;
 }
+
+/** @param {string} id */
+export const byId = (id) => elementById(id, HTMLElement);
 
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;
@@ -43,18 +52,4 @@ export function setValue(element, text) {
   const unknown = text === dash;
   setAttribute(element, 'role', unknown ? 'img' : null);
   setAttribute(element, 'aria-label', unknown ? 'unknown' : null);
-}
-
-// An icon of this page's own set, drawn in the colour of the text. `paths`: what `d` of each path is.
-export function icon(paths) {
-  const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
-  svg.setAttribute('viewBox', '0 0 16 16');
-  svg.setAttribute('aria-hidden', 'true');
-  svg.setAttribute('class', 'icon');
-  for (const d of paths) {
-    const path = document.createElementNS('http://www.w3.org/2000/svg', 'path');
-    path.setAttribute('d', d);
-    svg.append(path);
-  }
-  return svg;
 }

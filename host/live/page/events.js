@@ -6,10 +6,13 @@ import { moment, visible } from './text.js';
 
 function item(event) {
   const glove = event.glove ? ` ${visible(event.glove)}` : '';
-  return make('li', { 'data-number': event.number, 'data-event': event.event },
+  return make(
+    'li',
+    { 'data-number': event.number, 'data-event': event.event },
     make('span', { class: 'event-time number' }, moment(event.seconds)),
     make('bdi', { class: 'event-name' }, visible(event.event) + glove),
-    make('span', { class: 'event-detail', dir: 'auto' }, visible(event.detail)));
+    make('span', { class: 'event-detail', dir: 'auto' }, visible(event.detail)),
+  );
 }
 
 export class Events {

@@ -1,27 +1,39 @@
 // @ts-check
 // A card for each glove: whether it is there, how its radio is, and what became of each of its frames.
 
-import { icon, make, setAttribute, setHidden, setText, setValue } from './dom.js';
+import { make, setAttribute, setHidden, setText, setValue } from './dom.js';
+import { icon } from './icons.js';
 import { capitalised, count, dash, decimal, percent, roughly, visible } from './text.js';
 
+/** @type {Record<string, {word: string, icon: Parameters<typeof icon>[0]}>} */
 const states = {
-  opening: { word: 'opening', icon: ['M8 2a6 6 0 1 1-6 6h2a4 4 0 1 0 4-4z'] },
-  connected: { word: 'connected', icon: ['M6.4 10.2 13 3.6l1.3 1.3-7.9 7.9L2 8.4l1.3-1.3z'] },
-  silent: { word: 'silent', icon: ['M8 1.2 15.4 14.4H.6zM7.1 5.8v4.4h1.8V5.8zm0 5.6v1.7h1.8v-1.7z'] },
-  lost: { word: 'lost', icon: ['M3.6 2.4 8 6.8l4.4-4.4 1.2 1.2L9.2 8l4.4 4.4-1.2 1.2L8 9.2l-4.4 4.4-1.2-1.2L6.8 8 2.4 3.6z'] },
-  away: { word: 'opening again', icon: ['M8 2a6 6 0 1 1-6 6h2a4 4 0 1 0 4-4z'] },
+  opening: { word: 'opening', icon: 'turning' },
+  connected: { word: 'connected', icon: 'check' },
+  silent: { word: 'silent', icon: 'warning' },
+  lost: { word: 'lost', icon: 'cross' },
+  away: { word: 'opening again', icon: 'turning' },
 };
-const unknownState = { word: 'unknown', icon: [] };
 
-export const stateWord = (state) => (states[state] ?? { word: visible(state) }).word;
+// A state that this page doesn't know is shown as it is.
+const stateOf = (state) => states[state] ?? { word: visible(state), icon: 'none' };
+
+export const stateWord = (state) => stateOf(state).word;
 
 // What became of a lost frame, in the order in which the causes apply; docs/books.md has them in full.
 const causes = [
-  ['unheard', 'not heard', 'Sent by the glove, as later frames show, but nothing of it was heard. Move the dongle closer.'],
+  [
+    'unheard',
+    'not heard',
+    'Sent by the glove, as later frames show, but nothing of it was heard. Move the dongle closer.',
+  ],
   ['radio', 'incomplete', 'A part of the frame was lost on the radio.'],
   ['refused', 'out of order', 'Heard whole, but not accepted, since a packet came twice or out of order.'],
   ['faulty', 'too short', 'Shorter than a record needs, or to be paired with such a frame.'],
-  ['pairing', 'not paired', 'Left out because the frames of one glove piled up while those of the other one did not come.'],
+  [
+    'pairing',
+    'not paired',
+    'Left out because the frames of one glove piled up while those of the other one did not come.',
+  ],
   ['queued', 'left waiting', 'Still waited for the other glove when the gloves were lost or the recording ended.'],
   ['discarded', 'not written', 'Arrived, but could not be written, because the disk was full for example.'],
 ];
@@ -41,7 +53,8 @@ const muchLost = 0.02;
 const positive = (value) => typeof value === 'number' && value > 0;
 
 // From 0 (empty) to 4 (full), for the picture of the battery.
-const bars = (battery) => (typeof battery === 'number' ? String(Math.max(0, Math.min(4, Math.ceil(battery * 4)))) : null);
+const bars = (battery) =>
+  typeof battery === 'number' ? String(Math.max(0, Math.min(4, Math.ceil(battery * 4)))) : null;
 
 class GloveCard {
   element;
@@ -73,8 +86,15 @@ class GloveCard {
       values.append(make('div', { title: meaning }, make('dt', {}, name), all));
     }
     this.#signal.append(this.#rssi);
-    this.element = make('section', { class: 'panel glove', 'data-glove': label, 'aria-label': `${capitalised(visible(label))} glove` },
-      make('div', { class: 'panel-head' }, title, this.#module, this.#state), this.#text, this.#signal, values, this.#books());
+    this.element = make(
+      'section',
+      { class: 'panel glove', 'data-glove': label, 'aria-label': `${capitalised(visible(label))} glove` },
+      make('div', { class: 'panel-head' }, title, this.#module, this.#state),
+      this.#text,
+      this.#signal,
+      values,
+      this.#books(),
+    );
   }
 
   #books() {
@@ -82,19 +102,39 @@ class GloveCard {
     for (const [cause, name, meaning] of causes) {
       const value = make('span', { 'data-cause': cause });
       this.#lost.set(cause, value);
-      list.append(make('div', {}, make('dt', {}, name), make('dd', { class: 'number' }, value), make('dd', { class: 'meaning' }, meaning)));
+      list.append(
+        make(
+          'div',
+          {},
+          make('dt', {}, name),
+          make('dd', { class: 'number' }, value),
+          make('dd', { class: 'meaning' }, meaning),
+        ),
+      );
     }
-    return make('details', { class: 'books' },
+    return make(
+      'details',
+      { class: 'books' },
       make('summary', {}, 'Lost in all ', this.#total, ' (', this.#share, ')', this.#causes),
-      make('p', { class: 'glove-text' }, 'Sent ', this.#sent, ', recorded ', this.#recorded, '. Each lost frame under one cause:'), list);
+      make(
+        'p',
+        { class: 'glove-text' },
+        'Sent ',
+        this.#sent,
+        ', recorded ',
+        this.#recorded,
+        '. Each lost frame under one cause:',
+      ),
+      list,
+    );
   }
 
   show(glove) {
-    const state = states[glove.state] ?? unknownState;
+    const state = stateOf(glove.state);
     if (this.element.dataset.state !== glove.state) {
       setAttribute(this.element, 'data-state', String(glove.state));
       this.#sign.replaceChildren(icon(state.icon));
-      setText(this.#word, stateWord(glove.state));
+      setText(this.#word, state.word);
     }
     const module = visible(glove.module);
     setText(this.#module, module);
@@ -109,7 +149,11 @@ class GloveCard {
   }
 
   #showValues(glove) {
-    this.#value('battery', typeof glove.battery === 'number' ? `${Math.round(glove.battery * 100)} %` : dash, glove.battery !== null && glove.battery < lowBattery);
+    this.#value(
+      'battery',
+      typeof glove.battery === 'number' ? `${Math.round(glove.battery * 100)} %` : dash,
+      glove.battery !== null && glove.battery < lowBattery,
+    );
     setAttribute(this.#values.get('battery'), 'data-bars', bars(glove.battery));
     this.#value('framesPerSecond', decimal(glove.framesPerSecond, 1, '/s'));
     this.#value('lostShareNow', percent(glove.lostShareNow), glove.lostShareNow > muchLost);
@@ -140,7 +184,8 @@ class GloveCard {
   }
 }
 
-const longest = (ms) => `, max ${ms < 1000 ? `${Math.round(ms)} ms` : ms < 10000 ? `${(ms / 1000).toFixed(1)} s` : roughly(ms / 1000)}`;
+const longest = (ms) =>
+  `, max ${ms < 1000 ? `${Math.round(ms)} ms` : ms < 10000 ? `${(ms / 1000).toFixed(1)} s` : roughly(ms / 1000)}`;
 
 export class Gloves {
   #container;

@@ -1,8 +1,8 @@
 // @ts-check
-// Setting markers. The time of a marker is that of its request, so each goes out at once, even while another is under way.
-// Its time in the recording comes back with the events.
+// Setting markers. The time of a marker is that of its request, so each goes out at once, even while another is under
+// way. Its time in the recording comes back with the events.
 
-import { byId, setAttribute, setText } from './dom.js';
+import { byId, elementById, setAttribute, setText } from './dom.js';
 import { errorOf } from './connection.js';
 import { moment, visible } from './text.js';
 
@@ -11,8 +11,8 @@ const timeoutMs = 5000;
 
 export class Markers {
   #form = byId('marker');
-  #field = byId('marker-text');
-  #button = byId('marker-set');
+  #field = elementById('marker-text', HTMLInputElement);
+  #button = elementById('marker-set', HTMLButtonElement);
   #feedback = byId('marker-feedback');
   #token = '';
   #reason = 'There is no connection to tessel yet.';
@@ -20,7 +20,8 @@ export class Markers {
   // Set, but not yet seen among the events: text and the number of the latest event before.
   #awaited = [];
   #lastMatched = 0;
-  #timer = 0;
+  /** @type {ReturnType<typeof setTimeout>|undefined} */
+  #timer;
 
   constructor() {
     this.#form.addEventListener('submit', (event) => {
@@ -37,8 +38,17 @@ export class Markers {
     this.#token = token;
     this.#reason = reason;
     if (this.#button.disabled !== (reason !== '')) this.#button.disabled = reason !== '';
-    setAttribute(this.#button, 'title', reason || (kept ? 'Marks this moment of the recording' : 'Marks this moment. Markers are not kept: nothing is recorded.'));
-    setAttribute(this.#field, 'placeholder', reason || (kept ? 'Text of the marker (optional)' : 'Text of the marker (shown only, not kept)'));
+    setAttribute(
+      this.#button,
+      'title',
+      reason ||
+        (kept ? 'Marks this moment of the recording' : 'Marks this moment. Markers are not kept: nothing is recorded.'),
+    );
+    setAttribute(
+      this.#field,
+      'placeholder',
+      reason || (kept ? 'Text of the marker (optional)' : 'Text of the marker (shown only, not kept)'),
+    );
   }
 
   async set() {
@@ -92,8 +102,13 @@ export class Markers {
   // A marker's event may arrive before the answer to its request.
   #match() {
     this.#awaited = this.#awaited.filter((marker) => {
-      const found = this.#events.find((event) => event.event === 'marker' && event.number > Math.max(marker.after, this.#lastMatched)
-        && typeof event.seconds === 'number' && visible(event.detail) === marker.text);
+      const found = this.#events.find(
+        (event) =>
+          event.event === 'marker' &&
+          event.number > Math.max(marker.after, this.#lastMatched) &&
+          typeof event.seconds === 'number' &&
+          visible(event.detail) === marker.text,
+      );
       if (!found) return true;
       this.#lastMatched = found.number;
       this.#say('set', `${quoted(marker.text)} set at ${moment(found.seconds)}`);

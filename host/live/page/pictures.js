@@ -1,8 +1,8 @@
 // @ts-check
-// Hands, curves and the table of values: what is drawn when, how, and not while it is frozen. At most 30 times a second; if drawing
-// takes long, so seldom that it leaves the browser two thirds of its time.
+// Hands, curves and the table of values: what is drawn when, how, and not while it is frozen. At most 30 times a second;
+// if drawing takes long, so seldom that it leaves the browser two thirds of its time.
 
-import { byId, setAttribute, setHidden, setText } from './dom.js';
+import { byId, elementById, setAttribute, setHidden, setText } from './dom.js';
 import { Clock } from './clock.js';
 import { Curves } from './curves.js';
 import { stateWord } from './gloves.js';
@@ -19,8 +19,14 @@ const historyMs = 5000;
 
 // Whether a picture has the gloves of this layout, with all elements and regions.
 function fits(picture, layout) {
-  return picture.gloves.length === layout.gloves.length && picture.gloves.every((values, at) =>
-    values.elements.length === layout.gloves[at].count && values.regions.length === layout.gloves[at].regions.length);
+  return (
+    picture.gloves.length === layout.gloves.length &&
+    picture.gloves.every(
+      (values, at) =>
+        values.elements.length === layout.gloves[at].count &&
+        values.regions.length === layout.gloves[at].regions.length,
+    )
+  );
 }
 
 // Null if it can't be had: the curves then begin now.
@@ -46,9 +52,9 @@ export class Pictures {
   #heldAt = Number.NaN;
   #nextDraw = 0;
   #calm = window.matchMedia('(prefers-reduced-motion: reduce)');
-  #low = byId('scale-low');
-  #high = byId('scale-high');
-  #fixed = byId('scale-fixed');
+  #low = elementById('scale-low', HTMLInputElement);
+  #high = elementById('scale-high', HTMLInputElement);
+  #fixed = elementById('scale-fixed', HTMLInputElement);
 
   // `onReading`: {glove, element, region, value} under the pointer, or null.
   constructor(onReading) {
@@ -88,7 +94,7 @@ export class Pictures {
 
   // What a glove shows while nothing comes from it is old: it is marked at its pictures.
   showStates(gloves) {
-    for (const figure of document.querySelectorAll('.picture figure')) {
+    for (const figure of /** @type {NodeListOf<HTMLElement>} */ (document.querySelectorAll('.picture figure'))) {
       const state = gloves.find((glove) => glove.label === figure.dataset.glove)?.state ?? null;
       setAttribute(figure, 'data-state', state);
       setAttribute(figure.firstElementChild, 'data-word', state && state !== 'connected' ? stateWord(state) : null);
@@ -108,7 +114,7 @@ export class Pictures {
   // Whether nothing more comes, because the recording has ended or the connection is lost.
   hold(held) {
     if (held === !Number.isNaN(this.#heldAt)) return;
-    this.#heldAt = held ? this.#picture?.ms ?? this.#clock.at(performance.now()) : Number.NaN;
+    this.#heldAt = held ? (this.#picture?.ms ?? this.#clock.at(performance.now())) : Number.NaN;
     this.#nextDraw = 0;
   }
 
@@ -137,8 +143,10 @@ export class Pictures {
   }
 
   #chooseSeconds() {
-    const select = byId('curve-seconds');
-    select.value = choice('seconds', select.value, (kept) => [...select.options].some((option) => option.value === kept));
+    const select = elementById('curve-seconds', HTMLSelectElement);
+    select.value = choice('seconds', select.value, (kept) =>
+      [...select.options].some((option) => option.value === kept),
+    );
     const apply = () => {
       this.#curves.setSeconds(Number(select.value));
       if (this.frozen) this.#curves.draw(this.#frozenAt);
@@ -151,7 +159,7 @@ export class Pictures {
   }
 
   #chooseScale() {
-    const automatic = byId('scale-automatic');
+    const automatic = elementById('scale-automatic', HTMLInputElement);
     const fixed = this.#fixed;
     this.#low.value = choice('scale.low', '', isCount);
     this.#high.value = choice('scale.high', '', isCount);

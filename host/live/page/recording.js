@@ -1,5 +1,6 @@
 // @ts-check
-// The card of the recording: where it goes, how large it is, how long the disk lasts, and whether all frames are accounted for.
+// The card of the recording: where it goes, how large it is, how long the disk lasts, and whether all frames are
+// accounted for.
 
 import { make, setAttribute, setHidden, setText, setValue } from './dom.js';
 import { bytes, count, dash, decimal, duration, fileName, roughly, visible } from './text.js';
@@ -25,8 +26,7 @@ export function limitReached(layout, state) {
   return shares.length > 0 ? Math.max(0, Math.min(1, Math.max(...shares))) : null;
 }
 
-const booksText = (books) =>
-  (books?.balanced === true ? 'all' : books?.balanced === false ? 'not all' : dash);
+const booksText = (books) => (books?.balanced === true ? 'all' : books?.balanced === false ? 'not all' : dash);
 
 function outOf(value, limit, show) {
   return limit > 0 ? `${show(value)} of ${show(limit)}` : show(value);
@@ -35,7 +35,11 @@ function outOf(value, limit, show) {
 export class Recording {
   #element;
   #values = new Map();
-  #nothing = make('p', { class: 'none' }, 'Nothing is recorded. A recording is started on the command line: tessel record --view');
+  #nothing = make(
+    'p',
+    { class: 'none' },
+    'Nothing is recorded. A recording is started on the command line: tessel record --view',
+  );
   #books = make('p', { class: 'recording-note', dir: 'auto' });
   #limit = make('progress', { id: 'limit', max: 1, value: 0, 'aria-label': 'Reached of the limit' });
 
@@ -60,8 +64,11 @@ export class Recording {
     this.#value('seconds', outOf(state.seconds, layout.limitSeconds, duration));
     this.#value('records', outOf(state.records, layout.limitRecords, count));
     this.#value('recordsPerSecondNow', decimal(state.recordsPerSecondNow, 1, '/s'));
-    setAttribute(this.#row('recordsPerSecondNow'), 'title',
-      `Records per second, over the last two seconds; ${decimal(state.recordsPerSecond, 1)} while the gloves were there`);
+    setAttribute(
+      this.#row('recordsPerSecondNow'),
+      'title',
+      `Records per second, over the last two seconds; ${decimal(state.recordsPerSecond, 1)} while the gloves were there`,
+    );
     this.#showFile(state.recording);
     this.#value('markers', count(state.markers));
     this.#showInterruptions(state);
@@ -82,9 +89,17 @@ export class Recording {
 
   #showInterruptions(state) {
     const lost = state.reconnections?.count ?? 0;
-    this.#value('reconnections', lost > 0 ? `${count(lost)}, ${roughly(state.reconnections.awaySeconds)}` : count(lost), lost > 0);
+    this.#value(
+      'reconnections',
+      lost > 0 ? `${count(lost)}, ${roughly(state.reconnections.awaySeconds)}` : count(lost),
+      lost > 0,
+    );
     const stalls = state.stalls?.count ?? 0;
-    this.#value('stalls', stalls > 0 ? `${count(stalls)}, max ${decimal(state.stalls.longestSeconds, 1, 's')}` : count(stalls), stalls > 0);
+    this.#value(
+      'stalls',
+      stalls > 0 ? `${count(stalls)}, max ${decimal(state.stalls.longestSeconds, 1, 's')}` : count(stalls),
+      stalls > 0,
+    );
   }
 
   #row(field) {

@@ -15,7 +15,9 @@ export function visible(text) {
 
 // The last part of a path of either system.
 export function fileName(path) {
-  const parts = visible(path).split(/[/\\]/).filter((part) => part !== '');
+  const parts = visible(path)
+    .split(/[/\\]/)
+    .filter((part) => part !== '');
   return parts.length > 0 ? parts[parts.length - 1] : visible(path);
 }
 

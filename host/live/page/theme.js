@@ -1,12 +1,12 @@
 // @ts-check
 // Light or dark: as the system has it, or as the viewer chooses.
 
-import { byId } from './dom.js';
+import { elementById } from './dom.js';
 import { choice, choose } from './settings.js';
 
 // `changed` is called whenever the colours of the page have changed.
 export function chooseTheme(changed) {
-  const select = byId('theme');
+  const select = elementById('theme', HTMLSelectElement);
   const dark = window.matchMedia('(prefers-color-scheme: dark)');
   const apply = () => {
     const theme = select.value === 'automatic' ? (dark.matches ? 'dark' : 'light') : select.value;

@@ -10,8 +10,12 @@ const shapes = {
   quiet: '<circle cx="16" cy="16" r="12" fill="#fff" stroke="#777" stroke-width="5"/>',
 };
 
-const addresses = Object.fromEntries(Object.entries(shapes).map(([name, shape]) =>
-  [name, `data:image/svg+xml,${encodeURIComponent(`<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 32 32">${shape}</svg>`)}`]));
+const addresses = Object.fromEntries(
+  Object.entries(shapes).map(([name, shape]) => [
+    name,
+    `data:image/svg+xml,${encodeURIComponent(`<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 32 32">${shape}</svg>`)}`,
+  ]),
+);
 
 // `alarm`: the text of an alarm, or empty. `said`: of the headline.
 export function showTitle(alarm, said) {

@@ -2,24 +2,25 @@
 // The live page: connects the stream of the program with the parts of the page.
 //
 // What tests and style sheets may rely on:
-//   html                 data-theme = light | dark; data-connection = connecting | open | lost; data-frozen while frozen;
-//                        data-gloves when the gloves are known
-//   #headline            data-kind = connecting | opening | recording | streaming | unrecorded | away | ended | failed | lost,
-//                        #headline-text, #headline-name (the file), #headline-detail, #headline-seconds (duration)
-//   #alarms, #notices    [data-warning=ID] for each warning, data-state = active | over; ID "connection" is the page's own.
-//                        #alarm-announcement is the live region (role alert): an alarm's text when it begins, not its changes
-//   #summary             live region (polite): changes of states only
-//   #gloves              [data-glove=LABEL] a card for each glove, data-state as in the protocol, with [data-field=...]:
-//                        module, state, text, battery, framesPerSecond, lostShareNow, lostTotal, lostShare, latencyMs, gaps,
-//                        longestGapMs, sensorFaults, rssi, sent, recorded; and [data-cause=...]: unheard ... discarded
-//   #recording           data-kind = recorded | nothing, with [data-field=...]: file, seconds, records, recordsPerSecondNow,
-//                        bytes, freeBytes, secondsLeft, markers, reconnections, stalls, books; #limit (progress)
+//   html           data-theme = light | dark; data-connection = connecting | open | lost; data-frozen while frozen;
+//                  data-gloves when the gloves are known
+//   #headline      data-kind = connecting | opening | recording | streaming | unrecorded | away | ended | failed | lost;
+//                  #headline-text, #headline-name (the file), #headline-detail, #headline-seconds (duration)
+//   #alarms, #notices  [data-warning=ID] for each warning, data-state = active | over; ID "connection" is the page's own.
+//                  #alarm-announcement is the live region (role alert): the text of an alarm that begins
+//   #summary       live region (polite): changes of states only
+//   #gloves        [data-glove=LABEL] is the card of a glove, data-state as in the protocol, with [data-field=...]:
+//                  module, state, text, battery, framesPerSecond, lostShareNow, lostTotal, lostShare, latencyMs, gaps,
+//                  longestGapMs, sensorFaults, rssi, sent, recorded; and [data-cause=...]: unheard ... discarded
+//   #recording     data-kind = recorded | nothing, with [data-field=...]: file, seconds, records, recordsPerSecondNow,
+//                  bytes, freeBytes (with how long it lasts), markers, reconnections, stalls, books; #limit (progress)
 //   #marker-text, #marker-set, #marker-feedback (data-kind = set | error)
-//   #events              li[data-number][data-event], newest first; .event-time, .event-name, .event-detail
+//   #events        li[data-number][data-event], newest first; .event-time, .event-name, .event-detail
 //   #curve-seconds, #scale-automatic, #scale-fixed, #scale-low, #scale-high, #scale-error
 //   #freeze (aria-pressed), #frozen (what is said meanwhile), #theme, #keys-open, #keys (dialog), #keys-on
-//   #hands, #curves      the containers of Hands and Curves; #reading: the value under the pointer
-//   #values              details with #values-table: td[data-glove=LABEL][data-region=NAME], once a second while open
+//   #hands, #curves  the containers of Hands and Curves, whose figures have data-glove and the glove's data-state;
+//                  #reading: the value under the pointer
+//   #values        details with #values-table: td[data-glove=LABEL][data-region=NAME], once a second while open
 // Colours for pictures are custom properties of html: --page --panel --ink --muted --line --accent --alarm --marker.
 
 import { Connection } from './connection.js';
@@ -97,7 +98,8 @@ function lost(reason, since) {
   askRender();
 }
 
-// With the next frame of the browser; at once while the page is hidden, since there are none then, and the title must still warn.
+// With the next frame of the browser; at once while the page is hidden, since there are none then, and the title must
+// still warn.
 function askRender() {
   if (document.hidden) {
     render();
@@ -132,7 +134,14 @@ function render() {
 function allWarnings(said) {
   if (connected.status !== 'lost') return state?.warnings ?? [];
   if (state?.ending) return [];
-  return [{ id: 'connection', level: 'alarm', text: `${said.text}. What is shown is old.`, over: 'Connected to tessel again.' }];
+  return [
+    {
+      id: 'connection',
+      level: 'alarm',
+      text: `${said.text}. What is shown is old.`,
+      over: 'Connected to tessel again.',
+    },
+  ];
 }
 
 function whyNoMarkers() {
@@ -143,7 +152,9 @@ function whyNoMarkers() {
 
 // For those who listen: what goes on, without numbers, and only when it changes.
 function summarise(said) {
-  const words = [said.kind === 'away' ? 'Gloves lost, opening again' : [said.text, said.name].filter(Boolean).join(' ')];
+  const words = [
+    said.kind === 'away' ? 'Gloves lost, opening again' : [said.text, said.name].filter(Boolean).join(' '),
+  ];
   for (const glove of state.gloves) words.push(`${visible(glove.label)} glove ${stateWord(glove.state)}`);
   setText(byId('summary'), `${words.join('. ')}.`);
 }
@@ -175,7 +186,13 @@ chooseTheme(() => pictures.redraw());
 byId('freeze').addEventListener('click', freeze);
 useKeys({ m: () => markers.set(), f: freeze });
 
-const connection = new Connection({ began, layout: tookLayout, state: took, picture: (picture) => pictures.add(picture), lost });
+const connection = new Connection({
+  began,
+  layout: tookLayout,
+  state: took,
+  picture: (picture) => pictures.add(picture),
+  lost,
+});
 window.addEventListener('pagehide', () => connection.stop());
 window.addEventListener('pageshow', () => connection.start());
 document.addEventListener('visibilitychange', askRender);

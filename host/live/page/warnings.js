@@ -1,16 +1,14 @@
 // @ts-check
-// Warnings of the program and of the page itself: alarms at the top, which can't be missed, notices below. What ends says so for
-// some seconds. An alarm is read out when it begins; its text may change twice a second without being read again.
+// Warnings of the program and of the page itself: alarms at the top, which can't be missed, notices below. What ends
+// says so for some seconds. An alarm is read out when it begins; its text may change twice a second without being read
+// again.
 
-import { byId, icon, make, setHidden, setText } from './dom.js';
+import { byId, make, setHidden, setText } from './dom.js';
+import { icon } from './icons.js';
 import { roughly, visible } from './text.js';
 
 const overMs = 6000;
 const maxShown = 8;
-const icons = {
-  active: ['M8 1.2 15.4 14.4H.6zM7.1 5.8v4.4h1.8V5.8zm0 5.6v1.7h1.8v-1.7z'],
-  over: ['M6.4 10.2 13 3.6l1.3 1.3-7.9 7.9L2 8.4l1.3-1.3z'],
-};
 
 // Which warnings are there and which ended lately. Pure; times are of one clock, in ms.
 export class WarningList {
@@ -68,7 +66,11 @@ class WarningBox {
   #showItem(item) {
     let row = this.#rows.get(item.id);
     if (!row) {
-      row = { element: make('div', { class: 'warning', 'data-warning': item.id }), text: make('p', { dir: 'auto' }), sign: make('span') };
+      row = {
+        element: make('div', { class: 'warning', 'data-warning': item.id }),
+        text: make('p', { dir: 'auto' }),
+        sign: make('span'),
+      };
       row.element.append(row.sign, row.text);
       this.#box.insertBefore(row.element, this.#more);
       this.#rows.set(item.id, row);
@@ -76,7 +78,7 @@ class WarningBox {
     const state = item.overAt === null ? 'active' : 'over';
     if (row.element.dataset.state !== state) {
       row.element.dataset.state = state;
-      row.sign.replaceChildren(icon(icons[state]));
+      row.sign.replaceChildren(icon(state === 'active' ? 'warning' : 'check'));
     }
     setText(row.text, wordsOf(item));
   }
