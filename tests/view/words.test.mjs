@@ -92,6 +92,9 @@ test('a warning that ends is shown for some seconds, and begins again as a new o
   assert.deepEqual(shown(), [['for 2 s', 1000, 3000]]);
   list.update([silent('for 1 s')], 8500);
   assert.deepEqual(shown(), [['for 1 s', 8500, null]]);
+  list.update([{ id: 'connection', level: 'alarm', text: 'lost' }], 8600, false);
+  assert.deepEqual(shown(), [['lost', 8600, null]], 'what was warned of before is not over');
+  list.update([], 8700, false);
   list.update([{ ...silent('weak'), level: 'notice' }], 9000);
   assert.deepEqual([shown(), list.of('notice').items.length], [[], 1]);
   list.update([], 10000);

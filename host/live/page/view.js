@@ -117,7 +117,7 @@ function render() {
   const said = headlineOf(connected, layout, state);
   headline.show(said, state);
   const active = allWarnings(said);
-  warnings.show(active, performance.now());
+  warnings.show(active, performance.now(), connected.status === 'open');
   showTitle(active.find((warning) => warning.level === 'alarm')?.text ?? '', said);
   markers.allow(token, whyNoMarkers(), layout === null || Boolean(layout.file));
   pictures.hold(connected.status === 'lost' || Boolean(state?.ending));

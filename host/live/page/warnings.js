@@ -15,10 +15,12 @@ export class WarningList {
   #items = new Map();
 
   // `warnings`: all that are active now; one of the page itself may have in `over` what is said when it has ended.
-  update(warnings, now) {
+  // `known`: whether those that aren't there have ended; otherwise nothing is known of them any more.
+  update(warnings, now, known = true) {
     const ids = new Set(warnings.map((warning) => warning.id));
     for (const [id, item] of this.#items) {
       if (!ids.has(id) && item.overAt === null) item.overAt = now;
+      if (!ids.has(id) && !known) this.#items.delete(id);
       if (item.overAt !== null && now - item.overAt >= overMs) this.#items.delete(id);
     }
     for (const warning of warnings) {
@@ -38,7 +40,8 @@ export class WarningList {
 
 function wordsOf(item) {
   if (item.overAt === null) return visible(item.text);
-  return item.over ?? `Over after ${roughly((item.overAt - item.since) / 1000)}: ${visible(item.text)}`;
+  const seconds = (item.overAt - item.since) / 1000;
+  return item.over ?? `Over${seconds < 1 ? '' : ` after ${roughly(seconds)}`}: ${visible(item.text)}`;
 }
 
 class WarningBox {
@@ -91,8 +94,9 @@ export class Warnings {
   #announcement = byId('alarm-announcement');
   #announced = new Set();
 
-  show(warnings, now) {
-    this.#list.update(warnings, now);
+  // See WarningList.
+  show(warnings, now, known) {
+    this.#list.update(warnings, now, known);
     const alarms = this.#list.of('alarm');
     this.#alarms.show(alarms);
     this.#notices.show(this.#list.of('notice'));
