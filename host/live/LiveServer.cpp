@@ -48,7 +48,6 @@ constexpr int sendBufferBytes = 32'768;
 constexpr std::size_t maxIgnoredBytes = 262'144;
 // What a viewer of the stream has no reason to send.
 constexpr std::size_t maxViewerBytes = 64;
-constexpr Time partingTime = 1s;
 constexpr Time ignoringTime = 1s;
 constexpr Time acceptAgainAfter = 100ms;  // when there can be no more files
 
@@ -105,7 +104,7 @@ error_code listen(tcp::acceptor& acceptor, const tcp::endpoint& endpoint)
         isGiven ? fmt::format("port {} of {} is in use by another program.", port, address)
                 : fmt::format("the ports {} to {} of {} are in use by other programs.",
                               ServerOptions::usualPort, ServerOptions::usualPort + usualPorts - 1, address),
-        "End that program, or choose another port; 0 is any that is free.");
+        "End that program, or choose another port with `--port`; `--port 0` takes any that is free.");
   }
   if (error == boost::system::errc::address_not_available) {
     throw Failure(ExitCode::usage, fmt::format("{} is no address of this computer.", address), addressAdvice);
@@ -238,9 +237,13 @@ class LiveServer::Service::Connection : public std::enable_shared_from_this<Conn
     if (!isWriting_) close();
   }
 
+  // What it has not taken is not sent either, so that nothing of it remains.
   void closeIfLate(Time time)
   {
-    if (time > deadline_) close();
+    if (time <= deadline_) return;
+    error_code ignored;
+    socket_.set_option(asio::socket_base::linger(true, 0), ignored);
+    socket_.close(ignored);
   }
 
   // What is pending ends with an error, and with it the connection.
@@ -528,7 +531,7 @@ void LiveServer::Service::finish()
   acceptor_.close(ignored);
   if (connections_.empty()) return context_.stop();
   // Stops on its own when the last connection has ended.
-  partingTimer_.expires_after(partingTime);
+  partingTimer_.expires_after(limits_.parting);
   partingTimer_.async_wait([this](const error_code&) { context_.stop(); });
   texts_->makeAll(now());
   for (Connection* const connection : connections_) {

@@ -21,6 +21,7 @@ struct ServerLimits {
   std::chrono::milliseconds reply{30'000};    // to be taken
   std::chrono::milliseconds idle{30'000};     // between a reply and the next request
   std::chrono::milliseconds viewer{30'000};   // that takes nothing of the stream
+  std::chrono::milliseconds parting{1000};    // to take the last state
   std::size_t maxConnections = 64;
   std::size_t maxViewers = 32;       // of the stream
   unsigned requestsPerSecond = 100;  // of a connection

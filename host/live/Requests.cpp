@@ -246,7 +246,7 @@ Reply Requests::mark(const Request& request, Time now, std::size_t)
                     "its text, in one line of at most {} bytes.",
                     maxMarkerBytes));
   }
-  if (markers_ == nullptr) return error(request, 409, "Markers are not taken, because nothing is recorded.");
+  if (markers_ == nullptr) return error(request, 409, "Markers are not taken here.");
   if (!markerRate_.take(now)) {
     return error(request, 429,
                  fmt::format("There are more than {} markers a second. Try again.", limits_.markersPerSecond),
