@@ -1,0 +1,417 @@
+// The server at real sockets of the loopback address, with limits that pass quickly.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/base/Failure.h"
+#include "host/live/LiveServer.h"
+#include "tests/live/StubSource.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::uint16_t portOf(const LiveServer& server)
+{
+  const std::string& address = server.address();
+  return static_cast<std::uint16_t>(std::stoul(address.substr(address.find(':', 5) + 1)));
+}
+
+class Client {
+ public:
+  // `receiveBytes`: for which the system keeps what the client has not read; 0: as usual.
+  explicit Client(const LiveServer& server, int receiveBytes = 0)
+      : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), port_(portOf(server))
+  {
+    const timeval timeout{20, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    if (receiveBytes > 0) {
+      ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receiveBytes, sizeof receiveBytes);
+    }
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  }
+  ~Client()
+  {
+    if (socket_ >= 0) ::close(socket_);
+  }
+  Client(Client&& other) noexcept
+      : socket_(std::exchange(other.socket_, -1)), port_(other.port_), received_(std::move(other.received_))
+  {
+  }
+  Client& operator=(Client&&) = delete;
+
+  // What the server no longer takes, because it has closed the connection, is lost.
+  void send(const std::string& bytes) { ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+  std::string request(const std::string& target) const
+  {
+    return "GET " + target + " HTTP/1.1\r\nHost: localhost:" + std::to_string(port_) + "\r\n\r\n";
+  }
+
+  // Up to and including the text; without it, or if it does not come, all up to the end.
+  std::string receiveUntil(const std::string& text)
+  {
+    while (text.empty() || received_.find(text) == std::string::npos) {
+      if (!receive()) return std::exchange(received_, {});
+    }
+    return take(received_.find(text) + text.size());
+  }
+  std::string receiveAll() { return receiveUntil(""); }
+
+  // The status of the next answer, whose content is in `content`; 0 if none comes.
+  int answer()
+  {
+    const std::string head = receiveUntil("\r\n\r\n");
+    if (head.empty()) return 0;
+    const auto length = head.find("Content-Length: ");
+    const std::size_t size = length == std::string::npos ? 0 : std::stoul(head.substr(length + 16));
+    while (received_.size() < size && receive()) {
+    }
+    content = take(size);
+    return std::stoi(head.substr(9, 3));
+  }
+
+  // The number of the stream's next picture; nothing at its end.
+  std::optional<unsigned> nextPicture()
+  {
+    receiveUntil("{\"picture\":");
+    const std::string number = receiveUntil("\n\n");
+    if (number.empty()) return std::nullopt;
+    return static_cast<unsigned>(std::stoul(number));
+  }
+
+  std::string content;
+
+ private:
+  bool receive()
+  {
+    std::array<char, 65'536> bytes{};
+    const ssize_t count = ::recv(socket_, bytes.data(), bytes.size(), 0);
+    EXPECT_TRUE(count >= 0 || errno == ECONNRESET) << "nothing comes";
+    if (count <= 0) return false;
+    received_.append(bytes.data(), static_cast<std::size_t>(count));
+    return true;
+  }
+
+  std::string take(std::size_t size)
+  {
+    std::string taken = received_.substr(0, size);
+    received_.erase(0, size);
+    return taken;
+  }
+
+  int socket_;
+  std::uint16_t port_;
+  std::string received_;
+};
+
+ServerOptions anyPort(const ServerLimits& limits = {})
+{
+  return {.address = "", .port = 0, .limits = limits};
+}
+
+TEST(LiveServer, AnswersRequestAfterRequest)
+{
+  StubSource source;
+  MarkerQueue markers;
+  const LiveServer server(anyPort(), source, &markers);
+  Client client(server);
+  // In pieces, and two at once.
+  for (const char byte : client.request("/uPlot.min.css")) {
+    client.send({byte});
+  }
+  EXPECT_EQ(client.answer(), 200);
+  client.send(client.request("/nothing") + client.request("/api/state"));
+  EXPECT_EQ(client.answer(), 404);
+  EXPECT_EQ(client.answer(), 200);
+  const auto token = nlohmann::json::parse(client.content).at("token").get<std::string>();
+  const std::string marker = R"({"text":"here"})";
+  client.send("POST /api/marker HTTP/1.1\r\nHost: localhost:" + std::to_string(portOf(server)) +
+              "\r\nX-Tessel-Token: " + token + "\r\nContent-Type: application/json\r\nContent-Length: " +
+              std::to_string(marker.size()) + "\r\n\r\n" + marker);
+  EXPECT_EQ(client.answer(), 200);
+  EXPECT_EQ(client.content, marker);
+  ASSERT_EQ(markers.take(2).size(), 1U);
+}
+
+TEST(LiveServer, RefusesWhatIsNoRequest)
+{
+  StubSource source;
+  const LiveServer server(anyPort(), source, nullptr);
+  const std::string host = "Host: localhost:" + std::to_string(portOf(server)) + "\r\n";
+  const struct {
+    const char* name;
+    std::string bytes;
+    int expected;
+  } cases[] = {
+      {"no HTTP", "\x16\x03\x01\x02\x00\x01\x00\r\n\r\n", 400},
+      {"a zero in the target", std::string("GET /\0 HTTP/1.1\r\n\r\n", 19), 400},
+      {"a header without a name", "GET / HTTP/1.1\r\n: x\r\n\r\n", 400},
+      {"a zero in a header", std::string("GET / HTTP/1.1\r\na: \0\r\n\r\n", 24), 400},
+      {"an old version", "GET / HTTP/1.0\r\n" + host + "\r\n", 505},
+      {"a version to come", "GET / HTTP/2.0\r\n" + host + "\r\n", 505},
+      {"a long target", "GET /" + std::string(2000, 'a') + " HTTP/1.1\r\n" + host + "\r\n", 414},
+      {"long headers", "GET / HTTP/1.1\r\n" + host + "a: " + std::string(9000, 'a') + "\r\n\r\n", 431},
+      {"headers without an end", "GET / HTTP/1.1\r\n" + std::string(200'000, 'a'), 431},
+      {"a target without an end", "GET /" + std::string(200'000, 'a'), 431},
+      {"a long body",
+       "POST /api/marker HTTP/1.1\r\n" + host + "Content-Length: 4097\r\n\r\n" + std::string(4097, 'a'), 413},
+      {"a body of any length",
+       "POST /api/marker HTTP/1.1\r\n" + host + "Content-Length: 99999999999999999999\r\n\r\n", 400},
+      {"a long body in chunks",
+       "POST /api/marker HTTP/1.1\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n2000\r\n" +
+           std::string(8192, 'a'),
+       413},
+      {"two lengths",
+       "POST /api/marker HTTP/1.1\r\n" + host + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab", 400},
+  };
+  for (const auto& [name, bytes, expected] : cases) {
+    Client client(server);
+    client.send(bytes);
+    EXPECT_EQ(client.answer(), expected) << name;
+    EXPECT_EQ(client.receiveAll(), "") << name << ": the connection ends";
+  }
+}
+
+TEST(LiveServer, ClosesWhatIsTooSlow)
+{
+  StubSource source;
+  ServerLimits limits;
+  limits.request = limits.idle = 40ms;
+  const LiveServer server(anyPort(limits), source, nullptr);
+  const char* const beginnings[] = {"", "GET / HT", "GET / HTTP/1.1\r\nHost: localhost"};
+  for (const char* beginning : beginnings) {
+    Client client(server);
+    client.send(beginning);
+    EXPECT_EQ(client.receiveAll(), "") << beginning;
+  }
+  Client idle(server);
+  idle.send(idle.request("/api/state"));
+  EXPECT_EQ(idle.answer(), 200);
+  EXPECT_EQ(idle.receiveAll(), "") << "after a request";
+}
+
+TEST(LiveServer, LimitsConnectionsAndRequests)
+{
+  StubSource source;
+  ServerLimits limits;
+  limits.maxConnections = 3;
+  limits.requestsPerSecond = 10;
+  const LiveServer server(anyPort(limits), source, nullptr);
+  std::vector<Client> clients;
+  for (std::size_t i = 0; i < limits.maxConnections; ++i) {
+    clients.emplace_back(server).send(clients.back().request("/api/state"));
+    EXPECT_EQ(clients.back().answer(), 200);
+  }
+  EXPECT_EQ(Client(server).receiveAll(), "") << "closed at once";
+
+  Client& flooding = clients.front();
+  std::string flood;
+  for (int i = 0; i < 1000; ++i) {
+    flood += flooding.request("/api/state");
+  }
+  flooding.send(flood);
+  int answered = 0;
+  int last = 0;
+  for (int status = flooding.answer(); status != 0; status = flooding.answer()) {
+    answered += status == 200 ? 1 : 0;
+    last = status;
+  }
+  EXPECT_LT(answered, 100);
+  EXPECT_EQ(last, 429);
+  EXPECT_LT(source.states, 100U);
+
+  clients.back().send(clients.back().request("/api/state"));
+  EXPECT_EQ(clients.back().answer(), 200) << "others are served";
+}
+
+TEST(LiveServer, ShowsViewersUpToALimit)
+{
+  StubSource source;
+  source.set("7");
+  const LiveServer server(anyPort(), source, nullptr);
+  std::vector<Client> viewers;
+  int refused = 0;
+  for (int i = 0; i < 40; ++i) {
+    Client client(server);
+    client.send(client.request("/api/stream"));
+    const int status = client.answer();
+    refused += status == 503 ? 1 : 0;
+    if (status == 200) viewers.push_back(std::move(client));
+  }
+  EXPECT_EQ(viewers.size(), 32U);
+  EXPECT_EQ(refused, 8);
+  for (Client& viewer : viewers) {
+    EXPECT_EQ(viewer.receiveUntil("\n\n"), "event: layout\ndata: {\"layout\":1}\n\n");
+    EXPECT_NE(viewer.receiveUntil("\n\n").find("\"state\":7}"), std::string::npos);
+    unsigned previous = 0;
+    for (int i = 0; i < 5; ++i) {
+      const auto picture = viewer.nextPicture();
+      ASSERT_TRUE(picture);
+      EXPECT_GT(*picture, previous);
+      previous = *picture;
+    }
+  }
+
+  // Those that leave make room.
+  viewers.clear();
+  for (int status = 503; status == 503;) {
+    Client client(server);
+    client.send(client.request("/api/stream"));
+    status = client.answer();
+    EXPECT_TRUE(status == 503 || status == 200);
+  }
+}
+
+TEST(LiveServer, SendsASlowViewerTheNewest)
+{
+  StubSource source;
+  source.pictureBytes = 100'000;
+  const LiveServer server(anyPort(), source, nullptr);
+  Client slow(server, 4096);
+  slow.send(slow.request("/api/stream"));
+  Client quick(server);
+  quick.send(quick.request("/api/stream"));
+  ASSERT_TRUE(slow.nextPicture());
+  unsigned count = 0;
+  while (count < 30) {
+    ASSERT_TRUE(quick.nextPicture());
+    ++count;
+  }
+  // What was on its way when it stopped reading, then the newest.
+  const auto newest = quick.nextPicture();
+  const auto first = slow.nextPicture();
+  const auto second = slow.nextPicture();
+  ASSERT_TRUE(newest && first && second);
+  EXPECT_LT(*first, 20U);
+  EXPECT_GE(*second, *newest);
+}
+
+TEST(LiveServer, DisconnectsAViewerThatTakesNothing)
+{
+  StubSource source;
+  source.pictureBytes = 1'000'000;
+  ServerLimits limits;
+  limits.viewer = 100ms;
+  const LiveServer server(anyPort(limits), source, nullptr);
+  Client stuck(server, 4096);
+  stuck.send(stuck.request("/api/stream"));
+  EXPECT_EQ(stuck.answer(), 200);
+  for (std::size_t viewers = 1; viewers > 0;) {
+    Client client(server);
+    client.send(client.request("/api/state"));
+    ASSERT_EQ(client.answer(), 200);
+    viewers = nlohmann::json::parse(client.content).at("viewers");
+  }
+
+  // Nor has a viewer anything to say.
+  source.pictureBytes = 0;
+  Client talking(server);
+  talking.send(talking.request("/api/stream"));
+  EXPECT_EQ(talking.answer(), 200);
+  talking.send(std::string(1000, 'x'));
+  while (talking.nextPicture()) {
+  }
+}
+
+TEST(LiveServer, SendsTheLastStateInTheEnd)
+{
+  StubSource source;
+  ServerLimits limits;
+  limits.parting = 50ms;
+  std::optional<LiveServer> server(std::in_place, anyPort(limits), source, nullptr);
+  Client viewer(*server);
+  viewer.send(viewer.request("/api/stream"));
+  ASSERT_TRUE(viewer.nextPicture());
+  Client idle(*server);
+  idle.send(idle.request("/api/state"));
+  EXPECT_EQ(idle.answer(), 200);
+  const Client half(*server);
+
+  source.set("\"ended\"");
+  server.reset();
+  const std::string rest = viewer.receiveAll();
+  const auto last = rest.rfind("event: state");
+  ASSERT_NE(last, std::string::npos);
+  EXPECT_NE(rest.find("\"state\":\"ended\"}\n\n", last), std::string::npos);
+  EXPECT_EQ(idle.receiveAll(), "");
+}
+
+TEST(LiveServer, EndsAlthoughAViewerTakesNothing)
+{
+  StubSource source;
+  source.pictureBytes = 1'000'000;
+  ServerLimits limits;
+  limits.parting = 50ms;
+  std::optional<LiveServer> server(std::in_place, anyPort(limits), source, nullptr);
+  Client stuck(*server, 4096);
+  stuck.send(stuck.request("/api/stream"));
+  EXPECT_EQ(stuck.answer(), 200);
+  ASSERT_TRUE(source.awaitPictures(3));
+  server.reset();
+}
+
+// The words of the Failure; empty if there is none.
+std::string failureOf(const std::string& address, std::uint16_t port)
+{
+  StubSource source;
+  try {
+    const LiveServer server({.address = address, .port = port, .limits = {}}, source, nullptr);
+  } catch (const Failure& failure) {
+    EXPECT_FALSE(failure.advice().empty());
+    return failure.what();
+  }
+  return {};
+}
+
+TEST(LiveServer, NeedsAFreePortAndAnOwnAddress)
+{
+  StubSource source;
+  const LiveServer usual({}, source, nullptr);
+  const LiveServer next({}, source, nullptr);
+  EXPECT_NE(portOf(usual), portOf(next));
+  for (const LiveServer* server : {&usual, &next}) {
+    EXPECT_GE(portOf(*server), ServerOptions::usualPort);
+    EXPECT_LT(portOf(*server), ServerOptions::usualPort + 10);
+    EXPECT_EQ(server->address(), "http://127.0.0.1:" + std::to_string(portOf(*server)) + "/");
+  }
+  const std::string taken = std::to_string(portOf(usual));
+  EXPECT_EQ(failureOf("", portOf(usual)), "port " + taken + " of 127.0.0.1 is in use by another program.");
+  EXPECT_EQ(failureOf("192.0.2.77", 0), "192.0.2.77 is no address of this computer.");
+  EXPECT_EQ(failureOf("no such name", 0), "'no such name' is no address of this computer.");
+}
+
+TEST(LiveServer, OfOtherComputersHasATokenInItsAddress)
+{
+  StubSource source;
+  const LiveServer server({.address = "0.0.0.0", .port = 0, .limits = {}}, source, nullptr);
+  const auto query = server.address().find("/?token=");
+  ASSERT_NE(query, std::string::npos) << server.address();
+  EXPECT_EQ(server.address().find("0.0.0.0"), std::string::npos) << "other computers can't use it";
+  Client client(server);
+  client.send(client.request("/api/state"));
+  EXPECT_EQ(client.answer(), 401);
+  client.send(client.request("/api/state" + server.address().substr(query + 1)));
+  EXPECT_EQ(client.answer(), 200);
+
+  const LiveServer loopback({.address = "127.0.0.1", .port = 0, .limits = {}}, source, nullptr);
+  EXPECT_EQ(loopback.address().find("token"), std::string::npos) << "no other computer reaches it";
+}
+
+}  // namespace
