@@ -31,7 +31,16 @@ install() {
 # Needed for every build.
 install_build_tools() {
   install g++ cmake ninja-build ccache libgtest-dev libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev libstb-dev \
-    pkg-config librsvg2-dev
+    pkg-config librsvg2-dev libboost1.81-dev
+  install_node_packages
+}
+
+# What the live page embeds, and what its tests drive a browser with. Runs nothing of the packages.
+install_node_packages() {
+  [ ! node_modules/.package-lock.json -nt package-lock.json ] || return 0
+  command -v npm >/dev/null || install nodejs npm
+  say "Installing the packages of package.json"
+  npm ci --ignore-scripts --no-audit --no-fund
 }
 
 # build PRESET [TARGET...]
