@@ -1,0 +1,75 @@
+#include "host/capture/GloveSigns.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "tests/support/Packets.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr GloveSigns::Time time = 5s;
+
+struct Case {
+  const char* name;
+  std::vector<PacketBytes> packets;
+  std::optional<std::uint8_t> code;
+};
+
+void PrintTo(const Case& row, std::ostream* stream)
+{
+  *stream << row.name;
+}
+
+const PacketBytes first = packet({0x30, 14, 0, 251}, 0xFF);
+const PacketBytes low3 = packet({1, 0x3F}, 0xFF);   // bits 0 to 3
+const PacketBytes high0 = packet({2, 0xEF}, 0xFF);  // bit 4
+const PacketBytes high1 = packet({2, 0x10});
+
+class BatteryCode : public testing::TestWithParam<Case> {};
+
+TEST_P(BatteryCode, IsThatOfAFrame)
+{
+  GloveSigns signs;
+  for (const PacketBytes& each : GetParam().packets)
+    signs.add(each, time);
+  EXPECT_EQ(signs.batteryCode(), GetParam().code);
+}
+
+const Case cases[] = {
+    {"NoneInTheFirstPacket", {first}, {}},
+    {"Low", {first, low3, high0}, 3},
+    {"High", {first, low3, high1}, 19},
+    {"HalvesOfTwoFrames", {low3, first, high1}, {}},
+    {"TheLatest", {first, low3, high1, first, low3, high0}, 3},
+    {"TheLatestWholeOne", {first, low3, high1, first, packet({1, 0x50})}, 19},
+};
+INSTANTIATE_TEST_SUITE_P(Packets, BatteryCode, testing::ValuesIn(cases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(BatteryLevel, HasEightStepsBelowTheTopCode)
+{
+  EXPECT_EQ(batteryLevel(19), 1);
+  EXPECT_EQ(batteryLevel(12), 0.125);
+  EXPECT_EQ(batteryLevel(11), 0);
+  EXPECT_EQ(batteryLevel(0), 0);
+  EXPECT_EQ(batteryLevel(20), std::nullopt) << "the plug-in takes it for an empty one";
+}
+
+TEST(GloveSigns, RememberWhenItWasHeardAndWhatItReported)
+{
+  GloveSigns signs;
+  EXPECT_EQ(signs.heard(), std::nullopt);
+  signs.addSensorStatus(std::array<std::uint8_t, 20>{0, 1, 0, 255});
+  signs.beginConnection(time);
+  EXPECT_EQ(signs.heard(), time);
+  signs.add(first, time + 1s);
+  EXPECT_EQ(signs.heard(), time + 1s);
+  EXPECT_EQ(signs.faultySensors(), 2U);
+  signs.addSensorStatus(std::array<std::uint8_t, 20>{});
+  EXPECT_EQ(signs.faultySensors(), 0U);
+}
+
+}  // namespace
