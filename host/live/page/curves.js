@@ -11,7 +11,6 @@ import { count, visible } from './text.js';
 /** @typedef {import('./hands.js').Layout} Layout */
 /** @typedef {import('./hands.js').Glove} Glove */
 /** @typedef {{number: number, ms: number|null, event: string, glove: string, detail: string}} Event */
-/** @typedef {{glove: string, region: string, value: number}} CurveReading */
 
 const longestSeconds = 120;
 const picturesPerSecond = 30;
@@ -69,7 +68,7 @@ class Curve {
       this.#frame,
       this.#legend(),
     );
-    this.#time.style.fontVariantNumeric = 'tabular-nums';
+    Object.assign(this.#time.style, { fontVariantNumeric: 'tabular-nums', textTransform: 'none' });
     Object.assign(this.figure.style, { margin: '0', minWidth: '0' });
     this.#frame.style.minWidth = '0';
     Object.assign(this.#cursor.style, { position: 'absolute', top: '0', height: '100%', pointerEvents: 'none' });
@@ -121,7 +120,7 @@ class Curve {
     const follow = (/** @type {PointerEvent} */ event) => {
       const box = this.plot.over.getBoundingClientRect();
       const share = Math.max(0, Math.min((event.clientX - box.left) / box.width, 1));
-      owner.pointAt({ curve: this, secondsAgo: owner.seconds * (1 - share), top: event.clientY - box.top });
+      owner.pointAt(owner.seconds * (1 - share));
     };
     this.plot.over.addEventListener('pointermove', follow);
     this.plot.over.addEventListener('pointerdown', follow);
@@ -143,25 +142,6 @@ class Curve {
   /** @param {EventTarget|null} target */
   contains(target) {
     return target instanceof Node && this.figure.contains(target);
-  }
-
-  /**
-   * The region whose curve is nearest to the pointer; without a pointer the highest.
-   * @param {number} index @param {number|null} top
-   * @returns {CurveReading}
-   */
-  readingAt(index, top) {
-    const level = top === null ? Infinity : this.plot.posToVal(top, 'y');
-    const readings = this.glove.regions.map(({ name }, region) => ({
-      glove: this.glove.label,
-      region: this.glove.hasRegions ? name : '',
-      value: Math.round(this.valueOf(region, index)),
-    }));
-    return readings.reduce((best, reading) =>
-      level === Infinity
-        ? reading.value > best.value ? reading : best
-        : Math.abs(reading.value - level) < Math.abs(best.value - level) ? reading : best,
-    );
   }
 
   close() {
@@ -307,7 +287,6 @@ export class Curves {
   events = [];
 
   #container;
-  #onPointer;
   #plots = make('div', { class: 'curves-plots' });
   #announcement = make('div', { class: 'visually-hidden', 'aria-live': 'polite' });
   /** @type {Curve[]} */
@@ -318,19 +297,16 @@ export class Curves {
   #nowMs = 0;
   /** @type {import('./range.js').Range|null} */
   #range = null;
-  // Where values are read. Without a pointer, as with the keyboard, `top` is null.
-  /** @type {{curve: Curve, secondsAgo: number, top: number|null}|null} */
+  // Where values are read, in seconds before now.
+  /** @type {number|null} */
   #pointer = null;
-  #hasReading = false;
   #legendMs = -Infinity;
 
   /**
    * @param {HTMLElement} container
-   * @param {{onPointer?: (reading: CurveReading|null) => void}} [options]
    */
-  constructor(container, { onPointer = () => {} } = {}) {
+  constructor(container) {
     this.#container = container;
-    this.#onPointer = onPointer;
     this.theme = themeOf(container);
     Object.assign(this.#plots.style, { display: 'grid', gap: '0.75rem', minWidth: '0' });
     container.append(this.#plots, this.#announcement);
@@ -467,11 +443,11 @@ export class Curves {
     });
   }
 
-  /** @param {{curve: Curve, secondsAgo: number, top: number|null}|null} pointer */
-  pointAt(pointer) {
-    if (pointer === null && this.#pointer === null) return;
-    this.#pointer = pointer;
-    for (const curve of this.#curves) curve.showCursor(pointer?.secondsAgo ?? null);
+  /** Reads the values of that moment. @param {number|null} secondsAgo */
+  pointAt(secondsAgo) {
+    if (secondsAgo === this.#pointer) return;
+    this.#pointer = secondsAgo;
+    for (const curve of this.#curves) curve.showCursor(secondsAgo);
     this.#showValues();
   }
 
@@ -479,15 +455,12 @@ export class Curves {
   press(curve, event) {
     if (event.ctrlKey || event.altKey || event.metaKey) return;
     const step = this.seconds / 60;
-    const ago = this.#pointer?.secondsAgo ?? 0;
-    const pointAt = (/** @type {number} */ secondsAgo) => {
-      this.pointAt({ curve, secondsAgo, top: null });
-      setText(this.#announcement, curve.spoken);
-    };
+    const ago = this.#pointer ?? 0;
     if (event.key === 'Escape' && this.#pointer !== null) this.pointAt(null);
-    else if (event.key === 'ArrowLeft') pointAt(Math.min(ago + step, this.seconds));
-    else if (event.key === 'ArrowRight') pointAt(Math.max(ago - step, 0));
+    else if (event.key === 'ArrowLeft') this.pointAt(Math.min(ago + step, this.seconds));
+    else if (event.key === 'ArrowRight') this.pointAt(Math.max(ago - step, 0));
     else return;
+    setText(this.#announcement, this.#pointer === null ? '' : curve.spoken);
     event.preventDefault();
     event.stopPropagation();
   }
@@ -517,14 +490,10 @@ export class Curves {
 
   #showValues() {
     this.#legendMs = this.#nowMs;
-    const pointer = this.#pointer;
+    const ago = this.#pointer;
     const latest = this.ring.length > 0 ? this.ring.length - 1 : null;
-    const index = pointer === null ? latest : this.ring.nearest(this.#nowMs - 1000 * pointer.secondsAgo);
-    const time = pointer === null ? '' : `${pointer.secondsAgo.toFixed(1)} s ago`;
+    const index = ago === null ? latest : this.ring.nearest(this.#nowMs - 1000 * ago);
+    const time = ago === null ? '' : `${ago.toFixed(1)} s ago`;
     for (const curve of this.#curves) curve.showValues(index, time);
-    const reading = pointer === null || index === null ? null : pointer.curve.readingAt(index, pointer.top);
-    // Without a pointer here, the reading is that of the hands.
-    if (reading !== null || this.#hasReading) this.#onPointer(reading);
-    this.#hasReading = reading !== null;
   }
 }
