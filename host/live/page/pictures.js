@@ -1,12 +1,12 @@
 // @ts-check
-// Hands, curves and the table of values: what is drawn when, how, and not while it is frozen. At most 30 times a second;
-// if drawing takes long, so seldom that it leaves the browser two thirds of its time.
+// Hands, curves and the table of values: what is drawn when and how, and not while it is frozen.
 
 import { byId, elementById, setAttribute, setHidden, setText } from './dom.js';
 import { Clock } from './clock.js';
 import { Curves } from './curves.js';
 import { stateWord } from './gloves.js';
 import { Hands } from './hands.js';
+import { Pace } from './pace.js';
 import { isCount, maxCount, rangeOf, scaleError } from './scale.js';
 import { choice, choose } from './settings.js';
 import { Values } from './values.js';
@@ -14,7 +14,8 @@ import { Values } from './values.js';
 const intervalMs = 33;
 const calmIntervalMs = 250;
 const heldIntervalMs = 1000;
-const earlyMs = 4;
+// In pixels, about as wide as they usually are.
+const curvesWidth = 500;
 const historyMs = 5000;
 
 // Whether a picture has the gloves of this layout, with all elements and regions.
@@ -50,7 +51,9 @@ export class Pictures {
   #frozenAt = Number.NaN;
   // Nothing more comes: the curves stand still at this time.
   #heldAt = Number.NaN;
-  #nextDraw = 0;
+  #handsPace = new Pace();
+  #curvesPace = new Pace();
+  #seconds = 30;
   #calm = window.matchMedia('(prefers-reduced-motion: reduce)');
   #low = elementById('scale-low', HTMLInputElement);
   #high = elementById('scale-high', HTMLInputElement);
@@ -77,7 +80,7 @@ export class Pictures {
     const history = await fetchHistory();
     if (!history || this.#layout !== layout) return;
     this.#curves.setHistory(history);
-    this.#nextDraw = 0;
+    this.#curvesPace.hurry();
   }
 
   add(picture) {
@@ -109,14 +112,14 @@ export class Pictures {
     const now = Number.isNaN(this.#heldAt) ? this.#clock.at(performance.now()) : this.#heldAt;
     this.#frozenAt = frozen ? now : Number.NaN;
     this.#curves.hold(frozen);
-    this.#nextDraw = 0;
+    this.#curvesPace.hurry();
   }
 
   // Whether nothing more comes, because the recording has ended or the connection is lost.
   hold(held) {
     if (held === !Number.isNaN(this.#heldAt)) return;
     this.#heldAt = held ? (this.#picture?.ms ?? this.#clock.at(performance.now())) : Number.NaN;
-    this.#nextDraw = 0;
+    this.#curvesPace.hurry();
   }
 
   // The colours of the page have changed.
@@ -127,20 +130,29 @@ export class Pictures {
 
   #draw() {
     requestAnimationFrame(() => this.#draw());
+    if (this.frozen) return;
+    const begin = performance.now();
+    if (this.#picture && this.#picture !== this.#shown && this.#handsPace.due(begin)) this.#drawHands(begin);
+    if (this.#curvesPace.due(begin)) this.#drawCurves();
+  }
+
+  #drawHands(begin) {
+    this.#shown = this.#picture;
+    this.#hands.show(this.#picture);
+    this.#values.show(this.#picture, begin);
+    this.#handsPace.drawn(begin, performance.now(), intervalMs);
+  }
+
+  // Not more often than they move by a pixel.
+  #drawCurves() {
     const begin = performance.now();
     const held = !Number.isNaN(this.#heldAt);
     const now = held ? this.#heldAt : this.#clock.at(begin);
-    if (begin < this.#nextDraw || this.frozen || Number.isNaN(now)) return;
-    if (this.#picture && this.#picture !== this.#shown) {
-      this.#shown = this.#picture;
-      this.#hands.show(this.#picture);
-      this.#values.show(this.#picture, begin);
-    }
+    if (Number.isNaN(now)) return;
     this.#curves.draw(now);
-    const took = performance.now() - begin;
-    const interval = held ? heldIntervalMs : this.#calm.matches ? calmIntervalMs : intervalMs;
-    // A little early, so that a frame of the browser that comes early isn't left out.
-    this.#nextDraw = begin + Math.max(interval - earlyMs, 3 * took);
+    const stepMs = Math.max(intervalMs, (1000 * this.#seconds) / curvesWidth);
+    const interval = held ? heldIntervalMs : this.#calm.matches ? calmIntervalMs : stepMs;
+    this.#curvesPace.drawn(begin, performance.now(), interval);
   }
 
   #chooseSeconds() {
@@ -149,7 +161,8 @@ export class Pictures {
       [...select.options].some((option) => option.value === kept),
     );
     const apply = () => {
-      this.#curves.setSeconds(Number(select.value));
+      this.#seconds = Number(select.value);
+      this.#curves.setSeconds(this.#seconds);
       if (this.frozen) this.#curves.draw(this.#frozenAt);
     };
     select.addEventListener('change', () => {
