@@ -61,9 +61,14 @@ function ofReading(layout, state) {
   };
 }
 
+function ofStandstill(layout, said) {
+  const why = layout.gloves.length > 1 ? ' A record needs a frame of each glove.' : '';
+  return { ...said, detail: `No records arrive.${why}` };
+}
+
 // What the line says. `connection`: {status: 'connecting' | 'open' | 'lost', reason, since: Date or null}; layout and
-// state are null until they are known. Pure.
-export function headlineOf(connection, layout, state) {
+// state are null until they are known; `idle`: no records arrive. Pure.
+export function headlineOf(connection, layout, state, idle = false) {
   if (state?.ending && layout) return ofEnd(layout, state, connection.status === 'lost');
   if (connection.status === 'lost') {
     const since = connection.since ? ` since ${clockTime(connection.since)}` : '';
@@ -79,7 +84,8 @@ export function headlineOf(connection, layout, state) {
   if (state.phase === 'opening') {
     return { kind: 'opening', text: words.opening, name: '', detail: sentences(visible(state.text), whereTo(layout)) };
   }
-  return state.phase === 'away' ? ofAway(layout, state) : ofReading(layout, state);
+  if (state.phase === 'away') return ofAway(layout, state);
+  return idle ? ofStandstill(layout, ofReading(layout, state)) : ofReading(layout, state);
 }
 
 export class Headline {

@@ -48,6 +48,7 @@ export class Pictures {
   #layout = { gloves: [] };
   #picture = null;
   #shown = null;
+  #pictureAt = 0;
   #frozenAt = Number.NaN;
   // Nothing more comes: the curves stand still at this time.
   #heldAt = Number.NaN;
@@ -76,6 +77,7 @@ export class Pictures {
     this.#hands.setLayout(layout);
     this.#curves.setLayout(layout);
     this.#values.setLayout(layout);
+    this.#pictureAt = performance.now();
     if (picture) this.add(picture);
     const history = await fetchHistory();
     if (!history || this.#layout !== layout) return;
@@ -83,7 +85,13 @@ export class Pictures {
     this.#curvesPace.hurry();
   }
 
+  // How long no picture has come.
+  get silentMs() {
+    return performance.now() - this.#pictureAt;
+  }
+
   add(picture) {
+    this.#pictureAt = performance.now();
     if (!fits(picture, this.#layout) || (this.#picture && picture.ms <= this.#picture.ms)) return;
     this.#picture = picture;
     this.#curves.add(picture);

@@ -3,7 +3,7 @@
 //
 // What tests and style sheets may rely on:
 //   html           data-theme = light | dark; data-connection = connecting | open | lost; data-frozen while frozen;
-//                  data-gloves when the gloves are known
+//                  data-gloves when the gloves are known; data-idle while no records arrive
 //   #headline      data-kind = connecting | opening | recording | streaming | unrecorded | away | ended | failed | lost;
 //                  #headline-text, #headline-name (the file), #headline-detail, #headline-seconds (duration)
 //   #alarms, #notices  [data-warning=ID] for each warning, data-state = active | over; ID "connection" is the page's own.
@@ -38,6 +38,8 @@ import { showTitle } from './title.js';
 import { Warnings } from './warnings.js';
 
 const page = document.documentElement;
+// Without a record for so long, it is said that none arrive.
+const idleMs = 1500;
 
 const headline = new Headline();
 const warnings = new Warnings();
@@ -114,7 +116,9 @@ function askRender() {
 
 function render() {
   if (page.dataset.connection !== connected.status) page.dataset.connection = connected.status;
-  const said = headlineOf(connected, layout, state);
+  const idle = connected.status === 'open' && state?.phase === 'reading' && pictures.silentMs > idleMs;
+  page.toggleAttribute('data-idle', idle);
+  const said = headlineOf(connected, layout, state, idle);
   headline.show(said, state);
   const active = allWarnings(said);
   warnings.show(active, performance.now(), connected.status === 'open');

@@ -103,7 +103,9 @@ export const scenarios = {
   limit: { layout: (layout) => Object.assign(layout, { limitSeconds: 600 }) },
   silent: {
     gone: ['left'],
+    silentPictures: true,
     state(state, seconds) {
+      state.recordsPerSecondNow = 0;
       Object.assign(state.gloves[0], goneGlove, { state: 'silent', silentSeconds: seconds });
       state.warnings.push({
         id: 'silent-left',
