@@ -55,7 +55,7 @@ class PartsRecorder final : public SessionFollower {
     metadata_.gloves.resize(2);
   }
 
-  void follow(const RecordKeeper& keeper, const Recorder& recorder) override
+  void follow(const Layout&, const RecordKeeper& keeper, const Recorder& recorder, const HostTime&) override
   {
     keeper_ = &keeper;
     recorder_ = &recorder;
@@ -77,7 +77,7 @@ class PartsRecorder final : public SessionFollower {
     if (kept_.size() % 100 == 0) part_->keepUp(recorder_->figures());
     if (kept_.size() == length_) complete({});
   }
-  void addEvent(const RecordingEvent& event) override
+  void event(const RecordingEvent& event) override
   {
     if (part_) part_->addEvent(event);
   }

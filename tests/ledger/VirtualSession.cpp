@@ -6,6 +6,7 @@
 
 #include "host/gloves/SettingsFile.h"
 #include "host/recording/SinkList.h"
+#include "host/session/ListenerList.h"
 #include "tests/ledger/Differences.h"
 #include "tests/ledger/VirtualConnector.h"
 
@@ -132,8 +133,6 @@ std::vector<TimeError> ComparingSink::timeErrors(std::size_t glove) const
 
 class NotingListener final : public SessionListener {
  public:
-  explicit NotingListener(RecordSink* follower) : follower_(follower) {}
-
   void recording(const RecordingFigures&) override {}
   void lost(const Failure&, const RecordingFigures&) override {}
   void waiting(const Waiting& waiting, const RecordingFigures&) override
@@ -143,17 +142,10 @@ class NotingListener final : public SessionListener {
     if (attempts.empty() || attempts.back() != words) attempts.push_back(words);
   }
   void back(double, unsigned, const RecordingFigures&) override {}
-  void event(const RecordingEvent& event) override
-  {
-    events.push_back(event);
-    if (follower_ != nullptr) follower_->addEvent(event);
-  }
+  void event(const RecordingEvent& event) override { events.push_back(event); }
 
   std::vector<std::string> attempts;
   std::vector<RecordingEvent> events;
-
- private:
-  RecordSink* const follower_;
 };
 
 class VirtualSession {
@@ -189,8 +181,13 @@ class VirtualSession {
     RecordKeeper keeper(layout_, sinks, captured_);
     writer_.keeper = &keeper;
     Recorder recorder(layout_, keeper, plan_.rules.limits, time.now);
-    if (plan_.follower != nullptr) plan_.follower->follow(keeper, recorder);
-    Session session(connector_, recorder, keeper, markers_, listener_, plan_.rules, time);
+    ListenerList listeners;
+    listeners.add(listener_);
+    if (plan_.follower != nullptr) {
+      plan_.follower->follow(layout_, keeper, recorder, time);
+      listeners.add(*plan_.follower);
+    }
+    Session session(connector_, recorder, keeper, markers_, listeners, plan_.rules, time);
     SessionResult result;
     result.ending = session.run(first, stop_);
     connector_.disconnect();
@@ -249,7 +246,7 @@ class VirtualSession {
   Differences differences_{plan_.gloves.size(), true};
   ComparingSink writer_{plan_, gloves_, connector_, differences_};
   MarkerQueue markers_;
-  NotingListener listener_{plan_.follower};
+  NotingListener listener_;
   std::atomic<bool> stop_{false};
 };
 

@@ -11,11 +11,17 @@
 #include "host/session/Session.h"
 #include "tests/support/VirtualGloves.h"
 
-// Follows a session with what is written and its events.
-class SessionFollower : public RecordSink {
+// Follows a session with what is written, its events, and what a listener is told.
+class SessionFollower : public RecordSink, public SessionListener {
  public:
-  // Before the first record. Both live until the end.
-  virtual void follow(const RecordKeeper& keeper, const Recorder& recorder) = 0;
+  // Before the first record. All live until the end.
+  virtual void follow(const Layout& layout, const RecordKeeper& keeper, const Recorder& recorder,
+                      const HostTime& time) = 0;
+  void recording(const RecordingFigures&) override {}
+  void lost(const Failure&, const RecordingFigures&) override {}
+  void waiting(const Waiting&, const RecordingFigures&) override {}
+  void back(double, unsigned, const RecordingFigures&) override {}
+  void event(const RecordingEvent&) override {}
   virtual void end(const Books& books) = 0;
 };
 
