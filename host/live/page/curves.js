@@ -64,7 +64,7 @@ class Curve {
     this.#frame.setAttribute('aria-description', 'Left and right arrow keys read values, Escape ends.');
     this.figure = make('figure', { class: 'curve', 'data-glove': glove.label });
     this.figure.append(
-      make('figcaption', { class: 'curve-name' }, `${glove.label} `, this.#time),
+      make('figcaption', { class: 'curve-name' }, `${visible(glove.label)} `, this.#time),
       this.#frame,
       this.#legend(),
     );
@@ -177,7 +177,7 @@ class Curve {
 
   /** The values that are shown, for those who listen. */
   get spoken() {
-    const values = this.glove.regions.map(({ name }, region) => `${name} ${this.#values[region].textContent}`);
+    const values = this.glove.regions.map(({ name }, region) => `${visible(name)} ${this.#values[region].textContent}`);
     return `${this.glove.label}, ${this.#time.textContent}: ${values.join(', ')}`;
   }
 
@@ -211,22 +211,23 @@ class Curve {
       const swatch = make('span', { class: 'curve-swatch', 'aria-hidden': 'true' });
       const { colour, dash } = this.#owner.styleOf(name);
       Object.assign(swatch.style, {
-        display: 'inline-block',
+        flex: 'none',
         width: '1.1rem',
         marginRight: '0.3rem',
-        verticalAlign: 'middle',
         borderTop: `3px ${dash.length > 0 ? 'dashed' : 'solid'} ${colour ?? 'currentColor'}`,
       });
       const value = make('span', { class: 'curve-value' });
       Object.assign(value.style, {
-        display: 'inline-block',
-        minWidth: '3.2em',
+        flex: 'none',
+        minWidth: '3.6em',
         textAlign: 'right',
         fontVariantNumeric: 'tabular-nums',
       });
       this.#values.push(value);
-      const item = make('li', {}, swatch, `${name} `, value);
-      item.style.whiteSpace = 'nowrap';
+      const text = make('span', { title: visible(name) }, `${visible(name)} `);
+      Object.assign(text.style, { overflow: 'hidden', textOverflow: 'ellipsis' });
+      const item = make('li', {}, swatch, text, value);
+      Object.assign(item.style, { display: 'flex', alignItems: 'center', minWidth: '0', whiteSpace: 'nowrap' });
       return item;
     });
     const list = make('ul', { class: 'curve-legend' }, ...items);
@@ -293,7 +294,7 @@ export class Curves {
   #curves = [];
   #styles = regionStyles([]);
   #layoutText = '';
-  #arriving = this.ring; // the same, but for a picture that is held
+  #arriving = this.ring; // the same, but while the picture is frozen
   #nowMs = 0;
   /** @type {import('./range.js').Range|null} */
   #range = null;
@@ -391,10 +392,10 @@ export class Curves {
 
   /**
    * Draws from then on what there is now, however long that is, while new records are kept for later.
-   * @param {boolean} isHeld
+   * @param {boolean} isFrozen
    */
-  hold(isHeld) {
-    this.ring = isHeld ? this.#arriving.copy() : this.#arriving;
+  freeze(isFrozen) {
+    this.ring = isFrozen ? this.#arriving.copy() : this.#arriving;
   }
 
   /** @param {number} nowMs by the clock of the records */

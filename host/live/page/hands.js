@@ -6,7 +6,7 @@ import { colourIndex, colourTable, themeOf } from './colours.js';
 import { make, setHidden, setText } from './dom.js';
 import { cellSizes, elementAt, extentOf, gridOf, hullOf, neighbourOf } from './geometry.js';
 import { followRange, shownRange } from './range.js';
-import { count } from './text.js';
+import { count, visible } from './text.js';
 
 /** @typedef {{label: string, module: string, count: number, hasPositions: boolean, hasRegions: boolean,
  *   positions: [number, number][], regions: {name: string, elements: number[]}[]}} Glove */
@@ -65,7 +65,7 @@ class Hand {
     this.glove = glove;
     this.figure.dataset.glove = glove.label;
     Object.assign(this.canvas.style, { display: 'block', width: '100%', touchAction: 'manipulation' });
-    this.figure.append(make('figcaption', { class: 'hand-name' }, glove.label), this.canvas);
+    this.figure.append(make('figcaption', { class: 'hand-name' }, visible(glove.label)), this.canvas);
     this.positions = glove.hasPositions ? glove.positions : gridOf(glove.count);
     this.sizes = cellSizes(this.positions, glove.hasPositions ? glove.regions : [this.#everything()]);
     this.extent = extentOf(this.positions, this.sizes);
@@ -73,7 +73,7 @@ class Hand {
     this.#regionOf = new Array(glove.count);
     for (const { name, elements } of glove.regions) {
       elements.forEach((element, number) => {
-        this.#regionOf[element] = { name, number };
+        this.#regionOf[element] = { name: visible(name), number };
       });
     }
     this.describe(-Infinity);
@@ -240,7 +240,8 @@ class Hand {
     });
     for (const { name, elements } of this.glove.regions) {
       if (elements.length === 0) continue;
-      const free = this.#placesFor(elements, context.measureText(name).width + 4).find(
+      const text = visible(name);
+      const free = this.#placesFor(elements, context.measureText(text).width + 4).find(
         (place) =>
           place.left >= 0 &&
           place.left + place.width <= width &&
@@ -249,7 +250,7 @@ class Hand {
           !taken.some((other) => overlap(place, other)),
       );
       if (free === undefined) continue;
-      context.fillText(name, free.left + free.width / 2, free.top + free.height / 2);
+      context.fillText(text, free.left + free.width / 2, free.top + free.height / 2);
       taken.push(free);
     }
   }

@@ -119,7 +119,7 @@ export class Pictures {
   freeze(frozen) {
     const now = Number.isNaN(this.#heldAt) ? this.#clock.at(performance.now()) : this.#heldAt;
     this.#frozenAt = frozen ? now : Number.NaN;
-    this.#curves.hold(frozen);
+    this.#curves.freeze(frozen);
     this.#curvesPace.hurry();
   }
 

@@ -11,7 +11,7 @@ const card = (label, ...states) => states.map((state) => `#gloves [data-glove=${
 
 test('gloves that are lost or silent', async (t) => {
   const simulation = await Simulation.start(t);
-  await simulation.command('name left KVXGL<b>17</b>\u202E');
+  await simulation.command('name left KVXGL<b>17</b>');
   await simulation.command('name right KVXGR"><img src=x>');
   const program = await Program.start(t, ['view'], simulation.environment);
   const browser = await Browser.start(t);
@@ -30,7 +30,7 @@ test('gloves that are lost or silent', async (t) => {
   await bothConnected();
 
   await t.test('names of gloves stay texts', async () => {
-    assert.equal(await view.text('#gloves [data-glove=left] [data-field=module]'), 'KVXGL<b>17</b>\uFFFD');
+    assert.equal(await view.text('#gloves [data-glove=left] [data-field=module]'), 'KVXGL<b>17</b>');
     assert.equal(await view.text('#gloves [data-glove=right] [data-field=module]'), 'KVXGR"><img src=x>');
     assert.equal(await view.page.$('img, b'), null);
   });

@@ -1,11 +1,13 @@
 // What somebody sees and does on the page of two simulated gloves.
 import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import path from 'node:path';
 import { test } from 'node:test';
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { Browser } from '../support/Browser.mjs';
 import { until } from '../support/Process.mjs';
-import { Program } from '../support/Program.mjs';
+import { Program, temporaryFolder } from '../support/Program.mjs';
 
 const hostileTexts = [
   '<img src=x onerror="window.hacked=1"><script>window.hacked=1</script>',
@@ -30,7 +32,9 @@ async function moves(view) {
 }
 
 test('the page of two gloves', async (t) => {
-  const program = await Program.start(t, ['view', '--sim']);
+  const scenario = path.join(temporaryFolder(t), 'losses.txt');
+  writeFileSync(scenario, '1 loss left 1\n');
+  const program = await Program.start(t, ['view', '--sim', '--scenario', scenario]);
   const browser = await Browser.start(t);
   const watch = async (t, options) => {
     const view = await browser.open(t, program.address, options);
@@ -50,9 +54,7 @@ test('the page of two gloves', async (t) => {
 
   await t.test('numbers are those of the program', async (t) => {
     const view = await watch(t);
-    program.send('loss left 5');
-    await until('frames are lost', async () => (await program.state()).gloves[0].lostTotal > 5, 20000);
-    program.send('loss left 0');
+    await until('frames are lost', async () => (await program.state()).gloves[0].lost.radio > 5, 20000);
     const before = await program.state();
     // The page has a newer state by then: there are at least two a second.
     await pause(1200);
