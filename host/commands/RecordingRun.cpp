@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <cstdio>
 #include <optional>
 
 #include "host/base/Console.h"
@@ -105,9 +106,14 @@ LiveFacts factsOf(const RecordingOptions& options, const RecordingFiles* files)
 }
 
 // With `tessel view` a typed line is a command of the simulation, if there is one; otherwise it is a marker.
+bool isControlled(const RecordingOptions& options)
+{
+  return options.command == "view" && options.run.hardware.isSimulated;
+}
+
 LineTaker typedLines(const RecordingOptions& options, SimulatedGloves* simulated, MarkerQueue& markers)
 {
-  if (options.command != "view" || simulated == nullptr) return {};
+  if (!isControlled(options)) return {};
   return [simulated, &markers](std::chrono::nanoseconds time, const std::string& line) {
     if (line.empty()) {
       markers.add(time, line);
@@ -171,6 +177,9 @@ void reportBeginning(const GloveRun& run, const Preparation& with)
     console::report("Recording {} to {}; Ctrl-C ends it.\n", gloves, outputText(with.files->growing()));
   } else {
     console::report("{} {}; Ctrl-C ends it.\n", wordsOf(with.options).now, gloves);
+  }
+  if (isControlled(with.options) && host::isTerminal(stdin)) {
+    console::report("A line that you type is a command of the simulation, such as: drop left\n");
   }
 }
 
