@@ -55,7 +55,7 @@ export class Recording {
   }
 
   show(layout, state) {
-    const file = state.recording?.file ?? layout.file;
+    const file = layout.file ?? state.recording?.file;
     setAttribute(this.#element, 'data-kind', file ? 'recorded' : 'nothing');
     setHidden(this.#nothing, Boolean(file));
     for (const field of ['file', 'bytes', 'freeBytes']) setHidden(this.#row(field), !file);
