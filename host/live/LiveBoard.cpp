@@ -71,8 +71,8 @@ Situation::Problem problemOf(const Failure& failure)
 }  // namespace
 
 struct LiveBoard::Parts {
-  Parts(LiveFacts whatIsKnown, Clock time)
-      : facts(std::move(whatIsKnown)), clock(std::move(time)), viewClock{clock()}
+  Parts(LiveFacts known, Clock viewersClock)
+      : facts(std::move(known)), clock(std::move(viewersClock)), viewClock{clock()}
   {
     if (!facts.file.empty()) disk = std::make_unique<DiskWatch>(DiskQuestions::about(facts.file));
   }
@@ -256,7 +256,7 @@ void LiveBoard::lost(const Failure& failure, const RecordingFigures& figures)
   situation.givenUp = situation.lost + timeOf(parts.facts.reconnectSeconds);
   const auto* const link = dynamic_cast<const LinkLoss*>(&failure);
   for (GloveSituation& glove : situation.gloves) {
-    glove.isFirst = link == nullptr || std::ranges::count(link->gloves(), glove.label) > 0;
+    glove.wasLost = link == nullptr || std::ranges::count(link->gloves(), glove.label) > 0;
     glove.rssi.reset();
   }
   parts.handOver();
@@ -276,7 +276,7 @@ void LiveBoard::waiting(const Waiting& waiting, const RecordingFigures& figures)
   if (waiting.failure) situation.opening = problemOf(*waiting.failure);
   for (GloveSituation& glove : situation.gloves) {
     if (!waiting.heard) {
-      glove.isFirst = false;
+      glove.wasLost = false;
       continue;
     }
     const auto& heard = waiting.heard->gloves();
@@ -304,7 +304,7 @@ void LiveBoard::back(double /*seconds*/, unsigned /*attempts*/, const RecordingF
   bool isOther = false;
   for (std::size_t glove = 0; glove < situation.gloves.size(); ++glove) {
     GloveSituation& own = situation.gloves[glove];
-    own.isOver = own.isFirst = false;
+    own.isOver = own.wasLost = false;
     own.rssi.reset();
     if (glove < modules.size() && own.module != modules[glove]) {
       own.module = modules[glove];

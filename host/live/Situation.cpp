@@ -75,7 +75,7 @@ GloveView viewOf(const Situation& situation, std::size_t index, Time now)
   GloveView view;
   if (situation.phase == Situation::Phase::opening) return view;
   if (situation.isAway) {
-    view.state = glove.isFirst && !glove.rssi ? GloveState::lost : GloveState::away;
+    view.state = glove.wasLost && !glove.rssi ? GloveState::lost : GloveState::away;
     view.text = awayText(situation, glove);
     if (glove.heard) view.silentSeconds = secondsBetween(*glove.heard, judged);
     if (situation.captured) view.framesPerSecond = 0;

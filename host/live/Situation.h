@@ -21,7 +21,7 @@ struct GloveSituation {
 
   // Of the connection that the gloves had last.
   bool isOver = false;      // as the capture shows
-  bool isFirst = false;     // among those whose loss ended it
+  bool wasLost = false;     // among those whose loss ended it
   std::optional<int> rssi;  // while the gloves are away
 
   // Of the capture.

@@ -55,7 +55,7 @@ void lose(Situation& situation)
 {
   situation.phase = Situation::Phase::away;
   situation.isAway = true;
-  situation.gloves[0].isFirst = true;
+  situation.gloves[0].wasLost = true;
   situation.lost = now - 3s;
   situation.givenUp = now + 57s;
 }
