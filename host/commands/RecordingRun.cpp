@@ -100,7 +100,7 @@ LiveFacts factsOf(const RecordingOptions& options, const RecordingFiles* files)
 {
   const bool isKept = files != nullptr && files->hasPlace();
   return {.command = options.command,
-          .file = isKept ? files->growing() : std::filesystem::path(),
+          .file = isKept ? files->wanted() : std::filesystem::path(),
           .limits = options.run.rules.limits,
           .reconnectSeconds = options.run.rules.reconnectSeconds};
 }
