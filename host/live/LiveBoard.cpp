@@ -61,6 +61,21 @@ bool isSerious(const Failure& failure)
   return code != ExitCode::noGloves && code != ExitCode::gloves && code != ExitCode::silence;
 }
 
+// Which gloves are lost: those that the loss names, otherwise those that were silent, otherwise all.
+void noteLost(Situation& situation, const LinkLoss* link, Time now)
+{
+  bool isAny = false;
+  for (std::size_t index = 0; index < situation.gloves.size(); ++index) {
+    GloveSituation& glove = situation.gloves[index];
+    glove.wasLost = link != nullptr ? std::ranges::count(link->gloves(), glove.label) > 0
+                                    : viewOf(situation, index, now).state != GloveState::connected;
+    isAny = isAny || glove.wasLost;
+  }
+  if (isAny) return;
+  for (GloveSituation& glove : situation.gloves)
+    glove.wasLost = true;
+}
+
 Situation::Problem problemOf(const Failure& failure)
 {
   std::string text = failure.what();
@@ -247,6 +262,7 @@ void LiveBoard::lost(const Failure& failure, const RecordingFigures& figures)
   Situation& situation = parts.situation;
   parts.takeFigures(figures);
   if (figures.accounts) parts.takeAccounts(*figures.accounts);
+  noteLost(situation, dynamic_cast<const LinkLoss*>(&failure), parts.clock());
   parts.restartRates();
   parts.points.finish();
   situation.phase = Situation::Phase::away;
@@ -254,11 +270,8 @@ void LiveBoard::lost(const Failure& failure, const RecordingFigures& figures)
   situation.text = failure.what();
   situation.lost = situation.read = parts.clock();
   situation.givenUp = situation.lost + timeOf(parts.facts.reconnectSeconds);
-  const auto* const link = dynamic_cast<const LinkLoss*>(&failure);
-  for (GloveSituation& glove : situation.gloves) {
-    glove.wasLost = link == nullptr || std::ranges::count(link->gloves(), glove.label) > 0;
+  for (GloveSituation& glove : situation.gloves)
     glove.rssi.reset();
-  }
   parts.handOver();
 }
 
@@ -275,10 +288,7 @@ void LiveBoard::waiting(const Waiting& waiting, const RecordingFigures& figures)
   situation.text = situation.layout ? waitingText(waiting, *situation.layout) : "";
   if (waiting.failure) situation.opening = problemOf(*waiting.failure);
   for (GloveSituation& glove : situation.gloves) {
-    if (!waiting.heard) {
-      glove.wasLost = false;
-      continue;
-    }
+    if (!waiting.heard) continue;
     const auto& heard = waiting.heard->gloves();
     const auto found = std::ranges::find(heard, glove.module, &HeardGlove::name);
     glove.rssi = found == heard.end() ? std::nullopt : std::optional(found->rssi);

@@ -170,6 +170,8 @@ TEST(LiveBoard, FollowsALossOfOneGlove)
   fixture.board.event({100, "disconnected", "right", "lost"});
   fixture.board.lost(LinkLoss({"right"}), fixture.figures);
   fixture.pass(2s);
+  // Before the first attempt nothing is known of what is heard.
+  fixture.board.waiting({.seconds = 2, .secondsLeft = 58, .failure = {}, .heard = {}}, fixture.figures);
   EXPECT_EQ(fixture.glove(0)["state"], "away");
   EXPECT_EQ(fixture.glove(1)["state"], "lost");
   EXPECT_EQ(fixture.warnings(), "lost-right away ");

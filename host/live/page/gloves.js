@@ -44,11 +44,12 @@ const fields = [
   ['lostShareNow', 'Lost now', 'Share of the frames of the last ten seconds that are in no record'],
   ['latencyMs', 'Latency', 'From sampling to arrival, apart from a constant delay; mean over the last second'],
   ['gaps', 'Gaps', 'Places in the recording where frames of this glove are missing, and the longest of them'],
-  ['sensorFaults', 'Sensor faults', 'Frames in which the glove reported a fault of a sensor'],
+  ['sensorFaults', 'Sensor faults', 'Sensors whose fault the glove reported when it was opened'],
 ];
 
-const lowBattery = 0.15;
-const muchLost = 0.02;
+// From which on tessel warns.
+const lowBattery = 0.25;
+const muchLost = 0.05;
 
 const positive = (value) => typeof value === 'number' && value > 0;
 
@@ -64,7 +65,7 @@ class GloveCard {
   #module = make('bdi', { 'data-field': 'module', class: 'glove-module' });
   #text = make('p', { 'data-field': 'text', class: 'glove-text', dir: 'auto' });
   #values = new Map();
-  #signal = make('p', { class: 'glove-text' }, 'Signal ');
+  #signal = make('p', { class: 'glove-text' }, 'heard, signal ');
   #rssi = make('span', { 'data-field': 'rssi' });
   #longest = make('span', { 'data-field': 'longestGapMs' });
   #lost = new Map();
@@ -141,8 +142,9 @@ class GloveCard {
     setAttribute(this.#module, 'title', module);
     const text = visible(glove.text);
     setText(this.#text, text);
-    setHidden(this.#text, text === '');
-    setHidden(this.#signal, typeof glove.rssi !== 'number');
+    const isHeard = typeof glove.rssi === 'number';
+    setHidden(this.#text, text === '' || isHeard);
+    setHidden(this.#signal, !isHeard);
     setValue(this.#rssi, decimal(glove.rssi, 0, 'dBm'));
     this.#showValues(glove);
     this.#showBooks(glove);

@@ -410,7 +410,7 @@ export class Hands {
     this.#showLegend(0);
     if (this.#hands.length === 0 || this.#width === 0) return;
     const widths = this.#hands.map(({ canvas }) => canvas.clientWidth);
-    const height = Math.min(highestHand, Math.max(220, 0.38 * window.innerHeight));
+    const height = Math.min(highestHand, Math.max(220, 0.34 * window.innerHeight));
     const scale = Math.min(...this.#hands.map((hand, index) => hand.scaleFor(widths[index], height)));
     this.#hands.forEach((hand, index) => hand.place(scale, widths[index], this.#theme));
     this.#paint();

@@ -26,7 +26,14 @@ export function limitReached(layout, state) {
   return shares.length > 0 ? Math.max(0, Math.min(1, Math.max(...shares))) : null;
 }
 
-const booksText = (books) => (books?.balanced === true ? 'all' : books?.balanced === false ? 'not all' : dash);
+// Until the end it can only be said that nothing contradicts so far. Without a capture nothing is known.
+function booksText(state) {
+  const balanced = state.books?.balanced;
+  if (balanced === true) return 'all';
+  if (balanced === false) return 'not all';
+  const isKnown = state.gloves?.some((glove) => typeof glove.sent === 'number' && glove.sent > 0);
+  return isKnown && !state.books?.text ? 'all so far' : dash;
+}
 
 function outOf(value, limit, show) {
   return limit > 0 ? `${show(value)} of ${show(limit)}` : show(value);
@@ -72,7 +79,7 @@ export class Recording {
     this.#showFile(state.recording);
     this.#value('markers', count(state.markers));
     this.#showInterruptions(state);
-    this.#value('books', booksText(state.books), state.books?.balanced === false);
+    this.#value('books', booksText(state), state.books?.balanced === false);
     setText(this.#books, visible(state.books?.text));
     setHidden(this.#books, !state.books?.text);
     const reached = limitReached(layout, state);
