@@ -259,15 +259,16 @@ std::string pictureJson(const Layout& layout, const PictureFacts& picture)
   appendTenths(text, picture.ms);
   append(text, ",\"gloves\":");
   const std::vector<ShownGlove> gloves = shownGloves(layout);
-  appendList(text, gloves.size(), [&](std::size_t glove) {
-    const auto& [group, firstRegion, regions] = gloves[glove];
+  appendList(text, gloves.size(), [&](std::size_t index) {
+    const ShownGlove& glove = gloves[index];
     append(text, "{\"elements\":");
-    appendList(text, group.count, [&](std::size_t element) {
-      fmt::format_to(std::back_inserter(text), FMT_COMPILE("{}"), picture.elements[group.first + element]);
+    appendList(text, glove.group.count, [&](std::size_t element) {
+      fmt::format_to(std::back_inserter(text), FMT_COMPILE("{}"),
+                     picture.elements[glove.group.first + element]);
     });
     append(text, ",\"regions\":");
-    appendList(text, regions,
-               [&](std::size_t region) { appendTenths(text, picture.peaks[firstRegion + region]); });
+    appendList(text, glove.regions,
+               [&](std::size_t region) { appendTenths(text, picture.peaks[glove.firstRegion + region]); });
     text.push_back('}');
   });
   text.push_back('}');
