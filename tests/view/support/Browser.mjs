@@ -82,9 +82,14 @@ export class View {
     return this.page.$eval(selector, (element, attribute) => element.getAttribute(attribute), name);
   }
 
-  // Until an element matches.
-  shows(selector, timeoutMs = 10000) {
-    return until(`the page shows ${selector}`, async () => (await this.page.$(selector)) !== null, timeoutMs);
+  // Until an element matches. A page with faults need not be waited for.
+  async shows(selector, timeoutMs = 10000) {
+    await until(
+      `the page shows ${selector}`,
+      async () => this.#faults.length > 0 || (await this.page.$(selector)) !== null,
+      timeoutMs,
+    );
+    this.check();
   }
 
   // Until the text of an element is, or matches.
