@@ -25,6 +25,8 @@ using Time = LiveBoard::Time;
 constexpr std::size_t maxEvents = 20;
 // A latency of records that came before says nothing of now.
 constexpr auto latencyMemory = 1s;
+// A peak that nobody looked at is old after this.
+constexpr auto peakMemory = 500ms;
 // Longer than any interval of a curve.
 constexpr auto pointTime = 100ms;
 
@@ -32,6 +34,7 @@ constexpr auto pointTime = 100ms;
 struct Arrivals {
   std::uint64_t record = 0;  // of all
   Time time{0};
+  Time since{0};  // of the first one
   bool isNew = false;
   std::vector<std::uint16_t> elements;
   std::vector<float> peaks;  // of the regions
@@ -141,7 +144,9 @@ void LiveBoard::Parts::transfer()
     shownArrivals.record = arrivals.record;
     shownArrivals.time = arrivals.time;
     std::swap(shownArrivals.elements, arrivals.elements);
-    raise(shownArrivals.peaks, arrivals.peaks, !shownArrivals.isNew);
+    const bool isFirst = !shownArrivals.isNew || arrivals.time - shownArrivals.since > peakMemory;
+    raise(shownArrivals.peaks, arrivals.peaks, isFirst);
+    if (isFirst) shownArrivals.since = arrivals.time;
     shownArrivals.isNew = true;
   }
   points.moveTo(curves);

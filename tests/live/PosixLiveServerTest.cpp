@@ -1,10 +1,5 @@
 // The server at real sockets of the loopback address, with limits that pass quickly.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -19,72 +14,17 @@
 #include "host/base/Failure.h"
 #include "host/live/LiveServer.h"
 #include "tests/live/StubSource.h"
+#include "tests/support/HttpClient.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-std::uint16_t portOf(const LiveServer& server)
-{
-  const std::string& address = server.address();
-  return static_cast<std::uint16_t>(std::stoul(address.substr(address.find(':', 5) + 1)));
-}
-
-class Client {
+class Client : public HttpClient {
  public:
-  // `receiveBytes`: for which the system keeps what the client has not read; 0: as usual.
   explicit Client(const LiveServer& server, int receiveBytes = 0)
-      : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), port_(portOf(server))
+      : HttpClient(portOf(server.address()), receiveBytes)
   {
-    const timeval timeout{20, 0};
-    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    if (receiveBytes > 0) {
-      ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receiveBytes, sizeof receiveBytes);
-    }
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port_);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  }
-  ~Client()
-  {
-    if (socket_ >= 0) ::close(socket_);
-  }
-  Client(Client&& other) noexcept
-      : socket_(std::exchange(other.socket_, -1)), port_(other.port_), received_(std::move(other.received_))
-  {
-  }
-  Client& operator=(Client&&) = delete;
-
-  // What the server no longer takes, because it has closed the connection, is lost.
-  void send(const std::string& bytes) { ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-  std::string request(const std::string& target) const
-  {
-    return "GET " + target + " HTTP/1.1\r\nHost: localhost:" + std::to_string(port_) + "\r\n\r\n";
-  }
-
-  // Up to and including the text; without it, or if it does not come, all up to the end.
-  std::string receiveUntil(const std::string& text)
-  {
-    while (text.empty() || received_.find(text) == std::string::npos) {
-      if (!receive()) return std::exchange(received_, {});
-    }
-    return take(received_.find(text) + text.size());
-  }
-  std::string receiveAll() { return receiveUntil(""); }
-
-  // The status of the next answer, whose content is in `content`; 0 if none comes.
-  int answer()
-  {
-    const std::string head = receiveUntil("\r\n\r\n");
-    if (head.empty()) return 0;
-    const auto length = head.find("Content-Length: ");
-    const std::size_t size = length == std::string::npos ? 0 : std::stoul(head.substr(length + 16));
-    while (received_.size() < size && receive()) {
-    }
-    content = take(size);
-    return std::stoi(head.substr(9, 3));
   }
 
   // The number of the stream's next picture; nothing at its end.
@@ -95,30 +35,6 @@ class Client {
     if (number.empty()) return std::nullopt;
     return static_cast<unsigned>(std::stoul(number));
   }
-
-  std::string content;
-
- private:
-  bool receive()
-  {
-    std::array<char, 65'536> bytes{};
-    const ssize_t count = ::recv(socket_, bytes.data(), bytes.size(), 0);
-    EXPECT_TRUE(count >= 0 || errno == ECONNRESET) << "nothing comes";
-    if (count <= 0) return false;
-    received_.append(bytes.data(), static_cast<std::size_t>(count));
-    return true;
-  }
-
-  std::string take(std::size_t size)
-  {
-    std::string taken = received_.substr(0, size);
-    received_.erase(0, size);
-    return taken;
-  }
-
-  int socket_;
-  std::uint16_t port_;
-  std::string received_;
 };
 
 ServerOptions anyPort(const ServerLimits& limits = {})
@@ -142,7 +58,7 @@ TEST(LiveServer, AnswersRequestAfterRequest)
   EXPECT_EQ(client.answer(), 200);
   const auto token = nlohmann::json::parse(client.content).at("token").get<std::string>();
   const std::string marker = R"({"text":"here"})";
-  client.send("POST /api/marker HTTP/1.1\r\nHost: localhost:" + std::to_string(portOf(server)) +
+  client.send("POST /api/marker HTTP/1.1\r\nHost: localhost:" + std::to_string(portOf(server.address())) +
               "\r\nX-Tessel-Token: " + token + "\r\nContent-Type: application/json\r\nContent-Length: " +
               std::to_string(marker.size()) + "\r\n\r\n" + marker);
   EXPECT_EQ(client.answer(), 200);
@@ -154,7 +70,7 @@ TEST(LiveServer, RefusesWhatIsNoRequest)
 {
   StubSource source;
   const LiveServer server(anyPort(), source, nullptr);
-  const std::string host = "Host: localhost:" + std::to_string(portOf(server)) + "\r\n";
+  const std::string host = "Host: localhost:" + std::to_string(portOf(server.address())) + "\r\n";
   const struct {
     const char* name;
     std::string bytes;
@@ -385,14 +301,15 @@ TEST(LiveServer, NeedsAFreePortAndAnOwnAddress)
   StubSource source;
   const LiveServer usual({}, source, nullptr);
   const LiveServer next({}, source, nullptr);
-  EXPECT_NE(portOf(usual), portOf(next));
+  EXPECT_NE(portOf(usual.address()), portOf(next.address()));
   for (const LiveServer* server : {&usual, &next}) {
-    EXPECT_GE(portOf(*server), ServerOptions::usualPort);
-    EXPECT_LT(portOf(*server), ServerOptions::usualPort + 10);
-    EXPECT_EQ(server->address(), "http://127.0.0.1:" + std::to_string(portOf(*server)) + "/");
+    EXPECT_GE(portOf(server->address()), ServerOptions::usualPort);
+    EXPECT_LT(portOf(server->address()), ServerOptions::usualPort + 10);
+    EXPECT_EQ(server->address(), "http://127.0.0.1:" + std::to_string(portOf(server->address())) + "/");
   }
-  const std::string taken = std::to_string(portOf(usual));
-  EXPECT_EQ(failureOf("", portOf(usual)), "port " + taken + " of 127.0.0.1 is in use by another program.");
+  const std::string taken = std::to_string(portOf(usual.address()));
+  EXPECT_EQ(failureOf("", portOf(usual.address())),
+            "port " + taken + " of 127.0.0.1 is in use by another program.");
   EXPECT_EQ(failureOf("192.0.2.77", 0), "192.0.2.77 is no address of this computer.");
   EXPECT_EQ(failureOf("no such name", 0), "'no such name' is no address of this computer.");
 }
