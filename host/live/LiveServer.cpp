@@ -416,7 +416,7 @@ LiveServer::Service::Service(const ServerOptions& options, LiveSource& source, M
   asio::ip::make_address(options.address, isName);
   Access::Listening listening{isName ? options.address : own.to_string(), acceptor_.local_endpoint().port(),
                               own.is_unspecified()};
-  Access::Tokens tokens{randomToken(), own.is_loopback() ? "" : randomToken()};
+  Access::Tokens tokens{randomToken(), options.address.empty() ? "" : randomToken()};
   std::string shown = listening.address.empty() ? own.to_string() : listening.address;
   if (listening.isAny) {
     shown = networkAddress(context_).value_or(asio::ip::address_v4::loopback()).to_string();
