@@ -35,9 +35,9 @@ function tickDistance(seconds, width) {
 /** @param {string} text @param {CanvasRenderingContext2D} context @param {number} width */
 function shortened(text, context, width) {
   if (context.measureText(text).width <= width) return text;
-  let length = Math.min(text.length, 40);
-  while (length > 1 && context.measureText(`${text.slice(0, length)}…`).width > width) --length;
-  return `${text.slice(0, length)}…`;
+  const letters = [...text].slice(0, 40);
+  while (letters.length > 1 && context.measureText(`${letters.join('')}…`).width > width) letters.pop();
+  return `${letters.join('')}…`;
 }
 
 /** One glove: its plot and the legend with the values. */
