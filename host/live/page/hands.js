@@ -214,6 +214,9 @@ class Hand {
       for (const [x, y] of hullOf(elements.map((element) => this.positions[element]))) {
         outline.lineTo(this.#left + this.#scale * x, this.#top - this.#scale * y);
       }
+      // That of a single element would have no length, and not be drawn.
+      const { x, y } = this.pointOf(elements[0]);
+      if (elements.length === 1) outline.lineTo(x + 0.1, y);
       outline.closePath();
       // A wide line is the space around the cells.
       context.lineWidth = outlineWidth * this.#scale * this.sizes[elements[0]];
