@@ -211,6 +211,7 @@ std::optional<Failure> record(const Preparation& with)
   }
   run.begin(sinks, with.markers, listeners);
   Ending ending = run.run(with.stopRequest.flag());
+  if (with.board != nullptr) with.board->closing();
   markerInput.reset();
   with.streaming.endMarkers();
   run.finish(ending, [&](LinkCapture& capture) { keepCapture(capture, with.files); });
