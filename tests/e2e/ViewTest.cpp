@@ -123,7 +123,7 @@ TEST_F(View, SaysWhatIsWrongWithItsAddress)
     int exitCode;
     std::string words;
   } cases[] = {
-      {{"record", "--sim", "--port", "0"}, 2, "--port needs --view"},
+      {{"record", "--sim", "--port", "0"}, 2, "--port requires --view"},
       {{"view", "--sim", "--port", "65536"}, 2, "65535"},
       {{"view", "--sim", "--port", taken}, 5, "port " + taken + " of 127.0.0.1 is in use"},
       {{"view", "--sim", "--listen", "192.0.2.77"}, 2, "192.0.2.77 is no address of this computer"},
