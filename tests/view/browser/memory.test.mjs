@@ -24,6 +24,7 @@ test(`${seconds} s of two gloves leave the page's memory as it is`, async (t) =>
   }
   const megabytes = used.map((bytes) => (bytes / 1e6).toFixed(2)).join(', ');
   t.diagnostic(`MB in use: ${megabytes}`);
-  assert.ok(used.at(-1) - used[0] <= maxGrowth, `MB in use: ${megabytes}`);
+  // What is in use for a moment is not what the page grows by.
+  assert.ok(Math.min(...used.slice(-3)) - used[0] <= maxGrowth, `MB in use: ${megabytes}`);
   view.check();
 });
