@@ -1,16 +1,9 @@
 #include "host/base/Ticker.h"
 
-#include <chrono>
 #include <utility>
 
-namespace {
-
-constexpr std::chrono::milliseconds interval{100};
-
-}  // namespace
-
-Ticker::Ticker(std::function<void()> tick)
-    : thread_([this, tick = std::move(tick)] {
+Ticker::Ticker(std::function<void()> tick, std::chrono::milliseconds interval)
+    : thread_([this, tick = std::move(tick), interval] {
         std::unique_lock guard(mutex_);
         while (!wake_.wait_for(guard, interval, [this] { return isOver_; })) {
           guard.unlock();

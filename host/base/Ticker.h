@@ -1,7 +1,8 @@
-// Calls an action every tenth of a second on a thread of its own, while the thread that made it waits for
-// something else. Errors: std::system_error if there can be no thread; the action must not throw.
+// Calls an action again and again on a thread of its own, while the thread that made it does something else.
+// Errors: std::system_error if there can be no thread; the action must not throw.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -9,7 +10,8 @@
 
 class Ticker {
  public:
-  explicit Ticker(std::function<void()> tick);
+  explicit Ticker(std::function<void()> tick,
+                  std::chrono::milliseconds interval = std::chrono::milliseconds(100));
   // Waits for a call that is running; there are none after it.
   ~Ticker();
   Ticker(const Ticker&) = delete;

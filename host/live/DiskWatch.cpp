@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::chrono::seconds interval{1};
+constexpr std::chrono::milliseconds tickInterval{500};
 
 }  // namespace
 
@@ -45,7 +46,10 @@ std::optional<DiskFigures> DiskMeter::ask()
   return figures;
 }
 
-DiskWatch::DiskWatch(DiskQuestions questions) : meter_(std::move(questions)), ticker_([this] { tick(); }) {}
+DiskWatch::DiskWatch(DiskQuestions questions)
+    : meter_(std::move(questions)), ticker_([this] { tick(); }, tickInterval)
+{
+}
 
 std::optional<DiskFigures> DiskWatch::figures() const
 {

@@ -43,7 +43,7 @@ constexpr std::size_t maxBodyBytes = 4096;
 constexpr std::size_t maxTargetBytes = 1024;
 constexpr std::uint16_t usualPorts = 10;  // that are tried
 // Small, because what waits in it is old when a slow viewer gets it.
-constexpr int sendBufferBytes = 32'768;
+constexpr int sendBufferBytes = 8192;
 // Of what comes after a request that was refused: closing before it is read would take the answer back.
 constexpr std::size_t maxIgnoredBytes = 262'144;
 // What a viewer of the stream has no reason to send.
@@ -160,7 +160,6 @@ struct LiveServer::Service {
   void run();
   void accept();
   void add(tcp::socket socket);
-  void startPictures();
   void schedulePicture();
   void scheduleSweep();
   void finish();
@@ -172,7 +171,7 @@ struct LiveServer::Service {
   // Those that are open. Each is owned by its operations, and the last ones are destroyed with the context.
   std::set<Connection*> connections_;
   std::size_t viewers_ = 0;
-  bool isShowing_ = false;  // pictures are made
+  bool isPictureDue_ = false;
   bool isFinishing_ = false;
   asio::io_context context_{1};
   tcp::acceptor acceptor_{context_};
@@ -211,10 +210,13 @@ class LiveServer::Service::Connection : public std::enable_shared_from_this<Conn
     receive();
   }
 
+  // A viewer that has received everything up to now.
+  bool isReady() const { return isViewer_ && !isWriting_; }
+
   // Sends a viewer what is new, unless it is still receiving.
   void show()
   {
-    if (!isViewer_ || isWriting_) return;
+    if (!isReady()) return;
     events_ = service_.texts_->next(seen_);
     std::array<asio::const_buffer, 4> buffers{asio::buffer(reply_.head)};
     bool hasContent = !reply_.head.empty();
@@ -353,7 +355,8 @@ class LiveServer::Service::Connection : public std::enable_shared_from_this<Conn
     ++service_.viewers_;
     deadline_ = Time::max();
     ignoredBytes_ = buffer_.size();
-    service_.startPictures();
+    // What there is for others may be old while they receive slowly; then newer follows at once.
+    if (service_.viewers_ == 1) service_.texts_->makeAll(now());
     show();
     watchForEnd();
   }
@@ -386,7 +389,8 @@ class LiveServer::Service::Connection : public std::enable_shared_from_this<Conn
                         self->deadline_ = Time::max();
                         self->reply_.head.clear();
                         if (error) return self->close();
-                        self->show();
+                        if (self->service_.isFinishing_) return self->show();
+                        self->service_.schedulePicture();
                       });
   }
 
@@ -478,25 +482,18 @@ void LiveServer::Service::add(tcp::socket socket)
   std::make_shared<Connection>(*this, std::move(socket))->start();
 }
 
-void LiveServer::Service::startPictures()
-{
-  if (isShowing_) return;
-  texts_->makeAll(now());
-  pictureTimer_.expires_after(0s);
-  schedulePicture();
-  isShowing_ = true;
-}
-
+// For whoever is ready to receive one: while nobody is, none is made.
 void LiveServer::Service::schedulePicture()
 {
+  if (std::exchange(isPictureDue_, true)) return;
   constexpr auto interval = Time(1s) / LiveSource::picturesPerSecond;
   // On a grid, unless it is late by more than a picture.
   const auto due = std::max(pictureTimer_.expiry() + interval, asio::steady_timer::clock_type::now());
   pictureTimer_.expires_at(due);
   pictureTimer_.async_wait([this](const error_code& error) {
-    if (error) return;
-    isShowing_ = viewers_ > 0 && !isFinishing_;
-    if (!isShowing_) return;
+    if (error || isFinishing_) return;
+    isPictureDue_ = false;
+    if (std::ranges::none_of(connections_, &Connection::isReady)) return;
     schedulePicture();
     texts_->tick(now());
     for (Connection* const connection : connections_) {

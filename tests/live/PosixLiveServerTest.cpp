@@ -279,7 +279,6 @@ TEST(LiveServer, EndsAlthoughAViewerTakesNothing)
   Client stuck(*server, 4096);
   stuck.send(stuck.request("/api/stream"));
   EXPECT_EQ(stuck.answer(), 200);
-  ASSERT_TRUE(source.awaitPictures(3));
   server.reset();
 }
 

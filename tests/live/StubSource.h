@@ -2,8 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -23,8 +21,6 @@ class StubSource final : public LiveSource {
   std::string picture() override
   {
     if (!hasPictures) return {};
-    const std::lock_guard guard(mutex_);
-    changed_.notify_all();
     return R"({"picture":)" + std::to_string(++pictures) + std::string(pictureBytes, ' ') + '}';
   }
   std::string history() override { return R"({"history":)" + std::to_string(++histories) + '}'; }
@@ -33,14 +29,6 @@ class StubSource final : public LiveSource {
   {
     const std::lock_guard guard(mutex_);
     content_ = content;
-  }
-
-  // Until so many more have been made.
-  [[nodiscard]] bool awaitPictures(unsigned count)
-  {
-    std::unique_lock guard(mutex_);
-    return changed_.wait_for(guard, std::chrono::seconds(20),
-                             [this, last = pictures + count] { return pictures >= last; });
   }
 
   std::atomic<std::uint64_t> version = 1;
@@ -54,6 +42,5 @@ class StubSource final : public LiveSource {
 
  private:
   std::mutex mutex_;
-  std::condition_variable changed_;
   std::string content_ = "0";
 };
