@@ -22,7 +22,7 @@ import time
 import urllib.parse
 from datetime import datetime
 
-ROUNDS = 5
+ROUNDS = 3
 LIMIT = 1.3
 HERE = pathlib.Path(__file__).resolve().parent
 
