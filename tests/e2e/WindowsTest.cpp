@@ -10,6 +10,7 @@
 
 #include "tests/e2e/Rows.h"
 #include "tests/e2e/Tessel.h"
+#include "tests/support/HttpClient.h"
 
 namespace {
 
@@ -140,6 +141,41 @@ TEST_F(Windows, UnpluggingTheDongleEndsARecordingAndKeepsItsRecords)
   const auto result = run({"record", "--output", "run.csv", "--reconnect", "2"});
   EXPECT_EQ(result.exitCode, 15) << result.messages;
   EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U);
+}
+
+TEST_F(Windows, ALivePageShowsARecordingAndMarksIt)
+{
+  Tessel sim(simulator_, {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15"});
+  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
+  Tessel recording(folder_,
+                   {"record", "--view", "--port", "0", "--frames", "90", "--output", "run.csv", "--json"},
+                   {"wine64", variable("TESSEL_EXE")});
+  std::string messages;
+  recording.waitUntil(
+      [&] { return (messages = folder_.read("stderr")).find("Recording ") != std::string::npos; });
+  const auto address = messages.find("http://127.0.0.1:");
+  ASSERT_NE(address, std::string::npos) << messages;
+  const std::uint16_t port = portOf(messages.substr(address));
+  HttpClient viewer(port);
+  viewer.send(viewer.request("/"));
+  EXPECT_EQ(viewer.answer(), 200);
+  EXPECT_NE(viewer.content.find("view.js"), std::string::npos);
+  viewer.send(viewer.request("/api/state"));
+  ASSERT_EQ(viewer.answer(), 200);
+  const std::string token = nlohmann::json::parse(viewer.content).at("token");
+  const std::string body = R"({"text":"here"})";
+  viewer.send("POST /api/marker HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
+              "\r\nX-Tessel-Token: " + token + "\r\nContent-Type: application/json\r\nContent-Length: " +
+              std::to_string(body.size()) + "\r\n\r\n" + body);
+  EXPECT_EQ(viewer.answer(), 200) << viewer.content;
+  viewer.send(viewer.request("/api/stream"));
+  const std::string stream = viewer.receiveAll();
+  EXPECT_NE(stream.find("event: picture"), std::string::npos);
+  EXPECT_NE(stream.find("\"phase\":\"ended\""), std::string::npos) << "the last state is sent";
+  const auto result = recording.result();
+  EXPECT_EQ(result.exitCode, 0) << result.messages;
+  EXPECT_EQ(nlohmann::json::parse(result.output).at("books").at("balanced"), true) << result.output;
+  EXPECT_NE(folder_.read("run.events.csv").find(",marker,,here\n"), std::string::npos);
 }
 
 TEST_F(Windows, ARecordingSurvivesTheLossOfAGloveAndOfTheDongle)

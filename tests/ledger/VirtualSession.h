@@ -11,7 +11,7 @@
 #include "host/session/Session.h"
 #include "tests/support/VirtualGloves.h"
 
-// Follows a session with what is written, its events, and what a listener is told.
+// Follows a session with what is written, its events, and what a listener receives.
 class SessionFollower : public RecordSink, public SessionListener {
  public:
   // Before the first record. All live until the end.

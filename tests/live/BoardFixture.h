@@ -1,4 +1,4 @@
-// A board of two gloves in virtual time, and what a session tells it.
+// A board of two gloves in virtual time, and what a session reports to it.
 #pragma once
 
 #include <atomic>

@@ -185,7 +185,7 @@ TEST(LiveServer, ShowsViewersUpToALimit)
     }
   }
 
-  // Those that leave make room.
+  // Those that leave free their places.
   viewers.clear();
   for (int status = 503; status == 503;) {
     Client client(server);
