@@ -313,6 +313,16 @@ TEST(LiveServer, NeedsAFreePortAndAnOwnAddress)
   EXPECT_EQ(failureOf("no such name", 0), "'no such name' is no address of this computer.");
 }
 
+TEST(LiveServer, ListensAtNoOtherAddressThanItsOwn)
+{
+  StubSource source;
+  const LiveServer usual(anyPort(), source, nullptr);
+  EXPECT_TRUE(isServed("127.0.0.1", portOf(usual.address())));
+  EXPECT_FALSE(isServed("127.0.0.2", portOf(usual.address())));
+  const LiveServer all({.address = "0.0.0.0", .port = 0, .limits = {}}, source, nullptr);
+  EXPECT_TRUE(isServed("127.0.0.2", portOf(all.address()))) << "only if it is asked for";
+}
+
 TEST(LiveServer, OfAGivenAddressHasATokenInItsOwn)
 {
   StubSource source;

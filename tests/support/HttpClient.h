@@ -15,6 +15,19 @@
 #include <string>
 #include <utility>
 
+// Whether a server listens at this address, "127.0.0.2".
+inline bool isServed(const char* address, std::uint16_t port)
+{
+  sockaddr_in place{};
+  place.sin_family = AF_INET;
+  place.sin_port = htons(port);
+  ::inet_pton(AF_INET, address, &place.sin_addr);
+  const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const bool isConnected = ::connect(client, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+  ::close(client);
+  return isConnected;
+}
+
 // Of "http://127.0.0.1:8484/".
 inline std::uint16_t portOf(const std::string& address)
 {
