@@ -10,6 +10,9 @@
 void addViewOptions(CLI::App& command, ViewOptions& options, bool isChosen)
 {
   using namespace command_line;
+  CLI::Option* const view =
+      isChosen ? addFlag(command, "--view", options.isShown, "Show it on a live page; see docs/view.md")
+               : nullptr;
   std::vector<CLI::Option*> own;
   own.push_back(addFlag(command, "--open", options.opensBrowser, "Open the live page in the browser"));
   own.push_back(addWholeNumber(
@@ -21,11 +24,9 @@ void addViewOptions(CLI::App& command, ViewOptions& options, bool isChosen)
       [&options](const std::string& address) { options.server.address = address; },
       "Show the live page to other computers, too: to those that reach this address of this computer, and "
       "know the token that is printed"));
-  if (!isChosen) return;
-  CLI::Option* const view =
-      addFlag(command, "--view", options.isShown, "Show it on a live page, see docs/view.md");
-  for (CLI::Option* const option : own)
-    option->needs(view);
+  for (CLI::Option* const option : own) {
+    if (view != nullptr) option->needs(view);
+  }
 }
 
 LiveView::LiveView(const ViewOptions& options, LiveFacts facts, MarkerQueue& markers)

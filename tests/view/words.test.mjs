@@ -55,6 +55,7 @@ test('the line at the top says recording only while it is so', () => {
   const watched = { command: 'view', file: null };
   const rows = [
     ['recording', open, recorded, state(), 'recording', 'Recording to'],
+    ['piped', open, { command: 'record', file: null }, state(), 'recording', 'Recording to'],
     ['watching', open, watched, state(), 'unrecorded', 'Not recorded'],
     ['streaming', open, { command: 'stream', file: null }, state(), 'streaming', 'Streaming, not recorded'],
     ['opening', open, recorded, state({ phase: 'opening' }), 'opening', 'Looking for the gloves'],

@@ -3,7 +3,7 @@
 
 import { byId, setAttribute, setHidden, setText } from './dom.js';
 import { icon } from './icons.js';
-import { clockTime, duration, fileName, visible } from './text.js';
+import { clockTime, duration, fullPlaceOf, placeOf, visible } from './text.js';
 
 const words = {
   connecting: 'Connecting to tessel',
@@ -30,8 +30,8 @@ const icons = {
 
 const sentences = (first, second) => (first === '' ? second : `${first}${/[.!?]$/.test(first) ? '' : '.'} ${second}`);
 
-const whereTo = (layout) => (layout.file ? `Records go to ${visible(layout.file)}.` : 'Nothing is written.');
-const whereFrom = (layout) => (layout.file ? `Recorded to ${visible(layout.file)}.` : 'Nothing was written.');
+const whereTo = (layout) => (placeOf(layout) ? `Records go to ${fullPlaceOf(layout)}.` : 'Nothing is written.');
+const whereFrom = (layout) => (placeOf(layout) ? `Recorded to ${fullPlaceOf(layout)}.` : 'Nothing was written.');
 
 function ofEnd(layout, state, closed) {
   const kind = state.ending.exitCode === 0 ? 'ended' : 'failed';
@@ -42,14 +42,14 @@ function ofEnd(layout, state, closed) {
 function ofAway(layout, state) {
   const left = state.reconnections?.secondsLeft;
   const text = typeof left === 'number' ? `${words.away}, ${Math.ceil(Math.max(0, left))} s left` : words.away;
-  const goesOn = layout.file
-    ? `Recording to ${fileName(layout.file)} goes on when they are back.`
+  const goesOn = placeOf(layout)
+    ? `Recording to ${placeOf(layout)} goes on when they are back.`
     : 'Nothing is written.';
   return { kind: 'away', text, name: '', detail: sentences(visible(state.text), goesOn) };
 }
 
 function ofReading(layout, state) {
-  if (layout.file) return { kind: 'recording', text: words.recording, name: fileName(layout.file), detail: '' };
+  if (placeOf(layout)) return { kind: 'recording', text: words.recording, name: placeOf(layout), detail: '' };
   if (layout.command === 'stream') {
     return { kind: 'streaming', text: words.streaming, name: '', detail: 'The records go to the network only.' };
   }

@@ -3,7 +3,7 @@
 // accounted for.
 
 import { make, setAttribute, setHidden, setText, setValue } from './dom.js';
-import { bytes, count, dash, decimal, duration, fileName, roughly, visible } from './text.js';
+import { bytes, count, dash, decimal, duration, fullPlaceOf, placeOf, roughly, visible } from './text.js';
 
 const fields = [
   ['file', 'File', 'Where the records are written'],
@@ -62,12 +62,13 @@ export class Recording {
   }
 
   show(layout, state) {
-    const file = layout.file ?? state.recording?.file;
-    setAttribute(this.#element, 'data-kind', file ? 'recorded' : 'nothing');
-    setHidden(this.#nothing, Boolean(file));
-    for (const field of ['file', 'bytes', 'freeBytes']) setHidden(this.#row(field), !file);
-    this.#value('file', file ? fileName(file) : dash);
-    setAttribute(this.#row('file'), 'title', file ? visible(file) : null);
+    const place = placeOf(layout);
+    setAttribute(this.#element, 'data-kind', place ? 'recorded' : 'nothing');
+    setHidden(this.#nothing, Boolean(place));
+    setHidden(this.#row('file'), !place);
+    for (const field of ['bytes', 'freeBytes']) setHidden(this.#row(field), !layout.file);
+    this.#value('file', place || dash);
+    setAttribute(this.#row('file'), 'title', place ? fullPlaceOf(layout) : null);
     this.#value('seconds', outOf(state.seconds, layout.limitSeconds, duration));
     this.#value('records', outOf(state.records, layout.limitRecords, count));
     this.#value('recordsPerSecondNow', decimal(state.recordsPerSecondNow, 1, '/s'));

@@ -91,3 +91,10 @@ export function clockTime(date) {
 }
 
 export const capitalised = (text) => text.charAt(0).toUpperCase() + text.slice(1);
+
+// Where the records go, in short: a file's name or standard output; '' if they are not written.
+export const placeOf = (layout) =>
+  layout.file ? fileName(layout.file) : layout.command === 'record' ? 'standard output' : '';
+
+// The same in full.
+export const fullPlaceOf = (layout) => (layout.file ? visible(layout.file) : placeOf(layout));

@@ -123,7 +123,7 @@ function render() {
   const active = allWarnings(said);
   warnings.show(active, performance.now(), connected.status === 'open');
   showTitle(active.find((warning) => warning.level === 'alarm')?.text ?? '', said);
-  markers.allow(token, whyNoMarkers(), layout === null || Boolean(layout.file));
+  markers.allow(token, whyNoMarkers(), layout === null || Boolean(layout.file) || layout.command === 'stream');
   pictures.hold(connected.status === 'lost' || Boolean(state?.ending));
   if (!layout || !state) return;
   gloves.show(state.gloves);
