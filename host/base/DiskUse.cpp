@@ -27,7 +27,9 @@ std::optional<std::uint64_t> freeBytesFor(const fs::path& place)
 {
   std::error_code error;
   const fs::path folder = fs::absolute(place, error).parent_path();
-  const fs::space_info space = error ? fs::space_info{} : fs::space(folder, error);
+  // Of a folder that is not there, Windows reports the disk.
+  const bool isThere = !error && fs::is_directory(folder, error);
+  const fs::space_info space = isThere ? fs::space(folder, error) : fs::space_info{};
   const bool isUnknown = error || space.capacity == 0 || space.available == static_cast<std::uintmax_t>(-1);
   return isUnknown ? std::nullopt : std::optional<std::uint64_t>(space.available);
 }

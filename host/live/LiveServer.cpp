@@ -16,6 +16,7 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>
+#include <new>
 #include <set>
 #include <string_view>
 #include <thread>
@@ -66,7 +67,7 @@ asio::ip::address addressOf(asio::io_context& context, const std::string& text)
 {
   if (text.empty()) return asio::ip::address_v4::loopback();
   error_code error;
-  const auto number = asio::ip::make_address(text, error);
+  auto number = asio::ip::make_address(text, error);
   if (!error) return number;
   tcp::resolver resolver(context);
   const auto found = resolver.resolve(text, "", error);
@@ -118,7 +119,7 @@ void listen(tcp::acceptor& acceptor, const asio::ip::address& address, std::opti
 {
   const std::uint16_t first = wanted.value_or(ServerOptions::usualPort);
   error_code error;
-  for (std::uint16_t number = 0; number < (wanted ? 1 : usualPorts); ++number) {
+  for (unsigned number = 0; number < (wanted ? 1U : usualPorts); ++number) {
     error = listen(acceptor, {address, static_cast<std::uint16_t>(first + number)});
     if (error != asio::error::address_in_use) break;
   }
@@ -438,7 +439,11 @@ LiveServer::Service::Service(const ServerOptions& options, LiveSource& source, M
 
 LiveServer::Service::~Service()
 {
-  asio::post(context_, [this] { finish(); });
+  try {
+    asio::post(context_, [this] { finish(); });
+  } catch (const std::bad_alloc&) {
+    context_.stop();
+  }
   thread_.join();
 }
 
