@@ -293,7 +293,8 @@ void LiveBoard::waiting(const Waiting& waiting, const RecordingFigures& figures)
   situation.text = situation.layout ? waitingText(waiting, *situation.layout) : "";
   if (waiting.failure) situation.opening = problemOf(*waiting.failure);
   for (GloveSituation& glove : situation.gloves) {
-    if (!waiting.heard) continue;
+    // Before the first attempt it is not known who is heard.
+    if (!waiting.heard) break;
     const auto& heard = waiting.heard->gloves();
     const auto found = std::ranges::find(heard, glove.module, &HeardGlove::name);
     glove.rssi = found == heard.end() ? std::nullopt : std::optional(found->rssi);

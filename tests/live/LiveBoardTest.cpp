@@ -266,6 +266,16 @@ TEST(LiveBoard, KeepsTheLastState)
   EXPECT_NE(fixture.board.picture(), "");
 }
 
+TEST(LiveBoard, ForgetsAPeakThatNobodyLookedAt)
+{
+  BoardFixture fixture;
+  fixture.open();
+  fixture.arrive(5000);
+  fixture.pass(60s);
+  fixture.arrive(10);
+  EXPECT_EQ(Json::parse(fixture.board.picture())["gloves"][0]["regions"][1], 10);
+}
+
 // However greedy the server is, each record reaches it: as the newest one, or in a peak.
 TEST(LiveBoard, LosesNothingBetweenTwoThreads)
 {

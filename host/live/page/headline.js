@@ -1,5 +1,5 @@
 // @ts-check
-// The line at the top: what goes on, in words that are read from across the room.
+// The line at the top: what goes on, in words that are read from a distance.
 
 import { byId, setAttribute, setHidden, setText } from './dom.js';
 import { icon } from './icons.js';
