@@ -9,44 +9,39 @@ using simulator::SentFrame;
 
 namespace {
 
-constexpr std::size_t measurement = 17, configuration = 18;
+constexpr std::size_t measurement = 17, configuration = 18, version = 24;
+constexpr std::uint8_t packetSize = 20;
 constexpr std::size_t trimmedDepth = 2;
+constexpr std::uint8_t noConnection = 0xFF;
 
 std::size_t u16(std::span<const std::uint8_t> bytes, std::size_t at)
 {
   return bytes[at] | std::size_t{bytes[at + 1]} << 8;
 }
 
-// Compares type, class and id, and whether the message is this long.
-bool is(std::span<const std::uint8_t> message, std::uint8_t type, std::uint8_t group, std::uint8_t id,
-        std::size_t size)
+// Compares type, class and id. The plug-in does not look at the length of a message.
+bool is(std::span<const std::uint8_t> message, std::uint8_t type, std::uint8_t group, std::uint8_t id)
 {
-  return message.size() >= size && message[0] == type && message[2] == group && message[3] == id;
+  return (message[0] & 0x80) == type && message[2] == group && message[3] == id;
 }
 
-// Responses and events that the plug-in has a handler for; with others a read fails.
-bool isHandled(std::span<const std::uint8_t> message)
+// Or what is left of the message with one.
+bool isPacket(std::span<const std::uint8_t> message)
 {
-  constexpr std::array<std::array<std::uint8_t, 3>, 15> kinds{{
-      {0x00, 0, 8},
-      {0x00, 3, 0},
-      {0x00, 4, 1},
-      {0x00, 4, 3},
-      {0x00, 4, 4},
-      {0x00, 6, 2},
-      {0x00, 6, 3},
-      {0x00, 6, 4},
-      {0x80, 3, 0},
-      {0x80, 3, 4},
-      {0x80, 4, 1},
-      {0x80, 4, 2},
-      {0x80, 4, 4},
-      {0x80, 4, 5},
-      {0x80, 6, 0},
-  }};
-  const std::array<std::uint8_t, 3> kind{static_cast<std::uint8_t>(message[0] & 0x80), message[2],
-                                         message[3]};
-  return std::ranges::find(kinds, kind) != kinds.end();
+  constexpr std::array<std::uint8_t, 4> header{0x80, 5 + packetSize, 4, 5};
+  const std::size_t compared = std::min(message.size(), header.size());
+  return std::ranges::equal(message.first(compared), std::span(header).first(compared)) &&
+         (message.size() < 7 || u16(message, 5) == measurement);
+}
+
+// Whether the protocol has this response or event, so that a read with it does not fail. The ids of each
+// class count from 0.
+bool isKnown(std::span<const std::uint8_t> message)
+{
+  constexpr std::array<std::uint8_t, 10> responses{18, 9, 6, 10, 12, 8, 12, 21, 7, 4};
+  constexpr std::array<std::uint8_t, 10> events{7, 1, 3, 5, 7, 5, 2, 4, 0, 1};
+  const auto& counts = (message[0] & 0x80) != 0 ? events : responses;
+  return message[2] < counts.size() && message[3] < counts[message[2]];
 }
 
 }  // namespace
@@ -60,36 +55,54 @@ void GloveLedger::sample(const SentFrame& frame, Duration now)
 
 LedgerFrame GloveLedger::sampled(std::uint64_t number)
 {
-  while (sampled_.front().number < number) {
+  // A swapped packet comes after the first one of the next frame.
+  constexpr std::uint64_t late = 2;
+  while (sampled_.front().number + late < number) {
     sampled_.pop_front();
   }
-  return sampled_.front();
+  return *std::ranges::find(sampled_, number, &LedgerFrame::number);
 }
 
 // A glove that does not confirm the start counts as started.
 void GloveLedger::requestStart(bool isConfirmed)
 {
-  (isConfirmed ? isRequested_ : isOpen_) = true;
+  if (isConfirmed) {
+    isRequested_ = true;
+  } else {
+    isListening_ = isOpen_ = true;
+  }
 }
 
 void GloveLedger::confirm()
 {
-  if (std::exchange(isRequested_, false)) isOpen_ = true;
+  if (std::exchange(isRequested_, false)) {
+    isListening_ = isOpen_ = true;
+  } else {
+    end();
+    isListening_ = false;
+  }
 }
 
 void GloveLedger::end()
 {
   if (!std::exchange(isOpen_, false)) return;
   settle(false);
+  heard_.reset();
 }
 
-void GloveLedger::hear(std::uint64_t frame, const simulator::Packet& packet)
+void GloveLedger::stopListening()
 {
-  if (!isOpen_) return;
+  end();
+  isRequested_ = isListening_ = false;
+}
+
+void GloveLedger::hear(const LedgerFrame& frame, const simulator::Packet& packet)
+{
+  if (!isListening_) return;
   const std::size_t index = packet[0] & 0x0F;
-  if (index == 0) beginFrame(frame, packet[1] & 0x0F);
-  if (heard_ && heard_->frame == frame) heard_->isHere[index] = true;
-  assemble(packet);
+  if (isOpen_ && index == 0) beginFrame(frame, packet[1] & 0x0F);
+  if (heard_ && heard_->frame.number == frame.number) heard_->isHere[index] = true;
+  assemble(frame, packet);
 }
 
 bool GloveLedger::Heard::isComplete() const
@@ -98,11 +111,11 @@ bool GloveLedger::Heard::isComplete() const
                                     [](bool isThis) { return isThis; });
 }
 
-void GloveLedger::beginFrame(std::uint64_t frame, std::size_t packets)
+void GloveLedger::beginFrame(const LedgerFrame& frame, std::size_t packets)
 {
-  const bool isSame = heard_ && heard_->frame == frame;
+  const bool isSame = heard_ && heard_->frame.number == frame.number;
   if (isSame && !heard_->isComplete()) return;  // a doubled packet
-  const std::uint64_t unheard = isSame || !heard_ ? 0 : frame - heard_->frame - 1;
+  const std::uint64_t unheard = isSame || !heard_ ? 0 : frame.number - heard_->frame.number - 1;
   settle(true);
   heard_ = {.frame = frame, .unheard = unheard, .isRepeat = isSame, .packets = packets};
 }
@@ -119,7 +132,7 @@ void GloveLedger::settle(bool isFollowed)
 }
 
 // Packets count from 0; any other one ends the frame, and is not looked at again.
-void GloveLedger::assemble(const simulator::Packet& packet)
+void GloveLedger::assemble(const LedgerFrame& frame, const simulator::Packet& packet)
 {
   const std::size_t index = packet[0] & 0x0F;
   if (index != expected_) {
@@ -130,6 +143,10 @@ void GloveLedger::assemble(const simulator::Packet& packet)
   if (index == 0) {
     count_ = packet[1] & 0x0F;
     samples_.clear();
+    assembled_ = frame;
+    // Even the same time again is a whole turn of the glove's clock later.
+    const std::uint32_t clock = static_cast<std::uint32_t>(packet[2]) << 8 | packet[3];
+    clock_ = (clock_ & ~0xFFFFU) + (clock <= (clock_ & 0xFFFF) ? 0x10000 : 0) + clock;
   }
   for (std::size_t at = index == 0 ? 4 : 2; at < packet.size(); at += 2) {
     samples_.push_back(static_cast<std::uint16_t>(packet[at] << 8 | packet[at + 1]));
@@ -137,14 +154,15 @@ void GloveLedger::assemble(const simulator::Packet& packet)
   if (index == 0 || index + 1 != count_) return;
   expected_ = 0;
   // Under the number of its first packet, even if later ones are of another frame.
-  published_.push_back({heard_->frame, samples_});
-  heard_->isPublished = true;
+  const bool isAccounted = heard_ && heard_->frame.number == assembled_.number;
+  published_.push_back({assembled_, clock_, isAccounted, samples_});
+  if (isAccounted) heard_->isPublished = true;
 }
 
 GloveLedger::Published GloveLedger::fetch(bool trim)
 {
   for (; trim && published_.size() > trimmedDepth; published_.pop_front()) {
-    ++books_->lost.pairing;
+    if (published_.front().isAccounted) ++books_->lost.pairing;
   }
   Published front = std::move(published_.front());
   published_.pop_front();
@@ -153,12 +171,13 @@ GloveLedger::Published GloveLedger::fetch(bool trim)
 
 void GloveLedger::unload()
 {
-  end();
-  if (!published_.empty()) books_->lost.queued += published_.size();
+  stopListening();
+  for (const Published& each : published_) {
+    if (each.isAccounted) ++books_->lost.queued;
+  }
   published_.clear();
-  isRequested_ = false;
-  heard_.reset();
   expected_ = 0;
+  clock_ = 0;
 }
 
 void Ledger::observe(Glove& glove, const VirtualClock& clock)
@@ -166,54 +185,103 @@ void Ledger::observe(Glove& glove, const VirtualClock& clock)
   const std::size_t index = gloves_.size();
   GloveLedger& ledger = gloves_.emplace_back(Observed{&glove, {}}).ledger;
   glove.onFrame = [&ledger, &clock](const SentFrame& frame) { ledger.sample(frame, clock.now()); };
-  glove.onPacketTaken = [this, index](std::uint64_t frame) { announce({index, frame}); };
+  glove.onPacketTaken = [this, index, &ledger](std::uint64_t frame) {
+    announce({index, ledger.sampled(frame)});
+  };
 }
 
 void Ledger::deliver(std::span<const std::uint8_t> message)
 {
-  if (announced_ && is(message, 0x80, 4, 5, 29) && u16(message, 5) == measurement) {
+  if (announced_ && isPacket(message)) {
     packets_.push_back({delivered_, *std::exchange(announced_, std::nullopt)});
   }
   waiting_.insert(waiting_.end(), message.begin(), message.end());
   delivered_ += message.size();
 }
 
-// The plug-in divides the bytes into messages as they come; behind garbage it may miss the beginning of one.
-void Ledger::consume(std::uint64_t bytes)
+void Ledger::beginMessage()
 {
-  constexpr std::size_t header = 4;
-  std::vector<std::uint8_t> message;
-  while (position_ + header <= bytes && position_ + header + waiting_[1] <= bytes) {
-    const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(header + waiting_[1]);
-    message.assign(waiting_.begin(), end);
-    waiting_.erase(waiting_.begin(), end);
-    while (!packets_.empty() && packets_.front().start < position_) {
-      packets_.pop_front();
-    }
-    const bool isPacket = !packets_.empty() && packets_.front().start == position_;
-    position_ += message.size();
-    hasHandled_ = hasHandled_ || isHandled(message);
-    dispatch(message, isPacket ? std::optional(packets_.front().packet) : std::nullopt);
+  start_ = position_;
+  std::fill_n(message_.begin(), headerSize, std::uint8_t{0});
+  part_ = offset_ = 0;
+  partSize_ = missing_ = headerSize;
+}
+
+// The plug-in reads header and payload as they come; behind garbage it may miss the beginning of a message.
+// After a read that moved less than it wanted, the rest goes further behind than it belongs.
+void Ledger::read(std::size_t bytes)
+{
+  if (bytes == 0) return beginMessage();
+  for (std::size_t at = offset_; at < offset_ + bytes; ++at) {
+    if (at < partSize_) message_[part_ + at] = waiting_.front();
+    waiting_.pop_front();
   }
+  position_ += bytes;
+  missing_ -= bytes;
+  offset_ += missing_;
+  if (missing_ > 0) return;
+  if (part_ == 0 && message_[1] > 0) {
+    part_ = headerSize;
+    partSize_ = missing_ = message_[1];
+    offset_ = 0;
+    return;
+  }
+  completeMessage();
+  beginMessage();
+}
+
+void Ledger::completeMessage()
+{
+  while (!packets_.empty() && packets_.front().start < start_) {
+    packets_.pop_front();
+  }
+  const bool isHere = !packets_.empty() && packets_.front().start == start_;
+  hasHandled_ = hasHandled_ || isKnown(message_);
+  dispatch(message_, isHere ? std::optional(packets_.front().packet) : std::nullopt);
+}
+
+void Ledger::purge()
+{
+  waiting_.clear();
+  position_ = delivered_;
+  beginMessage();
 }
 
 void Ledger::dispatch(std::span<const std::uint8_t> bytes, const std::optional<Packet>& packet)
 {
-  if (packet) {
-    simulator::Packet content;
-    std::copy_n(bytes.begin() + 9, content.size(), content.begin());
-    gloves_[packet->glove].ledger.hear(packet->frame, content);
-  } else if (is(bytes, 0x80, 3, 0, 12)) {
-    Connection& connection = connections_.at(bytes[4]);
+  if (is(bytes, 0x80, 4, 5)) {
+    dispatchValue(bytes, packet);
+  } else if (is(bytes, 0x80, 3, 0)) {
+    if (bytes[4] >= connections_.size()) return;
+    Connection& connection = connections_[bytes[4]];
     for (Observed& each : gloves_) {
       if (!std::ranges::equal(each.glove->config.address, bytes.subspan(6, 6))) continue;
       connection.glove = &each;
       each.ledger.connect(connection.books);
     }
-  } else if (is(bytes, 0x80, 4, 1, 9) && u16(bytes, 5) == 0 && u16(bytes, 7) == configuration) {
+  } else if (is(bytes, 0x80, 4, 1) && u16(bytes, 5) == 0 && u16(bytes, 7) == configuration) {
     if (GloveLedger* const glove = connected(bytes[4])) glove->confirm();
-  } else if (is(bytes, 0x80, 3, 4, 5)) {
+  } else if (is(bytes, 0x80, 3, 4)) {
     if (GloveLedger* const glove = connected(bytes[4])) glove->end();
+  }
+}
+
+void Ledger::dispatchValue(std::span<const std::uint8_t> bytes, const std::optional<Packet>& packet)
+{
+  constexpr std::uint8_t versionMarker = 0x85;
+  GloveLedger* const glove = connected(bytes[4]);
+  if (glove == nullptr) return;
+  const auto value = bytes.subspan(9);
+  if (u16(bytes, 5) == measurement && bytes[8] == packetSize && packet) {
+    simulator::Packet content;
+    std::copy_n(value.begin(), content.size(), content.begin());
+    glove->hear(packet->frame, content);
+  } else if (u16(bytes, 5) == version && value[0] == versionMarker) {
+    unsigned sum = 0;
+    for (const std::uint8_t byte : value.subspan(2, 14)) {
+      sum += byte;
+    }
+    if (value[1] == (sum & 0xFF)) connections_[bytes[4]].revision = static_cast<std::uint16_t>(u16(value, 4));
   }
 }
 
@@ -236,42 +304,66 @@ void Ledger::write(std::span<const std::uint8_t> bytes)
 void Ledger::dispatchWrite(std::span<const std::uint8_t> command)
 {
   constexpr std::uint16_t confirmingRevision = 5;
-  if (!is(command, 0, 4, 5, 10) || u16(command, 5) != configuration) return;
-  GloveLedger* const glove = connected(command[4]);
+  GloveLedger* const glove = connected(command.size() > 4 ? command[4] : noConnection);
   if (glove == nullptr) return;
-  if (command[8] == 0) {
-    glove->end();
-  } else {
-    glove->requestStart(connections_[command[4]].glove->glove->config.revision >= confirmingRevision);
+  if (is(command, 0, 3, 0)) {
+    glove->stopListening();
+  } else if (command.size() >= 10 && is(command, 0, 4, 5) && u16(command, 5) == configuration) {
+    if (command[8] == 0) {
+      glove->end();
+    } else {
+      glove->requestStart(connections_[command[4]].revision >= confirmingRevision);
+    }
   }
 }
 
 // A read handles one message and then fetches; the second read in a row without one fails instead.
-std::optional<Ledger::Record> Ledger::turn(bool isWritten)
+Ledger::Turn Ledger::turn(bool isWritten)
 {
+  beginMessage();
   failedTurns_ = std::exchange(hasHandled_, false) ? 0 : failedTurns_ + 1;
-  if (failedTurns_ > 1) return std::nullopt;
+  if (failedTurns_ > 1) return {Turn::Outcome::dead};
   std::vector<GloveLedger*> gloves;
   std::size_t deepest = 0;
   for (std::size_t sensor = 0; sensor < sensors_; ++sensor) {
     gloves.push_back(connected(static_cast<std::uint8_t>(sensor)));
-    if (gloves.back()->depth() == 0) return std::nullopt;
+    if (gloves.back() == nullptr || gloves.back()->depth() == 0) return {Turn::Outcome::silent};
     deepest = std::max(deepest, gloves.back()->depth());
   }
-  Record record;
+  Record record{.backlog = deepest};
   bool isLongEnough = true;
+  std::vector<bool> areAccounted;
   for (GloveLedger* const glove : gloves) {
     auto fetched = glove->fetch(sensors_ > 1 && glove->depth() == deepest);
-    record.frames.push_back(glove->sampled(fetched.frame));
+    areAccounted.push_back(fetched.isAccounted);
+    if (record.frames.empty()) record.clock = fetched.clock;
+    record.frames.push_back(fetched.frame);
     isLongEnough = isLongEnough && fetched.samples.size() >= elements_;
     fetched.samples.resize(elements_);
     record.elements.insert(record.elements.end(), fetched.samples.begin(), fetched.samples.end());
   }
-  for (GloveLedger* const glove : gloves) {
-    GloveBooks& books = glove->books();
+  for (std::size_t sensor = 0; sensor < sensors_; ++sensor) {
+    if (!areAccounted[sensor]) continue;
+    GloveBooks& books = gloves[sensor]->books();
     (!isLongEnough ? books.lost.faulty : isWritten ? books.recorded : books.lost.discarded) += 1;
   }
-  return isLongEnough ? std::optional(record) : std::nullopt;
+  return {isLongEnough ? Turn::Outcome::record : Turn::Outcome::tooShort, std::move(record)};
+}
+
+void Ledger::reopen()
+{
+  for (Observed& each : gloves_) {
+    each.ledger.stopListening();
+  }
+  for (Connection& connection : connections_) {
+    connection.revision = 0;
+  }
+  purge();
+  announced_.reset();
+  packets_.clear();
+  written_.clear();
+  hasHandled_ = false;
+  failedTurns_ = 0;
 }
 
 void Ledger::unload()
@@ -282,13 +374,8 @@ void Ledger::unload()
   for (Connection& connection : connections_) {
     connection.glove = nullptr;
   }
-  announced_.reset();
-  position_ = delivered_;
-  waiting_.clear();
-  packets_.clear();
-  written_.clear();
-  hasHandled_ = false;
-  failedTurns_ = 0;
+  reopen();
+  message_ = {};
 }
 
 std::vector<GloveBooks> Ledger::books() const

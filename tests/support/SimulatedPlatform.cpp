@@ -50,6 +50,11 @@ namespace platform {
 
 namespace {
 
+void passOperation()
+{
+  if (current->operationTime.count() > 0) current->clock.advance(current->operationTime);
+}
+
 // The open port, or the reason why the operation fails.
 struct Target {
   SimulatedPlatform::Port* port;
@@ -58,10 +63,17 @@ struct Target {
 
 Target target(PortHandle handle, std::optional<std::uint32_t> SimulatedPlatform::Port::*error)
 {
+  passOperation();
   SimulatedPlatform::Port* const port = current->find(handle);
   if (port == nullptr) return {nullptr, {.error = invalidHandle}};
   if (const auto& number = port->*error) return {nullptr, {.error = *number}};
   return {port, {}};
+}
+
+void noteRead(PortHandle handle, std::size_t count)
+{
+  const auto* const port = current->find(handle);
+  if (port != nullptr && port->onRead) port->onRead(count);
 }
 
 }  // namespace
@@ -78,6 +90,7 @@ std::optional<std::vector<std::string>> presentPorts()
 
 PortHandle openPort(const char* devicePath)
 {
+  passOperation();
   current->openedPath = devicePath;
   const std::string name = current->openedPath.substr(std::string("\\\\.\\").size());
   for (auto& port : current->ports) {
@@ -101,6 +114,7 @@ PortResult purgeReceived(PortHandle handle)
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::purgeError);
   if (port == nullptr) return refusal;
   port->waiting.clear();
+  if (port->onPurge) port->onPurge();
   return {};
 }
 
@@ -108,6 +122,7 @@ PortResult getTimeouts(PortHandle handle, PortTimeouts& timeouts)
 {
   if (auto* const asked = current->find(handle)) ++asked->timeoutReads;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::getTimeoutsError);
+  if (port == nullptr) noteRead(handle, 0);
   if (port != nullptr) timeouts = port->timeouts;
   return refusal;
 }
@@ -122,17 +137,24 @@ PortResult setTimeouts(PortHandle handle, const PortTimeouts& timeouts)
 PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
 {
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::readError);
-  if (port == nullptr) return refusal;
+  if (port == nullptr) {
+    noteRead(handle, 0);
+    return refusal;
+  }
   ++port->reads;
   const std::size_t wanted = std::min(buffer.size(), port->maxPerRead);
   const auto timeout = milliseconds(port->timeouts.readTotalConstant);
   current->clock.advanceUntil(current->clock.now() + timeout,
                               [&, port = port] { return port->waiting.size() >= wanted || !port->present; });
-  if (!port->present && port->waiting.empty()) return {.error = SimulatedPlatform::deviceGone};
+  if (!port->present && port->waiting.empty()) {
+    noteRead(handle, 0);
+    return {.error = SimulatedPlatform::deviceGone};
+  }
   const std::size_t count = std::min(wanted, port->waiting.size());
   const auto end = port->waiting.begin() + static_cast<std::ptrdiff_t>(count);
   std::copy(port->waiting.begin(), end, buffer.begin());
   port->waiting.erase(port->waiting.begin(), end);
+  noteRead(handle, count);
   return {.count = count};
 }
 
@@ -156,7 +178,8 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 
 std::uint32_t tickCount()
 {
-  return static_cast<std::uint32_t>(std::chrono::duration_cast<milliseconds>(current->clock.now()).count());
+  const auto now = std::chrono::duration_cast<milliseconds>(current->clock.now());
+  return current->tickOffset + static_cast<std::uint32_t>(now.count());
 }
 
 void sleep(std::uint32_t durationMs)

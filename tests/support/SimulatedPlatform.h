@@ -29,6 +29,10 @@ class SimulatedPlatform {
     std::vector<std::uint8_t> written;  // everything written
     // Called for each write, for a simulated device.
     std::function<void(std::span<const std::uint8_t>)> onWrite;
+    // Called for each attempt to read, with the number of bytes that it moved, and for each purge. For a
+    // ledger.
+    std::function<void(std::size_t)> onRead;
+    std::function<void()> onPurge;
     platform::PortTimeouts timeouts;
 
     // Limits of one transfer.
@@ -65,6 +69,9 @@ class SimulatedPlatform {
   static constexpr std::uint32_t deviceGone = 1167;
 
   VirtualClock clock;
+  // What each operation on a port takes, before its effect.
+  VirtualClock::Duration operationTime{0};
+  std::uint32_t tickOffset = 0;  // tickCount() when the clock is at 0, ms
   std::list<Port> ports;
   bool hasDeviceList = true;
   std::string openedPath;  // as passed to the latest open

@@ -33,8 +33,9 @@ VirtualGloves::VirtualGloves(std::size_t gloves, std::size_t elements, std::uint
   platform_.capturing = true;
   dongle_.onPresence = [this](bool isPresent) { port_.present = isPresent; };
   dongle_.onSend = [this](std::span<const std::uint8_t> message) { receive(message); };
+  port_.onRead = [this](std::size_t bytes) { ledger_.read(bytes); };
+  port_.onPurge = [this] { ledger_.purge(); };
   port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
-    noteConsumed();
     ledger_.write(bytes);
     dongle_.receive(bytes);
   };
@@ -54,6 +55,12 @@ void VirtualGloves::schedule(const std::vector<Step>& steps, double begin,
   for (const Step& step : steps) {
     runAt(begin + step.at, [run, command = step.command] { run(command); });
   }
+}
+
+void VirtualGloves::cutNext(std::size_t bytes, bool snaps)
+{
+  dongle_.cutNext(bytes);
+  snaps_ = snaps;
 }
 
 void VirtualGloves::repeatFrameAt(double second)
@@ -77,13 +84,15 @@ void VirtualGloves::receive(std::span<const std::uint8_t> message)
   const auto packet = ledger_.announced();
   ledger_.deliver(message);
   port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
+  // Not from within its own message.
+  if (std::exchange(snaps_, false)) platform_.clock.after(Duration{0}, [this] { dongle_.unplug(); });
   if (packet && packet->glove == 0) repeatFrame(*packet, message);
 }
 
 void VirtualGloves::repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message)
 {
   constexpr std::size_t count = 10;  // in a message with a first packet
-  if (std::exchange(latestNumber_, packet.frame) != packet.frame) latestFrame_.clear();
+  if (std::exchange(latestNumber_, packet.frame.number) != packet.frame.number) latestFrame_.clear();
   latestFrame_.emplace_back(message.begin(), message.end());
   const std::size_t packets = latestFrame_.front()[count] & 0x0FU;
   if (!repeatsFrame_ || latestFrame_.size() != packets) return;

@@ -37,11 +37,11 @@ class VirtualGloves {
   // `run` executes each command at its virtual second.
   void schedule(const std::vector<Step>& steps, double begin,
                 const std::function<void(const std::string& command)>& run);
+  // The next message ends after this number of bytes; the dongle is then unplugged, if it `snaps`.
+  void cutNext(std::size_t bytes, bool snaps);
   // At this virtual second: sends the next complete frame of the first glove twice.
   void repeatFrameAt(double second);
 
-  // The plug-in has read, written or purged.
-  void noteConsumed() { ledger_.consume(ledger_.delivered() - port_.waiting.size()); }
   // What the plug-in has captured since the last call.
   std::vector<std::uint8_t> takeCapture() { return std::exchange(platform_.captured, {}); }
 
@@ -64,6 +64,7 @@ class VirtualGloves {
   std::uint64_t latestNumber_ = 0;                      // of the first glove's frame
   std::vector<std::vector<std::uint8_t>> latestFrame_;  // its messages
   bool repeatsFrame_ = false;
+  bool snaps_ = false;
 };
 
 // As a duration of the virtual clock.

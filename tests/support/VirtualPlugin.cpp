@@ -27,9 +27,8 @@ std::string pluginSettings(std::size_t gloves, std::size_t elements)
                            "\nTesselNumBleModules\t", gloves, '\n');
 }
 
-PlatformPlugin::OnPlatform::OnPlatform(SimulatedPlatform& platform) : object(TESSEL_TEST_PLUGIN)
+PluginOnPlatform::PluginOnPlatform(SimulatedPlatform& platform) : object(TESSEL_TEST_PLUGIN)
 {
-  currentClock = &platform.clock;
   reinterpret_cast<decltype(&usePlatform)>(object.find("usePlatform"))(&platform);
 }
 
@@ -40,6 +39,7 @@ PlatformPlugin::PlatformPlugin(SimulatedPlatform& platform, const std::string& s
           [&] {
             library_.setFolders(&log_.folders);
             library_.setLog(log_.manager.get());
+            currentClock = &platform.clock;
             return library_.create(log_.folder.write("settings", settings).c_str(), hostClock, L"ledger");
           }(),
           {&library_}),
@@ -69,14 +69,13 @@ PlatformPlugin::Outcome PlatformPlugin::read()
 VirtualPlugin::~VirtualPlugin()
 {
   plugin_.unload();
-  gloves_.noteConsumed();
   gloves_.ledger().unload();
 }
 
 std::optional<std::wstring> VirtualPlugin::open()
 {
   auto words = plugin_.open();
-  gloves_.noteConsumed();
+  gloves_.ledger().beginReading();
   return words;
 }
 
@@ -84,18 +83,17 @@ VirtualPlugin::Reading VirtualPlugin::read(bool isWritten)
 {
   const PlatformPlugin::Outcome outcome = plugin_.read();
   const bool isNew = outcome == PlatformPlugin::Outcome::record;
-  gloves_.noteConsumed();
-  auto expected = gloves_.ledger().turn(isWritten);
-  if (expected.has_value() != isNew ||
-      (isNew && !std::ranges::equal(expected->elements, store().elements()))) {
+  auto [expectation, record] = gloves_.ledger().turn(isWritten);
+  if ((expectation == Ledger::Turn::Outcome::record) != isNew ||
+      (isNew && !std::ranges::equal(record->elements, store().elements()))) {
     throw std::runtime_error(simulator::toText("after ", gloves_.now(), " s the plug-in delivered ",
                                                isNew ? "another record than expected" : "no record"));
   }
-  return {outcome == PlatformPlugin::Outcome::failed, std::move(expected)};
+  if (!isNew) record.reset();
+  return {outcome == PlatformPlugin::Outcome::failed, std::move(record)};
 }
 
 void VirtualPlugin::close()
 {
   plugin_.close();
-  gloves_.noteConsumed();
 }

@@ -15,6 +15,14 @@
 // The text of a settings file for this number of gloves in a record, and of the elements of each.
 std::string pluginSettings(std::size_t gloves, std::size_t elements);
 
+// Lets the plug-in use this platform while it is loaded. Loads it a first time, so that the first function
+// called is not one of a plug-in.
+struct PluginOnPlatform {
+  explicit PluginOnPlatform(SimulatedPlatform& platform);
+
+  os::SharedObject object;
+};
+
 // At a port of the simulated platform.
 class PlatformPlugin {
  public:
@@ -36,14 +44,7 @@ class PlatformPlugin {
   void unload() { hardware_.reset(); }
 
  private:
-  // Loads it a first time, so that the first function called is not one of a plug-in.
-  struct OnPlatform {
-    explicit OnPlatform(SimulatedPlatform& platform);
-
-    os::SharedObject object;
-  };
-
-  OnPlatform platform_;
+  PluginOnPlatform platform_;
   plugin::Library library_;
   HostLog log_{0};
   std::unique_ptr<HwInterface, plugin::Library::Released> hardware_;

@@ -1,0 +1,470 @@
+#include "tests/soak/Life.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "host/base/Text.h"
+#include "shared/PluginLibrary.h"
+#include "simulator/WordReader.h"
+#include "tests/ledger/BooksChecker.h"
+#include "tests/ledger/TestPlugin.h"
+#include "tests/soak/GuardedStore.h"
+#include "tests/soak/Stamps.h"
+#include "tests/soak/World.h"
+#include "tests/support/HostLog.h"
+#include "tests/support/VirtualPlugin.h"
+
+using simulator::toText;
+
+namespace {
+
+// What has to hold did not.
+struct Broken : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
+template <class... Parts>
+void expect(bool holds, const Parts&... parts)
+{
+  if (!holds) throw Broken(toText(parts...));
+}
+
+struct {
+  const VirtualClock* clock;
+  std::uint32_t start;
+} hostTime;
+
+std::uint32_t hostClock()
+{
+  const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(hostTime.clock->now());
+  return hostTime.start + static_cast<std::uint32_t>(now.count());
+}
+
+// Virtual seconds. A read waits for a header and a payload a second each, but for pieces of them, too, and
+// sends a command; an opening has its own limits, but handles all that a crowd sends meanwhile.
+constexpr double longestRead = 20, longestOpening = 120, longestClosing = 20;
+
+// A hardware object, as the host has it.
+struct Object {
+  HwInterface* hardware;
+  bool wasConfigured = false;
+  bool isOpen = false;  // the latest opening succeeded, and nothing was closed since
+  double openedAt = 0, latestRecord = 0;
+  std::size_t commands = 0, received = 0;  // queued since it was opened; by the glove before
+  Stamps stamps = {};
+};
+
+class Life {
+ public:
+  explicit Life(const Script& script)
+      : script_(script),
+        surroundings_(script.surroundings),
+        world_(surroundings_),
+        store_(surroundings_.gloves * surroundings_.elements())
+  {
+    hostTime = {&world_.platform().clock, surroundings_.hostClock};
+  }
+
+  LifeResult live(std::size_t steps)
+  {
+    try {
+      for (; result_.steps < steps;) {
+        const Step& step = script_.steps[result_.steps++];
+        run(step);
+        checkStep();
+      }
+      if (plugin_) run({Step::Kind::unload});
+    } catch (const std::exception& error) {
+      result_.failure = toText("after ", world_.now(), " s: ", error.what());
+      abandon();
+    }
+    result_.seconds = world_.now();
+    return std::move(result_);
+  }
+
+ private:
+  struct Plugin {
+    Plugin(SimulatedPlatform& platform) : onPlatform(platform), library(TESSEL_TEST_PLUGIN)
+    {
+      library.setFolders(&log.folders);
+      library.setLog(log.manager.get());
+    }
+
+    HostLog log{0};
+    PluginOnPlatform onPlatform;
+    plugin::Library library;
+  };
+
+  void run(const Step& step);
+  void load();
+  void unload();
+  void create();
+  void configure(double stopAfter);
+  void checkOpening(double begin, std::int32_t result, bool isStopped);
+  void read(double seconds);
+  std::int32_t readOnce();
+  void checkFlow(double begin, double seconds, std::uint64_t records);
+  void ask(const std::string& text);
+  void save();
+  void close();
+  void release(Object object);
+  void checkClosed();
+  void checkStep();
+  void abandon();
+  void takeCapture();
+  void endReading();
+  void compareBooks();
+
+  Object& newest()
+  {
+    expect(!objects_.empty(), "the script uses an object that there is not");
+    return objects_.back();
+  }
+  // Runs a call of the plug-in, which has to end within these virtual seconds.
+  template <class Call>
+  auto within(double seconds, const char* what, const Call& call)
+  {
+    const double begin = world_.now();
+    const auto result = call();
+    expect(world_.now() - begin <= seconds, what, " took ", world_.now() - begin, " s");
+    return result;
+  }
+
+  const Script& script_;
+  const Surroundings& surroundings_;
+  World world_;
+  GuardedStore store_;
+  std::optional<Plugin> plugin_;
+  std::vector<Object> objects_;
+  // Of the current loading of the plug-in: the dongle's first version is remembered.
+  bool hasConfigured_ = false, mayKnowOldFirmware_ = false;
+  // While the loading has opened once: what was left from an earlier link is known to the ledger alone.
+  std::optional<BooksChecker> books_;
+  bool hasReadingEnded_ = false;
+  std::vector<GloveBooks> ledgerBefore_;
+  LifeResult result_;
+};
+
+void Life::run(const Step& step)
+{
+  using Kind = Step::Kind;
+  const auto fault = [&]() -> const Fault& { return *std::ranges::find(faults(), step.text, &Fault::name); };
+  switch (step.kind) {
+    case Kind::load:
+      return load();
+    case Kind::create:
+      return create();
+    case Kind::configure:
+      return configure(step.seconds);
+    case Kind::read:
+      return read(step.seconds);
+    case Kind::wait:
+      return world_.platform().clock.advance(virtualSeconds(step.seconds));
+    case Kind::ask:
+      return ask(step.text);
+    case Kind::save:
+      return save();
+    case Kind::close:
+      return close();
+    case Kind::release: {
+      const Object object = newest();
+      objects_.pop_back();
+      return release(object);
+    }
+    case Kind::releaseEarlier: {
+      expect(objects_.size() > 1 && !objects_.front().wasConfigured, "the script has no such object");
+      const Object object = objects_.front();
+      objects_.erase(objects_.begin());
+      return release(object);
+    }
+    case Kind::unload:
+      return unload();
+    case Kind::event:
+      return world_.schedule(step.seconds, step.text);
+    case Kind::begin:
+      return world_.begin(step.seconds, fault());
+    case Kind::end:
+      return world_.end(step.seconds, fault());
+    case Kind::heal:
+      return world_.heal();
+  }
+}
+
+void Life::load()
+{
+  plugin_.emplace(world_.platform());
+  hasConfigured_ = mayKnowOldFirmware_ = false;
+  ledgerBefore_ = world_.gloves().ledger().books();
+}
+
+void Life::unload()
+{
+  const bool wasOpen = std::ranges::any_of(objects_, &Object::isOpen);
+  endReading();
+  objects_.clear();
+  plugin_.reset();
+  world_.gloves().ledger().unload();
+  takeCapture();
+  compareBooks();
+  for (const GloveBooks& glove : world_.gloves().ledger().books()) {
+    expect(glove.isBalanced(), "the ledger does not balance");
+  }
+  if (wasOpen) checkClosed();
+}
+
+void Life::create()
+{
+  const std::string settings = pluginSettings(surroundings_.gloves, surroundings_.elements()) +
+                               (surroundings_.skipsSensorCheck ? "TesselSkipSensorStartupCheck\t1\n" : "");
+  HwInterface* const hardware =
+      plugin_->library.create(plugin_->log.folder.write("settings", settings).c_str(), hostClock, L"soak");
+  objects_.push_back({hardware});
+  expect(hardware->getNativeSize() == store_.elements().size(), "the record has ", hardware->getNativeSize(),
+         " elements");
+  hardware->mapping_ = &store_.map;
+}
+
+void Life::configure(double stopAfter)
+{
+  Object& object = newest();
+  world_.gloves().ledger().reopen();
+  takeCapture();
+  books_.reset();
+  if (!hasConfigured_) books_.emplace(surroundings_.gloves, surroundings_.elements(), true);
+  hasReadingEnded_ = false;
+  const double begin = world_.now();
+  bool isStopped = false;
+  const auto life = std::make_shared<const bool>(true);
+  if (stopAfter > 0) {
+    world_.platform().clock.after(virtualSeconds(stopAfter), [&, current = std::weak_ptr(life)] {
+      if (current.expired()) return;
+      isStopped = true;
+      object.hardware->signalShutdown();
+    });
+  }
+  const std::int32_t result =
+      within(longestOpening, "an opening", [&] { return object.hardware->configure(); });
+  world_.gloves().ledger().beginReading();
+  checkOpening(begin, result, isStopped);
+  object.isOpen = result == 0;
+  object.wasConfigured = true;
+  object.openedAt = object.latestRecord = begin;
+  object.commands = 0;
+  object.received = world_.commandsReceived();
+  hasConfigured_ = true;
+  takeCapture();
+  if (books_) books_->beginReading(world_.platform().uptime());
+}
+
+void Life::checkOpening(double begin, std::int32_t result, bool isStopped)
+{
+  static constexpr std::array messages{L"No BLE USB dongle detected.",
+                                       L"The BLE USB dongle is currently being used",
+                                       L"The BLE USB dongle firmware is out of date.",
+                                       L"Abandoned connection during program shutdown.",
+                                       L"Failed to enable notifications",
+                                       L"Communication error.",
+                                       L"Not enough remote BLE modules detected.",
+                                       L"A remote BLE module timed out.",
+                                       L"Faulty sensor(s) on ",
+                                       L"Failed to read status",
+                                       L"Unhandled exception trying to connect over BLE"};
+  const Object& object = newest();
+  const std::wstring& message = object.hardware->lastError_;
+  const std::string words = narrow(message);
+  ++(result == 0 ? result_.openings : result_.refusedOpenings);
+  expect(result == 0 || result == -1, "an opening returned ", result);
+  // A second opening of an object has no link to the dongle.
+  if (object.wasConfigured) {
+    expect(result == -1, "a second opening succeeded");
+    return;
+  }
+  const Fault* const fault = world_.onlyFaultSince(begin);
+  const bool sawOldFirmware = !world_.isSoundSince(begin);
+  if (result == -1) {
+    expect(std::ranges::any_of(messages, [&](const wchar_t* known) { return message.starts_with(known); }),
+           "an opening failed with \"", words, '"');
+  }
+  if (isStopped) {
+    mayKnowOldFirmware_ = mayKnowOldFirmware_ || sawOldFirmware;
+    return;
+  }
+  if (world_.isSoundSince(begin) && !mayKnowOldFirmware_) {
+    expect(result == 0, "an opening without any fault failed: ", words);
+  }
+  const bool isSeen =
+      fault != nullptr && fault->openingError != nullptr && !mayKnowOldFirmware_ &&
+      (std::string(fault->name) != "old firmware" || !hasConfigured_) &&
+      (std::string(fault->name) != "bad sensor" || !(surroundings_.skipsSensorCheck || surroundings_.isOld));
+  if (isSeen) {
+    expect(result == -1, "an opening succeeded although: ", fault->name);
+    expect(message.starts_with(fault->openingError), "an opening failed with \"", words,
+           "\" although: ", fault->name);
+  }
+  mayKnowOldFirmware_ = mayKnowOldFirmware_ || sawOldFirmware;
+}
+
+void Life::read(double seconds)
+{
+  constexpr double pause = 0.01;  // of a host whose read failed
+  constexpr double patience = 600;
+  const double begin = world_.now();
+  const std::uint64_t recordsBefore = store_.records();
+  if (hasReadingEnded_) books_.reset();
+  // A host gives up at some time: a plug-in that waits for one glove keeps all that the other one sends.
+  while (world_.now() - begin < seconds && world_.now() - newest().latestRecord < patience) {
+    if (readOnce() == 0) continue;
+    if (!surroundings_.readsOn) break;
+    world_.platform().clock.advance(virtualSeconds(pause));
+  }
+  checkFlow(begin, world_.now() - begin, store_.records() - recordsBefore);
+}
+
+std::int32_t Life::readOnce()
+{
+  Object& object = newest();
+  const std::uint64_t before = store_.records();
+  const std::int32_t result = within(longestRead, "a read", [&] { return object.hardware->readRecord(); });
+  ++result_.reads;
+  const bool isNew = store_.records() != before;
+  const auto turn = world_.gloves().ledger().turn(true);
+  const std::int32_t expected = object.stamps.result(turn, hostClock());
+  constexpr std::array outcomes{"no message", "no record", "a frame that is too short", "a record"};
+  expect(result == expected, "a read returned ", result, " after ",
+         outcomes.at(static_cast<std::size_t>(turn.outcome)));
+  if (isNew != (turn.outcome == Ledger::Turn::Outcome::record))
+    throw Broken(isNew ? "a record that should not be" : "a record is missing");
+  if (isNew) {
+    ++result_.records;
+    object.latestRecord = world_.now();
+    const auto [own, due] = std::ranges::mismatch(store_.elements(), turn.record->elements);
+    expect(own == store_.elements().end(), "element ", own - store_.elements().begin(),
+           " of a record is wrong");
+    expect(store_.stamp() == object.stamps.stamp(), "a record has the time ", store_.stamp(), " instead of ",
+           object.stamps.stamp());
+    expect(store_.isMarginUntouched(), "written outside of the record");
+    if (books_) {
+      books_->addRecord(world_.now(), world_.platform().uptime(), store_.elements(), true,
+                        turn.record->frames);
+    }
+    store_.clear();
+  }
+  if (world_.platform().captured.size() > 4096) takeCapture();
+  return result;
+}
+
+void Life::checkFlow(double begin, double seconds, std::uint64_t records)
+{
+  constexpr double settling = 2, radioPackets = 1300;
+  const Object& object = newest();
+  if (seconds < settling || !object.isOpen || !world_.isSoundSince(object.openedAt)) return;
+  const double packets = static_cast<double>(surroundings_.gloves) * surroundings_.packets;
+  const double rate = std::min(surroundings_.rate, radioPackets / packets);
+  expect(static_cast<double>(records) >= 0.8 * rate * (seconds - settling) - 2, records, " records in ",
+         seconds, " s since ", begin, " s");
+  if (seconds < settling + static_cast<double>(object.commands)) return;
+  expect(world_.commandsReceived() - object.received == object.commands, "the glove received ",
+         world_.commandsReceived() - object.received, " of ", object.commands, " commands");
+}
+
+void Life::ask(const std::string& text)
+{
+  Object& object = newest();
+  std::wstring reply;
+  const std::int32_t result = object.hardware->sendCommand(widen(text).c_str(), reply);
+  expect(result == 0 ? !reply.empty() : result == -1, "the command ", text, " returned ", result);
+  const bool isRemote = text.starts_with("AutoTune") || text.starts_with("S");
+  if (isRemote && object.wasConfigured && result == 0) ++object.commands;
+}
+
+void Life::save()
+{
+  const auto file = plugin_->log.folder.wide() + L"saved";
+  expect(newest().hardware->saveParameters(file.c_str()), "the settings were not saved");
+  const std::string text = plugin_->log.folder.read("saved");
+  const std::string line = toText("TesselElementCount\t", surroundings_.gloves * surroundings_.elements());
+  expect(text.find(line) != std::string::npos, "the saved settings have no ", line);
+}
+
+void Life::close()
+{
+  Object& object = newest();
+  endReading();
+  within(longestClosing, "closing", [&] { return object.hardware->close(); });
+  world_.gloves().ledger().beginReading();
+  if (std::exchange(object.isOpen, false)) checkClosed();
+}
+
+void Life::release(Object object)
+{
+  if (object.wasConfigured) endReading();
+  expect(within(longestClosing, "the release", [&] { return plugin_->library.release(object.hardware); }),
+         "an object was not known");
+  expect(!plugin_->library.release(object.hardware), "an object was released twice");
+  if (object.isOpen) checkClosed();
+}
+
+// The port is free for the next host, and the gloves too if they could hear that.
+void Life::checkClosed()
+{
+  constexpr double settling = 1;
+  expect(world_.platform().open.empty(), "a port is still open");
+  const double now = world_.now();
+  if (!world_.isSoundSince(now - settling)) return;
+  world_.platform().clock.advance(virtualSeconds(settling));
+  expect(!world_.hasConnection() || !world_.isSoundSince(now - settling), "a glove is still connected");
+}
+
+void Life::checkStep()
+{
+  expect(world_.platform().open.size() <= 1, world_.platform().open.size(), " ports are open");
+  expect(store_.isUntouched(), "written without a record");
+}
+
+void Life::takeCapture()
+{
+  const auto bytes = world_.gloves().takeCapture();
+  if (books_) books_->addCapture(bytes);
+}
+
+// What is read after a link was closed is known to the ledger alone.
+void Life::endReading()
+{
+  if (books_ && !std::exchange(hasReadingEnded_, true)) books_->endReading(world_.platform().uptime());
+}
+
+// The ledger's are those of the whole life.
+void Life::compareBooks()
+{
+  if (!books_) return;
+  Books since;
+  since.gloves = world_.gloves().ledger().books();
+  Books before;
+  before.gloves = ledgerBefore_;
+  ++result_.books;
+  books_->finish(world_.now(), partOf(before, since).gloves);
+  expect(books_->differences().empty(), "the books differ:", books_->differences());
+  books_.reset();
+}
+
+void Life::abandon()
+{
+  books_.reset();
+  objects_.clear();
+  try {
+    plugin_.reset();
+  } catch (const std::exception&) {
+    // The first failure counts.
+  }
+}
+
+}  // namespace
+
+LifeResult live(const Script& script, std::size_t steps)
+{
+  return Life(script).live(steps);
+}

@@ -1,0 +1,36 @@
+#include "tests/soak/Script.h"
+
+#include <algorithm>
+#include <array>
+
+#include "simulator/WordReader.h"
+
+using simulator::toText;
+
+std::size_t Surroundings::elements() const
+{
+  return 8 + 9 * (static_cast<std::size_t>(packets) - 1);
+}
+
+std::string describe(const Surroundings& all)
+{
+  return toText(all.gloves, all.gloves == 1 ? " glove, " : " gloves, ", all.packets, " packets a frame, ",
+                all.rate, " frames/s, clocks: glove ", all.gloveClock, " and ", all.clockError * 1e6,
+                " ppm fast, host ", all.hostClock, ", system ", all.tickCount, "; ", all.operationUs,
+                " us an operation", all.isAtRest ? ", at rest" : "", all.isOld ? ", old" : "",
+                all.skipsSensorCheck ? ", sensors not checked" : "", all.readsOn ? ", reads on" : "");
+}
+
+std::string describe(const Step& step)
+{
+  // In the order of Kind.
+  static constexpr std::array words{"load",   "create", "configure", "read",    "wait",
+                                    "ask",    "save",   "close",     "release", "release the earlier one",
+                                    "unload", "event",  "begin",     "end",     "heal"};
+  static_assert(words.size() == static_cast<std::size_t>(Step::Kind::heal) + 1);
+  std::string text = words.at(static_cast<std::size_t>(step.kind));
+  if (!step.text.empty()) text += ": " + step.text;
+  if (step.kind == Step::Kind::configure && step.seconds > 0)
+    return toText(text, ", stopped after ", step.seconds, " s");
+  return step.seconds > 0 ? toText(text, ", ", step.seconds, " s") : text;
+}

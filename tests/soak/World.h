@@ -1,0 +1,67 @@
+// What surrounds the plug-in in a life: port, dongle and gloves in virtual time, and which faults there are.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tests/soak/Script.h"
+#include "tests/support/VirtualGloves.h"
+
+// A fault with a beginning and an end.
+struct Fault {
+  const char* name;
+  std::vector<std::string> begin, end;  // commands
+  // How the message of an opening begins that has this fault, and no other, from beginning to end. Null: it
+  // may succeed, or fail with any message.
+  const wchar_t* openingError = nullptr;
+  bool needsTwoGloves = false;
+};
+
+std::span<const Fault> faults();
+
+class World {
+ public:
+  explicit World(const Surroundings& surroundings);
+
+  // Control commands of the simulator, and
+  //   fail open on|off
+  //   fail read|write|purge|get-timeouts|set-timeouts ERROR|off
+  //   chunks BYTES|off    a read moves this number of bytes at most
+  //   cut BYTES           the next message ends after them
+  //   snap BYTES          and the dongle is unplugged there
+  void schedule(double seconds, const std::string& command);
+  void begin(double seconds, const Fault& fault);
+  void end(double seconds, const Fault& fault);
+  // Ends everything that is still scheduled, too.
+  void heal();
+
+  // Nothing wrong from this virtual second on until now.
+  bool isSoundSince(double second) const { return active_.empty() && latestDisturbance_ < second; }
+  // The only fault from this second on until now; null if it is not alone.
+  const Fault* onlyFaultSince(double second) const;
+
+  bool hasConnection() const;
+  std::size_t commandsReceived() const;
+  double now() const { return gloves_.now(); }
+  VirtualGloves& gloves() { return gloves_; }
+  SimulatedPlatform& platform() { return gloves_.platform(); }
+
+ private:
+  void execute(const std::string& command);
+  void failPort(const std::string& words);
+  void disturb() { latestDisturbance_ = now(); }
+  void at(double seconds, std::function<void()> action);
+
+  VirtualGloves gloves_;
+  const int packets_;  // per frame
+  std::vector<simulator::Glove*> hands_;
+  std::map<const Fault*, double> active_;                                   // with the beginning
+  double latestDisturbance_ = -1;                                           // an event, or the end of a fault
+  std::shared_ptr<const bool> plans_ = std::make_shared<const bool>(true);  // lifetime of what is scheduled
+};
