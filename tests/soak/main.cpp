@@ -88,7 +88,8 @@ int main(int argc, char** argv)
                  "Of the first life; the following ones have the next numbers. Default: random");
   app.add_option("--hours", hours, "Virtual hours to live. Default: one life")->check(CLI::NonNegativeNumber);
   app.add_option("--minutes", minutes, "End after this CPU time")->check(CLI::NonNegativeNumber);
-  app.add_option("--steps", steps, "Only the beginning of one script")->check(CLI::PositiveNumber);
+  app.add_option("--steps", steps, "Only the beginning of one script")
+      ->check(CLI::Range(std::size_t{1}, wholeScript));
   app.add_flag("--script", printsScript, "Print each script");
   CLI11_PARSE(app, argc, argv);
 

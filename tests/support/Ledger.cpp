@@ -219,7 +219,10 @@ void Ledger::read(std::size_t bytes)
   position_ += bytes;
   missing_ -= bytes;
   offset_ += missing_;
-  if (missing_ > 0) return;
+  if (missing_ > 0) {
+    ++shortReads_;
+    return;
+  }
   if (part_ == 0 && message_[1] > 0) {
     part_ = headerSize;
     partSize_ = missing_ = message_[1];

@@ -125,6 +125,8 @@ class Ledger {
   // The plug-in was unloaded: what is queued stays there. It may be loaded again.
   void unload();
 
+  // Reads that moved some of their bytes: what the plug-in makes of them is not in its capture.
+  std::uint64_t shortReads() const { return shortReads_; }
   // In the order of the records: of each place in them, whichever glove had it.
   std::vector<GloveBooks> books() const;
 
@@ -170,4 +172,5 @@ class Ledger {
   std::vector<std::uint8_t> written_;
   bool hasHandled_ = false;  // a message, since the latest turn
   int failedTurns_ = 0;
+  std::uint64_t shortReads_ = 0;
 };
