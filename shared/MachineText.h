@@ -14,9 +14,17 @@ inline std::locale locale()
   return {std::locale(), std::locale::classic(), std::locale::numeric};
 }
 
+// By itself a stream that has no memory drops the rest of a text without a word.
+template <class Stream>
+void throwWithoutMemory(Stream& stream)
+{
+  stream.exceptions(std::ios_base::badbit);  // std::bad_alloc passes through
+}
+
 inline std::wostringstream writer()
 {
   std::wostringstream stream;
+  throwWithoutMemory(stream);
   stream.imbue(locale());
   return stream;
 }
@@ -24,6 +32,7 @@ inline std::wostringstream writer()
 inline std::wistringstream reader(const std::wstring& text)
 {
   std::wistringstream stream(text);
+  throwWithoutMemory(stream);
   stream.imbue(locale());
   return stream;
 }

@@ -1,5 +1,7 @@
 #include "shared/Parameter.h"
 
+#include <algorithm>
+#include <array>
 #include <exception>
 #include <fstream>
 #include <limits>
@@ -86,21 +88,21 @@ std::wstring entryText(const Registry::value_type& entry)
   return entry.first + L'\t' + entry.second->toString() + L'\n';
 }
 
-bool writeToFile(const Registry::value_type& entry, std::ofstream& file)
-{
-  return static_cast<bool>(file << textfile::encode(entryText(entry)) << std::flush);
-}
-
-// Writes the entries whose names begin with the prefix. `write` returns whether it wrote an entry.
-template <class Write>
-std::uint32_t countWritten(const std::wstring& prefix, const Write& write)
-{
-  std::uint32_t written = 0;
-  for (const auto& entry : satelites()) {
-    if (entry.first.starts_with(prefix) && write(entry)) ++written;
+// A file that is replaced. Once it is open nothing allocates: no lack of memory leaves it incomplete.
+class ReplacedFile {
+ public:
+  explicit ReplacedFile(const std::wstring& path)
+  {
+    file_.rdbuf()->pubsetbuf(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+    os::openStream(file_, path, std::ios_base::out);
   }
-  return written;
-}
+  bool isOpen() const { return file_.is_open(); }
+  bool write(const std::string& text) { return static_cast<bool>(file_ << text << std::flush); }
+
+ private:
+  std::array<char, 512> buffer_{};
+  std::ofstream file_;
+};
 
 }  // namespace
 
@@ -146,6 +148,7 @@ std::int32_t readFile(const std::wstring& path)
   const auto text = textfile::read(path);
   if (!text) return -1;
   std::wistringstream stream(*text);
+  machine::throwWithoutMemory(stream);
   return readStream(stream);
 }
 
@@ -199,26 +202,34 @@ std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stre
 
 std::uint32_t writeMatching(const std::wstring& prefix, std::wostream& stream)
 {
-  return countWritten(prefix, [&stream](const Registry::value_type& entry) {
-    return static_cast<bool>(writeEntry(entry, stream));
-  });
+  std::uint32_t written = 0;
+  for (const auto& entry : satelites()) {
+    if (entry.first.starts_with(prefix) && writeEntry(entry, stream)) ++written;
+  }
+  return written;
 }
 
 std::uint32_t writeFile(const std::wstring& prefix, const std::wstring& path)
 {
-  std::ofstream file;
-  if (!os::openStream(file, path, std::ios_base::out)) return 0;
-  return countWritten(prefix,
-                      [&file](const Registry::value_type& entry) { return writeToFile(entry, file); });
+  std::vector<std::string> texts;
+  for (const auto& entry : satelites()) {
+    if (entry.first.starts_with(prefix)) texts.push_back(textfile::encode(entryText(entry)));
+  }
+  ReplacedFile file(path);
+  if (!file.isOpen()) return 0;
+  const auto written =
+      std::ranges::count_if(texts, [&](const std::string& text) { return file.write(text); });
+  return static_cast<std::uint32_t>(written);
 }
 
 bool writeOne(const std::wstring& name, const std::wstring& path)
 {
   const auto entry = satelites().find(name);
   if (entry == satelites().end()) return false;
-  std::ofstream file;
-  if (!os::openStream(file, path, std::ios_base::out)) return false;
-  writeToFile(*entry, file);
+  const std::string text = textfile::encode(entryText(*entry));
+  ReplacedFile file(path);
+  if (!file.isOpen()) return false;
+  file.write(text);
   return true;
 }
 

@@ -95,7 +95,7 @@ std::wostream& writeEntry(const Registry::value_type& entry, std::wostream& stre
 // written.
 std::uint32_t writeMatching(const std::wstring& prefix, std::wostream& stream);
 
-// The same into a file, which is replaced; 0 if it does not open.
+// The same into a file, which is replaced; 0 if it does not open. Without memory it stays as it is.
 std::uint32_t writeFile(const std::wstring& prefix, const std::wstring& path);
 
 // Replaces the file with one record. False if no parameter has this name or the file does not open.

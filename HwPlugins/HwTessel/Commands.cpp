@@ -20,6 +20,7 @@ std::wstring& commandReply()
 std::wstring firstWord(const std::wstring& text)
 {
   std::wistringstream stream(text);
+  machine::throwWithoutMemory(stream);
   std::wstring word;
   stream >> word;
   return word;
@@ -30,6 +31,7 @@ std::vector<std::wstring> splitText(const std::wstring& text, wchar_t delimiter)
 {
   std::vector<std::wstring> pieces;
   std::wistringstream stream(text);
+  machine::throwWithoutMemory(stream);
   for (std::wstring piece; std::getline(stream, piece, delimiter);) {
     pieces.push_back(piece);
   }

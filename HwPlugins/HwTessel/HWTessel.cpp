@@ -10,6 +10,7 @@
 
 #include "platform/Platform.h"
 #include "shared/Log.h"
+#include "shared/MachineText.h"
 #include "shared/Parameter.h"
 
 HWTessel::HWTessel(const wchar_t* configFile, ClockFunction clock, const wchar_t* hostText)
@@ -137,6 +138,7 @@ std::wstring HWTessel::openingError(std::int32_t code) const
     return sensorFaultReport(static_cast<std::uint32_t>(beyond(sensorFault)));
   }
   std::wostringstream message;
+  machine::throwWithoutMemory(message);
   if (isWithin(modulesMissing, modulesMissing + 10)) {
     message << L"Not enough remote BLE modules detected.\nExpected: " << settings_.numBleModules
             << L"; detected: " << beyond(modulesMissing);
@@ -181,5 +183,5 @@ void HWTessel::syncParameters(std::wstring, std::wstring)
   own.elementCount = elemCount_;
   own.metaData = metaData_;
   own.serialNumber = serialFilter_;
-  settings::current = own;
+  settings::current = std::move(own);
 }
