@@ -43,6 +43,7 @@ bool BleDevice::fetchFrame(std::vector<Framelet>& frames, std::int32_t sensorCou
 
   const std::size_t depth1 = stores[1].frameletCount();
   if (depth0 == 0 || depth1 == 0) return false;
+  frames.reserve(2);  // before a frame of one glove is taken, whose partner would stay behind
   backlog = std::max(depth0, depth1);
   if (stores[0].takeFramelet(frames, depth0 >= depth1) != PacketStore::Result::done ||
       stores[1].takeFramelet(frames, depth1 >= depth0) != PacketStore::Result::done) {

@@ -34,8 +34,8 @@ class Bytestream {
   std::uint8_t* extend(std::size_t count)
   {
     const std::size_t begin = size_;
+    if (begin + count > memory_.size()) memory_.resize(2 * (begin + count));
     size_ += count;
-    if (size_ > memory_.size()) memory_.resize(2 * size_);
     return memory_.data() + begin;
   }
 

@@ -32,13 +32,24 @@ PacketStore::Result PacketStore::addPacket(Packet packet, std::span<const std::u
   if (index != expectedPacket_) {
     // Intentional: even a packet 0 is dropped here and starts no frame, so a lost last packet costs two
     // frames.
-    bytestream_.clear();
-    expectedPacket_ = 0;
+    discardFrame();
     return Result::refused;
   }
   ++expectedPacket_;
-  if (index == 0) return isCompact ? startCompactFrame(packet) : startExtendedFrame(packet);
-  return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, following);
+  try {
+    if (index == 0) return isCompact ? startCompactFrame(packet) : startExtendedFrame(packet);
+    return isCompact ? continueCompactFrame(packet, index) : continueExtendedFrame(packet, index, following);
+  } catch (...) {
+    // Without memory this frame is lost, and not the next one, too.
+    discardFrame();
+    throw;
+  }
+}
+
+void PacketStore::discardFrame()
+{
+  bytestream_.clear();
+  expectedPacket_ = 0;
 }
 
 void PacketStore::startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount)
@@ -94,8 +105,7 @@ PacketStore::Result PacketStore::completeFrame()
 {
   ++completed_;
   const Result result = publish();
-  bytestream_.clear();
-  expectedPacket_ = 0;
+  discardFrame();
   return result;
 }
 

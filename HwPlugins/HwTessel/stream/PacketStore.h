@@ -9,7 +9,8 @@
 //   either      -- any other packet ------> waiting, packet dropped
 //
 // Threads: the reading thread only. Owns its queues; keeps no reference to the caller's memory.
-// Errors: the results below; throws only std::bad_alloc. A packet that completes no frame allocates nothing.
+// Errors: the results below; throws only std::bad_alloc, which costs the frame in assembly. A packet
+// that completes no frame allocates nothing.
 #pragma once
 
 #include <array>
@@ -75,6 +76,7 @@ class PacketStore {
   std::string dump() const;
 
  private:
+  void discardFrame();
   void startFrame(std::uint16_t clock, std::uint8_t counter, std::uint8_t packetCount);
   Result startCompactFrame(Packet packet);
   Result startExtendedFrame(Packet packet);
