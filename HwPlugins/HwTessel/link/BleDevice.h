@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -44,8 +45,8 @@ class BleDevice : public Transport {
 
   // Stops the notifications, disconnects the modules and closes the port, whatever they answer; takes up to a
   // second and a quarter for each silent module. The stop flag is lowered while a module is disconnected.
-  // Does nothing if the port is closed. An exception of a handler is passed on, with the port closed and the
-  // stop flag restored.
+  // Does nothing if the port is closed. An exception of a handler is passed on in the end, with both modules
+  // disconnected, the port closed and the stop flag restored.
   void close();
 
   // Closes the port without sending anything: for a device that another one replaces.
@@ -84,7 +85,8 @@ class BleDevice : public Transport {
   OpeningResult stopIfRaised();
   void probeAfterErrors();
   void sendNextCommand();  // the queue must not be empty
-  void disconnectModule(std::uint32_t index);
+  // `error`: gets the first exception while it waits, if there was none before.
+  void disconnectModule(std::uint32_t index, std::exception_ptr& error);
 
   std::deque<RemoteCommand> commands_;  // oldest first
   const std::wstring identity_ = L"FingerMapper";

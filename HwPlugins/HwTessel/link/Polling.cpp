@@ -1,6 +1,7 @@
 // BleDevice while the host reads and closes: polling, connection interval, closing.
 
 #include <algorithm>
+#include <exception>
 #include <tuple>
 
 #include "bgapi/Command.h"
@@ -11,6 +12,21 @@
 #include "platform/Platform.h"
 
 using namespace link_state;
+
+namespace {
+
+// Remembers the first exception, for steps that must not keep the others from being done.
+template <class Step>
+void attempt(std::exception_ptr& first, const Step& step)
+{
+  try {
+    step();
+  } catch (...) {
+    if (!first) first = std::current_exception();
+  }
+}
+
+}  // namespace
 
 bool BleDevice::poll()
 {
@@ -69,17 +85,19 @@ void BleDevice::toggleConnectionInterval()
 void BleDevice::close()
 {
   if (port_ == platform::closedPort) return;
-  // Also when a handler throws while a module is being waited for.
+  // Also when something throws.
   struct PortCloser {
     platform::PortHandle& port;
     ~PortCloser() { serialClose(port); }
   } const closer{port_};
+  std::exception_ptr error;
   for (std::uint32_t index = 0; index < connectionHandles.size(); ++index) {
-    if (connectionHandles[index] >= 0) disconnectModule(index);
+    if (connectionHandles[index] >= 0) attempt(error, [&] { disconnectModule(index, error); });
   }
+  if (error) std::rethrow_exception(error);
 }
 
-void BleDevice::disconnectModule(std::uint32_t index)
+void BleDevice::disconnectModule(std::uint32_t index, std::exception_ptr& error)
 {
   constexpr std::int32_t notListeningMs = 300;
   constexpr std::int32_t disconnectedMs = 700;
@@ -98,11 +116,14 @@ void BleDevice::disconnectModule(std::uint32_t index)
   if (module.state == ConnectionState::listening_measurements) {
     ble_send_message(ble_cmd_attclient_attribute_write,
                      {connectionHandles[index], module.configHandle, gatt::notificationsOff});
-    std::ignore = waitForState(*this, index, ConnectionState::not_listening, notListeningMs);
+    attempt(error, [&] {
+      std::ignore = waitForState(*this, index, ConnectionState::not_listening, notListeningMs);
+    });
   }
   module.state = ConnectionState::disconnecting;
   ble_send_message(ble_cmd_connection_disconnect, {connectionHandles[index]});
   // The port is closed next, whatever the result.
-  std::ignore = waitForState(*this, index, ConnectionState::disconnected, disconnectedMs);
+  attempt(error,
+          [&] { std::ignore = waitForState(*this, index, ConnectionState::disconnected, disconnectedMs); });
   connectionHandles[index] = -1;
 }
