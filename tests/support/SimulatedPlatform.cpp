@@ -9,6 +9,15 @@ using std::chrono::milliseconds;
 
 SimulatedPlatform* current = nullptr;
 
+struct Simulating {
+  Simulating() { ++platform.simulating; }
+  ~Simulating() { --platform.simulating; }
+  Simulating(const Simulating&) = delete;
+  Simulating& operator=(const Simulating&) = delete;
+
+  SimulatedPlatform& platform = *current;
+};
+
 }  // namespace
 
 SimulatedPlatform::SimulatedPlatform()
@@ -136,6 +145,7 @@ PortResult setTimeouts(PortHandle handle, const PortTimeouts& timeouts)
 
 PortResult readPort(PortHandle handle, std::span<std::uint8_t> buffer)
 {
+  const Simulating simulating;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::readError);
   if (port == nullptr) {
     noteRead(handle, 0);
@@ -166,6 +176,7 @@ std::size_t receivedInProcess(PortHandle handle)
 
 PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
 {
+  const Simulating simulating;
   if (auto* const asked = current->find(handle)) ++asked->writes;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
   if (port == nullptr) return refusal;
@@ -184,6 +195,7 @@ std::uint32_t tickCount()
 
 void sleep(std::uint32_t durationMs)
 {
+  const Simulating simulating;
   current->clock.advance(milliseconds(durationMs));
 }
 
@@ -211,6 +223,7 @@ std::string captureError()
 
 std::size_t writeCapture(std::span<const std::uint8_t> bytes)
 {
+  const Simulating simulating;
   ++current->captureWrites;
   auto& captured = current->captured;
   const std::size_t space = current->captureCapacity - std::min(current->captureCapacity, captured.size());
@@ -226,6 +239,7 @@ void closeCapture()
 
 void debugOutput(const char* text)
 {
+  const Simulating simulating;
   current->debugText += text;
 }
 

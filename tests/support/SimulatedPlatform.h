@@ -76,6 +76,7 @@ class SimulatedPlatform {
   bool hasDeviceList = true;
   std::string openedPath;  // as passed to the latest open
   std::string debugText;   // all debug output
+  int simulating = 0;      // above 0 while the simulation runs within a call of the plug-in
   std::map<platform::PortHandle, Port*> open;
   platform::PortHandle lastHandle = 0;
 
