@@ -76,7 +76,7 @@ void OutputFile::append(std::string_view piece)
 
 void OutputFile::store()
 {
-  if (!host::storeFile(path_)) fail();
+  storeAt(Disk::ofSystem(), path_);
 }
 
 void OutputFile::replaceBeginning(std::string_view bytes)
@@ -95,7 +95,7 @@ void OutputFile::close()
   if (!file_) fail();
 }
 
-void replaceFile(const fs::path& path, std::string_view content)
+void replaceFile(const fs::path& path, std::string_view content, Disk& disk)
 {
   const fs::path next = fs::path(path) += ".new";
   std::error_code error;
@@ -103,6 +103,7 @@ void replaceFile(const fs::path& path, std::string_view content)
     OutputFile file(next);
     file.append(content);
     file.close();
+    storeAt(disk, next);
   } catch (const Failure&) {
     fs::remove(next, error);
     throw;
@@ -113,4 +114,5 @@ void replaceFile(const fs::path& path, std::string_view content)
                   fmt::format("{} can't be renamed to {}: {}.", utf8(next), utf8(path), error.message()),
                   "Choose another location.");
   }
+  storeNameAt(disk, path);
 }

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string_view>
 
+#include "host/base/Disk.h"
 #include "host/base/System.h"
 
 class OutputFile {
@@ -38,6 +39,7 @@ class OutputFile {
   std::optional<host::FileBeginning> beginning_;
 };
 
-// Writes a file that replaces an existing one only when it is complete. Its name is followed by ".new" until
-// then.
-void replaceFile(const std::filesystem::path& path, std::string_view content);
+// Writes a file that replaces an existing one only when it is complete and on the disk. Its name is followed
+// by
+// ".new" until then.
+void replaceFile(const std::filesystem::path& path, std::string_view content, Disk& disk = Disk::ofSystem());

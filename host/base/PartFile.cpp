@@ -95,8 +95,8 @@ void PartFile::check(const fs::path& wanted, Kind kind, bool replaces, Test isRe
   checkExisting(growing, kind, replaces, isReplaceable);
 }
 
-PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces, Test isReplaceable)
-    : kind_(kind), replaces_(replaces), isReplaceable_(isReplaceable)
+PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces, Test isReplaceable, Disk& disk)
+    : kind_(kind), replaces_(replaces), isReplaceable_(isReplaceable), disk_(disk)
 {
   check(wanted, kind, replaces, isReplaceable);
   Names names = namesOf(wanted, kind);
@@ -134,15 +134,29 @@ void PartFile::make()
   lock_.emplace(growing_);
 }
 
-void PartFile::replaceContent(std::string_view content)
+void PartFile::replaceContent(std::string_view content, Disk& disk)
 {
   lock_.reset();  // it is of the old file
-  replaceFile(growing_, content);
+  replaceFile(growing_, content, disk);
   lock_.emplace(growing_);
+}
+
+void PartFile::store() const
+{
+  if (!hasPlace()) return;
+  if (kind_ == Kind::folder) {
+    std::error_code error;
+    for (fs::directory_iterator entry(growing_, error), end; !error && entry != end; entry.increment(error)) {
+      storeAt(disk_, entry->path());
+    }
+    if (error) throw notStored(growing_, error);
+  }
+  storeAt(disk_, growing_);
 }
 
 void PartFile::settle()
 {
+  store();
   stays_ = true;
   if (!hasPlace()) return;
   std::error_code error;
@@ -159,4 +173,5 @@ void PartFile::settle()
         fmt::format("{} can't be renamed to {}: {}.", utf8(growing_), utf8(wanted_), error.message()),
         "It is complete. Rename it by hand.");
   }
+  storeNameAt(disk_, wanted_);
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/base/Disk.h"
 #include "host/base/System.h"
 
 // Names standard output. It is never reopened, which would truncate a file that it is redirected to.
@@ -24,7 +25,8 @@ class PartFile {
 
   // Creates the ".part" file or folder and locks it against other runs of the program. A Failure if something
   // exists under one of the two names and may not be replaced. Devices and pipes are opened as is.
-  PartFile(const std::filesystem::path& wanted, Kind kind, bool replaces, Test isReplaceable = nullptr);
+  PartFile(const std::filesystem::path& wanted, Kind kind, bool replaces, Test isReplaceable = nullptr,
+           Disk& disk = Disk::ofSystem());
   // Deletes the output unless it was kept or completed.
   ~PartFile();
   PartFile(const PartFile&) = delete;
@@ -46,12 +48,16 @@ class PartFile {
   // Fails if something took the requested name meanwhile.
   void checkWanted() const;
 
-  // Replaces the whole content: a reader sees the old or the new one, also after a crash.
-  void replaceContent(std::string_view content);
+  // Replaces the whole content: a reader sees the old or the new one, also when the program was killed; after
+  // a crash of the system if the disk is not Disk::unforced().
+  void replaceContent(std::string_view content, Disk& disk);
 
   // Whether an incomplete output stays, under its ".part" name.
   void keep(bool stays) { stays_ = stays; }
-  // Renames it to the requested name. Its files must be closed.
+  // Waits until the disk has its content; of a folder that of all files in it.
+  void store() const;
+  // Renames it to the requested name, once the disk has the content, and waits until it has the name. Its
+  // files must be closed.
   void settle();
 
  private:
@@ -62,6 +68,7 @@ class PartFile {
   const Kind kind_;
   const bool replaces_;
   const Test isReplaceable_;
+  Disk& disk_;
   bool stays_ = false;
   std::optional<host::Lock> lock_;
 };

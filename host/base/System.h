@@ -55,8 +55,22 @@ std::error_code createFile(const std::filesystem::path& path);
 // Renames a file or folder; an error if the new name is taken.
 std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// Waits until the disk has the content of an existing file. errno has the reason of a failure.
-[[nodiscard]] bool storeFile(const std::filesystem::path& path);
+// A file or folder, opened to force it to the disk while others write it. Also renamed or deleted meanwhile.
+class SyncHandle {
+ public:
+  explicit SyncHandle(const std::filesystem::path& path);
+  ~SyncHandle();
+  SyncHandle(const SyncHandle&) = delete;
+  SyncHandle& operator=(const SyncHandle&) = delete;
+
+  // Waits until the disk has its content; on Windows it keeps the names in folders by itself. No error where
+  // there is no disk: pipes, devices, and file systems that have nothing to force.
+  [[nodiscard]] std::error_code sync();
+
+ private:
+  std::intptr_t handle_ = -1;
+  std::error_code error_;  // of opening it
+};
 
 // Overwrites the first bytes of an existing file, in one call to the system, while another stream appends to
 // it. errno has the reason of a failed write.

@@ -48,13 +48,41 @@ class CsvReader final : public RecordReader {
 
   std::optional<Record> next() override
   {
-    const auto line = lines_.next();
-    if (!line) {
-      noteEnd();
+    for (;;) {
+      const auto line = nextLine();
+      if (!line) {
+        noteEnd();
+        return std::nullopt;
+      }
+      try {
+        return parse(*line);
+      } catch (const Failure&) {
+        if (!isUnfinished()) throw;
+        ++damagedLines_;
+      }
+    }
+  }
+
+ private:
+  // When the computer crashed, anything may be behind what the disk had stored.
+  bool isUnfinished() const { return isIncomplete_ || path_.extension() == ".part"; }
+
+  std::optional<std::string_view> nextLine()
+  {
+    if (hasEnded_) return std::nullopt;
+    try {
+      return lines_.next();
+    } catch (const Failure& failure) {
+      if (!isUnfinished()) throw;
+      notes_.emplace_back(failure.what());
       return std::nullopt;
     }
-    next_ = line->data();
-    end_ = next_ + line->size();
+  }
+
+  Record parse(std::string_view line)
+  {
+    next_ = line.data();
+    end_ = next_ + line.size();
     column_ = 0;
     Record record;
     if (heading_.hasTimes) {
@@ -76,7 +104,6 @@ class CsvReader final : public RecordReader {
     return record;
   }
 
- private:
   void readCompanion()
   {
     const std::filesystem::path companion = existingCompanionOf(path_, names::metadataSuffix);
@@ -204,6 +231,8 @@ class CsvReader final : public RecordReader {
     if (lines_.hasRest()) {
       notes_.push_back(fmt::format("line {} is incomplete and was skipped", lines_.number() + 1));
     }
+    if (damagedLines_ > 0)
+      notes_.push_back(fmt::format("{} line(s) are damaged and were skipped", damagedLines_));
     if (isIncomplete_) notes_.emplace_back(incompleteNote);
     if (expectedRecords_ && *expectedRecords_ != records_) {
       notes_.push_back(
@@ -219,6 +248,7 @@ class CsvReader final : public RecordReader {
   bool isIncomplete_ = false;
   std::optional<std::uint64_t> expectedRecords_;
   std::uint64_t records_ = 0;
+  std::uint64_t damagedLines_ = 0;
   bool hasEnded_ = false;
 
   std::vector<std::string> gloveLabels_;

@@ -112,10 +112,14 @@ fs::path companionOf(fs::path records, std::string_view suffix)
 fs::path existingCompanionOf(fs::path records, std::string_view suffix)
 {
   constexpr const char* part = ".part";
-  const bool grows = records.extension() == part;
-  if (grows) records.replace_extension();
-  fs::path companion = companionOf(std::move(records), suffix);
-  return grows ? companion += part : companion;
+  if (records.extension() != part) return companionOf(std::move(records), suffix);
+  records.replace_extension();
+  fs::path companion = companionOf(records, suffix);
+  const fs::path growing = fs::path(companion) += part;
+  std::error_code unknown;
+  // Records get their name last. With records of that name, it belongs to them.
+  const bool isAhead = !fs::exists(growing, unknown) && fs::exists(companion, unknown);
+  return isAhead && !fs::exists(records, unknown) ? companion : growing;
 }
 
 std::vector<RecordingEvent> readEvents(const fs::path& path, std::vector<std::string>& notes)

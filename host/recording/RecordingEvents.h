@@ -19,7 +19,8 @@ struct RecordingEvent {
 
 // The file with this suffix that belongs to a CSV file of records: "run.json" to "run.csv" or "run".
 std::filesystem::path companionOf(std::filesystem::path records, std::string_view suffix);
-// The same; while the records grow, the names of both end in ".part".
+// The same; while the records grow, the names of both end in ".part". That of a recording whose end a crash
+// cut short may have its name already.
 std::filesystem::path existingCompanionOf(std::filesystem::path records, std::string_view suffix);
 
 // The events of this file, if there is one, by time; first those without one.

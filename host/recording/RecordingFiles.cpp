@@ -1,5 +1,7 @@
 #include "host/recording/RecordingFiles.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -99,15 +101,16 @@ std::vector<fs::path> RecordingFiles::namesOf(const OutputName& output)
   return paths;
 }
 
-RecordingFiles::RecordingFiles(const OutputName& output, bool replaces)
+RecordingFiles::RecordingFiles(const OutputName& output, bool replaces, const SyncRules& sync)
     : format_(output.format),
       replaces_(replaces),
+      syncRules_(sync),
       companions_(checkNames(output, replaces)),
-      records_(output.path, kindOf(format_), replaces, testOf(format_))
+      records_(output.path, kindOf(format_), replaces, testOf(format_), *sync.disk)
 {
   if (!companions_) return;
-  metadataPart_.emplace(companions_->metadata, PartFile::Kind::file, replaces, isMetadata);
-  eventsPart_.emplace(companions_->events, PartFile::Kind::file, replaces, isEvents);
+  metadataPart_.emplace(companions_->metadata, PartFile::Kind::file, replaces, isMetadata, *sync.disk);
+  eventsPart_.emplace(companions_->events, PartFile::Kind::file, replaces, isEvents, *sync.disk);
 }
 
 RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
@@ -122,7 +125,25 @@ RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
   records_.keep(true);
   if (metadataPart_) metadataPart_->keep(true);
   if (eventsPart_) eventsPart_->keep(true);
+  if (hasPlace() && syncRules_.interval.count() > 0) beginSync();
   return *writer_;
+}
+
+void RecordingFiles::beginSync()
+{
+  std::vector<fs::path> files;
+  std::vector<fs::path> folders{fs::absolute(growing()).parent_path()};
+  if (format_ == RecordFormat::npy) {
+    for (const auto& entry : fs::directory_iterator(growing())) {
+      // The metadata is replaced, and stored each time.
+      if (entry.path().filename() != names::metadataFile) files.push_back(entry.path());
+    }
+    folders.insert(folders.begin(), growing());
+  } else {
+    files.push_back(growing());
+    if (eventsPart_) files.push_back(eventsPart_->growing());
+  }
+  sync_.emplace(files, folders, syncRules_);
 }
 
 void RecordingFiles::addEvent(const RecordingEvent& event)
@@ -141,8 +162,19 @@ void RecordingFiles::addEvent(const RecordingEvent& event)
 
 void RecordingFiles::keepUp(Time now)
 {
-  if (next_ && now < *next_) return;
-  next_ = now + metadataInterval;
+  const bool isMetadataDue = !next_ || now >= *next_;
+  if (isMetadataDue) next_ = now + metadataInterval;
+  if (sync_) {
+    std::function<void()> action;
+    if (isMetadataDue && hasOthers()) {
+      action = [this, text = metadataText(metadata_, eventCount_, false)] {
+        replaceMetadata(text, *syncRules_.disk);
+      };
+    }
+    sync_->keepUp(now, std::move(action));
+    return;
+  }
+  if (!isMetadataDue) return;
   try {
     writeMetadata(false);
   } catch (const Failure&) {
@@ -150,14 +182,27 @@ void RecordingFiles::keepUp(Time now)
   }
 }
 
+std::optional<Failure> RecordingFiles::takeDiskFailure()
+{
+  if (!sync_ || isDiskFailureTaken_) return std::nullopt;
+  auto failure = sync_->failure();
+  isDiskFailureTaken_ = failure.has_value();
+  return failure;
+}
+
 void RecordingFiles::writeMetadata(bool isComplete)
 {
   if (!hasOthers()) return;
-  const std::string text = metadataText(metadata_, eventCount_, isComplete);
+  replaceMetadata(metadataText(metadata_, eventCount_, isComplete),
+                  isComplete ? *syncRules_.disk : Disk::unforced());
+}
+
+void RecordingFiles::replaceMetadata(const std::string& text, Disk& disk)
+{
   if (metadataPart_) {
-    metadataPart_->replaceContent(text);
+    metadataPart_->replaceContent(text, disk);
   } else {
-    replaceFile(growing() / names::metadataFile, text);
+    replaceFile(growing() / names::metadataFile, text, disk);
   }
 }
 
@@ -191,35 +236,62 @@ bool RecordingFiles::contain(const std::filesystem::path& path) const
          (eventsPart_ && isNameOf(*eventsPart_));
 }
 
+// Nothing may claim to be complete that the disk does not have.
+void RecordingFiles::requireStored()
+{
+  try {
+    if (sync_) {
+      sync_->end();
+      if (const auto failure = sync_->failure()) throw Failure(*failure);
+    }
+    records_.store();
+    if (eventsPart_) eventsPart_->store();
+  } catch (const Failure& failure) {
+    metadata_.ended = failure.what();
+    abandon();
+    throw;
+  }
+}
+
+// The new files are complete and on the disk, under the names that they have while they grow. Where there are
+// records, there is all that belongs to them: so the old ones go first, and the new ones come last.
+void RecordingFiles::removeReplaced() const
+{
+  std::error_code error;
+  fs::remove(records_.wanted(), error);
+  if (error) {
+    throw Failure(ExitCode::output,
+                  fmt::format("{} can't be replaced: {}.", utf8(records_.wanted()), error.message()),
+                  fmt::format("The new recording is complete, as {}. Rename its files by hand.",
+                              utf8(records_.growing())));
+  }
+  fs::remove(metadataPart_->wanted(), error);
+  fs::remove(eventsPart_->wanted(), error);
+}
+
 void RecordingFiles::complete()
 {
+  requireStored();
   closeAll(true);
-  if (!companions_) {
-    records_.checkWanted();
-    writeMetadata(true);
-    dropEmptyEvents();
-    records_.settle();
-    return;
-  }
   records_.checkWanted();
-  metadataPart_->checkWanted();
-  eventsPart_->checkWanted();
-  writeMetadata(true);
-  if (replaces_) {
-    // A crash between the steps must not leave new records with old metadata.
-    std::error_code ignored;
-    fs::remove(metadataPart_->wanted(), ignored);
-    fs::remove(eventsPart_->wanted(), ignored);
+  if (companions_) {
+    metadataPart_->checkWanted();
+    eventsPart_->checkWanted();
   }
-  records_.settle();
-  metadataPart_->settle();
-  if (eventCount_ > 0) eventsPart_->settle();
+  writeMetadata(true);
+  if (companions_) {
+    if (replaces_) removeReplaced();
+    if (eventCount_ > 0) eventsPart_->settle();
+    metadataPart_->settle();
+  }
   dropEmptyEvents();
+  records_.settle();
 }
 
 void RecordingFiles::abandon() noexcept
 {
   try {
+    if (sync_) sync_->end();
     writeMetadata(false);
     closeAll(false);
     dropEmptyEvents();
@@ -230,6 +302,7 @@ void RecordingFiles::abandon() noexcept
 
 void RecordingFiles::discard()
 {
+  sync_.reset();
   writer_.reset();
   events_.reset();
   records_.keep(false);

@@ -1,8 +1,10 @@
 // The files of a recording: its records, its metadata and its events. While they grow, their names end in
 // ".part". The metadata is replaced as a whole and everything else is handed to the operating system at once,
-// so the files of a killed program belong together. A file of XDF has everything; standard output, devices
-// and pipes have only records in other formats.
-// Threads: one. Errors: a Failure with ExitCode::output; everything written so far is kept.
+// so the files of a killed program belong together. Those of a crashed computer have at least what the disk
+// was made to store by then, again and again on a thread of its own. A file of XDF has everything; standard
+// output, devices and pipes have only records in other formats.
+// Threads: one; only the ends of a recording wait for the disk. Errors: a Failure with ExitCode::output;
+// everything written so far is kept.
 #pragma once
 
 #include <chrono>
@@ -13,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/DiskSync.h"
 #include "host/base/OutputFile.h"
 #include "host/base/PartFile.h"
 #include "host/recording/OutputName.h"
@@ -29,7 +32,7 @@ class RecordingFiles {
 
   // Reserves the names. A Failure if one of them is taken, unless `replaces`: then all are replaced in the
   // end, and none if one of them is not a recording's.
-  RecordingFiles(const OutputName& output, bool replaces);
+  RecordingFiles(const OutputName& output, bool replaces, const SyncRules& sync = {});
   // Deletes everything unless begin() was called.
   ~RecordingFiles() = default;
   RecordingFiles(const RecordingFiles&) = delete;
@@ -49,9 +52,13 @@ class RecordingFiles {
 
   void addEvent(const RecordingEvent& event);
   // Writes the metadata when called for the first time, then every 10 s. If that fails, it is tried again.
+  // Has the disk store all at its own interval. Without one, only what is complete is stored.
   void keepUp(Time now);
+  // Once: the disk failed to store what was written. The recording goes on, but will not be complete.
+  std::optional<Failure> takeDiskFailure();
 
-  // The recording ends in one of three ways. All is written: the files get their final names.
+  // The recording ends in one of three ways. All is written: the files get their final names, the records
+  // last, once the disk has them all. If it does not, they are abandoned, with a Failure.
   void complete();
   // Not all could be written: the files keep their names.
   void abandon() noexcept;
@@ -68,7 +75,11 @@ class RecordingFiles {
   };
 
   static std::optional<Companions> checkNames(const OutputName& output, bool replaces);
+  void beginSync();
+  void requireStored();
+  void removeReplaced() const;
   void writeMetadata(bool isComplete);
+  void replaceMetadata(const std::string& text, Disk& disk);
   // Files of metadata and events.
   bool hasOthers() const { return hasPlace() && format_ != RecordFormat::xdf; }
   void closeAll(bool isComplete);
@@ -76,6 +87,7 @@ class RecordingFiles {
 
   const RecordFormat format_;
   const bool replaces_;
+  const SyncRules syncRules_;
   const std::optional<Companions> companions_;
   PartFile records_;
   std::optional<PartFile> metadataPart_;
@@ -85,4 +97,6 @@ class RecordingFiles {
   std::uint64_t eventCount_ = 0;
   RecordingMetadata metadata_;
   std::optional<Time> next_;
+  bool isDiskFailureTaken_ = false;
+  std::optional<DiskSync> sync_;  // last, since its thread replaces the metadata
 };

@@ -80,15 +80,44 @@ std::error_code renameNew(const std::filesystem::path& from, const std::filesyst
   return error;
 }
 
-bool storeFile(const std::filesystem::path& path)
+namespace {
+
+// What a file system says that has nothing to force to a disk.
+bool hasNoDisk(int error)
 {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (file < 0) return false;
-  const bool isStored = ::fsync(file) == 0;
-  const int error = errno;
-  ::close(file);
-  errno = error;
-  return isStored;
+  return error == EINVAL || error == EROFS || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+}  // namespace
+
+SyncHandle::SyncHandle(const std::filesystem::path& path)
+{
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    error_ = {errno, std::generic_category()};
+  } else if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) {
+    handle_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    // A folder of which the names can't be listed can't be opened; it may still have new files.
+    if (handle_ < 0 && !(S_ISDIR(status.st_mode) && errno == EACCES))
+      error_ = {errno, std::generic_category()};
+  }
+}
+
+SyncHandle::~SyncHandle()
+{
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+std::error_code SyncHandle::sync()
+{
+  if (handle_ < 0) return error_;
+  int result = 0;
+  do {
+    // The size of a file is forced to the disk, too; its times of access are not.
+    result = ::fdatasync(static_cast<int>(handle_));
+  } while (result != 0 && errno == EINTR);
+  if (result == 0 || hasNoDisk(errno)) return {};
+  return {errno, std::generic_category()};
 }
 
 FileBeginning::FileBeginning(const std::filesystem::path& path)

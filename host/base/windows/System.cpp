@@ -56,18 +56,36 @@ std::error_code createFile(const std::filesystem::path& path)
 
 std::error_code renameNew(const std::filesystem::path& from, const std::filesystem::path& to)
 {
-  if (MoveFileExW(from.c_str(), to.c_str(), 0) != 0) return {};
+  if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH) != 0) return {};
   return {static_cast<int>(GetLastError()), std::system_category()};
 }
 
-bool storeFile(const std::filesystem::path& path)
+SyncHandle::SyncHandle(const std::filesystem::path& path)
 {
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  const bool isStored = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
-  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-  if (!isStored) errno = EIO;
-  return isStored;
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return;
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    error_ = {static_cast<int>(GetLastError()), std::system_category()};
+  } else {
+    handle_ = reinterpret_cast<std::intptr_t>(file);
+  }
+}
+
+SyncHandle::~SyncHandle()
+{
+  if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+std::error_code SyncHandle::sync()
+{
+  if (handle_ == -1) return error_;
+  if (FlushFileBuffers(reinterpret_cast<HANDLE>(handle_)) != 0) return {};
+  const DWORD error = GetLastError();
+  const bool hasNoDisk = error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED;
+  return hasNoDisk ? std::error_code() : std::error_code(static_cast<int>(error), std::system_category());
 }
 
 FileBeginning::FileBeginning(const std::filesystem::path& path)
