@@ -55,6 +55,12 @@ double seconds(std::string_view name, const Json& value)
   return number;
 }
 
+SyncRules sync(std::string_view name, const Json& value)
+{
+  const std::chrono::duration<double> interval(seconds(name, value));
+  return {.interval = std::chrono::round<std::chrono::nanoseconds>(interval)};
+}
+
 std::uint64_t whole(std::string_view name, const Json& value, std::uint64_t lowest, std::uint64_t highest)
 {
   const bool isWhole = value.is_number_unsigned();
@@ -121,6 +127,7 @@ const Option<GlovesOptions> glovesOptions[] = {
 struct FormatOptions {
   std::optional<RecordFormat> format;
   bool replaces = false;
+  SyncRules sync = RecordOptions().sync;
 };
 
 const Option<FormatOptions> recordOptions[] = {
@@ -132,6 +139,7 @@ const Option<FormatOptions> recordOptions[] = {
        to.format = formatNamed(*found);
      }},
     {"replace", [](auto& to, auto name, auto& value) { to.replaces = boolean(name, value); }},
+    {"sync", [](auto& to, auto name, auto& value) { to.sync = sync(name, value); }},
 };
 
 template <class Options, std::size_t count>
@@ -180,7 +188,7 @@ RecordOptions parseRecordOptions(const char* path, const char* text)
                 "Pass one such as \"session.csv\".");
   }
   const FormatOptions options = parse(text, recordOptions);
-  return {chooseOutputName(path, options.format), options.replaces};
+  return {chooseOutputName(path, options.format), options.replaces, options.sync};
 }
 
 }  // namespace library

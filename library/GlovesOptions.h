@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "host/base/DiskSync.h"
 #include "host/recording/OutputName.h"
 #include "host/session/GloveRun.h"
 
@@ -21,6 +22,7 @@ GlovesOptions parseGlovesOptions(const char* text);
 struct RecordOptions {
   OutputName output;
   bool replaces = false;
+  SyncRules sync{.interval = defaultSyncInterval};
 };
 
 RecordOptions parseRecordOptions(const char* path, const char* text);

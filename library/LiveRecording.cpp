@@ -30,7 +30,8 @@ void LiveRecording::begin(const RecordOptions& options, const RecordingMetadata&
       throw Error(TESSEL_ERROR_BUSY, "there is a recording already.", "End it with tessel_stop_recording().");
     }
   }
-  auto files = std::make_unique<FileRecording>(options.output, options.replaces, metadata, keeper);
+  auto files =
+      std::make_unique<FileRecording>(options.output, options.replaces, metadata, keeper, options.sync);
   const std::string place = utf8(options.output.path);
   {
     const std::scoped_lock lock(mutex_);
@@ -49,14 +50,19 @@ void LiveRecording::stop(const RecordingFigures& figures, const std::vector<std:
 {
   const std::scoped_lock call(calls_);
   std::unique_ptr<FileRecording> files;
+  std::optional<Failure> failure;
+  bool hasEndedItself = false;
   {
     const std::scoped_lock lock(mutex_);
-    if (std::exchange(isWaitingForStop_, false)) {
-      if (const auto failure = std::exchange(failure_, std::nullopt)) throw Failure(*failure);
-      return;
-    }
+    hasEndedItself = std::exchange(isWaitingForStop_, false);
+    failure = std::exchange(failure_, std::nullopt);
     files = std::move(files_);
     isRunning_ = false;
+  }
+  if (hasEndedItself) {
+    if (files) files->abandon(figures, failure->what());
+    if (failure) throw Failure(*failure);
+    return;
   }
   if (!files) {
     throw Error(TESSEL_ERROR_STATE, "there is no recording.", "Begin one with tessel_record().");
@@ -90,13 +96,12 @@ void LiveRecording::write(const Action& action)
   std::optional<Failure> failed;
   {
     const std::scoped_lock lock(mutex_);
-    if (!files_) return;
+    if (!isRunning_) return;
     try {
       action(*files_);
       return;
     } catch (const Failure& failure) {
-      files_->abandon(figures_, failure.what());
-      files_.reset();
+      // Whoever calls stop() abandons the files, or end(): that may wait for the disk.
       isRunning_ = false;
       failure_ = failed = failure;
       isWaitingForStop_ = true;
@@ -117,24 +122,32 @@ void LiveRecording::addEvent(const RecordingEvent& event)
 
 void LiveRecording::keepUp(const RecordingFigures& figures)
 {
+  std::optional<Failure> notStored;
   write([&](FileRecording& files) {
-    figures_ = figures;
     files.keepUp(figures);
+    notStored = files.takeDiskFailure();
   });
+  if (notStored) onEvent_(fmt::format("not stored: {}", notStored->what()));
 }
 
 void LiveRecording::end(const RecordingFigures& figures, const std::vector<std::string>& labels,
                         const std::optional<Books>& books, const std::string& words)
 {
   std::unique_ptr<FileRecording> files;
+  std::optional<Failure> failure;
   {
     const std::scoped_lock lock(mutex_);
     hasEnded_ = true;
     files = std::move(files_);
+    failure = failure_;
     isRunning_ = false;
     isWaitingForStop_ = isWaitingForStop_ || files;
   }
   if (!files) return;
+  if (failure) {
+    files->abandon(figures, failure->what());
+    return;
+  }
   try {
     complete(*files, figures, labels, books, words);
   } catch (const Failure& failure) {

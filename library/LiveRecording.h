@@ -1,8 +1,8 @@
 // The recording of open gloves into files, which callers begin and end while the gloves are read.
 //
 // Threads: add(), addEvent(), keepUp() and end() on the thread that reads the gloves, begin() and stop() on
-// any other. The reading thread never waits for files that are begun or completed; calls of begin() and
-// stop() wait for each other. Errors: as described at each function.
+// any other. The reading thread never waits for files that are begun or completed, nor for the disk; calls of
+// begin() and stop() wait for each other. Errors: as described at each function.
 #pragma once
 
 #include <atomic>
@@ -55,7 +55,6 @@ class LiveRecording {
   std::mutex calls_;  // held for the whole of begin() and stop()
   std::mutex mutex_;  // of what follows
   std::unique_ptr<FileRecording> files_;
-  RecordingFigures figures_;        // latest
   bool hasEnded_ = false;           // the gloves
   bool isWaitingForStop_ = false;   // a recording that ended by itself
   std::optional<Failure> failure_;  // of it

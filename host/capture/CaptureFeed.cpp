@@ -74,6 +74,7 @@ void CaptureFeed::run()
       seen = stop_;
     }
     if (seen == Stop::no) drain(piecesInTurn);
+    if (file_ != nullptr) file_->keepUp(host::uptime());
     if (seen == Stop::whenEmpty) drain(std::numeric_limits<int>::max());
   }
 }

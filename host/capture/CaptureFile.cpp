@@ -38,13 +38,16 @@ const fs::path& usable(const fs::path& path)
 
 }  // namespace
 
-CaptureFile::CaptureFile(const fs::path& path) : file_(usable(path), OutputFile::Existing::appended)
+CaptureFile::CaptureFile(const fs::path& path, const SyncRules& sync)
+    : file_(usable(path), OutputFile::Existing::appended), disk_(*sync.disk)
 {
   lock_.emplace(path);
   if (!lock_->isHeld()) {
     throw Failure(ExitCode::output, fmt::format("{} is being written by another program.", path.string()),
                   "Choose another name for the capture.");
   }
+  if (sync.interval.count() > 0)
+    sync_.emplace(std::vector{path}, std::vector{fs::absolute(path).parent_path()}, sync);
 }
 
 void CaptureFile::append(std::span<const std::uint8_t> bytes)
@@ -53,9 +56,31 @@ void CaptureFile::append(std::span<const std::uint8_t> bytes)
   try {
     file_.append({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   } catch (const Failure& failure) {
-    const std::lock_guard guard(mutex_);
-    problem_ = fmt::format("{} It ends there; the recording goes on. {}", failure.what(), failure.advice());
+    setProblem(fmt::format("{} It ends there; the recording goes on. {}", failure.what(), failure.advice()));
   }
+}
+
+void CaptureFile::keepUp(std::chrono::nanoseconds now)
+{
+  if (sync_) sync_->keepUp(now);
+}
+
+void CaptureFile::store()
+{
+  try {
+    if (sync_) sync_->end();
+    if (const auto failure = sync_ ? sync_->failure() : std::nullopt) throw Failure(*failure);
+    storeAt(disk_, file_.path());
+    storeNameAt(disk_, file_.path());
+  } catch (const Failure& failure) {
+    if (problem().empty()) setProblem(fmt::format("{} {}", failure.what(), failure.advice()));
+  }
+}
+
+void CaptureFile::setProblem(const std::string& problem)
+{
+  const std::lock_guard guard(mutex_);
+  problem_ = problem;
 }
 
 std::string CaptureFile::problem() const

@@ -27,7 +27,7 @@ std::unique_ptr<RecordingFiles> makeFiles(const Options& options)
                   "--json and --output - can't be used together: both write to standard output.",
                   "Record into a file, or omit --json.");
   }
-  return std::make_unique<RecordingFiles>(output, options.replaces);
+  return std::make_unique<RecordingFiles>(output, options.replaces, options.recording.run.sync);
 }
 
 }  // namespace

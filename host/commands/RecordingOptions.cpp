@@ -22,6 +22,15 @@ void addRecordingOptions(CLI::App& command, RecordingOptions& options)
           "Do not follow the link: save some CPU time, but estimate losses and times")
       ->excludes(capture);
   addNumber(
+      command, "--sync", "SECONDS", {.lowest = 0, .highest = 1e9},
+      [&options](double seconds) {
+        const std::chrono::duration<double> interval(seconds);
+        options.run.sync.interval = std::chrono::round<std::chrono::nanoseconds>(interval);
+      },
+      "How often the disk is made to store what was written (1), which then survives a power cut; 0: only "
+      "when "
+      "it is complete");
+  addNumber(
       command, "--reconnect", "SECONDS", {.lowest = 0, .highest = 1e9},
       [&options](double seconds) {
         options.run.rules.reconnectSeconds = seconds;

@@ -79,7 +79,11 @@ std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figure
     files.complete();
     return files.wanted();
   } catch (const Failure& failure) {
-    if (!ending.failure) ending = {failure.what(), failure};
+    if (ending.failure) {
+      console::report("{}\n{}\n", failure.what(), failure.advice());
+    } else {
+      ending = {failure.what(), failure};
+    }
     return files.growing();
   }
 }

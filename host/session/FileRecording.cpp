@@ -36,8 +36,8 @@ double timeOf(const Record& record)
 }  // namespace
 
 FileRecording::FileRecording(const OutputName& output, bool replaces, const RecordingMetadata& metadata,
-                             const RecordKeeper& keeper)
-    : files_(output, replaces), writer_(files_.begin(notBegun(metadata))), keeper_(keeper)
+                             const RecordKeeper& keeper, const SyncRules& sync)
+    : files_(output, replaces, sync), writer_(files_.begin(notBegun(metadata))), keeper_(keeper)
 {
 }
 

@@ -20,7 +20,7 @@ class FileRecording final : public RecordSink {
   // Reserves the names and writes the headings. `metadata`: of the session. The keeper, which calls add() as
   // a part of its sink, must outlive add().
   FileRecording(const OutputName& output, bool replaces, const RecordingMetadata& metadata,
-                const RecordKeeper& keeper);
+                const RecordKeeper& keeper, const SyncRules& sync = {});
 
   // When it throws, call abandon().
   void add(const Record& record) override;
@@ -28,6 +28,9 @@ class FileRecording final : public RecordSink {
   void addEvent(const RecordingEvent& event) override;
   // Several times a second: brings the metadata up to date.
   void keepUp(const RecordingFigures& figures);
+
+  // Once: see RecordingFiles.
+  std::optional<Failure> takeDiskFailure() { return files_.takeDiskFailure(); }
 
   std::uint64_t records() const { return records_; }
   // Where the records are until it is complete.
@@ -41,7 +44,8 @@ class FileRecording final : public RecordSink {
   // frames after its last record; otherwise the recording ends with its own last record. `words`: why it
   // ended. On a Failure the files keep the names that they have while they grow.
   Result complete(const RecordingFigures& figures, const std::optional<Books>& end, const std::string& words);
-  // Not all could be written: the files keep these names; without a record, nothing is kept.
+  // Not all could be written: the files keep these names; without a record, nothing is kept. Waits for the
+  // disk if it is at work.
   void abandon(const RecordingFigures& figures, const std::string& words) noexcept;
 
  private:

@@ -6,12 +6,13 @@
 #include "host/session/GloveLayout.h"
 
 std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
-                                          const std::string& consequence, const Notice& notice)
+                                          const std::string& consequence, const Notice& notice,
+                                          const SyncRules& sync)
 {
   const std::size_t gloves = glovesInRecord(settings);
   try {
     return std::make_unique<LinkCapture>(gloves, static_cast<std::size_t>(settings.elementCount) / gloves,
-                                         file);
+                                         file, sync);
   } catch (const Failure& failure) {
     if (!file.empty()) throw;
     notice(fmt::format("The link can't be captured: {} {}", failure.what(), consequence));

@@ -20,7 +20,8 @@ RecordSource& openGloves(GloveConnector& gloves, double waitSeconds, const StopR
 // Captures the link of a plug-in with these settings, into this file unless it is empty. Null, with a notice
 // that says the consequence, if there can be no capture and no file is wanted; otherwise a Failure.
 std::unique_ptr<LinkCapture> startCapture(const settings::Values& settings, const std::filesystem::path& file,
-                                          const std::string& consequence, const Notice& notice);
+                                          const std::string& consequence, const Notice& notice,
+                                          const SyncRules& sync = {});
 
 class GloveConnection {
  public:

@@ -46,7 +46,7 @@ GloveRun::GloveRun(const RunOptions& options)
 std::unique_ptr<LinkCapture> GloveRun::makeCapture(const RunOptions& options) const
 {
   if (options.isUncaptured) return nullptr;
-  return startCapture(source_.settings(), options.capture, withoutCapture, notice_);
+  return startCapture(source_.settings(), options.capture, withoutCapture, notice_, options.sync);
 }
 
 void GloveRun::open(const Opener& opener)
@@ -97,6 +97,7 @@ void GloveRun::finish(Ending& ending, const std::function<void(LinkCapture&)>& o
   };
   // Whatever becomes of the capture, the records that wait for it are written.
   attempt([&] { connector_.disconnect(); });
+  if (capture_) capture_->store();
   const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
   if (isWriting) attempt([&] { keeper_->writeRest(); });
   if (isWriting) attempt([&] { session_->noteRest(); });

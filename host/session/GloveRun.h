@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/DiskSync.h"
 #include "host/gloves/HardwareSource.h"
 #include "host/recording/HandLayout.h"
 #include "host/recording/RecordingMetadata.h"
@@ -31,7 +32,8 @@ struct RunOptions {
   std::filesystem::path layout;  // of the hand; empty: the one that fits the settings
   bool acceptsAnyGlove = false;  // after a loss
   bool isUncaptured = false;
-  std::filesystem::path capture;  // empty: none is kept
+  std::filesystem::path capture;                    // empty: none is kept
+  SyncRules sync{.interval = defaultSyncInterval};  // of the capture and the recording
 };
 
 class GloveRun {

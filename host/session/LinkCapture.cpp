@@ -8,10 +8,11 @@ constexpr std::size_t tailCapacity = std::size_t{4} << 20;
 
 }  // namespace
 
-LinkCapture::LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const std::filesystem::path& file)
+LinkCapture::LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const std::filesystem::path& file,
+                         const SyncRules& sync)
     : accounts_(gloves, elementsOfGlove),
       tail_(tailCapacity),
-      file_(file.empty() ? nullptr : std::make_unique<CaptureFile>(file)),
+      file_(file.empty() ? nullptr : std::make_unique<CaptureFile>(file, sync)),
       place_(file),
       feed_(scratch_.path())
 {
@@ -37,6 +38,11 @@ void LinkCapture::endConnection()
   if (error) std::rethrow_exception(error);
 }
 
+void LinkCapture::store()
+{
+  if (file_) file_->store();
+}
+
 void LinkCapture::keepAt(const std::filesystem::path& path)
 {
   if (file_) return;
@@ -44,4 +50,5 @@ void LinkCapture::keepAt(const std::filesystem::path& path)
   place_ = path;
   const std::string bytes = tail_.bytes();
   file_->append({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  file_->store();
 }

@@ -18,7 +18,8 @@
 class LinkCapture {
  public:
   // Before the plug-in opens its port for the first time. `file`: empty for none.
-  LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const std::filesystem::path& file);
+  LinkCapture(std::size_t gloves, std::size_t elementsOfGlove, const std::filesystem::path& file,
+              const SyncRules& sync = {});
 
   LiveAccounts& accounts() { return accounts_; }
   // False if the plug-in has written nothing, although it opened its port.
@@ -31,6 +32,8 @@ class LinkCapture {
   std::filesystem::path place() const { return place_; }
   // Why the file is not complete; empty if it is.
   std::string problem() const { return file_ ? file_->problem() : ""; }
+  // After the last connection: waits until the disk has the file. problem() says so if it has not.
+  void store();
   // Appends its latest part to this file, unless it has one already. A Failure if that can't be opened.
   void keepAt(const std::filesystem::path& path);
 

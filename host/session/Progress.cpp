@@ -87,6 +87,13 @@ void Progress::sayBack(double second, double seconds, unsigned attempts)
             true);
 }
 
+void Progress::sayNotStored(double second, const std::string& reason)
+{
+  line_.say(fmt::format("{}  NOT STORED: {} The recording goes on, but will not be complete.",
+                        clockText(second), reason),
+            true);
+}
+
 void Progress::sayMarker(double second, const std::string& text)
 {
   line_.say(fmt::format("{}  marker: {}", clockText(second), text));

@@ -16,6 +16,8 @@ class Progress {
   // `state`: what is known of them.
   void showWaiting(double seconds, double secondsLeft, const std::string& state);
   void sayBack(double second, double seconds, unsigned attempts);
+  // The disk does not have all that was recorded.
+  void sayNotStored(double second, const std::string& reason);
   void sayMarker(double second, const std::string& text);
   void end() { line_.end(); }
 

@@ -71,4 +71,6 @@ void RecordingReport::keepUp(const RecordingFigures& figures)
   if (files_ == nullptr || !figures.zero) return;
   update(files_->metadata(), figures);
   files_->keepUp(host::uptime());
+  if (const auto failure = files_->takeDiskFailure())
+    progress_.sayNotStored(figures.seconds, failure->what());
 }

@@ -226,9 +226,9 @@ TESSEL_API tessel_status tessel_get_statistics(tessel_gloves gloves,
 
 /* The oldest event that was not taken yet, as a JSON object with "timeMs" (null if unknown), "event", "glove"
  * and "detail" (texts). Events are those of recordings ("disconnected", "reconnected", "gave up", "marker",
- * "stall"), and "overflow", "recording" (started, ended, or failed: see the detail) and "notice" (what the
- * program `tessel` would print). Does not wait: TESSEL_TIMEOUT if there is none. At most 1000 are kept; older
- * ones are dropped then. */
+ * "stall"), and "overflow", "recording" (started, ended, failed or not stored: see the detail) and "notice"
+ * (what the program `tessel` would print). Does not wait: TESSEL_TIMEOUT if there is none. At most 1000 are
+ * kept; older ones are dropped then. */
 TESSEL_API tessel_status tessel_next_event(tessel_gloves gloves, char* text, size_t size,
                                            size_t* needed) TESSEL_NOEXCEPT;
 
@@ -243,8 +243,11 @@ TESSEL_API tessel_status tessel_marker(tessel_gloves gloves, const char* text) T
  * `options` is a JSON object, or null for none:
  *   "format"    "csv", "npy" or "xdf"; by default the name's extension decides, otherwise csv
  *   "replace"   true: replace an existing recording
- * TESSEL_ERROR_BUSY if there is a recording already. Reading the gloves goes on if writing fails: an event
- * says so, and tessel_stop_recording() returns the error. */
+ *   "sync"      how often the disk is made to store what was recorded, in seconds (1); 0: only when it is
+ *               complete
+ * TESSEL_ERROR_BUSY if there is a recording already. Reading the gloves goes on if writing fails, and the
+ * recording if only the disk fails to store it: an event says so, and tessel_stop_recording() returns the
+ * error. */
 TESSEL_API tessel_status tessel_record(tessel_gloves gloves, const char* path,
                                        const char* options) TESSEL_NOEXCEPT;
 

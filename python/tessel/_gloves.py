@@ -218,13 +218,16 @@ class Gloves:
         """Marks this moment, by an event that recordings have, too. Without a text it is numbered."""
         _library.check(self._library.tessel_marker(self._handle, _library.encode(text) if text else None))
 
-    def record(self, path: Path, format: Optional[str] = None, replace: bool = False) -> RunningRecording:
+    def record(
+        self, path: Path, format: Optional[str] = None, replace: bool = False, sync: float = 1
+    ) -> RunningRecording:
         """Records into a file or folder from the next record on, until `stop_recording()` or the end.
 
         `format` is "csv", "npy" or "xdf"; by default the extension of the path decides. An existing recording is an
-        error without `replace`. In a `with` statement, the recording stops at its end.
+        error without `replace`. Every `sync` seconds the disk is made to store what was recorded, which then survives
+        a power cut; with 0 only when the recording is complete. In a `with` statement, the recording stops at its end.
         """
-        options: dict[str, Any] = {"replace": replace}
+        options: dict[str, Any] = {"replace": replace, "sync": sync}
         if format is not None:
             options["format"] = format
         name = os.fspath(path)

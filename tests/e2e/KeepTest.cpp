@@ -51,7 +51,10 @@ TEST(Keep, AKilledRunLeavesFilesThatBelongTogether)
       const auto bytes = std::filesystem::file_size(folder / file, notThere);
       return notThere ? 0 : bytes;
     };
-    tessel.waitUntil([&, &wanted = enough] { return size() > wanted; });
+    // The metadata takes as long as the disk needs to store it.
+    tessel.waitUntil([&, &wanted = enough, &file = metadata] {
+      return size() > wanted && folder.read(file).find("\"utc\"") != std::string::npos;
+    });
     tessel.signal(SIGKILL);
     EXPECT_EQ(tessel.result().exitCode, 128 + SIGKILL);
     const auto json = nlohmann::json::parse(folder.read(metadata));
