@@ -102,7 +102,7 @@ TEST_F(PartFiles, TwoRunsDoNotShareAName)
 {
   PartFile first(folder_ / "run.csv", Kind::file, false);
   EXPECT_NE(refusal("run.csv", Kind::file, true).find("another run"), std::string::npos);
-  first.replaceContent("new");
+  first.replaceContent("new", Disk::ofSystem());
   EXPECT_EQ(folder_.read("run.csv.part"), "new");
   EXPECT_NE(refusal("run.csv", Kind::file, true).find("another run"), std::string::npos);
 }
