@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
+#include <fstream>
 
 #include "host/base/Failure.h"
 #include "host/base/OutputFile.h"

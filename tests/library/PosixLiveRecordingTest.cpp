@@ -37,7 +37,7 @@ class LiveRecordings : public testing::Test, public RecordSink {
  public:
   void add(const Record& record) override { recording_.add(record); }
 
-  void begin()
+  void beginRecording()
   {
     RecordingMetadata metadata;
     metadata.layout = layout_;
@@ -72,7 +72,7 @@ class LiveRecordings : public testing::Test, public RecordSink {
 
 TEST_F(LiveRecordings, EndByThemselvesWhileTheDiskIsAtWork)
 {
-  begin();
+  beginRecording();
   deliver();
   disk_.hold(true);
   recording_.keepUp({});
@@ -93,7 +93,7 @@ TEST_F(LiveRecordings, EndByThemselvesWhileTheDiskIsAtWork)
 
 TEST_F(LiveRecordings, GoOnWhenTheDiskFailsToStoreThemAndAreNotComplete)
 {
-  begin();
+  beginRecording();
   deliver();
   disk_.onSync = [](const NotingDisk::Note& note) {
     return std::make_error_code(note.name == "run.csv.part" ? std::errc::io_error : std::errc{});
