@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "platform/Platform.h"
+#include "platform/posix/Repeated.h"
 
 namespace platform {
 
@@ -48,12 +49,12 @@ bool open(const char* path)
   // no signal. Bytes stay in it until the reader comes back.
   const bool isFifo = exists && S_ISFIFO(status.st_mode);
   const int flags = isFifo ? O_RDWR | O_NONBLOCK : O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK;
-  target = ::open(path, flags | O_NOCTTY | O_CLOEXEC, 0666);
+  target = posix::repeated([&] { return ::open(path, flags | O_NOCTTY | O_CLOEXEC, 0666); });
   if (target < 0 || ::fstat(target, &status) != 0) return false;
   isFile = S_ISREG(status.st_mode);
   errno = 0;
   if (isFifo != S_ISFIFO(status.st_mode) || isFifo == isFile) return false;
-  return ::flock(target, LOCK_EX | LOCK_NB) == 0;
+  return posix::repeated([] { return ::flock(target, LOCK_EX | LOCK_NB); }) == 0;
 }
 
 // A write beyond the process's file size limit would end the host with a signal.
@@ -102,9 +103,14 @@ std::string captureError()
 std::size_t writeCapture(std::span<const std::uint8_t> bytes)
 {
   const std::size_t wanted = isFile ? spaceWithinLimit(bytes.size()) : bytes.size();
-  if (wanted == 0) return 0;
-  const ssize_t written = ::write(target, bytes.data(), wanted);
-  return written > 0 ? static_cast<std::size_t>(written) : 0;
+  std::size_t count = 0;
+  while (count < wanted) {
+    const ssize_t written =
+        posix::repeated([&] { return ::write(target, bytes.data() + count, wanted - count); });
+    if (written <= 0) break;
+    count += static_cast<std::size_t>(written);
+  }
+  return count;
 }
 
 void closeCapture()

@@ -21,12 +21,14 @@
 
 #include "platform/Platform.h"
 #include "platform/posix/PortList.h"
+#include "platform/posix/Repeated.h"
 
 namespace platform {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using posix::repeated;
 
 struct Port {
   PortHandle handle = closedPort;
@@ -93,19 +95,19 @@ bool isPseudoTerminal(int descriptor)
 // terminal is not marked: the mark would outlive a killed program and lock out its next run.
 bool claim(int descriptor)
 {
-  if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) return false;
-  return isPseudoTerminal(descriptor) || ::ioctl(descriptor, TIOCEXCL) == 0;
+  if (repeated([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) != 0) return false;
+  return isPseudoTerminal(descriptor) || repeated([&] { return ::ioctl(descriptor, TIOCEXCL); }) == 0;
 }
 
 bool makeRaw(int descriptor)
 {
   termios settings{};
-  if (::tcgetattr(descriptor, &settings) != 0) return false;
+  if (repeated([&] { return ::tcgetattr(descriptor, &settings); }) != 0) return false;
   ::cfmakeraw(&settings);
   settings.c_cflag |= CLOCAL | CREAD;
   settings.c_cc[VMIN] = 1;
   settings.c_cc[VTIME] = 0;
-  return ::tcsetattr(descriptor, TCSANOW, &settings) == 0;
+  return repeated([&] { return ::tcsetattr(descriptor, TCSANOW, &settings); }) == 0;
 }
 
 std::size_t takeReceived(Port& port, std::span<std::uint8_t> buffer)
@@ -145,7 +147,8 @@ PortHandle openPort(const char* devicePath)
   const auto path = pathOf(devicePath);
   if (!path) return closedPort;
   auto port = std::make_unique<Port>();
-  port->descriptor = ::open(path->c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  port->descriptor =
+      repeated([&] { return ::open(path->c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC); });
   if (port->descriptor < 0) return closedPort;
   if (!claim(port->descriptor) || !makeRaw(port->descriptor)) {
     ::close(port->descriptor);
@@ -175,7 +178,7 @@ PortResult purgeReceived(PortHandle handle)
   Port* const port = find(handle);
   if (port == nullptr) return failed(invalidHandle);
   port->firstUnread = port->endOfReceived = 0;
-  return ::tcflush(port->descriptor, TCIFLUSH) == 0 ? moved(0) : failedSystem();
+  return repeated([&] { return ::tcflush(port->descriptor, TCIFLUSH); }) == 0 ? moved(0) : failedSystem();
 }
 
 PortResult getTimeouts(PortHandle handle, PortTimeouts& timeouts)

@@ -1,6 +1,7 @@
 #include "platform/posix/PortList.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <fstream>
@@ -30,7 +31,11 @@ std::optional<DeviceName> splitDeviceName(const std::string& name)
 
 std::string firstLine(const fs::path& file)
 {
-  std::ifstream stream(file);
+  std::ifstream stream;
+  do {
+    errno = 0;
+    stream.open(file);
+  } while (!stream && errno == EINTR);
   std::string line;
   std::getline(stream, line);
   return line;
@@ -73,8 +78,9 @@ std::vector<PortEntry> portsFromText(std::string_view text)
 {
   std::vector<PortEntry> ports = portsNamedIn(text);
   std::erase_if(ports, [](const PortEntry& port) {
-    std::error_code ignored;
-    return !fs::exists(port.path, ignored);
+    // One of which the system can't say it is tried: then the error is not that there is none.
+    std::error_code error;
+    return !fs::exists(port.path, error) && !error;
   });
   return ports;
 }
