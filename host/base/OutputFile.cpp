@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <iostream>
 #include <system_error>
 
 #include "host/base/Failure.h"
@@ -36,15 +35,16 @@ std::string adviceFor(int error)
 
 }  // namespace
 
-OutputFile::OutputFile(fs::path path, Existing existing)
-    : path_(std::move(path)), stream_(isStandardOutput(path_) ? std::cout.rdbuf() : file_.rdbuf())
+OutputFile::OutputFile(fs::path path, Existing existing) : path_(std::move(path))
 {
-  if (isStandardOutput(path_)) return;
-  file_.rdbuf()->pubsetbuf(nullptr, 0);
+  if (isStandardOutput(path_)) {
+    file_.useStandardOutput();
+    return;
+  }
+  using Content = host::UnbufferedFile::Content;
   const bool appends = existing == Existing::appended;
   errno = 0;
-  file_.open(path_, (appends ? std::ios_base::app : std::ios_base::out) | std::ios_base::binary);
-  if (!file_) fail();
+  if (!file_.open(path_, appends ? Content::appended : Content::replaced)) fail();
   std::error_code unknown;
   if (appends && fs::is_regular_file(path_, unknown)) size_ = fs::file_size(path_);
 }
@@ -61,15 +61,12 @@ void OutputFile::fail() const
 void OutputFile::append(std::string_view piece)
 {
   errno = 0;
-  if (stream_.write(piece.data(), static_cast<std::streamsize>(piece.size())).flush()) {
+  if (file_.write(piece)) {
     size_ += piece.size();
     return;
   }
   const int error = errno;
-  std::error_code ignored;
-  if (!isStandardOutput(path_) && fs::is_regular_file(path_, ignored)) fs::resize_file(path_, size_, ignored);
-  stream_.clear();
-  stream_.seekp(static_cast<std::streamoff>(size_));
+  if (!isStandardOutput(path_)) file_.cut(size_);
   errno = error;
   fail();
 }
@@ -91,8 +88,7 @@ void OutputFile::close()
   errno = 0;
   if (isStandardOutput(path_)) return;
   beginning_.reset();
-  file_.close();
-  if (!file_) fail();
+  if (!file_.close()) fail();
 }
 
 void replaceFile(const fs::path& path, std::string_view content, Disk& disk)

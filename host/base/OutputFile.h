@@ -6,12 +6,12 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string_view>
 
 #include "host/base/Disk.h"
 #include "host/base/System.h"
+#include "host/base/UnbufferedFile.h"
 
 class OutputFile {
  public:
@@ -33,8 +33,7 @@ class OutputFile {
   [[noreturn]] void fail() const;
 
   std::filesystem::path path_;
-  std::ofstream file_;
-  std::ostream stream_;  // writes to file_ or to standard output
+  host::UnbufferedFile file_;
   std::uint64_t size_ = 0;
   std::optional<host::FileBeginning> beginning_;
 };

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "host/base/Console.h"
 #include "host/base/Failure.h"
 #include "host/base/OutputFile.h"
 #include "host/base/Text.h"
@@ -30,6 +31,18 @@ fs::path resolved(fs::path path)
 bool isOpenStream(const fs::path& path)
 {
   return path.parent_path() == "/dev/fd" || path.parent_path() == "/proc/self/fd";
+}
+
+// A file is only unlinked: to look for more in it would be one more operation that can fail.
+std::error_code removed(const fs::path& path, PartFile::Kind kind)
+{
+  std::error_code error;
+  if (kind == PartFile::Kind::file) {
+    fs::remove(path, error);
+  } else {
+    fs::remove_all(path, error);
+  }
+  return error;
 }
 
 void checkExisting(const fs::path& path, PartFile::Kind kind, bool replaces, PartFile::Test isReplaceable)
@@ -107,8 +120,11 @@ PartFile::PartFile(const fs::path& wanted, Kind kind, bool replaces, Test isRepl
 
 PartFile::~PartFile()
 {
-  std::error_code ignored;
-  if (!stays_ && hasPlace()) fs::remove_all(growing_, ignored);
+  if (stays_ || !hasPlace()) return;
+  const std::error_code error = removed(growing_, kind_);
+  if (error)
+    console::notice(
+        fmt::format("{} can't be deleted: {}. Delete it by hand.", utf8(growing_), error.message()));
 }
 
 void PartFile::checkWanted() const
@@ -119,7 +135,7 @@ void PartFile::checkWanted() const
 void PartFile::make()
 {
   std::error_code error;
-  if (replaces_) fs::remove_all(growing_, error);  // if it fails, so does what follows
+  if (replaces_) removed(growing_, kind_);  // if it fails, so does what follows
   if (kind_ == Kind::folder) {
     fs::create_directory(growing_, error);
   } else {
@@ -162,8 +178,8 @@ void PartFile::settle()
   std::error_code error;
   if (replaces_) {
     checkWanted();
-    if (kind_ == Kind::folder) fs::remove_all(wanted_, error);
-    fs::rename(growing_, wanted_, error);
+    if (kind_ == Kind::folder) error = removed(wanted_, kind_);
+    if (!error) fs::rename(growing_, wanted_, error);
   } else {
     error = host::renameNew(growing_, wanted_);
   }

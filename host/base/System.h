@@ -85,6 +85,7 @@ class FileBeginning {
 
  private:
   std::intptr_t handle_ = -1;
+  int openingError_ = 0;
 };
 
 // Opens closed standard streams, so that no other file gets their descriptors.

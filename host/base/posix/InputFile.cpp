@@ -5,10 +5,12 @@
 
 #include <cerrno>
 
+#include "host/base/posix/Repeated.h"
+
 namespace host {
 
 InputFile::InputFile(const std::filesystem::path& path)
-    : file_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    : file_(path == "-" ? STDIN_FILENO : repeated([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }))
 {
   if (file_ < 0) error_ = {errno, std::generic_category()};
 }
@@ -21,10 +23,7 @@ InputFile::~InputFile()
 std::size_t InputFile::read(std::span<std::uint8_t> buffer)
 {
   if (error_) return 0;
-  ssize_t count = 0;
-  do {
-    count = ::read(file_, buffer.data(), buffer.size());
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = repeated([&] { return ::read(file_, buffer.data(), buffer.size()); });
   if (count < 0) error_ = {errno, std::generic_category()};
   return count < 0 ? 0 : static_cast<std::size_t>(count);
 }

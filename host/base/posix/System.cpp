@@ -16,11 +16,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include "host/base/posix/Repeated.h"
+
 namespace host {
 
-Lock::Lock(const std::filesystem::path& path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+Lock::Lock(const std::filesystem::path& path)
+    : handle_(repeated([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }))
 {
-  isHeld_ = handle_ >= 0 && ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB) == 0;
+  isHeld_ =
+      handle_ >= 0 && repeated([&] { return ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB); }) == 0;
 }
 
 Lock::~Lock()
@@ -43,17 +47,20 @@ bool isOwn(int descriptor, mode_t type)
 
 FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
 {
-  const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  const int folder =
+      repeated([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); });
   if (folder < 0) return;
   if (isOwn(folder, S_IFDIR)) {
     const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    handle_ = ::openat(folder, lockName, kind == Kind::fresh ? flags | O_CREAT | O_EXCL : flags, 0600);
+    const int creating = kind == Kind::fresh ? O_CREAT | O_EXCL : 0;
+    handle_ = repeated([&] { return ::openat(folder, lockName, flags | creating, 0600); });
   }
   ::close(folder);
   const int file = static_cast<int>(handle_);
   // Between creating and locking the file, another run may have deleted the folder as abandoned; then the
   // locked file is unlinked.
-  isHeld_ = file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0 && isOwn(file, S_IFREG);
+  isHeld_ =
+      file >= 0 && repeated([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0 && isOwn(file, S_IFREG);
 }
 
 FolderLock::~FolderLock()
@@ -63,7 +70,8 @@ FolderLock::~FolderLock()
 
 std::error_code createFile(const std::filesystem::path& path)
 {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  const int file =
+      repeated([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); });
   if (file < 0) return {errno, std::generic_category()};
   ::close(file);
   return {};
@@ -121,7 +129,7 @@ std::error_code SyncHandle::sync()
 }
 
 FileBeginning::FileBeginning(const std::filesystem::path& path)
-    : handle_(::open(path.c_str(), O_WRONLY | O_CLOEXEC))
+    : handle_(repeated([&] { return ::open(path.c_str(), O_WRONLY | O_CLOEXEC); })), openingError_(errno)
 {
 }
 
@@ -132,8 +140,18 @@ FileBeginning::~FileBeginning()
 
 bool FileBeginning::write(std::string_view bytes)
 {
-  const ssize_t written = ::pwrite(static_cast<int>(handle_), bytes.data(), bytes.size(), 0);
-  return written == static_cast<ssize_t>(bytes.size());
+  if (handle_ < 0) {
+    errno = openingError_;
+    return false;
+  }
+  for (off_t done = 0; !bytes.empty();) {
+    const ssize_t count =
+        repeated([&] { return ::pwrite(static_cast<int>(handle_), bytes.data(), bytes.size(), done); });
+    if (count < 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+    done += count;
+  }
+  return true;
 }
 
 void openStandardStreams()
