@@ -24,6 +24,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// In place of "." and the like.
+fs::path nameOf(const fs::path& recording)
+{
+  std::error_code unknown;
+  const fs::path name = fs::weakly_canonical(recording, unknown).filename();
+  return unknown ? recording.filename() : name;
+}
+
 bool isSame(const fs::path& one, const fs::path& other)
 {
   std::error_code error;
@@ -189,10 +197,7 @@ class Converter {
     } else if (metadata.hands.is_null()) {
       metadata.hands = handLayoutJson(metadata.layout);
     }
-    std::error_code unknown;
-    // In place of "." and the like.
-    const fs::path from = fs::weakly_canonical(conversion_.from, unknown).filename();
-    metadata.converted = {{"from", utf8(from)}, {"program", programVersion}};
+    metadata.converted = {{"from", utf8(nameOf(conversion_.from))}, {"program", programVersion}};
     if (std::isfinite(conversion_.fromSeconds)) metadata.converted["fromSeconds"] = conversion_.fromSeconds;
     if (std::isfinite(conversion_.toSeconds)) metadata.converted["toSeconds"] = conversion_.toSeconds;
     if (!conversion_.regions.empty()) metadata.converted["regions"] = conversion_.regions;

@@ -107,14 +107,15 @@ class CsvReader final : public RecordReader {
   void readCompanion()
   {
     const std::filesystem::path companion = existingCompanionOf(path_, names::metadataSuffix);
-    std::error_code unknown;
-    if (!std::filesystem::exists(companion, unknown)) return;
+    if (!isThere(companion)) return;
     try {
       ReadMetadata read = readMetadataFile(companion);
       std::ranges::move(read.notes, std::back_inserter(notes_));
       expectedRecords_ = read.records;
       isIncomplete_ = !read.isComplete;
       metadata_ = std::move(read.metadata);
+    } catch (const UnreadableFile&) {
+      throw;
     } catch (const Failure& failure) {
       notes_.push_back(fmt::format("its metadata was not read: {}", failure.what()));
       return;

@@ -48,7 +48,7 @@ bool LineReader::fill()
   end_ -= begin_;
   begin_ = 0;
   file_.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
-  if (file_.bad()) damagedRecording(path_, "can't be read completely", "Check the disk.");
+  checkRead(file_, path_);
   const auto got = static_cast<std::size_t>(file_.gcount());
   end_ += got;
   read_ += got;

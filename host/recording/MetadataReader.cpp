@@ -226,6 +226,7 @@ ReadMetadata readMetadataFile(const std::filesystem::path& path)
   std::ifstream file = openInput(path);
   std::string text(maxSize, '\0');
   file.read(text.data(), maxSize);
+  checkRead(file, path);
   text.resize(static_cast<std::size_t>(file.gcount()));
   return readMetadata(text, path);
 }

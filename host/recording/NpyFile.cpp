@@ -33,6 +33,7 @@ std::string NpyFile::readHeader()
   constexpr std::string_view magic = "\x93NUMPY";
   std::array<char, 10> start{};
   file_.read(start.data(), start.size());
+  checkRead(file_, path_);
   if (!file_ || std::string_view(start.data(), magic.size()) != magic) {
     damagedRecording(path_, "is not a NumPy array");
   }
@@ -41,6 +42,7 @@ std::string NpyFile::readHeader()
   const auto high = static_cast<unsigned char>(start[9]);
   std::string header(std::size_t{low} + std::size_t{256} * high, '\0');
   file_.read(header.data(), static_cast<std::streamsize>(header.size()));
+  checkRead(file_, path_);
   if (!file_) damagedRecording(path_, "ends within its header");
   std::erase_if(header, [](char character) { return character == ' ' || character == '\n'; });
   return header;

@@ -122,8 +122,7 @@ class NpyReader final : public RecordReader {
 
   NpyFile* openIfThere(const std::string& array, const NpyFile::Wanted& wanted)
   {
-    std::error_code unknown;
-    return fs::exists(folder_ / names::arrayFile(array), unknown) ? open(array, wanted) : nullptr;
+    return isThere(folder_ / names::arrayFile(array)) ? open(array, wanted) : nullptr;
   }
 
   void openArrays(bool hasTimes)

@@ -125,10 +125,11 @@ fs::path existingCompanionOf(fs::path records, std::string_view suffix)
 std::vector<RecordingEvent> readEvents(const fs::path& path, std::vector<std::string>& notes)
 {
   std::vector<RecordingEvent> events;
-  std::error_code unknown;
-  if (!fs::exists(path, unknown)) return events;
+  if (!isThere(path)) return events;
   try {
     readLines(path, events, notes);
+  } catch (const UnreadableFile&) {
+    throw;
   } catch (const Failure& failure) {
     notes.push_back(fmt::format("its events are incomplete: {}", failure.what()));
   }

@@ -26,7 +26,8 @@ std::string beginningOf(const fs::path& path)
   std::ifstream file(path, std::ios::binary);
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   text.resize(static_cast<std::size_t>(file.gcount()));
-  return text;
+  // What can't be read is not taken for an empty file, which may be replaced.
+  return !file.is_open() || file.bad() ? "unreadable" : text;
 }
 
 bool isMetadata(const fs::path& path)
@@ -279,6 +280,7 @@ void RecordingFiles::complete()
     eventsPart_->checkWanted();
   }
   writeMetadata(true);
+  isComplete_ = true;
   if (companions_) {
     if (replaces_) removeReplaced();
     if (eventCount_ > 0) eventsPart_->settle();
@@ -305,6 +307,7 @@ void RecordingFiles::discard()
   sync_.reset();
   writer_.reset();
   events_.reset();
+  if (isComplete_) return;
   records_.keep(false);
   if (metadataPart_) metadataPart_->keep(false);
   if (eventsPart_) eventsPart_->keep(false);

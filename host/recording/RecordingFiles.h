@@ -62,7 +62,7 @@ class RecordingFiles {
   void complete();
   // Not all could be written: the files keep their names.
   void abandon() noexcept;
-  // There are no records: everything is deleted.
+  // There are no records: everything is deleted, unless complete() had got as far as the final names.
   void discard();
 
   // Where the records are after complete().
@@ -95,6 +95,7 @@ class RecordingFiles {
   std::unique_ptr<RecordWriter> writer_;
   std::optional<OutputFile> events_;
   std::uint64_t eventCount_ = 0;
+  bool isComplete_ = false;  // but for the names
   RecordingMetadata metadata_;
   std::optional<Time> next_;
   bool isDiskFailureTaken_ = false;

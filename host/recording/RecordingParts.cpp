@@ -27,19 +27,41 @@ void emptyRecording(const std::filesystem::path& path)
   damagedRecording(path, "contains no records", "Record for longer, or wait until the gloves send.");
 }
 
+UnreadableFile::UnreadableFile(const std::filesystem::path& path, const std::string& what)
+    : Failure(ExitCode::recording, fmt::format("{} {}", utf8(path), what), "Try again, and check the disk.")
+{
+}
+
 std::ifstream openInput(const std::filesystem::path& path)
+{
+  if (!isThere(path)) damagedRecording(path, "does not exist");
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error) && !error) damagedRecording(path, "is not a file");
+  std::ifstream file;
+  do {
+    errno = 0;
+    file.open(path, std::ios::binary);
+  } while (!file && errno == EINTR);
+  if (file) return file;
+  const std::string what = fmt::format("can't be opened: {}", std::generic_category().message(errno));
+  if (errno == EACCES) damagedRecording(path, what, "Check the permissions.");
+  throw UnreadableFile(path, what);
+}
+
+bool isThere(const std::filesystem::path& path)
 {
   std::error_code error;
   const auto status = std::filesystem::status(path, error);
-  if (!std::filesystem::exists(status)) damagedRecording(path, "does not exist");
-  if (!std::filesystem::is_regular_file(status)) damagedRecording(path, "is not a file");
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    damagedRecording(path, fmt::format("can't be opened: {}", std::generic_category().message(errno)),
-                     "Check the permissions.");
-  }
-  return file;
+  using Type = std::filesystem::file_type;
+  // One that may not be looked at can't be opened either, which is then the error.
+  if (status.type() != Type::none) return status.type() != Type::not_found;
+  if (error == std::errc::permission_denied) return true;
+  throw UnreadableFile(path, fmt::format("can't be read: {}", error.message()));
+}
+
+void checkRead(const std::ifstream& file, const std::filesystem::path& path)
+{
+  if (file.bad()) throw UnreadableFile(path, "can't be read completely");
 }
 
 void addGroup(Layout& layout, const std::filesystem::path& path, const std::string& label)

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 
+#include "host/base/Failure.h"
 #include "host/base/Limits.h"
 #include "host/recording/Layout.h"
 
@@ -19,8 +20,17 @@ inline constexpr const char* incompleteNote = "it was not completed; all records
     const std::string& advice = "Choose a recording of `tessel record`: a .csv or .xdf file, or a folder.");
 [[noreturn]] void emptyRecording(const std::filesystem::path& path);
 
-// In binary mode.
+// The system can't read a file now, which does not mean that there is nothing in it.
+struct UnreadableFile : Failure {
+  UnreadableFile(const std::filesystem::path& path, const std::string& what);
+};
+
+// In binary mode. An UnreadableFile if opening fails.
 std::ifstream openInput(const std::filesystem::path& path);
+// False only if it does not exist.
+bool isThere(const std::filesystem::path& path);
+// An UnreadableFile if reading ended by an error instead of the end of the file.
+void checkRead(const std::ifstream& file, const std::filesystem::path& path);
 
 // Appends an empty group.
 void addGroup(Layout& layout, const std::filesystem::path& path, const std::string& label);

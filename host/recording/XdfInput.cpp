@@ -53,7 +53,7 @@ XdfInput::XdfInput(const std::filesystem::path& path) : path_(path), file_(openI
 std::size_t XdfInput::read(std::span<char> bytes)
 {
   file_.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (file_.bad()) damagedRecording(path_, "can't be read completely", "Check the disk.");
+  checkRead(file_, path_);
   const auto got = static_cast<std::size_t>(file_.gcount());
   position_ += got;
   return got;
@@ -62,7 +62,8 @@ std::size_t XdfInput::read(std::span<char> bytes)
 void XdfInput::seek(std::uint64_t position)
 {
   file_.clear();
-  file_.seekg(static_cast<std::streamoff>(position));
+  if (!file_.seekg(static_cast<std::streamoff>(position))) file_.setstate(std::ios_base::badbit);
+  checkRead(file_, path_);
   position_ = position;
 }
 
