@@ -3,6 +3,7 @@
 // is.
 #pragma once
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -60,7 +61,10 @@ bool openStream(FileStream& stream, const std::wstring& path, std::ios_base::ope
     stream.setstate(std::ios_base::failbit);
     return false;
   }
-  stream.open(*native, mode);
+  do {
+    errno = 0;
+    stream.open(*native, mode);
+  } while (!stream.is_open() && errno == EINTR);
   return stream.is_open();
 }
 

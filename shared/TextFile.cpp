@@ -4,7 +4,6 @@
 #include <array>
 #include <cwchar>
 #include <fstream>
-#include <iterator>
 #include <locale>
 
 #include "shared/System.h"
@@ -149,7 +148,13 @@ std::optional<std::wstring> read(const std::wstring& path, const ForeignObserver
 {
   std::ifstream file;
   if (!os::openStream(file, path, std::ios_base::in)) return std::nullopt;
-  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::string bytes;
+  for (std::array<char, 4096> piece{}; file;) {
+    file.read(piece.data(), piece.size());
+    bytes.append(piece.data(), static_cast<std::size_t>(file.gcount()));
+  }
+  // Not a part of it.
+  if (file.bad()) return std::nullopt;
   return decode(bytes, onForeign);
 }
 

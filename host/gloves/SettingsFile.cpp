@@ -196,7 +196,7 @@ std::vector<std::string> errorLines(const SettingsReport& report, std::size_t ma
 SettingsReport readSettings(const fs::path& file)
 {
   std::error_code error;
-  if (!fs::exists(file, error)) {
+  if (!fs::exists(file, error) && !error) {
     throw Failure(ExitCode::settings, fmt::format("there is no settings file {}.", utf8(file)),
                   fmt::format("Write one with: tessel settings {} --write", utf8(file)));
   }
