@@ -4,9 +4,12 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
+#include <cstdint>
+#include <vector>
 
+#include "host/base/Failure.h"
+#include "host/base/InputFile.h"
+#include "host/base/Text.h"
 #include "host/base/Version.h"
 #include "host/doctor/DoctorText.h"
 
@@ -29,8 +32,17 @@ constexpr const char* readme =
 
 std::string contentOf(const std::filesystem::path& path)
 {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  host::InputFile file(path);
+  std::string content;
+  std::vector<std::uint8_t> piece(std::size_t{1} << 16);
+  while (const std::size_t count = file.read(piece)) {
+    content.append(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+  }
+  if (!file.error() || file.error() == std::errc::no_such_file_or_directory) return content;
+  throw Failure(
+      ExitCode::output,
+      fmt::format("{}, a part of the report, can't be read: {}.", utf8(path), file.error().message()),
+      "Try again, and check the disk.");
 }
 
 std::string stepsText(const Doctor& doctor)
