@@ -1,6 +1,7 @@
 #include "host/commands/CommandLine.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -19,14 +20,13 @@ namespace {
 // What a type name begins with that says how a value is completed; others are the library's.
 constexpr std::string_view completionMark = "complete ";
 
-CLI::Option* complete(CLI::Option* option, const std::string& kind,
-                      const std::vector<std::string>& words = {})
+void complete(CLI::Option& option, const std::string& kind, const std::vector<std::string>& words = {})
 {
   std::string type = std::string(completionMark) + kind;
   for (const std::string& word : words) {
     type += " " + word;
   }
-  return option->type_name(type);
+  option.type_name(type);
 }
 
 Failure usage(const CLI::App& command, const std::string& what)
@@ -181,13 +181,73 @@ Failure explained(const CLI::App& program, const CLI::ParseError& error)
 
 }  // namespace
 
-CLI::Option* addFlag(CLI::App& command, const std::string& names, bool& target, const std::string& help)
+CLI::App& addCommand(CLI::App& program, const std::string& name, const std::string& description)
 {
-  return command.add_flag(names, target, help)->disable_flag_override();
+  return *program.add_subcommand(name, description);
 }
 
-CLI::Option* addText(CLI::App& command, const std::string& names, const std::string& valueName,
-                     const TextTaker& take, const std::string& help)
+void onRun(CLI::App& command, const std::function<void()>& run)
+{
+  command.callback(run);
+}
+
+void setNotes(CLI::App& command, const std::string& notes)
+{
+  command.footer(notes);
+}
+
+const Option& Option::required() const
+{
+  option_->required();
+  return *this;
+}
+
+const Option& Option::needs(const Option& other) const
+{
+  option_->needs(other.option_);
+  return *this;
+}
+
+const Option& Option::needs(const std::string& name) const
+{
+  option_->needs(name);
+  return *this;
+}
+
+const Option& Option::excludes(const Option& other) const
+{
+  option_->excludes(other.option_);
+  return *this;
+}
+
+const Option& Option::completeFiles(const std::vector<std::string>& extensions) const
+{
+  complete(*option_, "files", extensions);
+  return *this;
+}
+
+const Option& Option::completeWords(const std::vector<std::string>& words) const
+{
+  complete(*option_, "words", words);
+  return *this;
+}
+
+std::vector<Option> optionsOf(CLI::App& command)
+{
+  std::vector<Option> options;
+  for (CLI::Option* const option : command.get_options()) {
+    if (!option->get_lnames().empty() && !option->check_name("--help")) options.emplace_back(option);
+  }
+  return options;
+}
+
+Option addFlag(CLI::App& command, const std::string& names, bool& target, const std::string& help)
+{
+  return Option(command.add_flag(names, target, help)->disable_flag_override());
+}
+
+Option addText(CLI::App& command, const std::string& names, const std::string& valueName,
+               const TextTaker& take, const std::string& help)
 {
   // The library would accept the next option as the value.
   const auto takeValue = [&command, names, valueName, take](const std::string& text) {
@@ -197,32 +257,33 @@ CLI::Option* addText(CLI::App& command, const std::string& names, const std::str
     }
     take(text);
   };
-  return command.add_option_function<std::string>(names, takeValue, help)->option_text(valueName);
+  return Option(command.add_option_function<std::string>(names, takeValue, help)->option_text(valueName));
 }
 
-CLI::Option* addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
-                      const TextTaker& take, const std::string& help)
+Option addTexts(CLI::App& command, const std::string& names, const std::string& valueName,
+                const TextTaker& take, const std::string& help)
 {
   const auto takeAll = [take](const std::vector<std::string>& texts) { std::ranges::for_each(texts, take); };
-  return command.add_option_function<std::vector<std::string>>(names, takeAll, help)
-      ->option_text(valueName)
-      ->allow_extra_args(false);
+  return Option(command.add_option_function<std::vector<std::string>>(names, takeAll, help)
+                    ->option_text(valueName)
+                    ->allow_extra_args(false));
 }
 
-CLI::Option* addPath(CLI::App& command, const std::string& names, const std::string& valueName,
-                     std::filesystem::path& target, const std::string& help)
+Option addPath(CLI::App& command, const std::string& names, const std::string& valueName,
+               std::filesystem::path& target, const std::string& help)
 {
   const auto take = [&command, &target, names, valueName](const std::string& text) {
     if (text.empty())
       throw refused(command, names, "the name of a " + CLI::detail::to_lower(valueName), text);
     target = text;
   };
-  CLI::Option* const option = addText(command, names, valueName, take, help);
-  return valueName == "FOLDER" ? complete(option, "folders") : completeFiles(option);
+  const Option option = addText(command, names, valueName, take, help);
+  complete(*option.get(), valueName == "FOLDER" ? "folders" : "files");
+  return option;
 }
 
-CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
-                       const std::vector<std::string>& words, const TextTaker& take, const std::string& help)
+Option addChoice(CLI::App& command, const std::string& names, const std::string& valueName,
+                 const std::vector<std::string>& words, const TextTaker& take, const std::string& help)
 {
   const auto choose = [&command, names, words, take](const std::string& text) {
     const std::string lower = CLI::detail::to_lower(text);
@@ -231,12 +292,11 @@ CLI::Option* addChoice(CLI::App& command, const std::string& names, const std::s
     throw refused(command, names, fmt::format("{} or {}", possible, words.back()), text,
                   didYouMean(lower, words));
   };
-  return completeWords(addText(command, names, valueName, choose, help), words);
+  return addText(command, names, valueName, choose, help).completeWords(words);
 }
 
-CLI::Option* addNumber(CLI::App& command, const std::string& names, const std::string& valueName,
-                       const NumberRange& range, const std::function<void(double)>& take,
-                       const std::string& help)
+Option addNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                 const NumberRange& range, const std::function<void(double)>& take, const std::string& help)
 {
   const auto read = [&command, names, range, take](const std::string& text) {
     double number = 0;
@@ -249,9 +309,9 @@ CLI::Option* addNumber(CLI::App& command, const std::string& names, const std::s
   return addText(command, names, valueName, read, help);
 }
 
-CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const std::string& valueName,
-                            const WholeRange& range, const std::function<void(std::uint64_t)>& take,
-                            const std::string& help)
+Option addWholeNumber(CLI::App& command, const std::string& names, const std::string& valueName,
+                      const WholeRange& range, const std::function<void(std::uint64_t)>& take,
+                      const std::string& help)
 {
   const auto read = [&command, names, range, take](const std::string& text) {
     std::uint64_t number = 0;
@@ -262,16 +322,6 @@ CLI::Option* addWholeNumber(CLI::App& command, const std::string& names, const s
     take(number);
   };
   return addText(command, names, valueName, read, help);
-}
-
-CLI::Option* completeFiles(CLI::Option* option, const std::vector<std::string>& extensions)
-{
-  return complete(option, "files", extensions);
-}
-
-CLI::Option* completeWords(CLI::Option* option, const std::vector<std::string>& words)
-{
-  return complete(option, "words", words);
 }
 
 std::string completionOf(const CLI::Option& option)

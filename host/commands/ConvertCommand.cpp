@@ -157,16 +157,16 @@ void addConvert(CLI::App& tessel, ExitCode& /*exitCode*/)
   using namespace command_line;
   const auto options = std::make_shared<ConvertOptions>();
   ConvertOptions& target = *options;
-  CLI::App& command =
-      *tessel.add_subcommand("convert", "Writes a recording in another format, or as a table.");
+  CLI::App& command = addCommand(tessel, "convert", "Writes a recording in another format, or as a table.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
-  completeFiles(addPath(command, "RECORDING", "RECORDING", target.conversion.from,
-                        "a .csv or .xdf file or a folder of NumPy arrays, finished or not"),
-                {"csv", "xdf", "part"})
-      ->required();
-  completeFiles(addPath(command, "OUTPUT", "FILE|FOLDER|-", target.conversion.to,
-                        "output file or folder, or - for standard output"))
-      ->required();
+  addPath(command, "RECORDING", "RECORDING", target.conversion.from,
+          "a .csv or .xdf file or a folder of NumPy arrays, finished or not")
+      .completeFiles({"csv", "xdf", "part"})
+      .required();
+  addPath(command, "OUTPUT", "FILE|FOLDER|-", target.conversion.to,
+          "output file or folder, or - for standard output")
+      .completeFiles()
+      .required();
   const auto formats = allFormats();
   addChoice(
       command, "--format", fmt::to_string(fmt::join(formats, "|")), formats,
@@ -188,13 +188,13 @@ void addConvert(CLI::App& tessel, ExitCode& /*exitCode*/)
       command, target.layout,
       "Where the elements are on the hand, in place of what the recording says; see docs/layout.md");
   addFlag(command, "--force", target.conversion.replaces, "Replace an existing output");
-  command.footer(
-      "Examples:  tessel convert grip.csv grip.npy           and back\n"
-      "           tessel convert grip.csv grip.xdf --from 10 --to 20\n"
-      "           tessel convert grip.npy - --format tidy | gzip > grip.csv.gz\n"
-      "           tessel convert grip.csv regions.csv --format regions\n"
-      "Metadata and events go along, but not into tables. The output's name ends in\n"
-      "\".part\" until it is complete, and after an error there is none. What the format\n"
-      "can't hold is reported. docs/convert.md describes the tables.");
-  command.callback([options] { run(*options); });
+  setNotes(command,
+           "Examples:  tessel convert grip.csv grip.npy           and back\n"
+           "           tessel convert grip.csv grip.xdf --from 10 --to 20\n"
+           "           tessel convert grip.npy - --format tidy | gzip > grip.csv.gz\n"
+           "           tessel convert grip.csv regions.csv --format regions\n"
+           "Metadata and events go along, but not into tables. The output's name ends in\n"
+           "\".part\" until it is complete, and after an error there is none. What the format\n"
+           "can't hold is reported. docs/convert.md describes the tables.");
+  onRun(command, [options] { run(*options); });
 }

@@ -68,8 +68,9 @@ void addDoctor(CLI::App& tessel, ExitCode& exitCode)
 {
   using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App& command = *tessel.add_subcommand(
-      "doctor", "Finds out what is wrong, from the computer to the gloves' samples, and says what to do.");
+  CLI::App& command =
+      addCommand(tessel, "doctor",
+                 "Finds out what is wrong, from the computer to the gloves' samples, and says what to do.");
   DoctorOptions& doctor = options->doctor;
   addPath(command, "--output,-o", "FOLDER", doctor.folder,
           "Folder in which you will record (the current one): its free space and speed are tested");
@@ -77,19 +78,19 @@ void addDoctor(CLI::App& tessel, ExitCode& exitCode)
       command, "--seconds", "SECONDS", {.lowest = 1, .highest = 600},
       [&doctor](double seconds) { doctor.seconds = seconds; },
       "Duration of the measurement (10); the longer, the more exactly the gloves' clocks are known");
-  completeFiles(addPath(command, "--report", "FILE", options->report,
-                        "Write all that was found, with captures and the plug-in's log, into this tar file"),
-                {"tar"});
-  addFlag(command, "--force", options->replaces, "Replace an existing report")->needs("--report");
+  addPath(command, "--report", "FILE", options->report,
+          "Write all that was found, with captures and the plug-in's log, into this tar file")
+      .completeFiles({"tar"});
+  addFlag(command, "--force", options->replaces, "Replace an existing report").needs("--report");
   addFlag(command, "--json", options->isJson, "Print the results as JSON on standard output");
   addHardwareOptions(command, doctor.hardware);
   addPath(command, "--root", "FOLDER", doctor.root,
           "Read the system's files below this folder instead of /, for tests of this command");
-  command.footer(
-      "Examples:  tessel doctor\n"
-      "           tessel doctor --sim\n"
-      "           tessel doctor --settings gloves.txt --report problem.tar\n"
-      "The exit code is that with which `tessel record` would fail, 0 with warnings.\n"
-      "No other program may use the dongle meanwhile.");
-  command.callback([options, &exitCode] { exitCode = run(*options); });
+  setNotes(command,
+           "Examples:  tessel doctor\n"
+           "           tessel doctor --sim\n"
+           "           tessel doctor --settings gloves.txt --report problem.tar\n"
+           "The exit code is that with which `tessel record` would fail, 0 with warnings.\n"
+           "No other program may use the dongle meanwhile.");
+  onRun(command, [options, &exitCode] { exitCode = run(*options); });
 }

@@ -8,8 +8,8 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
   addFlag(command, "--sim", options.isSimulated, "Use simulated gloves");
   addPath(command, "--scenario", "FILE", options.scenario,
           "With --sim: file of timed events (see `tessel sim --help`)")
-      ->needs("--sim");
-  CLI::Option* const settings =
+      .needs("--sim");
+  const Option settings =
       addPath(command, "--settings", "FILE", options.settings, "Settings file of the plug-in");
   addChoice(
       command, "--gloves", "left|right|both|1|2 [both]", {"left", "right", "both", "1", "2"},
@@ -20,14 +20,14 @@ void addHardwareOptions(CLI::App& command, HardwareOptions& options)
                                              : Gloves::both;
       },
       "Which gloves to connect; 1 is one glove of either side. Not with --settings")
-      ->excludes(settings);
+      .excludes(settings);
   addNumber(
       command, "--wait", "SECONDS", {.lowest = 0, .highest = 1e9},
       [&options](double seconds) { options.waitSeconds = seconds; },
       "For how long to look for gloves that are not found, or don't answer, at once (60)");
-  completeFiles(addPath(command, "--plugin", "FILE", options.plugin,
-                        "Plug-in to load instead of the one next to this program"),
-                {"so", "dll"});
+  addPath(command, "--plugin", "FILE", options.plugin,
+          "Plug-in to load instead of the one next to this program")
+      .completeFiles({"so", "dll"});
   addPath(command, "--log", "FOLDER", options.logFolder,
           "Write the plug-in's log to a new subfolder of this folder, one for each connection");
 }

@@ -125,13 +125,14 @@ void run(const Options& options)
 
 void addInfo(CLI::App& tessel, ExitCode& exitCode)
 {
+  using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App& command = *tessel.add_subcommand(
-      "info", "Shows the dongle and the gloves: serial numbers, firmware, battery and sensors.");
+  CLI::App& command = addCommand(
+      tessel, "info", "Shows the dongle and the gloves: serial numbers, firmware, battery and sensors.");
   addHardwareOptions(command, options->hardware);
-  command_line::addFlag(command, "--json", options->isJson, "Print JSON");
-  command.footer("Examples:  tessel info\n           tessel info --sim");
-  command.callback([options, &exitCode] {
+  addFlag(command, "--json", options->isJson, "Print JSON");
+  setNotes(command, "Examples:  tessel info\n           tessel info --sim");
+  onRun(command, [options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;
   });

@@ -106,24 +106,26 @@ void addLayout(CLI::App& tessel, ExitCode& /*exitCode*/)
 {
   using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App& command = *tessel.add_subcommand(
-      "layout", "Checks and draws a layout, which says where the elements of a glove are, or writes one.");
-  completeFiles(addPath(command, "FILE", "FILE", options->file, "the layout, a JSON file"), {"json"})
-      ->required();
+  CLI::App& command =
+      addCommand(tessel, "layout",
+                 "Checks and draws a layout, which says where the elements of a glove are, or writes one.");
+  addPath(command, "FILE", "FILE", options->file, "the layout, a JSON file")
+      .completeFiles({"json"})
+      .required();
   addPictureFileOptions(command, options->picture, "the layout");
-  CLI::Option* const writes =
+  const Option writes =
       addFlag(command, "--write", options->writes, "Write the layout of the simulated hand, to start from");
   addWholeNumber(
       command, "--elements", "NUMBER [125]", {.lowest = 1, .highest = maxElements},
       [&target = *options](std::uint64_t elements) { target.elements = static_cast<std::size_t>(elements); },
       "With --write: elements of a glove")
-      ->needs(writes);
-  command.footer(
-      "Examples:  tessel layout hand.json --write      writes a layout to start from\n"
-      "           tessel layout hand.json              checks it and draws hand.svg\n"
-      "           tessel record --layout hand.json     uses it\n"
-      "All errors of a layout are reported at once; the exit code is then 2.\n"
-      "Without --output, a picture that `tessel layout` drew earlier is replaced. Any\n"
-      "other existing file is replaced only with --force.");
-  command.callback([options] { run(*options); });
+      .needs(writes);
+  setNotes(command,
+           "Examples:  tessel layout hand.json --write      writes a layout to start from\n"
+           "           tessel layout hand.json              checks it and draws hand.svg\n"
+           "           tessel record --layout hand.json     uses it\n"
+           "All errors of a layout are reported at once; the exit code is then 2.\n"
+           "Without --output, a picture that `tessel layout` drew earlier is replaced. Any\n"
+           "other existing file is replaced only with --force.");
+  onRun(command, [options] { run(*options); });
 }

@@ -5,7 +5,7 @@
 void addLayoutOption(CLI::App& command, std::filesystem::path& file, const std::string& help)
 {
   using namespace command_line;
-  completeFiles(addPath(command, "--layout", "FILE", file, help), {"json"});
+  addPath(command, "--layout", "FILE", file, help).completeFiles({"json"});
 }
 
 std::optional<HandLayout> givenLayout(const std::filesystem::path& file)

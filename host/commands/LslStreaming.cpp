@@ -26,10 +26,9 @@ void addLslOptions(CLI::App& command, LslOptions& options)
   addText(
       command, "--lsl-markers", "NAME", [&options](const std::string& name) { options.markers = name; },
       "Take the markers of the LSL stream of this name, whenever it is there");
-  completeFiles(
-      addPath(command, "--lsl-library", "FILE", options.library,
-              "LSL library (liblsl) to load instead of the one next to this program or of the system"),
-      {"so", "dll"});
+  addPath(command, "--lsl-library", "FILE", options.library,
+          "LSL library (liblsl) to load instead of the one next to this program or of the system")
+      .completeFiles({"so", "dll"});
 }
 
 LslStreaming::LslStreaming(const LslOptions& options) : options_(options)

@@ -46,13 +46,12 @@ PictureFormat formatOf(const fs::path& path)
 void addPictureFileOptions(CLI::App& command, PictureFileOptions& options, const std::string& source)
 {
   using namespace command_line;
-  completeFiles(
-      addText(
-          command, "--output,-o", "FILE|-", [&options](const std::string& name) { options.output = name; },
-          "Output .svg, .png or .pdf file, or - for SVG on standard output; by default an .svg file named "
-          "after " +
-              source),
-      {"svg", "png", "pdf"});
+  addText(
+      command, "--output,-o", "FILE|-", [&options](const std::string& name) { options.output = name; },
+      "Output .svg, .png or .pdf file, or - for SVG on standard output; by default an .svg file named "
+      "after " +
+          source)
+      .completeFiles({"svg", "png", "pdf"});
   addNumber(
       command, "--dpi", "NUMBER [96]", {.lowest = 30, .highest = 1200},
       [&options](double dpi) { options.dpi = dpi; }, "Pixels per inch of a .png file");

@@ -120,12 +120,12 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
   using namespace command_line;
   const auto options = std::make_shared<PlotOptions>();
   PlotOptions& target = *options;
-  CLI::App& command = *tessel.add_subcommand("plot", "Draws a recording as a picture: SVG, PNG or PDF.");
+  CLI::App& command = addCommand(tessel, "plot", "Draws a recording as a picture: SVG, PNG or PDF.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e9};
-  completeFiles(addPath(command, "RECORDING", "RECORDING", target.recording,
-                        "a .csv or .xdf file or a folder of NumPy arrays, finished or not"),
-                {"csv", "xdf", "part"})
-      ->required();
+  addPath(command, "RECORDING", "RECORDING", target.recording,
+          "a .csv or .xdf file or a folder of NumPy arrays, finished or not")
+      .completeFiles({"csv", "xdf", "part"})
+      .required();
   addPictureFileOptions(command, target.file, "the recording");
   addNumber(
       command, "--from", "SECONDS", seconds, [&target](double from) { target.from = from; },
@@ -160,16 +160,16 @@ void addPlot(CLI::App& tessel, ExitCode& /*exitCode*/)
       command, "--width", "PIXELS [1000]", {.lowest = minPictureWidth, .highest = maxPictureWidth},
       [&target](std::uint64_t width) { target.width = static_cast<std::size_t>(width); },
       "Width of the picture, at 96 pixels per inch");
-  command.footer(
-      "Examples:  tessel plot grip.csv                       draws grip.svg\n"
-      "           tessel plot grip.csv --from 2.5 --to 4     draws this part\n"
-      "           tessel plot grip.csv --at 2.5,max --output grip.pdf\n"
-      "           tessel plot grip.csv --output grip.png --dpi 300\n"
-      "Each glove gets a heat map with the highest count of each element over time, and\n"
-      "curves. Where the layout of the hand is known, elements are sorted by region.\n"
-      "Grey: no records. Markers are lines with their text, and times without gloves\n"
-      "are shaded.\n"
-      "Without --output, a picture that `tessel plot` drew earlier is replaced. Any\n"
-      "other existing file is replaced only with --force.");
-  command.callback([options] { plot(*options); });
+  setNotes(command,
+           "Examples:  tessel plot grip.csv                       draws grip.svg\n"
+           "           tessel plot grip.csv --from 2.5 --to 4     draws this part\n"
+           "           tessel plot grip.csv --at 2.5,max --output grip.pdf\n"
+           "           tessel plot grip.csv --output grip.png --dpi 300\n"
+           "Each glove gets a heat map with the highest count of each element over time, and\n"
+           "curves. Where the layout of the hand is known, elements are sorted by region.\n"
+           "Grey: no records. Markers are lines with their text, and times without gloves\n"
+           "are shaded.\n"
+           "Without --output, a picture that `tessel plot` drew earlier is replaced. Any\n"
+           "other existing file is replaced only with --force.");
+  onRun(command, [options] { plot(*options); });
 }

@@ -39,13 +39,14 @@ ExitCode run(bool isJson)
 
 void addPorts(CLI::App& tessel, ExitCode& exitCode)
 {
+  using namespace command_line;
   const auto isJson = std::make_shared<bool>(false);
-  CLI::App& command = *tessel.add_subcommand(
-      "ports", "Lists the serial ports and shows whether the dongle's port can be used.");
-  command_line::addFlag(command, "--json", *isJson, "Print JSON");
-  command.footer(
-      "Example:   tessel ports\n"
-      "The environment variable TESSEL_SERIAL_PORTS, which the plug-in reads too,\n"
-      "replaces the system's list of ports.");
-  command.callback([isJson, &exitCode] { exitCode = run(*isJson); });
+  CLI::App& command =
+      addCommand(tessel, "ports", "Lists the serial ports and shows whether the dongle's port can be used.");
+  addFlag(command, "--json", *isJson, "Print JSON");
+  setNotes(command,
+           "Example:   tessel ports\n"
+           "The environment variable TESSEL_SERIAL_PORTS, which the plug-in reads too,\n"
+           "replaces the system's list of ports.");
+  onRun(command, [isJson, &exitCode] { exitCode = run(*isJson); });
 }

@@ -1,5 +1,7 @@
 #include "host/commands/Program.h"
 
+#include <CLI/CLI.hpp>
+
 #include "host/base/Version.h"
 #include "host/commands/CommandLine.h"
 #include "host/commands/Commands.h"

@@ -38,10 +38,11 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
   const auto options = std::make_shared<Options>();
   options->recording.command = "record";
   Options& target = *options;
-  CLI::App& command = *tessel.add_subcommand("record", "Records one or two gloves into a file.");
-  completeFiles(addText(
+  CLI::App& command = addCommand(tessel, "record", "Records one or two gloves into a file.");
+  addText(
       command, "--output,-o", "FILE|FOLDER|-", [&target](const std::string& name) { target.output = name; },
-      "Output file or folder, or - for standard output; by default named by date and time"));
+      "Output file or folder, or - for standard output; by default named by date and time")
+      .completeFiles();
   addChoice(
       command, "--format", "csv|npy|xdf", formatNames(),
       [&target](const std::string& name) { target.format = formatNamed(name); },
@@ -52,15 +53,15 @@ void addRecord(CLI::App& tessel, ExitCode& exitCode)
           "Offer the gloves as LSL streams (Lab Streaming Layer), too");
   addViewOptions(command, target.recording.view, true);
   addRecordingOptions(command, target.recording);
-  command.footer(
-      "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
-      "           tessel record --settings gloves.txt --output session1.npy\n"
-      "           tessel record --output - | head -3\n"
-      "           tessel record --sim --view --open\n"
-      "The recording's name ends in \".part\" until the recording ends, which includes\n"
-      "Ctrl-C and a failure of the gloves. A second file, first.json for\n"
-      "first.csv, describes the recording; --force replaces both.");
-  command.callback([options, &exitCode] {
+  setNotes(command,
+           "Examples:  tessel record --sim --seconds 5 --output first.csv\n"
+           "           tessel record --settings gloves.txt --output session1.npy\n"
+           "           tessel record --output - | head -3\n"
+           "           tessel record --sim --view --open\n"
+           "The recording's name ends in \".part\" until the recording ends, which includes\n"
+           "Ctrl-C and a failure of the gloves. A second file, first.json for\n"
+           "first.csv, describes the recording; --force replaces both.");
+  onRun(command, [options, &exitCode] {
     runRecording(options->recording, [options] { return makeFiles(*options); });
     exitCode = ExitCode::done;
   });

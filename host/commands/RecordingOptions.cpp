@@ -14,13 +14,13 @@ void addRecordingOptions(CLI::App& command, RecordingOptions& options)
       command, "--frames", "N", {.lowest = 1, .highest = 1'000'000'000'000},
       [&options](std::uint64_t frames) { options.run.rules.limits.records = frames; },
       "Number of frames to record");
-  CLI::Option* const capture = addPath(
+  const Option capture = addPath(
       command, "--capture", "FILE", options.run.capture,
       "Keep every byte between the plug-in and the dongle in this file (pcapng); see docs/capture.md");
-  completeFiles(capture, {"pcapng"});
+  capture.completeFiles({"pcapng"});
   addFlag(command, "--no-capture", options.run.isUncaptured,
           "Do not follow the link: save some CPU time, but estimate losses and times")
-      ->excludes(capture);
+      .excludes(capture);
   addNumber(
       command, "--sync", "SECONDS", {.lowest = 0, .highest = 1e9},
       [&options](double seconds) {
@@ -46,6 +46,6 @@ void addRecordingOptions(CLI::App& command, RecordingOptions& options)
   addLslOptions(command, options.lsl);
   addFlag(command, "--json", options.isJson, "Print the summary as JSON on standard output");
   addFlag(command, "--memory", options.showsMemory, "With --json: add the peak memory of the program")
-      ->needs("--json");
+      .needs("--json");
   addHardwareOptions(command, options.run.hardware);
 }

@@ -45,21 +45,21 @@ void run(const Options& options)
 
 void addSend(CLI::App& tessel, ExitCode& exitCode)
 {
+  using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
-      *tessel.add_subcommand("send", "Sends the plug-in a text command and prints the reply.");
-  command_line::addText(
+  CLI::App& command = addCommand(tessel, "send", "Sends the plug-in a text command and prints the reply.");
+  addText(
       command, "TEXT", "TEXT", [&target = *options](const std::string& text) { target.text = text; },
       "the command, in quotes if it has spaces")
-      ->required();
+      .required();
   addHardwareOptions(command, options->hardware);
-  command.footer(
-      "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: queries\n"
-      "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\":\n"
-      "           sent to the first glove; the reply is OK\n"
-      "           SetSerialNumber,m,s: serial number s for glove m, 0 or 1\n"
-      "Example:   tessel send GetModuleMap --sim");
-  command.callback([options, &exitCode] {
+  setNotes(command,
+           "Commands:  BatteryLevel, GetModuleMap, GetFirmwareVersion, Identify: queries\n"
+           "           AutoTune, SequentialScan, StopSequential, \"SensorSelect n\":\n"
+           "           sent to the first glove; the reply is OK\n"
+           "           SetSerialNumber,m,s: serial number s for glove m, 0 or 1\n"
+           "Example:   tessel send GetModuleMap --sim");
+  onRun(command, [options, &exitCode] {
     run(*options);
     exitCode = ExitCode::done;
   });

@@ -112,11 +112,10 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
 {
   using namespace command_line;
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
-      *tessel.add_subcommand("settings",
-                             "Shows how the plug-in reads a settings file, with all errors and "
-                             "warnings, or writes a new one.");
-  addPath(command, "FILE", "FILE", options->file, "the settings file")->required();
+  CLI::App& command = addCommand(tessel, "settings",
+                                 "Shows how the plug-in reads a settings file, with all errors and "
+                                 "warnings, or writes a new one.");
+  addPath(command, "FILE", "FILE", options->file, "the settings file").required();
   addFlag(command, "--write", options->writes, "Write a new settings file with comments");
   addChoice(
       command, "--gloves", "1|2 [2]", {"1", "2"},
@@ -124,9 +123,9 @@ void addSettings(CLI::App& tessel, ExitCode& exitCode)
       "With --write: number of gloves");
   addFlag(command, "--force", options->replaces, "With --write: replace an existing file");
   addFlag(command, "--json", options->isJson, "Print JSON");
-  command.footer(
-      "Examples:  tessel settings gloves.txt --write\n"
-      "           tessel settings gloves.txt\n"
-      "The exit code is 3 if there are errors or warnings.");
-  command.callback([options, &exitCode] { exitCode = run(*options); });
+  setNotes(command,
+           "Examples:  tessel settings gloves.txt --write\n"
+           "           tessel settings gloves.txt\n"
+           "The exit code is 3 if there are errors or warnings.");
+  onRun(command, [options, &exitCode] { exitCode = run(*options); });
 }

@@ -97,30 +97,28 @@ void addSim(CLI::App& tessel, ExitCode&)
     bool isControlled = false;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App& sim = *tessel.add_subcommand(
-      "sim", "Simulates a dongle with moving gloves, and faults on request, or replays a capture.");
-  sim.footer(examples);
+  CLI::App& sim = command_line::addCommand(
+      tessel, "sim", "Simulates a dongle with moving gloves, and faults on request, or replays a capture.");
+  command_line::setNotes(sim, examples);
   command_line::addFlag(sim, "--control", options->isControlled,
                         "Read commands from standard input while it runs");
   addSimulationOptions(sim, options->simulation);
-  const std::vector<CLI::Option*> onlyOfGloves = sim.get_options([](const CLI::Option* option) {
-    return !option->get_lnames().empty() && !option->check_name("--help");
-  });
+  const std::vector<command_line::Option> onlyOfGloves = command_line::optionsOf(sim);
   command_line::addPath(sim, "--port", "PATH", options->simulation.port,
                         "Path of the simulated port; by default in a new temporary folder");
-  CLI::Option* const replayed = command_line::completeFiles(
+  const command_line::Option replayed =
       command_line::addPath(sim, "--replay", "CAPTURE", options->replay.capture,
-                            "Play the dongle's side of this capture instead of simulating gloves"),
-      {"pcapng"});
-  for (CLI::Option* const option : onlyOfGloves) {
-    replayed->excludes(option);
+                            "Play the dongle's side of this capture instead of simulating gloves")
+          .completeFiles({"pcapng"});
+  for (const command_line::Option& option : onlyOfGloves) {
+    replayed.excludes(option);
   }
   command_line::addNumber(
       sim, "--speed", "FACTOR", {.lowest = 0.01, .highest = 100},
       [options](double speed) { options->replay.speed = speed; },
       "Speed of the replay (1); 2 is twice as fast")
-      ->needs(replayed);
-  sim.callback([options] {
+      .needs(replayed);
+  command_line::onRun(sim, [options] {
     if (options->replay.capture.empty()) {
       simulate(options->simulation, options->isControlled);
     } else {

@@ -65,13 +65,13 @@ void addSimulationOptions(CLI::App& command, SimulationOptions& options)
            "Serial number of the right glove (18)");
   addCount(command, "--revision", 0xFFFF, options.moduleRevision, "Revision of the gloves (5)");
   for (const Setting& setting : settings) {
-    CLI::Option* const option = addTexts(
+    const Option option = addTexts(
         command, std::string("--") + setting.command, setting.value,
         [&options, setting](const std::string& value) {
           options.setup.push_back(std::string(setting.command) + " " + value);
         },
         setting.help);
-    if (!setting.words.empty()) completeWords(option, setting.words);
+    if (!setting.words.empty()) option.completeWords(setting.words);
   }
   addCount(command, "--seed", UINT64_MAX, options.seed,
            "Seed of movement, noise, neighbours and random faults (1)");

@@ -99,17 +99,17 @@ void addTrace(CLI::App& tessel, ExitCode& /*exitCode*/)
   using namespace command_line;
   const auto options = std::make_shared<TraceOptions>();
   TraceOptions& target = *options;
-  CLI::App& command = *tessel.add_subcommand("trace", "Prints a wire capture, message by message.");
+  CLI::App& command = addCommand(tessel, "trace", "Prints a wire capture, message by message.");
   constexpr NumberRange seconds{.lowest = 0, .highest = 1e10};
-  completeFiles(addPath(command, "CAPTURE", "CAPTURE|-", target.capture,
-                        "a capture (.pcapng) or a FIFO, or - for standard input"),
-                {"pcapng"})
-      ->required();
-  CLI::Option* const frames =
+  addPath(command, "CAPTURE", "CAPTURE|-", target.capture,
+          "a capture (.pcapng) or a FIFO, or - for standard input")
+      .completeFiles({"pcapng"})
+      .required();
+  const Option frames =
       addFlag(command, "--frames", target.showsFrames, "One line for each frame instead of each message");
   addFlag(command, "--books", target.showsBooks,
           "Only the counts of frames that were sent, complete and lost")
-      ->excludes(frames);
+      .excludes(frames);
   addFlag(command, "--json", target.format.isJson, "One JSON object per line");
   addFlag(command, "--bytes", target.showsBytes, "Add the bytes of each message, in hexadecimal");
   addChoice(
@@ -131,14 +131,14 @@ void addTrace(CLI::App& tessel, ExitCode& /*exitCode*/)
       command, "--time", "start|wall [start]", {"start", "wall"},
       [&target](const std::string& time) { target.format.showsWallClock = time == "wall"; },
       "Seconds since the beginning of the capture, or the date and time in UTC");
-  command.footer(
-      "Examples:  tessel record --seconds 5 --capture run.pcapng   makes a capture\n"
-      "           tessel trace run.pcapng | less                   shows the dialogue\n"
-      "           tessel trace run.pcapng --frames --glove left    a line for each frame\n"
-      "           tessel trace run.pcapng --books                  what was lost, and how\n"
-      "           tessel trace run.pcapng --from 2.5 --to 3 --bytes\n"
-      "Columns: time, difference to the line before, direction (> to the dongle, < from\n"
-      "it, - neither), cmd, rsp or evt, name, fields. Words in CAPITALS are errors.\n"
-      "--from and --to have no effect on --books.");
-  command.callback([options] { trace(*options); });
+  setNotes(command,
+           "Examples:  tessel record --seconds 5 --capture run.pcapng   makes a capture\n"
+           "           tessel trace run.pcapng | less                   shows the dialogue\n"
+           "           tessel trace run.pcapng --frames --glove left    a line for each frame\n"
+           "           tessel trace run.pcapng --books                  what was lost, and how\n"
+           "           tessel trace run.pcapng --from 2.5 --to 3 --bytes\n"
+           "Columns: time, difference to the line before, direction (> to the dongle, < from\n"
+           "it, - neither), cmd, rsp or evt, name, fields. Words in CAPITALS are errors.\n"
+           "--from and --to have no effect on --books.");
+  onRun(command, [options] { trace(*options); });
 }

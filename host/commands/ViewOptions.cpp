@@ -1,5 +1,6 @@
 #include "host/commands/ViewOptions.h"
 
+#include <optional>
 #include <utility>
 
 #include "host/base/Console.h"
@@ -10,10 +11,10 @@
 void addViewOptions(CLI::App& command, ViewOptions& options, bool isChosen)
 {
   using namespace command_line;
-  CLI::Option* const view =
-      isChosen ? addFlag(command, "--view", options.isShown, "Show it on a live page; see docs/view.md")
-               : nullptr;
-  std::vector<CLI::Option*> own;
+  std::optional<Option> view;
+  if (isChosen)
+    view = addFlag(command, "--view", options.isShown, "Show it on a live page; see docs/view.md");
+  std::vector<Option> own;
   own.push_back(addFlag(command, "--open", options.opensBrowser, "Open the live page in the browser"));
   own.push_back(addWholeNumber(
       command, "--port", "N", {.lowest = 0, .highest = 65535},
@@ -24,8 +25,8 @@ void addViewOptions(CLI::App& command, ViewOptions& options, bool isChosen)
       [&options](const std::string& address) { options.server.address = address; },
       "Show the live page to other computers, too: to those that reach this address of this computer, and "
       "know the token that is printed"));
-  for (CLI::Option* const option : own) {
-    if (view != nullptr) option->needs(view);
+  for (const Option& option : own) {
+    if (view) option.needs(*view);
   }
 }
 

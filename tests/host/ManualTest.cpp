@@ -1,6 +1,7 @@
 // The man pages and the completion, of a made-up command line, and what the README has in common with them.
 
 #include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
 
 #include <cstdlib>
 #include <fstream>
@@ -25,23 +26,23 @@ class Manual : public testing::Test {
   {
     tessel_.name("tessel");
     tessel_.set_help_flag("--help", "Help");
-    CLI::App& grip = *tessel_.add_subcommand("grip", "Holds a \\thing. Then lets go.");
-    addPath(grip, "THING", "THING", path_, "what to hold")->required();
+    CLI::App& grip = addCommand(tessel_, "grip", "Holds a \\thing. Then lets go.");
+    addPath(grip, "THING", "THING", path_, "what to hold").required();
     addChoice(grip, "--hand,-n", "left|right [left]", {"left", "right"}, ignore_, "Which hand");
     addNumber(
         grip, "--force", "NEWTON", {.lowest = 0, .highest = 9}, [](double) {}, "'Force', see `tessel -x`");
-    completeFiles(addPath(grip, "--input", "FILE", path_, ".csv file"), {"csv", "part"});
+    addPath(grip, "--input", "FILE", path_, ".csv file").completeFiles({"csv", "part"});
     addPath(grip, "--log", "FOLDER", path_, "Log");
-    addFlag(grip, "--hidden", flag_, "Not shown")->group("");
-    grip.footer(
-        "Units:  N, and\n"
-        "        .5 N\n"
-        "Examples:\n"
-        "  tessel grip a-b\n"
-        "  tessel grip c    holds `c`\n"
-        "'Twas\n"
-        "Note: held.");
-    CLI::App& drop = *tessel_.add_subcommand("drop", "Drops.");
+    addFlag(grip, "--hidden", flag_, "Not shown").get()->group("");
+    setNotes(grip,
+             "Units:  N, and\n"
+             "        .5 N\n"
+             "Examples:\n"
+             "  tessel grip a-b\n"
+             "  tessel grip c    holds `c`\n"
+             "'Twas\n"
+             "Note: held.");
+    CLI::App& drop = addCommand(tessel_, "drop", "Drops.");
     addFlag(drop, "--at-once", flag_, "At once");
   }
 
