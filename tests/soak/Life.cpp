@@ -89,13 +89,14 @@ class Life {
 
  private:
   struct Plugin {
-    Plugin(SimulatedPlatform& platform) : onPlatform(platform), library(TESSEL_TEST_PLUGIN)
+    Plugin(SimulatedPlatform& platform, std::int32_t logLevel)
+        : log(logLevel), onPlatform(platform), library(TESSEL_TEST_PLUGIN)
     {
       library.setFolders(&log.folders);
       library.setLog(log.manager.get());
     }
 
-    HostLog log{0};
+    HostLog log;
     PluginOnPlatform onPlatform;
     plugin::Library library;
   };
@@ -104,6 +105,9 @@ class Life {
   void load();
   void unload();
   void create();
+  HwInterface* make(const std::wstring& settings);
+  void loseLog();
+  void findLog();
   void configure(double stopAfter);
   void checkOpening(double begin, std::int32_t result, bool isStopped);
   void read(double seconds);
@@ -143,6 +147,7 @@ class Life {
   std::vector<Object> objects_;
   // Of the current loading of the plug-in: the dongle's first version is remembered.
   bool hasConfigured_ = false, mayKnowOldFirmware_ = false;
+  bool isLogLost_ = false;
   // While the loading has opened once: what was left from an earlier link is known to the ledger alone.
   std::optional<BooksChecker> books_;
   bool hasReadingEnded_ = false;
@@ -160,6 +165,8 @@ void Life::run(const Step& step)
       return load();
     case Kind::create:
       return create();
+    case Kind::loseLog:
+      return loseLog();
     case Kind::configure:
       return configure(step.seconds);
     case Kind::read:
@@ -198,7 +205,7 @@ void Life::run(const Step& step)
 
 void Life::load()
 {
-  plugin_.emplace(world_.platform());
+  plugin_.emplace(world_.platform(), surroundings_.logLevel);
   hasConfigured_ = mayKnowOldFirmware_ = false;
   ledgerBefore_ = world_.gloves().ledger().books();
 }
@@ -222,17 +229,54 @@ void Life::create()
 {
   const std::string settings = pluginSettings(surroundings_.gloves, surroundings_.elements()) +
                                (surroundings_.skipsSensorCheck ? "TesselSkipSensorStartupCheck\t1\n" : "");
-  HwInterface* const hardware =
-      plugin_->library.create(plugin_->log.folder.write("settings", settings).c_str(), hostClock, L"soak");
+  const std::wstring file = plugin_->log.folder.write("settings", settings);
+  HwInterface* hardware = make(file);
+  expect((hardware == nullptr) == isLogLost_, "the log folder was missed when it was ",
+         isLogLost_ ? "lost" : "there");
+  if (hardware == nullptr) {
+    findLog();
+    hardware = make(file);
+    expect(hardware != nullptr, "the log folder is still missed");
+  }
   objects_.push_back({hardware});
   expect(hardware->getNativeSize() == store_.elements().size(), "the record has ", hardware->getNativeSize(),
          " elements");
   hardware->mapping_ = &store_.map;
 }
 
+// Null if its log file can't be made.
+HwInterface* Life::make(const std::wstring& settings)
+{
+  try {
+    return plugin_->library.create(settings.c_str(), hostClock, L"soak");
+  } catch (const std::wstring& reason) {
+    expect(reason.starts_with(L"Could not create log file"), "no object: ", narrow(reason));
+    return nullptr;
+  }
+}
+
+void Life::loseLog()
+{
+  // Where no folder can be made.
+  plugin_->log.folders[L"log"] = folder::Folder(L"/dev/null/");
+  isLogLost_ = true;
+}
+
+void Life::findLog()
+{
+  plugin_->log.folders[L"log"] = folder::Folder(plugin_->log.folder.wide());
+  isLogLost_ = false;
+}
+
 void Life::configure(double stopAfter)
 {
   Object& object = newest();
+  if (isLogLost_) {
+    expect(object.hardware->configure() == -1, "an opening succeeded without its log");
+    expect(object.hardware->lastError_.starts_with(L"Could not create log file"), "an opening failed with \"",
+           narrow(object.hardware->lastError_), '"');
+    findLog();
+  }
   world_.gloves().ledger().reopen();
   takeCapture();
   books_.reset();

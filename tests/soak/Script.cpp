@@ -17,16 +17,18 @@ std::string describe(const Surroundings& all)
   return toText(all.gloves, all.gloves == 1 ? " glove, " : " gloves, ", all.packets, " packets a frame, ",
                 all.rate, " frames/s, clocks: glove ", all.gloveClock, " and ", all.clockError * 1e6,
                 " ppm fast, host ", all.hostClock, ", system ", all.tickCount, "; ", all.operationUs,
-                " us an operation", all.isAtRest ? ", at rest" : "", all.isOld ? ", old" : "",
-                all.skipsSensorCheck ? ", sensors not checked" : "", all.readsOn ? ", reads on" : "");
+                " us an operation, log level ", all.logLevel, all.isAtRest ? ", at rest" : "",
+                all.isOld ? ", old" : "", all.skipsSensorCheck ? ", sensors not checked" : "",
+                all.readsOn ? ", reads on" : "");
 }
 
 std::string describe(const Step& step)
 {
   // In the order of Kind.
-  static constexpr std::array words{"load",   "create", "configure", "read",    "wait",
-                                    "ask",    "save",   "close",     "release", "release the earlier one",
-                                    "unload", "event",  "begin",     "end",     "heal"};
+  static constexpr std::array words{
+      "load", "create", "configure", "lose the log folder",     "read",   "wait",  "ask",
+      "save", "close",  "release",   "release the earlier one", "unload", "event", "begin",
+      "end",  "heal"};
   static_assert(words.size() == static_cast<std::size_t>(Step::Kind::heal) + 1);
   std::string text = words.at(static_cast<std::size_t>(step.kind));
   if (!step.text.empty()) text += ": " + step.text;

@@ -18,6 +18,7 @@ struct Surroundings {
   std::uint32_t hostClock = 60'000;  // at the beginning, ms
   std::uint32_t tickCount = 0;
   std::uint32_t operationUs = 0;  // of each operation on the port
+  std::int32_t logLevel = 0;
   bool skipsSensorCheck = false;
   bool readsOn = false;  // goes on after a failed read
   std::uint64_t seed = 1;
@@ -31,6 +32,7 @@ struct Step {
     load,       // the plug-in, as the host starts
     create,     // an object, with which all that follows is done
     configure,  // with a stop request after so many seconds, if there are any
+    loseLog,    // the next object, or link, can't make its log file at first
     read,       // for so many seconds
     wait,       // the host does nothing
     ask,        // a text command

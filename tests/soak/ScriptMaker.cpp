@@ -77,12 +77,15 @@ class Maker {
     if (happens(0.5)) all.hostClock = justBelow(clock32, 200'000);
     if (happens(0.5)) all.tickCount = justBelow(clock32, 60'000);
     if (happens(0.3)) all.operationUs = oneOf({1U, 10U, 100U});
+    all.logLevel = oneOf({0, 0, 1, 2});
     all.skipsSensorCheck = happens(0.2);
     all.readsOn = happens(0.5);
   }
 
   void useObject()
   {
+    const bool losesLog = script_.surroundings.logLevel > 0 && happens(0.3);
+    if (losesLog && happens(0.5)) add(Kind::loseLog);
     add(Kind::create);
     const bool isSecond = happens(0.1);
     if (isSecond) add(Kind::create);
@@ -92,6 +95,7 @@ class Maker {
     } else {
       disturb(2);
     }
+    if (losesLog && happens(0.5)) add(Kind::loseLog);
     add(Kind::configure, happens(0.15) ? scaled(0.01, 8) : 0);
     if (isSecond) add(Kind::releaseEarlier);
     for (int phases = oneOf({1, 2, 3, 6}); phases > 0; --phases)
