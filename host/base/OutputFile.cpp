@@ -100,7 +100,7 @@ void replaceFile(const fs::path& path, std::string_view content, Disk& disk)
     file.append(content);
     file.close();
     storeAt(disk, next);
-  } catch (const Failure&) {
+  } catch (...) {
     fs::remove(next, error);
     throw;
   }

@@ -65,13 +65,14 @@ void keepCapture(LinkCapture& capture, const RecordingFiles* files)
 // where it is.
 std::filesystem::path keep(RecordingFiles& files, const RecordingFigures& figures, Ending& ending)
 {
-  if (figures.records == 0) {
+  if (files.records() == 0) {
     files.discard();
     return {};
   }
   update(files.metadata(), figures);
+  files.metadata().records = files.records();
   files.metadata().ended = ending.words;
-  if (ending.failure && ending.failure->code() == ExitCode::output) {
+  if (!files.areWhole() || (ending.failure && ending.failure->code() == ExitCode::output)) {
     files.abandon();
     return files.growing();
   }

@@ -117,7 +117,7 @@ RecordingFiles::RecordingFiles(const OutputName& output, bool replaces, const Sy
 RecordWriter& RecordingFiles::begin(RecordingMetadata metadata)
 {
   metadata_ = std::move(metadata);
-  writer_ = makeRecordWriter(format_, growing(), metadata_);
+  writer_ = std::make_unique<Writer>(makeRecordWriter(format_, growing(), metadata_));
   if (hasOthers()) {
     events_.emplace(eventsPart_ ? eventsPart_->growing() : growing() / names::eventsFile);
     events_->append(names::eventsHeading);
@@ -145,6 +145,18 @@ void RecordingFiles::beginSync()
     if (eventsPart_) files.push_back(eventsPart_->growing());
   }
   sync_.emplace(files, folders, syncRules_);
+}
+
+void RecordingFiles::Writer::add(const Record& record)
+{
+  if (error_) std::rethrow_exception(error_);
+  try {
+    writer_->add(record);
+    ++records_;
+  } catch (...) {
+    error_ = std::current_exception();
+    throw;
+  }
 }
 
 void RecordingFiles::addEvent(const RecordingEvent& event)

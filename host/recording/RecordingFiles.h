@@ -9,10 +9,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/base/DiskSync.h"
@@ -57,6 +59,11 @@ class RecordingFiles {
   // Once: the disk failed to store what was written. The recording goes on, but will not be complete.
   std::optional<Failure> takeDiskFailure();
 
+  // That were written.
+  std::uint64_t records() const { return writer_->records(); }
+  // False once a record could not be written. No later one is: there would be a hole.
+  bool areWhole() const { return writer_->isWhole(); }
+
   // The recording ends in one of three ways. All is written: the files get their final names, the records
   // last, once the disk has them all. If it does not, they are abandoned, with a Failure.
   void complete();
@@ -72,6 +79,25 @@ class RecordingFiles {
   // Of a CSV file; those of a folder of arrays are in the folder.
   struct Companions {
     std::filesystem::path metadata, events;
+  };
+
+  // Writes records until one fails.
+  class Writer final : public RecordWriter {
+   public:
+    explicit Writer(std::unique_ptr<RecordWriter> writer) : writer_(std::move(writer)) {}
+
+    void begin(Time zero) override { writer_->begin(zero); }
+    void add(const Record& record) override;
+    void addEvent(const RecordingEvent& event) override { writer_->addEvent(event); }
+    void close(bool isComplete) override { writer_->close(isComplete); }
+
+    std::uint64_t records() const { return records_; }
+    bool isWhole() const { return error_ == nullptr; }
+
+   private:
+    const std::unique_ptr<RecordWriter> writer_;
+    std::uint64_t records_ = 0;
+    std::exception_ptr error_;
   };
 
   static std::optional<Companions> checkNames(const OutputName& output, bool replaces);
@@ -92,7 +118,7 @@ class RecordingFiles {
   PartFile records_;
   std::optional<PartFile> metadataPart_;
   std::optional<PartFile> eventsPart_;
-  std::unique_ptr<RecordWriter> writer_;
+  std::unique_ptr<Writer> writer_;
   std::optional<OutputFile> events_;
   std::uint64_t eventCount_ = 0;
   bool isComplete_ = false;  // but for the names
