@@ -9,7 +9,21 @@ constexpr std::chrono::milliseconds snapshotInterval{200};
 
 }  // namespace
 
+// The accounts have ended with an exception. Without them the records would pile up, so the recording ends,
+// too.
 void LiveAccounts::receive(std::span<const std::uint8_t> bytes)
+{
+  try {
+    account(bytes);
+  } catch (...) {
+    const std::scoped_lock lock(mutex_);
+    error_ = std::current_exception();
+    hasOrigins_ = true;
+    throw;
+  }
+}
+
+void LiveAccounts::account(std::span<const std::uint8_t> bytes)
 {
   // The records first: each was left before the plug-in read what follows it, so none can come later than
   // these bytes.
@@ -97,7 +111,11 @@ std::optional<RecordOrigin> LiveAccounts::takeOrigin()
 {
   if (!hasOrigins_.load(std::memory_order_relaxed)) return std::nullopt;
   const std::scoped_lock lock(mutex_);
-  if (origins_.empty()) return std::nullopt;
+  if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
+  if (origins_.empty()) {
+    hasOrigins_ = false;
+    return std::nullopt;
+  }
   const RecordOrigin origin = origins_.front();
   origins_.pop_front();
   hasOrigins_ = !origins_.empty();
@@ -124,6 +142,10 @@ LiveAccounts::Snapshot LiveAccounts::snapshot() const
 
 void LiveAccounts::settle()
 {
+  {
+    const std::scoped_lock lock(mutex_);
+    error_ = nullptr;  // known to whom received the capture
+  }
   takeInbox();
   accounts_.settle(Time::max());
   nextSnapshot_ = latest_;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -37,7 +38,7 @@ class LiveAccounts {
   // As for LinkAccounts.
   LiveAccounts(std::size_t gloves, std::size_t elementsOfGlove) : accounts_(gloves, elementsOfGlove) {}
 
-  // On the thread that receives the capture.
+  // On the thread that receives the capture. What it throws, takeOrigin() throws, too.
   void receive(std::span<const std::uint8_t> bytes);
 
   // On the thread that reads the gloves.
@@ -68,6 +69,7 @@ class LiveAccounts {
     bool forgetsHeard = false;
   };
 
+  void account(std::span<const std::uint8_t> bytes);
   void takeInbox();
   void handBack();
 
@@ -81,5 +83,6 @@ class LiveAccounts {
   mutable std::mutex mutex_;             // of what follows
   Inbox inbox_;
   std::deque<RecordOrigin> origins_;
+  std::exception_ptr error_;  // of receive(), for takeOrigin()
   Snapshot snapshot_;
 };

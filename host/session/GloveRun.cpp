@@ -101,9 +101,11 @@ void GloveRun::finish(Ending& ending, const std::function<void(LinkCapture&)>& o
   const bool isWriting = !ending.failure || ending.failure->code() != ExitCode::output;
   if (isWriting) attempt([&] { keeper_->writeRest(); });
   if (isWriting) attempt([&] { session_->noteRest(); });
-  if (capture_) books_ = capture_->accounts().close();
-  recorder_->finish(books_);
-  if (!capture_ || keeper_->written() == 0) return;
+  attempt([&] {
+    if (capture_) books_ = capture_->accounts().close();
+  });
+  attempt([&] { recorder_->finish(books_); });
+  if (!books_ || keeper_->written() == 0) return;
   const auto failure = booksFailure(*books_, gloveLabels(layout_));
   if (!failure) return;
   if (!ending.failure) ending.failure = *failure;

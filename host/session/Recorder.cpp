@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "host/base/Failure.h"
@@ -70,8 +71,12 @@ bool Recorder::run(RecordSource& source, const std::atomic<bool>& stop,
       const Time now = recorder.clock_();
       recorder.keeper_.endReading(now);
       recorder.updateTimes(source, now);
-      recorder.updateKept();
       recorder.earlierStalls_ = recorder.figures_.stalls;
+      try {
+        recorder.updateKept();
+      } catch (const std::bad_alloc&) {
+        // The figures are those of some tenths of a second ago, and finish() tries again.
+      }
     }
   } const updated{*this, source};
   const Time begin = clock_();

@@ -45,6 +45,15 @@ Session::Session(GloveConnector& gloves, Recorder& recorder, RecordKeeper& keepe
 
 Ending Session::run(RecordSource& first, const std::atomic<bool>& stop)
 {
+  try {
+    return record(first, stop);
+  } catch (...) {
+    return endingByException();
+  }
+}
+
+Ending Session::record(RecordSource& first, const std::atomic<bool>& stop)
+{
   RecordSource* source = &first;
   for (;;) {
     std::uint64_t notedStalls = recorder_.figures().stalls.count;
@@ -55,13 +64,7 @@ Ending Session::run(RecordSource& first, const std::atomic<bool>& stop)
     } catch (const Failure& failure) {
       const bool isLoss = failure.code() == ExitCode::silence;
       if (!isLoss || rules_.reconnectSeconds <= 0) return {failure.what(), failure};
-      try {
-        if (auto ending = reconnect(failure, source, stop)) return std::move(*ending);
-      } catch (...) {
-        return endingByException();
-      }
-    } catch (...) {
-      return endingByException();
+      if (auto ending = reconnect(failure, source, stop)) return std::move(*ending);
     }
   }
 }

@@ -65,8 +65,8 @@ class Session {
   Session(GloveConnector& gloves, Recorder& recorder, RecordKeeper& keeper, MarkerQueue& markers,
           SessionListener& listener, const SessionRules& rules, HostTime time = HostTime::real());
 
-  // Records from this connection and those that replace it. Throws nothing but what the listener's functions
-  // throw while the gloves are away and not a Failure.
+  // Records from this connection and those that replace it. Throws std::bad_alloc if there is not even
+  // memory for the reason why it ends.
   Ending run(RecordSource& first, const std::atomic<bool>& stop);
 
   // After the last record was written: what it could not note before. Throws what the listener throws.
@@ -75,6 +75,7 @@ class Session {
  private:
   using Time = std::chrono::nanoseconds;  // of host::uptime()
 
+  Ending record(RecordSource& first, const std::atomic<bool>& stop);
   bool isAway() const;
   Ending endedBy(bool isAtLimit) const;
   void whileRecording(const RecordingFigures& figures, std::uint64_t& notedStalls);
