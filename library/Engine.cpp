@@ -194,7 +194,13 @@ void Engine::openPatiently(GloveConnector& gloves)
 void Engine::endByException()
 {
   const tessel_status status = noteError();
-  Cause cause{status, latestText(), latestAdvice()};
+  Cause cause{.status = status, .text = {}, .advice = {}};
+  try {
+    cause.text = latestText();
+    cause.advice = latestAdvice();
+  } catch (const std::bad_alloc&) {
+    // The status has to do.
+  }
   {
     const std::scoped_lock lock(mutex_);
     cause_ = std::move(cause);

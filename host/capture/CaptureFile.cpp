@@ -36,6 +36,20 @@ const fs::path& usable(const fs::path& path)
   return path;
 }
 
+// In a handler: why the file is given up.
+std::string problemText() noexcept
+{
+  try {
+    try {
+      throw;
+    } catch (const Failure& failure) {
+      return fmt::format("{} It ends there; the recording goes on. {}", failure.what(), failure.advice());
+    }
+  } catch (const std::exception&) {
+    return "out of memory.";  // short enough to need none
+  }
+}
+
 }  // namespace
 
 CaptureFile::CaptureFile(const fs::path& path, const SyncRules& sync)
@@ -50,13 +64,16 @@ CaptureFile::CaptureFile(const fs::path& path, const SyncRules& sync)
     sync_.emplace(std::vector{path}, std::vector{fs::absolute(path).parent_path()}, sync);
 }
 
-void CaptureFile::append(std::span<const std::uint8_t> bytes)
+void CaptureFile::append(std::span<const std::uint8_t> bytes) noexcept
 {
-  if (!problem().empty()) return;
+  if (isGivenUp_) return;
   try {
     file_.append({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  } catch (const Failure& failure) {
-    setProblem(fmt::format("{} It ends there; the recording goes on. {}", failure.what(), failure.advice()));
+  } catch (const std::exception&) {
+    isGivenUp_ = true;
+    std::string problem = problemText();
+    const std::lock_guard guard(mutex_);
+    problem_.swap(problem);
   }
 }
 

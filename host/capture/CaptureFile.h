@@ -18,7 +18,8 @@ class CaptureFile {
  public:
   explicit CaptureFile(const std::filesystem::path& path, const SyncRules& sync = {});
 
-  void append(std::span<const std::uint8_t> bytes);
+  // If that fails, the file is given up.
+  void append(std::span<const std::uint8_t> bytes) noexcept;
   // Several times a second: has the disk store it at its interval.
   void keepUp(std::chrono::nanoseconds now);
   // After the last piece: waits until the disk has it.
@@ -33,6 +34,7 @@ class CaptureFile {
   std::optional<host::Lock> lock_;
   Disk& disk_;
   std::optional<DiskSync> sync_;
+  bool isGivenUp_ = false;
   mutable std::mutex mutex_;
   std::string problem_;  // guarded by the mutex
 };

@@ -113,7 +113,11 @@ void SimulatedGloves::start()
       run(stop_);
     } catch (const std::exception& error) {
       // The dongle has gone, which the host of the port notices by itself.
-      report(error.what());
+      try {
+        report(error.what());
+      } catch (const std::exception&) {
+        // Without memory there is no report.
+      }
     }
   });
 }

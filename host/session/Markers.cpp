@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include "host/base/Characters.h"
@@ -64,19 +65,23 @@ LineTaker markersInto(MarkerQueue& queue)
   return [&queue](std::chrono::nanoseconds time, const std::string& line) { queue.add(time, line); };
 }
 
-void MarkerLines::add(std::chrono::nanoseconds time, std::string_view bytes)
+void MarkerLines::add(std::chrono::nanoseconds time, std::string_view bytes) noexcept
 {
-  for (auto end = bytes.find('\n'); end != std::string_view::npos; end = bytes.find('\n')) {
-    append(bytes.substr(0, end));
-    take_(time, std::exchange(line_, {}));
-    bytes.remove_prefix(end + 1);
+  try {
+    for (auto end = bytes.find('\n'); end != std::string_view::npos; end = bytes.find('\n')) {
+      append(bytes.substr(0, end));
+      take_(time, std::exchange(line_, {}));
+      bytes.remove_prefix(end + 1);
+    }
+    append(bytes);
+  } catch (const std::bad_alloc&) {
+    line_.clear();
   }
-  append(bytes);
 }
 
-void MarkerLines::finish(std::chrono::nanoseconds time)
+void MarkerLines::finish(std::chrono::nanoseconds time) noexcept
 {
-  if (!line_.empty()) take_(time, std::exchange(line_, {}));
+  if (!line_.empty()) add(time, "\n");
 }
 
 void MarkerLines::append(std::string_view piece)

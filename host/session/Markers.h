@@ -44,14 +44,15 @@ using LineTaker = std::function<void(std::chrono::nanoseconds time, const std::s
 // Adds each line to the queue, which must outlive it.
 LineTaker markersInto(MarkerQueue& queue);
 
-// Divides received bytes into lines, which may be markers: what is longer than one is cut.
+// Divides received bytes into lines, which may be markers: what is longer than one is cut. What there is no
+// memory for is lost, since a recording must not end for it.
 class MarkerLines {
  public:
   explicit MarkerLines(LineTaker take) : take_(std::move(take)) {}
 
-  void add(std::chrono::nanoseconds time, std::string_view bytes);
+  void add(std::chrono::nanoseconds time, std::string_view bytes) noexcept;
   // At the end of the input: the rest without a newline, if there is one, is the last marker.
-  void finish(std::chrono::nanoseconds time);
+  void finish(std::chrono::nanoseconds time) noexcept;
 
  private:
   void append(std::string_view piece);

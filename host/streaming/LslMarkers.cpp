@@ -40,7 +40,13 @@ class Receiver {
         texts_(static_cast<std::size_t>(channels), nullptr)
   {
   }
-  ~Receiver() { library_.destroyInlet(inlet_); }
+  ~Receiver()
+  {
+    library_.destroyInlet(inlet_);
+    for (char* const text : texts_) {
+      if (text != nullptr) library_.destroyText(text);
+    }
+  }
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
 
@@ -130,7 +136,7 @@ void LslMarkers::run()
   lsl::Resolver* const resolver = library_.createResolver("name", name_.c_str(), forgetAfter);
   if (resolver == nullptr) return;
   std::map<std::string, unsigned> attempts;  // by UID
-  while (!isOver_) {
+  const auto search = [&] {
     if (const auto streams = streamsFoundBy(resolver); !streams.empty()) {
       // One that was lost is found for some seconds more, and must not keep a new one waiting.
       const auto attemptsOf = [&](const Stream& stream) -> unsigned& {
@@ -139,6 +145,13 @@ void LslMarkers::run()
       const Stream& stream = *std::ranges::min_element(streams, {}, attemptsOf);
       ++attemptsOf(stream);
       receive(resolver, stream.get());
+    }
+  };
+  while (!isOver_) {
+    try {
+      search();
+    } catch (const std::exception&) {
+      // Without memory a marker is lost, and the stream is looked for again.
     }
     if (!isOver_) std::this_thread::sleep_for(searchInterval);
   }

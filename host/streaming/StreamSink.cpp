@@ -190,7 +190,7 @@ void StreamSink::add(Item item)
 {
   {
     const std::lock_guard lock(mutex_);
-    if (failure_) throw Failure(*std::exchange(failure_, std::nullopt));
+    if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
     if (waiting_.size() >= maxWaiting) {
       ++dropped_;
       return;
@@ -223,22 +223,22 @@ void StreamSink::run(std::promise<void>& offered)
     waiting_.pop_front();
     lock.unlock();
     bool isTaken = true;
-    std::optional<Failure> failure;
+    std::exception_ptr error;
     try {
       isTaken = streams->push(std::move(item));
-    } catch (const Failure& refused) {
-      failure = refused;
+    } catch (...) {
+      error = std::current_exception();
     }
     lock.lock();
     if (!isTaken) ++dropped_;
-    if (!failure) continue;
-    failure_ = std::move(failure);
+    if (!error) continue;
+    error_ = error;
     return;
   }
   lock.unlock();
   try {
     streams->pushEarly();
-  } catch (const Failure&) {
+  } catch (const std::exception&) {
     // Of a recording this short nothing could have been received.
   }
   if (streams->haveReceivers()) std::this_thread::sleep_for(sendingTime);

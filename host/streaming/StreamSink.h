@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <future>
 #include <mutex>
 #include <optional>
@@ -75,6 +76,6 @@ class StreamSink final : public RecordSink {
   std::deque<Item> waiting_;  // guarded, as those below
   std::uint64_t dropped_ = 0;
   bool isOver_ = false;
-  std::optional<Failure> failure_;
+  std::exception_ptr error_;
   std::thread thread_;
 };

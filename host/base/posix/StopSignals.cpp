@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <exception>
 #include <thread>
 
 #include "host/base/System.h"
@@ -37,6 +38,15 @@ struct StopSignals::Watch {
   bool isRequested = false;  // used by the thread until it has ended
   std::thread thread;
 
+  static void call(const std::function<void()>& action) noexcept
+  {
+    try {
+      if (action) action();
+    } catch (const std::exception&) {
+      // Without memory a marker is lost.
+    }
+  }
+
   void run(const sigset_t& set, const std::function<void()>& onInterrupt,
            const std::function<void()>& onMarker)
   {
@@ -46,13 +56,13 @@ struct StopSignals::Watch {
       ::sigwait(&set, &signal);
       if (signal == marker) {
         if (isOver) return;
-        if (onMarker) onMarker();
+        call(onMarker);
         continue;
       }
       // Only a second Ctrl-C is deliberate: when a terminal closes, kernel and shell both send SIGHUP.
       if (signal == SIGINT && hadCtrlC) ::_exit(exitInterrupted);
       hadCtrlC = hadCtrlC || signal == SIGINT;
-      if (!isRequested) onInterrupt();
+      if (!isRequested) call(onInterrupt);
       isRequested = true;
     }
   }

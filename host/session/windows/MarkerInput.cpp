@@ -80,8 +80,12 @@ struct MarkerInput::Reader {
     DWORD count = 0;
     if (ReadConsoleInputW(input, &record, 1, &count) == 0) return false;
     if (record.EventType != KEY_EVENT || record.Event.KeyEvent.bKeyDown == 0) return true;
-    for (WORD key = 0; key < record.Event.KeyEvent.wRepeatCount; ++key) {
-      press(record.Event.KeyEvent.uChar.UnicodeChar);
+    try {
+      for (WORD key = 0; key < record.Event.KeyEvent.wRepeatCount; ++key) {
+        press(record.Event.KeyEvent.uChar.UnicodeChar);
+      }
+    } catch (const std::bad_alloc&) {
+      line.clear();  // the recording goes on without this marker
     }
     return true;
   }
