@@ -1,11 +1,14 @@
 #include "platform/posix/PortList.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <utility>
 
 #include "platform/FriendlyText.h"
@@ -39,6 +42,21 @@ std::string firstLine(const fs::path& file)
   std::string line;
   std::getline(stream, line);
   return line;
+}
+
+// What is in a directory. The standard library's iterator would end the process if there is no memory.
+std::optional<std::vector<std::string>> namesIn(const fs::path& path)
+{
+  struct Closer {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+  };
+  const std::unique_ptr<DIR, Closer> directory(::opendir(path.c_str()));
+  if (!directory) return std::nullopt;
+  std::vector<std::string> names;
+  while (const dirent* const entry = ::readdir(directory.get())) {
+    names.emplace_back(entry->d_name);
+  }
+  return names;
 }
 
 // The USB device that a tty belongs to: the nearest directory above its device that has a vendor id.
@@ -87,16 +105,14 @@ std::vector<PortEntry> portsFromText(std::string_view text)
 
 std::optional<std::vector<PortEntry>> portsFromSysfs(const fs::path& ttyClass)
 {
-  std::error_code error;
-  fs::directory_iterator tty(ttyClass, error);
-  if (error) return std::nullopt;
+  const auto names = namesIn(ttyClass);
+  if (!names) return std::nullopt;
 
   std::map<std::pair<bool, DeviceName>, PortEntry> sorted;  // dongles first
-  for (; !error && tty != fs::directory_iterator(); tty.increment(error)) {
-    const std::string deviceName = tty->path().filename();
+  for (const std::string& deviceName : *names) {
     const auto split = splitDeviceName(deviceName);
-    const auto usb = usbDevice(tty->path());
-    if (!split || !usb) continue;
+    const auto usb = split ? usbDevice(ttyClass / deviceName) : std::nullopt;
+    if (!usb) continue;
     const bool isDongle =
         firstLine(*usb / "idVendor") == dongleVendor && firstLine(*usb / "idProduct") == dongleProduct;
     const std::string name = isDongle ? dongleName : firstLine(*usb / "product");
