@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <fstream>
+#include <cstdint>
+#include <string>
 #include <system_error>
 #include <utility>
 
 #include "host/base/Failure.h"
+#include "host/base/InputFile.h"
 #include "host/base/OutputFile.h"
 #include "host/base/PartFile.h"
 #include "host/base/Text.h"
@@ -87,10 +89,9 @@ bool PictureFile::isReplaceable() const
   if (options_.overwrites) return true;
   std::error_code error;
   if (options_.output || !fs::is_regular_file(path_, error)) return false;
-  std::ifstream file(path_, std::ios::binary);
-  std::string start(200, '\0');
-  file.read(start.data(), static_cast<std::streamsize>(start.size()));
-  return start.find(mark_) != std::string::npos;
+  std::array<std::uint8_t, 200> bytes{};
+  const std::size_t count = host::InputFile(path_).read(bytes);
+  return std::string(bytes.begin(), bytes.begin() + count).find(mark_) != std::string::npos;
 }
 
 void PictureFile::write(const std::string& svg, const fs::path& source) const

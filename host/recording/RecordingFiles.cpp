@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
 #include "host/base/Failure.h"
+#include "host/base/InputFile.h"
 #include "host/base/Text.h"
 #include "host/recording/CsvCells.h"
 #include "host/recording/Names.h"
@@ -22,12 +22,11 @@ constexpr auto metadataInterval = std::chrono::seconds(10);
 // The beginning of a file that a killed program may have left empty.
 std::string beginningOf(const fs::path& path)
 {
-  std::string text(200, '\0');
-  std::ifstream file(path, std::ios::binary);
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::array<std::uint8_t, 200> bytes{};
+  host::InputFile file(path);
+  const std::size_t count = file.read(bytes);
   // What can't be read is not taken for an empty file, which may be replaced.
-  return !file.is_open() || file.bad() ? "unreadable" : text;
+  return file.error() ? "unreadable" : std::string(bytes.begin(), bytes.begin() + count);
 }
 
 bool isMetadata(const fs::path& path)
