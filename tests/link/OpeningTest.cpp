@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "link/Connection.h"
+#include "serial/Capture.h"
 #include "tests/link/LinkFixture.h"
 
 namespace {
@@ -315,6 +316,21 @@ TEST_F(OpeningTest, TheSerialFilterIsCutToTwoNumbersOf16BitsAndOutlivesTheDevice
     device_.~BleDevice();
     new (&device_) BleDevice;
   }
+}
+
+TEST_F(OpeningTest, ACaptureThatCanNotBeOpenedIsLoggedInCharactersThatEveryLocaleHas)
+{
+  capture::close();  // so that it is tried again, if an earlier test did
+  platform_.capturing = true;
+  platform_.captureError = "caf\xC3\xA9";
+  log_.setLevel(2);
+  {
+    BleDevice device;
+    EXPECT_EQ(device.open(2, {}, false), OpeningResult::done);
+    device.close();
+  }
+  EXPECT_NE(log_.entries("BleDevice").find("caf??\n"), std::string::npos);
+  capture::close();
 }
 
 TEST_F(OpeningTest, AStopBeforeTheScanPreventsIt)
