@@ -151,7 +151,7 @@ class Life {
   // While the loading has opened once: what was left from an earlier link is known to the ledger alone.
   std::optional<BooksChecker> books_;
   bool hasReadingEnded_ = false;
-  std::uint64_t shortReads_ = 0;
+  std::uint64_t hidden_ = 0;
   std::vector<GloveBooks> ledgerBefore_;
   LifeResult result_;
 };
@@ -281,7 +281,7 @@ void Life::configure(double stopAfter)
   takeCapture();
   books_.reset();
   if (!hasConfigured_) books_.emplace(surroundings_.gloves, surroundings_.elements(), true);
-  shortReads_ = world_.gloves().ledger().shortReads();
+  hidden_ = world_.gloves().ledger().hidden();
   hasReadingEnded_ = false;
   const double begin = world_.now();
   bool isStopped = false;
@@ -474,7 +474,7 @@ void Life::checkStep()
 
 void Life::takeCapture()
 {
-  if (world_.gloves().ledger().shortReads() != shortReads_) books_.reset();
+  if (world_.gloves().ledger().hidden() != hidden_) books_.reset();
   const auto bytes = world_.gloves().takeCapture();
   if (books_) books_->addCapture(bytes);
 }

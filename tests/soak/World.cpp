@@ -125,12 +125,13 @@ void World::heal()
   }
   gloves_.cutNext(std::numeric_limits<std::size_t>::max(), false);
   execute("plug");
-  platform().clock.advance(virtualSeconds(15));
+  mayBeUnplugged_ = false;
+  platform().clock.advance(virtualSeconds(settling + 1));
 }
 
 const Fault* World::onlyFaultSince(double second) const
 {
-  if (active_.size() != 1 || latestDisturbance_ >= second) return nullptr;
+  if (active_.size() != 1 || !isSettledSince(second)) return nullptr;
   const auto& [fault, beginning] = *active_.begin();
   return beginning < second ? fault : nullptr;
 }
@@ -157,6 +158,7 @@ void World::execute(const std::string& command)
     port.maxPerRead = rest == "off" ? std::numeric_limits<std::size_t>::max() : std::stoul(rest);
   } else if (word == "cut" || word == "snap") {
     gloves_.cutNext(std::stoul(rest), word == "snap");
+    mayBeUnplugged_ = mayBeUnplugged_ || word == "snap";
   } else {
     std::string own = command;
     if (const std::size_t at = own.find("PACKETS"); at != std::string::npos)

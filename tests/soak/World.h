@@ -41,8 +41,8 @@ class World {
   // Ends everything that is still scheduled, too.
   void heal();
 
-  // Nothing wrong from this virtual second on until now.
-  bool isSoundSince(double second) const { return active_.empty() && latestDisturbance_ < second; }
+  // Nothing wrong from this virtual second on until now, and no trace of what was.
+  bool isSoundSince(double second) const { return active_.empty() && isSettledSince(second); }
   // The only fault from this second on until now; null if it is not alone.
   const Fault* onlyFaultSince(double second) const;
 
@@ -56,12 +56,18 @@ class World {
   void execute(const std::string& command);
   void failPort(const std::string& words);
   void disturb() { latestDisturbance_ = now(); }
+  bool isSettledSince(double second) const
+  {
+    return !mayBeUnplugged_ && latestDisturbance_ + settling < second;
+  }
   void at(double seconds, std::function<void()> action);
 
   VirtualGloves gloves_;
   const int packets_;  // per frame
   std::vector<simulator::Glove*> hands_;
-  std::map<const Fault*, double> active_;                                   // with the beginning
-  double latestDisturbance_ = -1;                                           // an event, or the end of a fault
+  std::map<const Fault*, double> active_;  // with the beginning
+  static constexpr double settling = 14;   // seconds: longer than a lost connection lasts
+  double latestDisturbance_ = -settling;   // an event, or the end of a fault
+  bool mayBeUnplugged_ = false;            // by an event, until all is healed
   std::shared_ptr<const bool> plans_ = std::make_shared<const bool>(true);  // lifetime of what is scheduled
 };

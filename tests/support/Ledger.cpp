@@ -220,7 +220,7 @@ void Ledger::read(std::size_t bytes)
   missing_ -= bytes;
   offset_ += missing_;
   if (missing_ > 0) {
-    ++shortReads_;
+    ++hidden_;
     return;
   }
   if (part_ == 0 && message_[1] > 0) {
@@ -302,6 +302,13 @@ void Ledger::write(std::span<const std::uint8_t> bytes)
     dispatchWrite(std::span(written_).first(size));
     written_.erase(written_.begin(), written_.begin() + static_cast<std::ptrdiff_t>(size));
   }
+}
+
+void Ledger::refuseWrite(std::span<const std::uint8_t> command)
+{
+  if (command.size() <= 4 || !is(command, 0, 3, 0)) return;
+  ++hidden_;
+  dispatchWrite(command);
 }
 
 void Ledger::dispatchWrite(std::span<const std::uint8_t> command)

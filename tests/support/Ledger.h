@@ -105,6 +105,8 @@ class Ledger {
   void purge();
   // The plug-in wrote these bytes.
   void write(std::span<const std::uint8_t> bytes);
+  // It could not write them.
+  void refuseWrite(std::span<const std::uint8_t> bytes);
 
   struct Record {
     std::vector<LedgerFrame> frames = {};
@@ -125,8 +127,9 @@ class Ledger {
   // The plug-in was unloaded: what is queued stays there. It may be loaded again.
   void unload();
 
-  // Reads that moved some of their bytes: what the plug-in makes of them is not in its capture.
-  std::uint64_t shortReads() const { return shortReads_; }
+  // How often the plug-in did what its capture does not show: it read a part of what it wanted, and goes on
+  // behind the place where that ended, or gave up a glove without being able to tell it.
+  std::uint64_t hidden() const { return hidden_; }
   // In the order of the records: of each place in them, whichever glove had it.
   std::vector<GloveBooks> books() const;
 
@@ -172,5 +175,5 @@ class Ledger {
   std::vector<std::uint8_t> written_;
   bool hasHandled_ = false;  // a message, since the latest turn
   int failedTurns_ = 0;
-  std::uint64_t shortReads_ = 0;
+  std::uint64_t hidden_ = 0;
 };

@@ -31,6 +31,7 @@ class SimulatedPlatform {
     std::function<void(std::span<const std::uint8_t>)> onWrite;
     // Called for each attempt to read, with the number of bytes that it moved, and for each purge. For a
     // ledger.
+    std::function<void(std::span<const std::uint8_t>)> onRefusedWrite;
     std::function<void(std::size_t)> onRead;
     std::function<void()> onPurge;
     platform::PortTimeouts timeouts;

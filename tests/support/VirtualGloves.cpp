@@ -33,6 +33,7 @@ VirtualGloves::VirtualGloves(std::size_t gloves, std::size_t elements, std::uint
   platform_.capturing = true;
   dongle_.onPresence = [this](bool isPresent) { port_.present = isPresent; };
   dongle_.onSend = [this](std::span<const std::uint8_t> message) { receive(message); };
+  port_.onRefusedWrite = [this](std::span<const std::uint8_t> bytes) { ledger_.refuseWrite(bytes); };
   port_.onRead = [this](std::size_t bytes) { ledger_.read(bytes); };
   port_.onPurge = [this] { ledger_.purge(); };
   port_.onWrite = [this](std::span<const std::uint8_t> bytes) {
