@@ -80,6 +80,13 @@ void Hardware::makeObject(const fs::path& settings)
     throw notAPlugin();
   }
   if (!hardware_) throw notAPlugin();
+  // A file that the plug-in can't read leaves its settings as they were, and it does not say so.
+  const std::int64_t elements = std::int64_t{settings_.elementCount} + settings_.auxCount;
+  if (hardware_->getNativeSize() != static_cast<std::uint64_t>(std::max<std::int64_t>(elements, 0))) {
+    throw Failure(ExitCode::settings,
+                  fmt::format("the plug-in did not use the settings file {}.", utf8(settings)),
+                  "Try again, and check the disk and the permissions.");
+  }
   store_ = std::make_unique<plugin::RecordStore>(hardware_->getNativeSize());
   hardware_->mapping_ = &store_->map;
 }
