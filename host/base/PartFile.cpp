@@ -7,6 +7,7 @@
 #include "host/base/Console.h"
 #include "host/base/Failure.h"
 #include "host/base/OutputFile.h"
+#include "host/base/RemoveAll.h"
 #include "host/base/Text.h"
 
 namespace fs = std::filesystem;
@@ -36,12 +37,9 @@ bool isOpenStream(const fs::path& path)
 // A file is only unlinked: to look for more in it would be one more operation that can fail.
 std::error_code removed(const fs::path& path, PartFile::Kind kind)
 {
+  if (kind == PartFile::Kind::folder) return removeAll(path);
   std::error_code error;
-  if (kind == PartFile::Kind::file) {
-    fs::remove(path, error);
-  } else {
-    fs::remove_all(path, error);
-  }
+  fs::remove(path, error);
   return error;
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "host/base/Failure.h"
+#include "host/base/RemoveAll.h"
 #include "host/base/Text.h"
 
 namespace fs = std::filesystem;
@@ -26,10 +27,9 @@ bool isNamedAsOurs(const std::string& name)
 // it is closed.
 void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
 {
-  std::error_code ignored;
-  fs::remove_all(folder, ignored);
+  if (!removeAll(folder)) return lock.reset();
   lock.reset();
-  fs::remove(folder, ignored);
+  removeAll(folder);
 }
 
 void removeAbandoned(const fs::path& parent)

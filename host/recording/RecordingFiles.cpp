@@ -54,7 +54,9 @@ bool isArray(const fs::path& name)
 bool isRecordingFolder(const fs::path& folder)
 {
   std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+  fs::directory_iterator entry(folder, error);
+  if (error == std::errc::interrupted) entry = fs::directory_iterator(folder, error);
+  for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
     const fs::path name = entry->path().filename();
     // Metadata that was being replaced: as it is named now, and as version 1 named it.
     const bool isReplacement = name == "meta.json.new" || name == "meta.json.part";

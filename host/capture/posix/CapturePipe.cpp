@@ -9,12 +9,14 @@
 #include <system_error>
 
 #include "host/base/Failure.h"
+#include "host/base/posix/Repeated.h"
 
 CapturePipe::CapturePipe(const std::filesystem::path& folder) : name_((folder / "capture").string())
 {
   constexpr int wantedSize = 1024 * 1024;
   const bool isMade = ::mkfifo(name_.c_str(), 0600) == 0;
-  if (isMade) handle_ = ::open(name_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (isMade)
+    handle_ = host::repeated([&] { return ::open(name_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
   if (handle_ < 0) {
     const int error = errno;
     if (isMade) ::unlink(name_.c_str());

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "host/base/System.h"
+#include "host/base/posix/Repeated.h"
 #include "host/session/posix/MarkerPipe.h"
 
 namespace {
@@ -46,7 +47,7 @@ class Descriptor {
 int openTerminal()
 {
   if (::tcgetpgrp(STDIN_FILENO) < 0) return -1;
-  return ::open("/dev/tty", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  return host::repeated([] { return ::open("/dev/tty", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
 }
 
 enum class Owner { self, other, nobody };

@@ -12,6 +12,7 @@
 
 #include "host/base/Failure.h"
 #include "host/base/Text.h"
+#include "host/base/posix/Repeated.h"
 
 namespace fs = std::filesystem;
 
@@ -35,7 +36,7 @@ constexpr int commonFlags = O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC;
 
 bool hasReader(const fs::path& fifo)
 {
-  const int writer = ::open(fifo.c_str(), O_WRONLY | commonFlags);
+  const int writer = host::repeated([&] { return ::open(fifo.c_str(), O_WRONLY | commonFlags); });
   if (writer >= 0) ::close(writer);
   return writer >= 0 || errno != ENXIO;
 }
@@ -64,7 +65,7 @@ MarkerPipe::MarkerPipe(const fs::path& path) : path_(path)
   if (!isMade && errno != EEXIST) failWithError(path, errno);
   if (!isMade) checkExisting(path);
   // As a writer, too, so that there is no end of the input when the last other one closes it.
-  descriptor_ = ::open(path.c_str(), O_RDWR | commonFlags);
+  descriptor_ = host::repeated([&] { return ::open(path.c_str(), O_RDWR | commonFlags); });
   if (descriptor_ >= 0) return;
   const int error = errno;
   if (isMade) ::unlink(path.c_str());
