@@ -1,11 +1,13 @@
 #include "shared/System.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <ctime>
 #include <cwchar>
+#include <memory>
 
 namespace os {
 
@@ -49,11 +51,14 @@ std::vector<std::wstring> findFiles(const std::wstring& path, const std::wstring
   std::vector<std::wstring> names;
   if (!directory) return names;
 
-  std::error_code error;
-  std::filesystem::directory_iterator entry(*directory, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+  // The standard library's iterator would end the process if there is no memory.
+  struct Closer {
+    void operator()(DIR* opened) const { ::closedir(opened); }
+  };
+  const std::unique_ptr<DIR, Closer> opened(::opendir(directory->c_str()));
+  while (const dirent* const entry = opened ? ::readdir(opened.get()) : nullptr) {
     // A name that can't be converted is not one of ours.
-    auto name = wideText(entry->path().filename());
+    auto name = wideText(entry->d_name);
     if (name && name->starts_with(prefix) && name->ends_with(suffix)) names.push_back(std::move(*name));
   }
   return names;
