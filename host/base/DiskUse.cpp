@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include "host/base/PartFile.h"
+#include "host/base/System.h"
 
 namespace fs = std::filesystem;
 
@@ -15,9 +16,9 @@ std::uint64_t bytesAt(const fs::path& place)
     return error ? 0 : size;
   }
   std::uint64_t bytes = 0;
-  for (fs::directory_iterator entry(place, error), end; !error && entry != end; entry.increment(error)) {
+  for (const fs::path& name : host::namesIn(place, error)) {
     std::error_code unknown;
-    const std::uintmax_t size = entry->file_size(unknown);
+    const std::uintmax_t size = fs::file_size(place / name, unknown);
     if (!unknown) bytes += size;
   }
   return bytes;

@@ -160,8 +160,8 @@ void PartFile::store() const
   if (!hasPlace()) return;
   if (kind_ == Kind::folder) {
     std::error_code error;
-    for (fs::directory_iterator entry(growing_, error), end; !error && entry != end; entry.increment(error)) {
-      storeAt(disk_, entry->path());
+    for (const fs::path& name : host::namesIn(growing_, error)) {
+      storeAt(disk_, growing_ / name);
     }
     if (error) throw notStored(growing_, error);
   }

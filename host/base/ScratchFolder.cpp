@@ -34,12 +34,12 @@ void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
 
 void removeAbandoned(const fs::path& parent)
 {
-  std::error_code error;
-  for (fs::directory_iterator entry(parent, error), end; !error && entry != end; entry.increment(error)) {
-    if (!isNamedAsOurs(utf8(entry->path().filename()))) continue;
+  std::error_code ignored;
+  for (const fs::path& name : host::namesIn(parent, ignored)) {
+    if (!isNamedAsOurs(utf8(name))) continue;
     std::optional<host::FolderLock> lock;
-    lock.emplace(entry->path(), host::FolderLock::Kind::abandoned);
-    if (lock->isHeld()) remove(entry->path(), lock);
+    lock.emplace(parent / name, host::FolderLock::Kind::abandoned);
+    if (lock->isHeld()) remove(parent / name, lock);
   }
 }
 

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace host {
 
@@ -50,6 +51,9 @@ class FolderLock {
   bool isHeld_ = false;
 };
 
+// What is in a folder, in no order; with an error, a part of it. The standard library's iterator would end
+// the process if there is no memory.
+std::vector<std::filesystem::path> namesIn(const std::filesystem::path& folder, std::error_code& error);
 // Creates an empty file; an error if the name is taken.
 std::error_code createFile(const std::filesystem::path& path);
 // Renames a file or folder; an error if the new name is taken.

@@ -54,10 +54,7 @@ bool isArray(const fs::path& name)
 bool isRecordingFolder(const fs::path& folder)
 {
   std::error_code error;
-  fs::directory_iterator entry(folder, error);
-  if (error == std::errc::interrupted) entry = fs::directory_iterator(folder, error);
-  for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
-    const fs::path name = entry->path().filename();
+  for (const fs::path& name : host::namesIn(folder, error)) {
     // Metadata that was being replaced: as it is named now, and as version 1 named it.
     const bool isReplacement = name == "meta.json.new" || name == "meta.json.part";
     if (!isArray(name) && name != names::metadataFile && name != names::eventsFile && !isReplacement)
@@ -136,10 +133,12 @@ void RecordingFiles::beginSync()
   std::vector<fs::path> files;
   std::vector<fs::path> folders{fs::absolute(growing()).parent_path()};
   if (format_ == RecordFormat::npy) {
-    for (const auto& entry : fs::directory_iterator(growing())) {
+    std::error_code error;
+    for (const fs::path& name : host::namesIn(growing(), error)) {
       // The metadata is replaced, and stored each time.
-      if (entry.path().filename() != names::metadataFile) files.push_back(entry.path());
+      if (name != names::metadataFile) files.push_back(growing() / name);
     }
+    if (error) throw fs::filesystem_error("the files of the recording", growing(), error);
     folders.insert(folders.begin(), growing());
   } else {
     files.push_back(growing());

@@ -1,5 +1,6 @@
 #include "host/base/System.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -66,6 +67,26 @@ FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
 FolderLock::~FolderLock()
 {
   if (handle_ >= 0) ::close(static_cast<int>(handle_));
+}
+
+std::vector<std::filesystem::path> namesIn(const std::filesystem::path& folder, std::error_code& error)
+{
+  struct Closer {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+  };
+  std::vector<std::filesystem::path> names;
+  std::unique_ptr<DIR, Closer> directory;
+  do {
+    errno = 0;
+    directory.reset(::opendir(folder.c_str()));
+  } while (!directory && errno == EINTR);
+  while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+    errno = 0;
+  }
+  error = {errno, std::generic_category()};
+  return names;
 }
 
 std::error_code createFile(const std::filesystem::path& path)

@@ -45,6 +45,26 @@ FolderLock::~FolderLock()
   if (isHeld_) CloseHandle(reinterpret_cast<HANDLE>(handle_));
 }
 
+std::vector<std::filesystem::path> namesIn(const std::filesystem::path& folder, std::error_code& error)
+{
+  struct Closer {
+    void operator()(HANDLE search) const { FindClose(search); }
+  };
+  std::vector<std::filesystem::path> names;
+  WIN32_FIND_DATAW found{};
+  const HANDLE first = FindFirstFileW((folder / L"*").c_str(), &found);
+  if (first != INVALID_HANDLE_VALUE) {
+    const std::unique_ptr<void, Closer> search(first);
+    do {
+      const std::wstring_view name = found.cFileName;
+      if (name != L"." && name != L"..") names.emplace_back(name);
+    } while (FindNextFileW(first, &found) != 0);
+  }
+  const DWORD reason = GetLastError();
+  error = {reason == ERROR_NO_MORE_FILES ? 0 : static_cast<int>(reason), std::system_category()};
+  return names;
+}
+
 std::error_code createFile(const std::filesystem::path& path)
 {
   const HANDLE file =
