@@ -10,6 +10,7 @@
 
 #include "host/base/Console.h"
 #include "host/base/Failure.h"
+#include "host/base/MemoryReserve.h"
 #include "host/base/System.h"
 #include "host/commands/Program.h"
 
@@ -59,6 +60,7 @@ int run(int count, char** arguments)
 
 int main(int count, char** arguments)
 try {
+  host::reserveMemory();
   host::openStandardStreams();
   setCharacterSet();
   const int code = run(count, arguments);

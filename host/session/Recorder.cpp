@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/base/Failure.h"
+#include "host/base/MemoryReserve.h"
 #include "host/base/System.h"
 
 namespace {
@@ -94,6 +95,7 @@ bool Recorder::run(RecordSource& source, const std::atomic<bool>& stop,
     const bool isDue = now >= nextProgress;
     if (isAtEnd || isDue) figures_.battery = source.battery();
     if (isAtEnd) return true;
+    if (host::isMemoryShort()) throw outOfMemory();
     if (!isDue) continue;
     nextProgress = now + progressInterval;
     updateKept();

@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "host/base/MemoryReserve.h"
 #include "host/gloves/OpeningFailure.h"
 #include "host/recording/Names.h"
 
@@ -123,7 +124,7 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
     waiting.seconds = secondsAway();
     waiting.secondsLeft = rules_.reconnectSeconds - waiting.seconds;
     listener_.waiting(waiting, recorder_.figures());
-    return !stop && !isAtLimit;
+    return !stop && !isAtLimit && !host::isMemoryShort();
   };
   const auto onFailed = [&](const FailedAttempt& attempt) {
     ++current.attempts;
@@ -143,6 +144,7 @@ std::optional<Ending> Session::reconnect(const Failure& loss, RecordSource*& sou
     return giveUp(failure);
   } catch (const Failure&) {
     if (stop || isAtLimit) return endedBy(isAtLimit);
+    if (host::isMemoryShort()) throw outOfMemory();
     throw;
   }
 }
