@@ -86,53 +86,6 @@ TEST_F(EndToEnd, TheLeftGloveIsFirstWhicheverAdvertisedFirst)
   }
 }
 
-TEST_F(EndToEnd, AMapReordersAndDropsAndTheHostsElementsStayUntouched)
-{
-  const auto& glove = addRecorded("KVXGL00001", 1);
-  // The elements in reverse order, without the glove's first and last, after two of the host's.
-  std::vector<std::int32_t> indices;
-  indices.reserve(125);
-  for (std::int32_t element = 0; element < 125; ++element) {
-    indices.push_back(element == 0 || element == 124 ? -1 : 126 - element);
-  }
-  configure(one + "TesselAuxCount\t2\n", indices);
-  ASSERT_EQ(readUntil(3000), 0);
-  ASSERT_GT(record_->records.size(), 50U);
-  for (const auto& record : record_->records) {
-    for (const std::size_t free : {0U, 1U, 126U}) {
-      EXPECT_EQ(record.elements[free], HostRecord::untouched);
-    }
-    const auto& all = sent_.at(&glove);
-    EXPECT_TRUE(std::ranges::any_of(all, [&](const auto& frame) {
-      return std::equal(frame.first.begin() + 1, frame.first.end() - 1, record.elements.rend() - 126);
-    }));
-  }
-}
-
-TEST_F(EndToEnd, LostAndDoubledPacketsCostTheExpectedFrames)
-{
-  auto& glove = addRecorded("KVXGL00001", 1);
-  // With 14 packets per frame: frame 10 loses a middle packet, 20 its last, and 30 has one twice.
-  glove.faults.packetFault = [](std::uint64_t packet) {
-    if (packet == 10 * 14 + 5 || packet == 20 * 14 + 13) return simulator::PacketFault::lost;
-    return packet == 30 * 14 + 3 ? simulator::PacketFault::doubled : simulator::PacketFault::none;
-  };
-  configure(one);
-  ASSERT_EQ(readUntil(3000), 0);
-  std::vector<std::uint64_t> missing;
-  std::uint64_t next = 0;
-  for (const auto& record : record_->records) {
-    const auto frame = frameOf(glove, record, 0);
-    ASSERT_TRUE(frame);
-    for (; next < frame->number; ++next) {
-      missing.push_back(next);
-    }
-    ++next;
-  }
-  EXPECT_EQ(missing, (std::vector<std::uint64_t>{10, 20, 21, 30}));
-  EXPECT_EQ(tessel_->lostFrames_, 4 - 1) << "the first frame has the number 0 and counts as -1";
-}
-
 struct Silence {
   const char* name;
   std::function<void(EndToEnd& test, Glove& left, Glove& right)> begin;

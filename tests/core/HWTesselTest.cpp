@@ -186,17 +186,6 @@ TEST_F(CoreTest, ConfigureSettlesFor100MsAndClosingEndsTheLinkOnce)
   EXPECT_TRUE(transcript_.empty());
 }
 
-TEST_F(CoreTest, TheDestructorClosesTheLink)
-{
-  auto& glove = addGlove("KVXGL00017");
-  make("TesselElementCount\t125\n");
-  ASSERT_EQ(tessel_->configure(), 0);
-  tessel_.reset();
-  platform_.clock.advance(std::chrono::milliseconds(20));
-  EXPECT_FALSE(glove.isConnected());
-  EXPECT_TRUE(platform_.open.empty());
-}
-
 TEST_F(CoreTest, ASecondConfigureLeavesNoLinkCurrentAndFails)
 {
   auto& glove = addGlove("KVXGL00017");

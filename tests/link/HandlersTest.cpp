@@ -16,11 +16,13 @@ enum class Reach {
   countedModule  // connected and counted
 };
 
+using Moves = std::vector<std::pair<ConnectionState, ConnectionState>>;
+
 struct Case {
   const char* name;
   std::string message;  // "cc" stands for the connection
-  Reach reach;
-  std::vector<std::pair<ConnectionState, ConnectionState>> moves;
+  Moves moves = {};
+  Reach reach = Reach::anyModule;
   void (*prepare)(BleModule&) = [](BleModule&) {};
 };
 
@@ -36,71 +38,54 @@ std::vector<Case> cases()
   };
   // A completed procedure ends a running service discovery, whatever its handle.
   const std::pair noService{primary_responded, finish}, noConfig{info_responded, finish};
+  const Moves answered{{state_version_request, state_version_response},
+                       {state_status_request, state_status_response}};
+  const Moves configured{noService,
+                         noConfig,
+                         {starting_notifications, listening_measurements},
+                         {listening_measurements, not_listening}};
+  const Reach any = Reach::anyModule, counted = Reach::countedModule;
+  const std::string completed = "80 05 04 01 cc 00 00 ";
   return {
-      {"connect accepted", "00 03 06 03 00 00 cc", Reach::anyModule, {{connecting, connect_responded}}},
-      {"connect refused", "00 03 06 03 81 01 cc", Reach::anyModule, {}},
+      {"connect accepted", "00 03 06 03 00 00 cc", {{connecting, connect_responded}}},
+      {"connect refused", "00 03 06 03 81 01 cc"},
       {"link established",
        "80 10 03 00 cc 05 1 2 3 4 5 6 0 8 0 e8 3 0 0 ff",
-       Reach::anyModule,
        {{connect_responded, finding_services}}},
-      {"link not established", "80 10 03 00 cc 04 1 2 3 4 5 6 0 8 0 e8 3 0 0 ff", Reach::anyModule, {}},
-      {"group search accepted",
-       "00 03 04 01 cc 00 00",
-       Reach::anyModule,
-       {{finding_services, primary_responded}}},
-      {"group search refused", "00 03 04 01 cc 81 01", Reach::anyModule, {}},
-      {"information search accepted",
-       "00 03 04 03 cc 00 00",
-       Reach::anyModule,
-       {{finding_attributes, info_responded}}},
-      {"information search refused", "00 03 04 03 cc 81 01", Reach::anyModule, {}},
-      {"read accepted",
-       "00 03 04 04 cc 00 00",
-       Reach::anyModule,
-       {{state_version_request, state_version_response}, {state_status_request, state_status_response}}},
-      {"read refused counts as accepted",
-       "00 03 04 04 cc 81 01",
-       Reach::anyModule,
-       {{state_version_request, state_version_response}, {state_status_request, state_status_response}}},
-      {"procedure completed, nothing found",
-       "80 05 04 01 cc 00 00 00 00",
-       Reach::anyModule,
-       {noService, noConfig}},
+      {"link not established", "80 10 03 00 cc 04 1 2 3 4 5 6 0 8 0 e8 3 0 0 ff"},
+      {"group search accepted", "00 03 04 01 cc 00 00", {{finding_services, primary_responded}}},
+      {"group search refused", "00 03 04 01 cc 81 01"},
+      {"information search accepted", "00 03 04 03 cc 00 00", {{finding_attributes, info_responded}}},
+      {"information search refused", "00 03 04 03 cc 81 01"},
+      {"read accepted", "00 03 04 04 cc 00 00", answered},
+      {"read refused counts as accepted", "00 03 04 04 cc 81 01", answered},
+      {"procedure completed, nothing found", completed + "00 00", {noService, noConfig}},
       {"procedure completed, service found",
-       "80 05 04 01 cc 00 00 00 00",
-       Reach::anyModule,
+       completed + "00 00",
        {{primary_responded, finding_attributes}, noConfig},
+       any,
        hasService},
       {"procedure completed, CCCD found",
-       "80 05 04 01 cc 00 00 00 00",
-       Reach::anyModule,
+       completed + "00 00",
        {noService, {info_responded, connected}},
+       any,
        hasConfig},
-      {"write of the CCCD completed",
-       "80 05 04 01 cc 00 00 12 00",
-       Reach::anyModule,
-       {noService,
-        noConfig,
-        {starting_notifications, listening_measurements},
-        {listening_measurements, not_listening}}},
-      {"write of the CCCD failed", "80 05 04 01 cc 03 04 12 00", Reach::anyModule, {}},
+      {"write of the CCCD completed", completed + "12 00", configured},
+      {"write of the CCCD failed", "80 05 04 01 cc 03 04 12 00"},
       {"version value",
        value + "18 00 00 03 1 2 3",
-       Reach::countedModule,
        {{state_version_response, state_version_received}},
+       counted,
        withHandles},
       {"status value",
        value + "16 00 00 03 1 2 3",
-       Reach::countedModule,
        {{state_status_response, state_status_received}},
+       counted,
        withHandles},
-      {"follow-up value", value + "1a 00 00 03 1 2 3", Reach::countedModule, {}, withHandles},
-      {"disconnect accepted", "00 03 03 00 cc 00 00", Reach::countedModule, {{disconnecting, disconnected}}},
-      {"disconnect refused", "00 03 03 00 cc 86 01", Reach::countedModule, {}},
-      {"disconnected; ignored while measuring",
-       "80 03 03 04 cc 08 02",
-       Reach::countedModule,
-       {{disconnecting, finish}}},
+      {"follow-up value", value + "1a 00 00 03 1 2 3", {}, counted, withHandles},
+      {"disconnect accepted", "00 03 03 00 cc 00 00", {{disconnecting, disconnected}}, counted},
+      {"disconnect refused", "00 03 03 00 cc 86 01", {}, counted},
+      {"disconnected; ignored while measuring", "80 03 03 04 cc 08 02", {{disconnecting, finish}}, counted},
   };
 }
 

@@ -195,21 +195,6 @@ TEST_F(SerialCapture, AFullTargetGetsWholeBlocksAndTheNumberOfTheLostOnes)
   EXPECT_EQ(entries.back(), "2");
 }
 
-TEST_F(SerialCapture, WhatIsLostAtTheEndIsNotedWhenTheTargetTakesBytesAgain)
-{
-  open();
-  taken();
-  platform_.captureCapacity = 0;
-  for (int packet = 0; packet < 100; ++packet) {
-    receive({1});
-    ASSERT_EQ(read(1), ReadResult::filled);
-  }
-  platform_.captureCapacity = 100'000;
-  capture::close();
-  EXPECT_FALSE(platform_.captureIsOpen);
-  EXPECT_TRUE(takenEntries().back().starts_with("lost "));
-}
-
 TEST_F(SerialCapture, ATargetThatCanNotBeOpenedIsReportedOnceAndNotTriedAgain)
 {
   platform_.captureError = "no such pipe";

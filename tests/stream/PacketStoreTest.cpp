@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "tests/support/Packets.h"
@@ -87,33 +88,34 @@ TEST_F(CompactPackets, CountersWidenAndARepeatedCounterChangesNothing)
 
 TEST_F(CompactPackets, LossAndDoublingCostWholeFrames)
 {
-  struct Case {
+  // In which order the packets of four frames come; those of the second are 5 to 9.
+  const struct {
     const char* name;
-    std::size_t lost;     // index of the lost packet of the second frame
-    std::size_t doubled;  // index of its doubled packet
-    std::string kept;
+    std::vector<int> second;
+    const char* kept;
+  } cases[] = {
+      {"nothing", {5, 6, 7, 8, 9}, "0 1 2 3"},
+      {"first packet lost", {6, 7, 8, 9}, "0 2 3"},
+      {"a middle packet lost", {5, 6, 8, 9}, "0 2 3"},
+      {"the last packet lost costs the next frame too", {5, 6, 7, 8}, "0 3"},
+      {"first packet doubled", {5, 5, 6, 7, 8, 9}, "0 2 3"},
+      {"a middle packet doubled", {5, 6, 7, 8, 8, 9}, "0 2 3"},
+      {"the last packet doubled falls between the frames", {5, 6, 7, 8, 9, 9}, "0 1 2 3"},
+      {"packets swapped", {5, 7, 6, 8, 9}, "0 2 3"},
+      {"packets of two frames swapped", {5, 6, 7, 8, 10, 9}, "0 3"},
   };
-  constexpr std::size_t none = 99;
-  const Case cases[] = {
-      {"nothing", none, none, "0 1 2 3"},
-      {"first packet lost", 0, none, "0 2 3"},
-      {"a middle packet lost", 2, none, "0 2 3"},
-      {"the last packet lost costs the next frame too", 4, none, "0 3"},
-      {"first packet doubled", none, 0, "0 2 3"},
-      {"a middle packet doubled", none, 3, "0 2 3"},
-      {"the last packet doubled falls between the frames", none, 4, "0 1 2 3"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& [name, second, kept] : cases) {
     PacketStore store;
     store.setPacketFormat(0);
-    for (int counter = 0; counter < 4; ++counter) {
-      const auto frame = compactFrame(counter, 0, 5);
-      for (std::size_t index = 0; index < frame.size(); ++index) {
-        if (counter != 1 || index != c.lost) store.addPacket(frame[index]);
-        if (counter == 1 && index == c.doubled) store.addPacket(frame[index]);
-      }
+    std::vector<int> order{0, 1, 2, 3, 4};
+    order.insert(order.end(), second.begin(), second.end());
+    for (int next = std::max(10, *std::ranges::max_element(second) + 1); next < 20; ++next) {
+      order.push_back(next);
     }
-    EXPECT_TRUE(store.dump().ends_with("Framelets: " + c.kept + "\n")) << c.name << store.dump();
+    for (const int number : order) {
+      store.addPacket(compactFrame(number / 5, 0, 5)[static_cast<std::size_t>(number % 5)]);
+    }
+    EXPECT_TRUE(store.dump().ends_with(std::string("Framelets: ") + kept + "\n")) << name << store.dump();
   }
 }
 
