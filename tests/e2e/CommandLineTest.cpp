@@ -20,72 +20,48 @@ class CommandLine : public testing::Test {
 
 TEST_F(CommandLine, ErrorsNameTheArgumentAndThePossibleOnes)
 {
+  const std::string seconds = "--seconds takes a number from 0.001 to 1000000000, not ";
   const struct {
-    std::vector<std::string> arguments;
-    std::string message;
-    std::string help;  // the command whose help is suggested
+    std::string arguments, message;
+    bool isOfCommand = true;  // whose help is suggested
   } cases[] = {
-      {{"recrod"}, "there is no command 'recrod'; did you mean record?", "tessel"},
-      {{"plt", "a"}, "there is no command 'plt'; did you mean plot?", "tessel"},
-      {{"dance"}, "there is no command 'dance'.", "tessel"},
-      {{"--verison"}, "there is no option '--verison'; did you mean --version?", "tessel"},
-      {{"record", "--secnods", "5"},
-       "there is no option '--secnods'; did you mean --seconds?",
-       "tessel record"},
-      {{"record", "--sec=5"}, "there is no option '--sec'; did you mean --seconds?", "tessel record"},
-      {{"plot", "a", "--fore"}, "there is no option '--fore'; did you mean --force?", "tessel plot"},
-      {{"record", "--colour"}, "there is no option '--colour'.", "tessel record"},
-      {{"record", "-x"}, "there is no option '-x'.", "tessel record"},
-      {{"record", "first", "second"}, "unexpected argument 'first'.", "tessel record"},
-      {{"record", "--", "first"}, "unexpected argument 'first'.", "tessel record"},
-      {{"ports", "plot"}, "unexpected argument 'plot'.", "tessel ports"},
-      {{"plot"},
-       "tessel plot needs RECORDING: a .csv or .xdf file or a folder of NumPy arrays, finished or not.",
-       "tessel plot"},
-      {{"record", "--seconds"}, "--seconds needs a value: SECONDS.", "tessel record"},
-      {{"record", "-o"}, "--output needs a value: FILE|FOLDER|-.", "tessel record"},
-      {{"record", "-o", "--sim"},
-       "--output needs a value: FILE|FOLDER|-; '--sim' is an option.",
-       "tessel record"},
-      {{"record", "--output=", "--sim"}, "there is no value after '--output='.", "tessel"},
-      {{"record", "--seconds", "1", "--seconds", "2"},
-       "--seconds was given 2 times; use it once.",
-       "tessel record"},
-      {{"record", "--sim=yes"}, "--sim takes no value.", "tessel record"},
-      {{"record", "--seconds", "soon"},
-       "--seconds takes a number from 0.001 to 1000000000, not 'soon'.",
-       "tessel record"},
-      {{"record", "--seconds", "0"},
-       "--seconds takes a number from 0.001 to 1000000000, not '0'.",
-       "tessel record"},
-      {{"record", "--seconds", "nan"},
-       "--seconds takes a number from 0.001 to 1000000000, not 'nan'.",
-       "tessel record"},
-      {{"record", "--frames", "1.5"},
-       "--frames takes a whole number from 1 to 1000000000000, not '1.5'.",
-       "tessel record"},
-      {{"plot", "a", "--width", "-1"},
-       "--width takes a whole number from 500 to 8000, not '-1'.",
-       "tessel plot"},
-      {{"sim", "--left-serial", "0x11"},
-       "--left-serial takes a whole number from 0 to 99999, not '0x11'.",
-       "tessel sim"},
-      {{"record", "--format", "xlsx"}, "--format takes csv, npy or xdf, not 'xlsx'.", "tessel record"},
-      {{"record", "--format", "CVS"},
-       "--format takes csv, npy or xdf, not 'CVS'; did you mean csv?",
-       "tessel record"},
-      {{"info", "--gloves", "lefft"},
-       "--gloves takes left, right, both, 1 or 2, not 'lefft'; did you mean left?",
-       "tessel info"},
-      {{"send", "Identify", "--plugin", ""}, "--plugin takes the name of a file, not ''.", "tessel send"},
-      {{"record", "--scenario", "a"}, "--scenario requires --sim.", "tessel record"},
-      {{"record", "--gloves", "1", "--settings", "a"},
-       "--settings and --gloves can't be used together.",
-       "tessel record"},
+      {"recrod", "there is no command 'recrod'; did you mean record?", false},
+      {"plt a", "there is no command 'plt'; did you mean plot?", false},
+      {"dance", "there is no command 'dance'.", false},
+      {"--verison", "there is no option '--verison'; did you mean --version?", false},
+      {"record --secnods 5", "there is no option '--secnods'; did you mean --seconds?"},
+      {"record --sec=5", "there is no option '--sec'; did you mean --seconds?"},
+      {"plot a --fore", "there is no option '--fore'; did you mean --force?"},
+      {"record --colour", "there is no option '--colour'."},
+      {"record -x", "there is no option '-x'."},
+      {"record first second", "unexpected argument 'first'."},
+      {"record -- first", "unexpected argument 'first'."},
+      {"ports plot", "unexpected argument 'plot'."},
+      {"plot",
+       "tessel plot needs RECORDING: a .csv or .xdf file or a folder of NumPy arrays, finished or not."},
+      {"record --seconds", "--seconds needs a value: SECONDS."},
+      {"record -o", "--output needs a value: FILE|FOLDER|-."},
+      {"record -o --sim", "--output needs a value: FILE|FOLDER|-; '--sim' is an option."},
+      {"record --output= --sim", "there is no value after '--output='.", false},
+      {"record --seconds 1 --seconds 2", "--seconds was given 2 times; use it once."},
+      {"record --sim=yes", "--sim takes no value."},
+      {"record --seconds soon", seconds + "'soon'."},
+      {"record --seconds 0", seconds + "'0'."},
+      {"record --seconds nan", seconds + "'nan'."},
+      {"record --frames 1.5", "--frames takes a whole number from 1 to 1000000000000, not '1.5'."},
+      {"plot a --width -1", "--width takes a whole number from 500 to 8000, not '-1'."},
+      {"sim --left-serial 0x11", "--left-serial takes a whole number from 0 to 99999, not '0x11'."},
+      {"record --format xlsx", "--format takes csv, npy or xdf, not 'xlsx'."},
+      {"record --format CVS", "--format takes csv, npy or xdf, not 'CVS'; did you mean csv?"},
+      {"info --gloves lefft", "--gloves takes left, right, both, 1 or 2, not 'lefft'; did you mean left?"},
+      {"send Identify --plugin ", "--plugin takes the name of a file, not ''."},
+      {"record --scenario a", "--scenario requires --sim."},
+      {"record --gloves 1 --settings a", "--settings and --gloves can't be used together."},
   };
-  for (const auto& [arguments, message, help] : cases) {
-    const auto result = runTessel(folder_, arguments);
+  for (const auto& [arguments, message, isOfCommand] : cases) {
+    const auto result = runTessel(folder_, words(arguments));
     EXPECT_EQ(result.exitCode, 2) << message;
+    const std::string help = isOfCommand ? "tessel " + words(arguments)[0] : "tessel";
     EXPECT_EQ(result.messages, "tessel: " + message + "\n        See: " + help + " --help\n");
     EXPECT_EQ(result.output, "") << message;
   }
@@ -125,26 +101,25 @@ TEST_F(CommandLine, TheVersionIsThatOfTheProject)
 
 TEST_F(CommandLine, TheOutputNameDecidesWhereARecordingGoes)
 {
-  const auto record = [&](std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"record", "--sim", "--frames", "5"});
-    return runTessel(folder_, arguments);
+  const auto record = [&](const std::string& arguments) {
+    return runTessel(folder_, words("record --sim --frames 5 " + arguments));
   };
-  EXPECT_EQ(record({"-o", "a.NPY"}).exitCode, 0);
+  EXPECT_EQ(record("-o a.NPY").exitCode, 0);
   EXPECT_TRUE(std::filesystem::exists(folder_ / "a.NPY/samples.npy"));
-  EXPECT_EQ(record({"-o", "./-", "--format", "CSV"}).exitCode, 0);
+  EXPECT_EQ(record("-o ./- --format CSV").exitCode, 0);
   EXPECT_EQ(recordedRows(folder_, "-").size(), 5U);
   std::filesystem::remove(folder_ / "-");
 
-  for (const char* name : {"-", "/dev/stdout"}) {
-    const auto piped = record({"-o", name});
+  for (const std::string name : {"-", "/dev/stdout"}) {
+    const auto piped = record("-o " + name);
     EXPECT_EQ(piped.exitCode, 0) << piped.messages;
     EXPECT_EQ(piped.messages.find("tessel plot"), std::string::npos) << piped.messages;
     folder_.write("piped.csv", piped.output);
     EXPECT_EQ(recordedRows(folder_, "piped.csv").size(), 5U);
     EXPECT_FALSE(std::filesystem::exists(folder_ / "-"));
-    EXPECT_EQ(record({"--json", "-o", name}).exitCode, 2);
+    EXPECT_EQ(record("--json -o " + name).exitCode, 2);
   }
-  EXPECT_EQ(record({"-o", "a.csv", "--format", "npy"}).exitCode, 2);
+  EXPECT_EQ(record("-o a.csv --format npy").exitCode, 2);
 
   const auto picture = runTessel(folder_, {"plot", "piped.csv", "-o", "-"});
   EXPECT_EQ(picture.exitCode, 0) << picture.messages;
@@ -164,9 +139,8 @@ TEST_F(CommandLine, RecordingToStandardOutputAppends)
 
 TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
 {
-  for (const auto& [gloves, label] : {std::pair("left", "left"), std::pair("RIGHT", "right")}) {
-    const auto result =
-        runTessel(folder_, {"record", "--sim", "--gloves", gloves, "--frames", "2", "-o", "-"});
+  for (const auto& [gloves, label] : {std::pair(std::string("left"), "left"), {"RIGHT", "right"}}) {
+    const auto result = runTessel(folder_, words("record --sim --frames 2 -o - --gloves " + gloves));
     EXPECT_EQ(result.exitCode, 0) << result.messages;
     const std::string columns = "time_ms,arrival_ms,plugin_ms," + std::string(label) + "_frame," + label +
                                 "_ticks," + label + "_ms," + label + "_palm_00,";

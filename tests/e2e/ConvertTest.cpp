@@ -16,39 +16,29 @@ TEST(Convert, ErrorsSayWhatToDoAndLeaveTheFilesAlone)
   folder.write("there.csv", "mine");
   folder.write("layout.json", R"({"format":"tessel-layout","version":1,"left":{"regions":[
       {"name":"thumb","elements":[1]},{"name":"palm","elements":[0]}]}})");
+  const std::string tidy = "time_ms,side,region,element,value\n";
   const struct {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int exitCode;
-    std::string message, output;
+    std::string message, output = {};
   } cases[] = {
-      {{"run.csv", "run.dat"}, 2, "run.dat does not say which format to write.", ""},
-      {{"run.csv", "new.csv", "--format", "npy"}, 2, "contradict each other", ""},
-      {{"run.csv", "-", "--format", "npy"}, 2, "Standard output takes csv, tidy and regions only.", ""},
-      {{"run.csv", "there.csv"}, 5, "there.csv already exists", ""},
-      {{"run.csv", "./run.csv", "--force"}, 5, "belongs to the recording", ""},
-      {{"run.csv", "-", "--format", "regions"}, 2, "Add --layout FILE", ""},
-      {{"run.csv", "-", "--format", "regions", "--layout", "nowhere"}, 2, "no layout nowhere", ""},
-      {{"run.csv", "-", "--from", "3", "--to", "3"}, 2, "--from 3 is not before --to 3", ""},
-      {{"run.csv", "-", "--format", "tidy", "--from", "3"},
-       2,
-       "times go from 0.000 to 0.025 seconds",
-       "time_ms,side,region,element,value\n"},
-      {{"run.csv", "-", "--regions", "nose", "--layout", "layout.json"}, 2, "regions are thumb, palm", ""},
-      {{"run.csv", "-", "--regions", "palm,thumb", "--layout", "layout.json", "--from", "0.01"},
-       0,
-       "line 4 is incomplete",
+      {"run.dat", 2, "run.dat does not say which format to write."},
+      {"new.csv --format npy", 2, "contradict each other"},
+      {"- --format npy", 2, "Standard output takes csv, tidy and regions only."},
+      {"there.csv", 5, "there.csv already exists"},
+      {"./run.csv --force", 5, "belongs to the recording"},
+      {"- --format regions", 2, "Add --layout FILE"},
+      {"- --format regions --layout nowhere", 2, "no layout nowhere"},
+      {"- --from 3 --to 3", 2, "--from 3 is not before --to 3"},
+      {"- --format tidy --from 3", 2, "times go from 0.000 to 0.025 seconds", tidy},
+      {"- --regions nose --layout layout.json", 2, "regions are thumb, palm"},
+      {"- --regions palm,thumb --layout layout.json --from 0.01", 0, "line 4 is incomplete",
        "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,left_ms,left_palm_00,left_thumb_00\n,,30,,,,3,"
        "4\n"},
-      {{"run.csv", "-", "--format", "tidy", "--to", "0.01"},
-       0,
-       "not all is kept",
-       "time_ms,side,region,element,value\n0.00,left,,0,1\n0.00,left,,1,2\n"},
+      {"- --format tidy --to 0.01", 0, "not all is kept", tidy + "0.00,left,,0,1\n0.00,left,,1,2\n"},
   };
-  const std::string before = folder.list();
   for (const auto& [arguments, exitCode, message, output] : cases) {
-    std::vector<std::string> all{"convert"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    const auto result = runTessel(folder, all);
+    const auto result = runTessel(folder, words("convert run.csv " + arguments));
     EXPECT_EQ(result.exitCode, exitCode) << message << result.messages;
     EXPECT_NE(result.messages.find(message), std::string::npos) << result.messages;
     EXPECT_EQ(result.output, output) << message;

@@ -47,10 +47,8 @@ TEST(Doctor, EndsWithTheExitCodeOfRecordForTheSameFault)
     Run& run = runs.emplace_back();
     run.folder.write("faults", row.scenario);
     const auto faults = (run.folder / "faults").string();
-    run.doctor.emplace(run.folder, std::vector<std::string>{"doctor", "--sim", "--scenario", faults,
-                                                            "--seconds", "1", "--json"});
-    run.record.emplace(run.other, std::vector<std::string>{"record", "--sim", "--scenario", faults,
-                                                           "--frames", "9", "--wait", "0"});
+    run.doctor.emplace(run.folder, words("doctor --sim --seconds 1 --json --scenario " + faults));
+    run.record.emplace(run.other, words("record --sim --frames 9 --wait 0 --scenario " + faults));
   }
   for (std::size_t index = 0; index < runs.size(); ++index) {
     SCOPED_TRACE(rows[index].scenario);
@@ -78,8 +76,7 @@ TEST(Doctor, PacksAReportThatTarAndTheProgramRead)
   folder.write("settings",
                "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\nTesselMetaData\t\"of "
                "Jane Doe\"\n");
-  const std::vector<std::string> arguments{"doctor",    "--sim", "--settings", "settings",
-                                           "--seconds", "1",     "--report",   "report.tar"};
+  const auto arguments = words("doctor --sim --settings settings --seconds 1 --report report.tar");
   const auto result = runTessel(folder, arguments);
   EXPECT_EQ(result.exitCode, 0) << result.output;
   EXPECT_NE(result.messages.find("report.tar"), std::string::npos);

@@ -15,33 +15,31 @@ TEST(Layout, IsWrittenCheckedAndDrawn)
   folder.write("regions.svg", "<svg/>");
   folder.write("other.svg", "<svg/>");
   const struct {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int exitCode;
-    std::vector<std::string> words;  // of output and messages
+    std::vector<std::string> texts;  // of output and messages
   } cases[] = {
-      {{"hand.json"}, 2, {"there is no layout hand.json"}},
-      {{"hand.json", "--elements", "60"}, 2, {"--write"}},
-      {{"hand.json", "--write", "--elements", "60"}, 0, {"Wrote hand.json", "60 elements"}},
-      {{"hand.json", "--write"}, 5, {"already"}},
-      {{"hand.json"}, 0, {"60 per glove", "right one is its mirror image", "thumb", "Drew hand.svg"}},
-      {{"hand.json"}, 0, {"Drew hand.svg"}},
-      {{"hand.json", "--output", "other.svg"}, 5, {"already"}},
-      {{"hand.json", "--output", "-"}, 0, {"Drawn by tessel layout", "</svg>"}},
-      {{"hand.json", "--output", "hand.txt"}, 2, {"hand.txt can't be written"}},
-      {{"regions.json"}, 0, {"whole-hand", "left one is its mirror image", "nothing to draw"}},
-      {{"wrong.json"},
+      {"hand.json", 2, {"there is no layout hand.json"}},
+      {"hand.json --elements 60", 2, {"--write"}},
+      {"hand.json --write --elements 60", 0, {"Wrote hand.json", "60 elements"}},
+      {"hand.json --write", 5, {"already"}},
+      {"hand.json", 0, {"60 per glove", "right one is its mirror image", "thumb", "Drew hand.svg"}},
+      {"hand.json", 0, {"Drew hand.svg"}},
+      {"hand.json --output other.svg", 5, {"already"}},
+      {"hand.json --output -", 0, {"Drawn by tessel layout", "</svg>"}},
+      {"hand.json --output hand.txt", 2, {"hand.txt can't be written"}},
+      {"regions.json", 0, {"whole-hand", "left one is its mirror image", "nothing to draw"}},
+      {"wrong.json",
        2,
        {"the layout wrong.json can't be used: it has 2 errors", "- unknown key \"nmae\"",
         "- left: region a: it has 1 positions for 4 elements", "docs/layout.md"}},
   };
-  for (const auto& [arguments, exitCode, words] : cases) {
-    std::vector<std::string> all{"layout"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    const auto result = runTessel(folder, all);
-    EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(arguments) << result.messages;
-    for (const std::string& word : words) {
-      EXPECT_NE((result.output + result.messages).find(word), std::string::npos)
-          << testing::PrintToString(arguments) << word << result.output << result.messages;
+  for (const auto& [arguments, exitCode, texts] : cases) {
+    const auto result = runTessel(folder, words("layout " + arguments));
+    EXPECT_EQ(result.exitCode, exitCode) << arguments << result.messages;
+    const std::string all = result.output + result.messages;
+    for (const std::string& text : texts) {
+      EXPECT_NE(all.find(text), std::string::npos) << arguments << text << all;
     }
   }
   EXPECT_EQ(folder.read("regions.svg"), "<svg/>");

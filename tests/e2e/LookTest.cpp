@@ -17,37 +17,36 @@ TEST(Look, EachCommandReportsWhatItFinds)
   folder.write("battery", "0 battery 15");
   folder.write("colons", "0 name left KVXGL00017:KVXGR00019:3");
   const struct {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int exitCode;
-    std::vector<std::string> words;  // of output and messages
+    std::vector<std::string> texts;  // of output and messages
   } cases[] = {
-      {{"info", "--sim"},
+      {"info --sim",
        0,
        {"COM7",
         "KVXGR00018 (right), serial number 18\n         part 4711 revision 5, firmware build 212 from", "75%",
         "all working"}},
-      {{"info", "--sim", "--gloves", "1"}, 0, {"KVXGL00017 (left)"}},
-      {{"info", "--sim", "--gloves", "1", "--scenario", "colons"},
+      {"info --sim --gloves 1", 0, {"KVXGL00017 (left)"}},
+      {"info --sim --gloves 1 --scenario colons",
        0,
        {"Glove    KVXGL00017:KVXGR00019:3 (left), serial number 17\n         part"}},
-      {{"send", "BatteryLevel", "--sim", "--scenario", "battery"}, 0, {"0.5\n"}},
-      {{"send", "SensorSelect", "--sim"}, 16, {"Not enough parameters"}},
-      {{"send", "Nonsense", "--sim"}, 16, {"no reply to \"Nonsense\""}},
-      {{"settings", "new", "--write"}, 0, {"Wrote new"}},
-      {{"settings", "new"}, 0, {"TesselElementCount             250", "line 10", "No errors"}},
-      {{"settings", "new", "--write"}, 5, {"already"}},
-      {{"settings", "faulty"},
+      {"send BatteryLevel --sim --scenario battery", 0, {"0.5\n"}},
+      {"send SensorSelect --sim", 16, {"Not enough parameters"}},
+      {"send Nonsense --sim", 16, {"no reply to \"Nonsense\""}},
+      {"settings new --write", 0, {"Wrote new"}},
+      {"settings new", 0, {"TesselElementCount             250", "line 10", "No errors"}},
+      {"settings new --write", 5, {"already"}},
+      {"settings faulty",
        3,
        {"line 3: \"tesselauxcount\" is not a setting and is skipped. Did you mean `TesselAuxCount`?",
         "line 4: `TesselReadTimeout`", "there will be no records"}},
-      {{"nonsense"}, 2, {"no command 'nonsense'"}},
   };
-  for (const auto& [arguments, exitCode, words] : cases) {
-    const auto result = runTessel(folder, arguments);
-    EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(arguments) << result.messages;
-    for (const std::string& word : words) {
-      EXPECT_NE((result.output + result.messages).find(word), std::string::npos)
-          << testing::PrintToString(arguments) << word << result.output << result.messages;
+  for (const auto& [arguments, exitCode, texts] : cases) {
+    const auto result = runTessel(folder, words(arguments));
+    EXPECT_EQ(result.exitCode, exitCode) << arguments << result.messages;
+    const std::string all = result.output + result.messages;
+    for (const std::string& text : texts) {
+      EXPECT_NE(all.find(text), std::string::npos) << arguments << text << all;
     }
   }
 }
@@ -69,8 +68,13 @@ TEST(Look, ASimulatedPortServesOtherProgramsAndIsRemovedAtTheEnd)
     const auto busy = runTessel(third, {"ports"});
     EXPECT_EQ(busy.exitCode, 11) << busy.output;
     EXPECT_NE(busy.messages.find("tessel (process"), std::string::npos) << busy.messages;
+    const auto second = runTessel(third, {"record", "--output", "second.csv"});
+    EXPECT_EQ(second.exitCode, 11) << second.messages;
+    EXPECT_NE(second.messages.find("has it open"), std::string::npos) << second.messages;
     holder.signal(SIGINT);
-    EXPECT_EQ(holder.result().exitCode, 0);
+    const auto held = holder.result();
+    EXPECT_EQ(held.exitCode, 0) << held.messages;
+    EXPECT_EQ(held.messages.find("NOT RECORDING"), std::string::npos) << "nothing disturbed it";
   }
   EXPECT_EQ(runTessel(other, {"record", "--frames", "10"}).exitCode, 0) << "a second host, after the first";
   sim.signal(SIGINT);

@@ -58,18 +58,18 @@ TEST_F(ReplayedCapture, ThatCanNotBePlayedIsRefused)
 {
   folder_.write("run.csv", "time_ms,left_0\n");
   const struct {
-    std::vector<std::string> arguments;
+    const char* arguments;
     int exitCode;
     const char* message;
   } cases[] = {
-      {{"sim", "--replay", "run.csv"}, 6, "run.csv is no capture."},
-      {{"sim", "--replay", "missing"}, 6, "the capture missing can't be read."},
-      {{"sim", "--replay", "run.csv", "--loss", "2"}, 2, "--loss and --replay can't be used together."},
-      {{"sim", "--replay", "run.csv", "--control"}, 2, "--control and --replay can't be used together."},
-      {{"sim", "--speed", "2"}, 2, "--speed requires --replay."},
+      {"sim --replay run.csv", 6, "run.csv is no capture."},
+      {"sim --replay missing", 6, "the capture missing can't be read."},
+      {"sim --replay run.csv --loss 2", 2, "--loss and --replay can't be used together."},
+      {"sim --replay run.csv --control", 2, "--control and --replay can't be used together."},
+      {"sim --speed 2", 2, "--speed requires --replay."},
   };
   for (const auto& [arguments, exitCode, message] : cases) {
-    const auto result = runTessel(folder_, arguments);
+    const auto result = runTessel(folder_, words(arguments));
     EXPECT_EQ(result.exitCode, exitCode) << message;
     EXPECT_NE(result.messages.find(message), std::string::npos) << result.messages;
   }

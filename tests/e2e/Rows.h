@@ -11,9 +11,9 @@
 using Rows = std::vector<std::vector<unsigned>>;
 
 // The rows of a recording; each has the plug-in's timestamp and all elements, or the test fails.
-inline Rows rowsOf(const std::string& csv)
+inline Rows recordedRows(const TemporaryFolder& folder, const std::string& name)
 {
-  std::istringstream lines(csv);
+  std::istringstream lines(folder.read(name));
   std::string line;
   std::getline(lines, line);
   EXPECT_TRUE(
@@ -31,11 +31,6 @@ inline Rows rowsOf(const std::string& csv)
     EXPECT_EQ(row.size(), 251U) << line;
   }
   return rows;
-}
-
-inline Rows recordedRows(const TemporaryFolder& folder, const std::string& name)
-{
-  return rowsOf(folder.read(name));
 }
 
 // Every element is what PtyGloves sent.

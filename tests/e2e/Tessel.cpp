@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -75,4 +76,15 @@ Tessel::Result Tessel::result()
   waitUntil([] { return false; });
   const int code = WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
   return {code, output(), folder_.read("stderr")};
+}
+
+std::vector<std::string> words(const std::string& line)
+{
+  std::vector<std::string> all;
+  for (std::size_t begin = 0; begin <= line.size();) {
+    const std::size_t end = std::min(line.find(' ', begin), line.size());
+    all.push_back(line.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return all;
 }

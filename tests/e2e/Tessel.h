@@ -39,6 +39,9 @@ class Tessel {
   bool ended_ = false;
 };
 
+// The words of a command line, none of which has a space; behind a space at its end is an empty one.
+std::vector<std::string> words(const std::string& line);
+
 inline Tessel::Result runTessel(const TemporaryFolder& folder, std::vector<std::string> arguments)
 {
   return Tessel(folder, std::move(arguments)).result();
