@@ -114,7 +114,7 @@ int stopCalls()
 class Watch {
  public:
   Watch(const CallFault& fault, const PathTest& isOfInterest, pid_t process)
-      : fault_(fault), isOfInterest_(isOfInterest), process_(process), pidfd_(pidfdOf(process))
+      : fault_(fault), isOfInterest_(isOfInterest), pidfd_(pidfdOf(process))
   {
   }
   ~Watch() { ::close(pidfd_); }
@@ -297,7 +297,6 @@ class Watch {
 
   const CallFault& fault_;
   const PathTest& isOfInterest_;
-  const pid_t process_;
   const int pidfd_;
 };
 
