@@ -1,0 +1,122 @@
+// Allocations fail somewhere in the whole program, in any thread. If it is one, the program ends in order: it
+// says that there is not enough memory, and all that it has recorded can be read and has no hole.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+
+#include "tests/e2e/Tessel.h"
+#include "tests/support/FromEnvironment.h"
+
+namespace {
+
+constexpr std::size_t atOnce = 6;
+constexpr std::size_t frames = 40;
+
+class FailingRun {
+ public:
+  // `failing`: the first allocation that fails; 0 for none.
+  FailingRun(const char* format, std::uint64_t failing, std::uint64_t count)
+      : name_(std::string("run.") + format),
+        environment_{"LD_PRELOAD=" TESSEL_FAILING_ALLOCATION, "ALLOCATIONS_FILE=allocations",
+                     "FAILING_ALLOCATION=" + std::to_string(failing),
+                     "FAILING_ALLOCATIONS=" + std::to_string(count)},
+        tessel_(folder_, {"record", "--sim", "--frames", std::to_string(frames), "--output", name_},
+                {"/usr/bin/env", environment_[0], environment_[1], environment_[2], environment_[3],
+                 TESSEL_PROGRAM})
+  {
+  }
+
+  // Returns the exit code.
+  int check()
+  {
+    const Tessel::Result result = tessel_.result();
+    SCOPED_TRACE(name_ + ' ' + environment_[2] + ' ' + environment_[3] + '\n' + result.messages);
+    const bool hasReason = result.messages.find("tessel: there is not enough memory.") != std::string::npos;
+    EXPECT_TRUE(result.exitCode == 0 || (result.exitCode == 1 && hasReason)) << result.exitCode;
+    std::size_t recorded = 0;
+    for (const std::string& left : {name_, name_ + ".part"}) {
+      if (std::filesystem::exists(folder_ / left)) recorded += readRecords(left);
+    }
+    EXPECT_TRUE(result.exitCode != 0 || recorded == frames) << recorded;
+    return result.exitCode;
+  }
+
+  // After check().
+  std::uint64_t allocations() const
+  {
+    return std::strtoull(folder_.read("allocations").c_str(), nullptr, 10);
+  }
+
+ private:
+  // Frames without a hole.
+  std::size_t readRecords(const std::string& name) const
+  {
+    const Tessel::Result converted = runTessel(folder_, {"convert", name, "read.csv", "--force"});
+    EXPECT_EQ(converted.exitCode, 0) << converted.messages;
+    std::istringstream text(folder_.read("read.csv"));
+    std::string line;
+    std::getline(text, line);
+    const auto columns = std::ranges::count(line, ',');
+    std::size_t records = 0;
+    std::int64_t latest = -1;
+    while (std::getline(text, line)) {
+      ++records;
+      EXPECT_EQ(std::ranges::count(line, ','), columns);
+      std::istringstream cells(line);
+      std::string cell;
+      for (int column = 0; column < 4; ++column) {
+        std::getline(cells, cell, ',');
+      }
+      if (cell.empty()) continue;  // it could not be matched with its frame any more
+      const std::int64_t number = std::stoll(cell);
+      EXPECT_TRUE(latest < 0 || number == latest + 1) << number << " after " << latest;
+      latest = number;
+    }
+    return records;
+  }
+
+  const TemporaryFolder folder_;
+  const std::string name_;
+  const std::vector<std::string> environment_;
+  Tessel tessel_;
+};
+
+TEST(Memory, TheProgramEndsInOrderWhicheverAllocationFails)
+{
+  ::unsetenv("TESSEL_SERIAL_PORTS");
+  const auto runs = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_RUNS", 6));
+  const auto seed = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_SEED", 1));
+  // More than one is for examination: docs/reliability.md says what then may happen.
+  const auto failing = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_FAILING", 1));
+  std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
+  std::mt19937_64 random(seed);
+  for (const char* const format : {"csv", "npy", "xdf"}) {
+    FailingRun whole(format, 0, 1);
+    ASSERT_EQ(whole.check(), 0);
+    ASSERT_GT(whole.allocations(), 1000U);
+    std::map<int, std::size_t> codes;
+    std::vector<std::unique_ptr<FailingRun>> running;
+    for (std::uint64_t run = 0; run < runs; ++run) {
+      running.push_back(std::make_unique<FailingRun>(format, 1 + random() % whole.allocations(), failing));
+      if (running.size() < atOnce && run + 1 < runs) continue;
+      for (const auto& each : running) {
+        ++codes[each->check()];
+      }
+      running.clear();
+    }
+    std::printf("record --output run.%s: %llu allocations", format,
+                static_cast<unsigned long long>(whole.allocations()));
+    for (const auto& [code, count] : codes) {
+      std::printf("; exit code %d: %zu", code, count);
+    }
+    std::printf("\n");
+  }
+}
+
+}  // namespace
