@@ -1,7 +1,6 @@
-// Memory that the program keeps for its end. Code of others ends the process if it has no memory: JSON, whose
-// destructor allocates, and the standard library where it deletes folders. So an allocation that fails gets a
-// part of the reserve and succeeds; the recording notices, and ends in order. Once the reserve is used up,
-// allocations fail with std::bad_alloc.
+// Memory that the program keeps for its end. The destructor of JSON allocates, and ends the process if it
+// can't. So an allocation that fails gets a part of the reserve and succeeds; the recording notices, and ends
+// in order. Once the reserve is used up, allocations fail with std::bad_alloc.
 // Of `tessel` only: in other programs the handler of `new` is theirs, and memory is never short here.
 // Threads: any.
 #pragma once

@@ -1,15 +1,26 @@
-// Deletes a folder with its content; an error if something is left of it.
+// Deletes a folder with all that is in it, without following links.
 #pragma once
 
 #include <filesystem>
 #include <system_error>
 
-// What was there when a first attempt failed may be deleted by a second one: that a signal interrupts it, or
-// that another program has a file of it open, passes.
-inline std::error_code removeAll(const std::filesystem::path& folder)
+#include "host/base/System.h"
+
+// Unlike std::filesystem::remove_all(), it does not end the process if there is no memory, and tries again
+// what fails: a signal may have interrupted it. Returns the error of the second attempt. Throws only
+// std::bad_alloc.
+inline std::error_code removeAll(const std::filesystem::path& path)
 {
+  namespace fs = std::filesystem;
   std::error_code error;
-  std::filesystem::remove_all(folder, error);
-  if (error) std::filesystem::remove_all(folder, error);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    if (fs::is_directory(fs::symlink_status(path, error))) {
+      for (const fs::path& name : host::namesIn(path, error)) {
+        removeAll(path / name);
+      }
+    }
+    fs::remove(path, error);
+    if (!error) break;
+  }
   return error;
 }

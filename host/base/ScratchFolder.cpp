@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <new>
 #include <random>
 #include <string_view>
 
@@ -66,8 +67,7 @@ ScratchFolder::ScratchFolder()
       fs::permissions(path_, fs::perms::owner_all);
       lock_.emplace(path_, host::FolderLock::Kind::fresh);
       if (lock_->isHeld()) return;
-      std::error_code ignored;
-      fs::remove_all(path_, ignored);
+      removeAll(path_);
     }
   } catch (const fs::filesystem_error& error) {
     throw notMade(error.code().message());
@@ -77,5 +77,9 @@ ScratchFolder::ScratchFolder()
 
 ScratchFolder::~ScratchFolder()
 {
-  remove(path_, lock_);
+  try {
+    remove(path_, lock_);
+  } catch (const std::bad_alloc&) {
+    // A later run deletes it.
+  }
 }
