@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -26,6 +27,7 @@ class FailingRun {
         environment_{"LD_PRELOAD=" TESSEL_FAILING_ALLOCATION, "ALLOCATIONS_FILE=allocations",
                      "FAILING_ALLOCATION=" + std::to_string(failing),
                      "FAILING_ALLOCATIONS=" + std::to_string(count)},
+        isOne_(count == 1),
         tessel_(folder_, {"record", "--sim", "--frames", std::to_string(frames), "--output", name_},
                 {"/usr/bin/env", environment_[0], environment_[1], environment_[2], environment_[3],
                  TESSEL_PROGRAM})
@@ -38,7 +40,9 @@ class FailingRun {
     const Tessel::Result result = tessel_.result();
     SCOPED_TRACE(name_ + ' ' + environment_[2] + ' ' + environment_[3] + '\n' + result.messages);
     const bool hasReason = result.messages.find("tessel: there is not enough memory.") != std::string::npos;
-    EXPECT_TRUE(result.exitCode == 0 || (result.exitCode == 1 && hasReason)) << result.exitCode;
+    const bool isInOrder = result.exitCode == 0 || (result.exitCode == 1 && hasReason);
+    EXPECT_TRUE(isInOrder || (!isOne_ && (result.exitCode == 1 || result.exitCode == 128 + SIGABRT)))
+        << result.exitCode;
     std::size_t recorded = 0;
     for (const std::string& left : {name_, name_ + ".part"}) {
       if (std::filesystem::exists(folder_ / left)) recorded += readRecords(left);
@@ -58,6 +62,7 @@ class FailingRun {
   std::size_t readRecords(const std::string& name) const
   {
     const Tessel::Result converted = runTessel(folder_, {"convert", name, "read.csv", "--force"});
+    if (converted.exitCode == 6 && !isOne_) return 0;  // it was killed before the first record
     EXPECT_EQ(converted.exitCode, 0) << converted.messages;
     std::istringstream text(folder_.read("read.csv"));
     std::string line;
@@ -84,6 +89,7 @@ class FailingRun {
   const TemporaryFolder folder_;
   const std::string name_;
   const std::vector<std::string> environment_;
+  const bool isOne_;
   Tessel tessel_;
 };
 
@@ -92,7 +98,7 @@ TEST(Memory, TheProgramEndsInOrderWhicheverAllocationFails)
   ::unsetenv("TESSEL_SERIAL_PORTS");
   const auto runs = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_RUNS", 6));
   const auto seed = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_SEED", 1));
-  // More than one is for examination: docs/reliability.md says what then may happen.
+  // More than one also exhaust the reserve of the program, which may then be killed.
   const auto failing = static_cast<std::uint64_t>(fromEnvironment("TESSEL_MEMORY_FAILING", 1));
   std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
   std::mt19937_64 random(seed);

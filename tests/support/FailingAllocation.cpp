@@ -1,4 +1,5 @@
-// Preloaded into a program: lets allocations of all its threads fail, counted from 1.
+// Preloaded into a program: lets allocations of all its threads fail, counted from 1. It counts from when the
+// program has a handler for them; before main() nothing could catch what they throw.
 //   FAILING_ALLOCATION=N   the first of them; none without it
 //   FAILING_ALLOCATIONS=M  how many from there on; 1 without it
 //   ALLOCATIONS_FILE=PATH  gets the number of all when the program exits
@@ -22,6 +23,7 @@ bool fails()
 {
   static const unsigned long first = number("FAILING_ALLOCATION", 0);
   static const unsigned long count = number("FAILING_ALLOCATIONS", 1);
+  if (std::get_new_handler() == nullptr) return false;
   const unsigned long current = ++allocations;
   return first != 0 && current >= first && current - first < count;
 }
