@@ -19,83 +19,47 @@ struct Turn {
 
 TEST(LinkWatch, DistinguishesSilenceStallsOfThisComputerAndShortFrames)
 {
-  const Turn message{1ms, 1ms, nothing, 14};
-  const Turn frame{1ms, 1ms, record};
-  const Turn wait{1ms, 1s, nothing};
+  const Turn message{1ms, 1ms, nothing}, messages{1ms, 1ms, nothing, 14}, frame{1ms, 1ms, record};
+  const Turn tooShort{1ms, 1ms, failed}, wait{1ms, 1s, nothing}, longer{1ms, 1s, failed};
+  using enum Verdict;
   const struct {
     std::string name;
-    std::vector<Turn> turns;
     Verdict verdict;
-    std::uint64_t stalls;
-    double longest;
+    std::vector<Turn> turns;
+    std::uint64_t stalls = 0;
+    double longest = 0;
     LinkWatch::Time patience = 0s;
   } cases[] = {
-      {"a good link", {message, frame, message, frame}, Verdict::alive, 0, 0},
-      {"a second of silence", {frame, wait, message}, Verdict::alive, 0, 0},
-      {"no more messages", {frame, wait, {1ms, 1s, failed}}, Verdict::silent, 0, 0},
-      {"one glove silent", {frame, message, {1ms, 1ms, failed}}, Verdict::silent, 0, 0},
-      {"stopped during a read", {frame, {1ms, 12s, failed}, message, frame}, Verdict::alive, 1, 12},
+      {"a good link", alive, {messages, frame, messages, frame}},
+      {"a second of silence", alive, {frame, wait, messages}},
+      {"no more messages", silent, {frame, wait, longer}},
+      {"one glove silent", silent, {frame, messages, tooShort}},
+      {"stopped during a read", alive, {frame, {1ms, 12s, failed}, messages, frame}, 1, 12},
       {"stopped, no complete frame yet",
+       alive,
        {frame, {1ms, 3s, nothing}, {1ms, 1ms, failed, 13}, frame},
-       Verdict::alive,
        1,
        3},
-      {"a blocked output", {frame, {4s, 1ms, failed}, frame}, Verdict::alive, 1, 4},
-      {"silent after a stall has ended", {{1ms, 9s, record}, wait, {1ms, 1s, failed}}, Verdict::silent, 1, 9},
-      {"two stalls",
-       {frame, {3s, 1ms, nothing}, {1ms, 7s, failed}, frame, {1s, 1ms, failed}},
-       Verdict::alive,
-       3,
-       7},
-      {"link lost during a stall",
-       {frame, {1ms, 30s, failed}, {1ms, 1s, failed, 5}},
-       Verdict::lostInStall,
-       1,
-       30},
-      {"dead port after a stall",
-       {frame, {1ms, 30s, failed}, {1ms, 1ms, failed, 3000}},
-       Verdict::lostInStall,
-       1,
-       30},
-      {"frames too short",
-       {message, {1ms, 1ms, failed}, message, {1ms, 1ms, failed}, message, {1ms, 1ms, failed}},
-       Verdict::framesTooShort,
-       0,
-       0},
+      {"a blocked output", alive, {frame, {4s, 1ms, failed}, frame}, 1, 4},
+      {"silent after a stall has ended", silent, {{1ms, 9s, record}, wait, longer}, 1, 9},
+      {"two stalls", alive, {frame, {3s, 1ms, nothing}, {1ms, 7s, failed}, frame, {1s, 1ms, failed}}, 3, 7},
+      {"link lost during a stall", lostInStall, {frame, {1ms, 30s, failed}, {1ms, 1s, failed, 5}}, 1, 30},
+      {"dead port after a stall", lostInStall, {frame, {1ms, 30s, failed}, {1ms, 1ms, failed, 3000}}, 1, 30},
+      {"frames too short", framesTooShort, {messages, tooShort, messages, tooShort, messages, tooShort}},
       {"frames too short, on a loaded machine",
-       {message,
-        {1ms, 950ms, failed},
-        message,
-        {1ms, 1ms, failed},
-        message,
-        {1ms, 1ms, failed},
-        message,
-        {1ms, 1ms, failed}},
-       Verdict::framesTooShort,
-       0,
-       0},
-      {"one frame too short", {message, {1ms, 1ms, failed}, message, frame}, Verdict::alive, 0, 0},
-      {"no message from the beginning", {wait, {1ms, 1s, failed}, {1ms, 1s, failed}}, Verdict::silent, 0, 0},
+       framesTooShort,
+       {messages, {1ms, 950ms, failed}, messages, tooShort, messages, tooShort, messages, tooShort}},
+      {"one frame too short", alive, {messages, tooShort, messages, frame}},
+      {"no message from the beginning", silent, {wait, longer, longer}},
       {"occasional messages from the beginning",
-       {message,
-        wait,
-        {1ms, 1s, failed},
-        message,
-        wait,
-        {1ms, 1s, failed},
-        message,
-        wait,
-        {1ms, 1s, failed},
-        message},
-       Verdict::alive,
-       0,
-       0},
-      {"silence within the patience", {frame, wait, {1ms, 1s, failed, 8}, frame}, Verdict::alive, 0, 0, 11s},
-      {"silence beyond the patience", {frame, wait, {1ms, 1s, failed, 10}}, Verdict::silent, 0, 0, 11s},
-      {"a dead port", {frame, {0ms, 1us, failed, 5000}}, Verdict::silent, 0, 0, 11s},
-      {"a dead port from the beginning", {{1ms, 1ms, nothing}, {1ms, 1ms, failed, 2}}, Verdict::silent, 0, 0},
+       alive,
+       {messages, wait, longer, messages, wait, longer, messages, wait, longer, messages}},
+      {"silence within the patience", alive, {frame, wait, {1ms, 1s, failed, 8}, frame}, 0, 0, 11s},
+      {"silence beyond the patience", silent, {frame, wait, {1ms, 1s, failed, 10}}, 0, 0, 11s},
+      {"a dead port", silent, {frame, {0ms, 1us, failed, 5000}}, 0, 0, 11s},
+      {"a dead port from the beginning", silent, {message, {1ms, 1ms, failed, 2}}},
   };
-  for (const auto& [name, turns, verdict, stalls, longest, patience] : cases) {
+  for (const auto& [name, verdict, turns, stalls, longest, patience] : cases) {
     LinkWatch watch(patience);
     LinkWatch::Time now = 1000h;
     Verdict reached = Verdict::alive;

@@ -15,28 +15,28 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
   const struct {
     std::string name;
     std::optional<RecordFormat> format, chosen;  // chosen empty: refused
-    std::string words;                           // of the error
+    std::string words = {};                      // of the error
   } cases[] = {
-      {"a.csv", none, csv, ""},
-      {"a.CSV", csv, csv, ""},
+      {"a.csv", none, csv},
+      {"a.CSV", csv, csv},
       {"a.csv", npy, {}, "--format npy and --output a.csv"},
-      {"a.npy", none, npy, ""},
-      {"a.Npy", npy, npy, ""},
+      {"a.npy", none, npy},
+      {"a.Npy", npy, npy},
       {"a.npy", csv, {}, "--format csv and --output a.npy"},
-      {"a.xdf", none, xdf, ""},
+      {"a.xdf", none, xdf},
       {"a.xdf", csv, {}, "--format csv and --output a.xdf"},
-      {"a", none, csv, ""},
-      {"a", npy, npy, ""},
-      {"a", csv, csv, ""},
-      {"run.1", none, csv, ""},
-      {"run.1", npy, npy, ""},
-      {"b.csv/a", npy, npy, ""},
-      {"a.npy/", none, npy, ""},
-      {"-", none, csv, ""},
+      {"a", none, csv},
+      {"a", npy, npy},
+      {"a", csv, csv},
+      {"run.1", none, csv},
+      {"run.1", npy, npy},
+      {"b.csv/a", npy, npy},
+      {"a.npy/", none, npy},
+      {"-", none, csv},
       {"-", npy, {}, "standard output is always csv"},
       {"/dev/stdout", npy, {}, "standard output is always csv"},
       {"-", xdf, {}, "standard output is always csv"},
-      {"./-", npy, npy, ""},
+      {"./-", npy, npy},
       {"", none, {}, "not ''"},
   };
   for (const auto& [name, format, chosen, words] : cases) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/base/Failure.h"
+#include "tests/support/Refusal.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -21,38 +21,15 @@ class PartFiles : public testing::Test {
   std::string refusal(const std::string& name, Kind kind, bool replaces) const
   {
     const auto hasNoNotes = [](const fs::path& path) { return !fs::exists(path / "notes"); };
-    try {
-      const PartFile part(folder_ / name, kind, replaces, hasNoNotes);
-      return "";
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.code(), ExitCode::output);
-      EXPECT_FALSE(failure.advice().empty());
-      return failure.what();
-    }
+    const auto failure = failureOf([&] { PartFile(folder_ / name, kind, replaces, hasNoNotes); });
+    if (!failure) return "";
+    EXPECT_EQ(failure->code(), ExitCode::output);
+    EXPECT_FALSE(failure->advice().empty());
+    return failure->what();
   }
 
   TemporaryFolder folder_;
 };
-
-TEST_F(PartFiles, WhatGrowsHasItsNameOnlyWhenItIsWhole)
-{
-  {
-    PartFile part(folder_ / "run.csv", Kind::file, false);
-    grow(part, "whole");
-    EXPECT_TRUE(fs::exists(folder_ / "run.csv.part"));
-    EXPECT_FALSE(fs::exists(folder_ / "run.csv"));
-    part.settle();
-  }
-  EXPECT_EQ(folder_.read("run.csv"), "whole");
-  {
-    const PartFile unwanted(folder_ / "other.csv", Kind::file, false);
-  }
-  {
-    PartFile cut(folder_ / "third.csv", Kind::file, false);
-    cut.keep(true);
-  }
-  EXPECT_EQ(folder_.list(), "run.csv third.csv.part");
-}
 
 TEST_F(PartFiles, NothingThatIsThereIsLost)
 {
@@ -117,15 +94,6 @@ TEST_F(PartFiles, ANameThatAppearsMeanwhileIsNotTakenAway)
   }
   EXPECT_EQ(folder_.read("run.csv"), "somebody else's");
   EXPECT_EQ(folder_.read("run.csv.part"), "new");
-}
-
-TEST_F(PartFiles, StandardOutputHasNoPlace)
-{
-  for (const char* name : {"-", "/dev/stdout"}) {
-    PartFile part(name, Kind::file, false);
-    EXPECT_FALSE(part.hasPlace()) << name;
-    part.settle();
-  }
 }
 
 }  // namespace

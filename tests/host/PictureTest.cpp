@@ -6,7 +6,6 @@
 #include <random>
 #include <regex>
 
-#include "host/base/Failure.h"
 #include "host/commands/PictureFile.h"
 #include "host/plot/Bands.h"
 #include "host/plot/Curves.h"
@@ -15,9 +14,25 @@
 #include "host/plot/Series.h"
 #include "host/plot/TextFit.h"
 #include "host/recording/RecordingParts.h"
+#include "tests/support/Refusal.h"
 #include "tests/support/Timestamps.h"
 
 namespace {
+
+// A glove and auxiliary elements at 40 records a second, with a pause in the middle.
+Recording withPause(unsigned records, unsigned pauseMs)
+{
+  Recording recording;
+  recording.groups = {{"left", "", 0, 1}, {"aux", "", 1, 1}};
+  recording.elements = 2;
+  std::vector<std::uint32_t> timestamps;
+  for (unsigned record = 0; record < records; ++record) {
+    timestamps.push_back(record * 25 + (record < records / 2 ? 0 : pauseMs));
+    recording.samples.insert(recording.samples.end(), {5, 1});
+  }
+  setTimestamps(recording, timestamps);
+  return recording;
+}
 
 TEST(MarkerLabels, OverlapNeitherEachOtherNorTheirLines)
 {
@@ -47,15 +62,7 @@ TEST(MarkerLabels, OverlapNeitherEachOtherNorTheirLines)
 
 TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
 {
-  Recording recording;
-  recording.groups = {{"left", "", 0, 1}};
-  recording.elements = 1;
-  std::vector<std::uint32_t> timestamps;
-  for (unsigned record = 0; record < 1000; ++record) {
-    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
-    recording.samples.push_back(7);
-  }
-  setTimestamps(recording, timestamps);
+  Recording recording = withPause(1000, 25'000);
   recording.events = {{2, "marker", "", "a<b"},
                       {12, "disconnected", "left", ""},
                       {12.5, "disconnected", "right", ""},
@@ -83,16 +90,9 @@ TEST(Picture, ShowsMarkersAndAbsencesAsFarAsThereIsRoom)
 
 TEST(Picture, KeepsAShortPeakAndLeavesOnlyPausesEmpty)
 {
-  Recording recording;
+  Recording recording = withPause(1000, 25'000);
   recording.groups = {{"le<ft", "K<1", 0, 1}, {"right", "", 1, 1}};
-  recording.elements = 2;
-  std::vector<std::uint32_t> timestamps;
-  for (unsigned record = 0; record < 1000; ++record) {
-    timestamps.push_back(record * 25 + (record < 500 ? 0 : 25'000));
-    recording.samples.insert(recording.samples.end(),
-                             {static_cast<std::uint16_t>(record == 333 ? 900 : 5), 7});
-  }
-  setTimestamps(recording, timestamps);
+  recording.samples[2 * 333] = 900;
   const std::vector<std::size_t> all{0};
   const HeatMap whole = makeHeatMap(recording, recording.groups[0], all, TimeAxis(recording, 0, 50, 8));
   EXPECT_EQ(whole.counts, (std::vector{5, 900, -1, -1, -1, -1, 5, 5}));
@@ -187,24 +187,11 @@ TEST(Curves, OfAnHourKeepEachPeakInABoundedSize)
   }
 }
 
-Recording withPause()
-{
-  Recording recording;
-  recording.groups = {{"left", "", 0, 1}, {"aux", "", 1, 1}};
-  recording.elements = 2;
-  std::vector<std::uint32_t> timestamps;
-  for (unsigned record = 0; record < 200; ++record) {
-    timestamps.push_back(record * 25 + (record < 100 ? 0 : 10'000));
-    recording.samples.insert(recording.samples.end(), {static_cast<std::uint16_t>(record == 150 ? 9 : 5),
-                                                       static_cast<std::uint16_t>(record == 60 ? 999 : 1)});
-  }
-  setTimestamps(recording, timestamps);
-  return recording;
-}
-
 TEST(Moments, AreThoseOfTheRecordsThatLastAtTheirTimes)
 {
-  const Recording recording = withPause();
+  Recording recording = withPause(200, 10'000);
+  recording.samples[2 * 150] = 9;
+  recording.samples[2 * 60 + 1] = 999;
   const TimeAxis axis(recording, 1, 14, 500);
   const struct {
     const char* text;
@@ -223,14 +210,11 @@ TEST(Moments, AreThoseOfTheRecordsThatLastAtTheirTimes)
                {"1,1,1,1,1,1,1,1,1,1,1,1,1", {}, "13 moments"}};
   for (const auto& [text, records, error] : cases) {
     std::vector<std::size_t> found;
-    std::string reason;
-    try {
-      for (const Moment& moment : findMoments(recording, axis, parseMoments(text))) {
+    const std::string reason = refusal([&, &moments = text] {
+      for (const Moment& moment : findMoments(recording, axis, parseMoments(moments))) {
         found.push_back(moment.record);
       }
-    } catch (const Failure& failure) {
-      reason = failure.what();
-    }
+    });
     EXPECT_EQ(found, records) << text;
     EXPECT_EQ(reason.empty(), *error == '\0') << reason;
     EXPECT_NE(reason.find(error), std::string::npos) << reason;
@@ -266,13 +250,10 @@ TEST(Picture, RefusesWhatARecordingHasNoDataFor)
        "--value"},
       {known, {.title = "", .from = 0, .to = 2, .at = {{0.5}}}, "positions of the elements of 'left'"}};
   for (const auto& [recording, options, reason] : cases) {
-    try {
-      drawPicture(recording, options);
-      ADD_FAILURE() << "not refused: " << reason;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.code(), ExitCode::usage);
-      EXPECT_NE(std::string(failure.what()).find(reason), std::string::npos) << failure.what();
-    }
+    const auto failure = failureOf([&, &of = recording, &with = options] { drawPicture(of, with); });
+    ASSERT_TRUE(failure) << reason;
+    EXPECT_EQ(failure->code(), ExitCode::usage);
+    EXPECT_NE(std::string(failure->what()).find(reason), std::string::npos) << failure->what();
   }
 }
 
@@ -286,13 +267,8 @@ TEST(PictureFile, IsOfAFormatThatItsExtensionNames)
                {{.output = "a", .dpi = 96}, false},   {{.output = "a.pdf", .dpi = 96}, false},
                {{.output = "a.png", .dpi = 96}, true}};
   for (const auto& [options, isAccepted] : cases) {
-    bool accepts = true;
-    try {
-      PictureFile(options, "default.svg", "mark");
-    } catch (const Failure&) {
-      accepts = false;
-    }
-    EXPECT_EQ(accepts, isAccepted) << *options.output;
+    const std::string reason = refusal([&with = options] { PictureFile(with, "default.svg", "mark"); });
+    EXPECT_EQ(reason.empty(), isAccepted) << *options.output;
   }
 }
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "host/base/Failure.h"
 #include "host/recording/Recording.h"
+#include "tests/support/Refusal.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Timestamps.h"
 
@@ -123,14 +123,12 @@ TEST(Recordings, ThatAreDamagedAreRefusedWithTheReason)
     folder.write("meta.json", meta);
     folder.write("samples.npy", sampleFile);
     folder.write("stamps.npy", timestampFile);
-    try {
-      readRecording(text.empty() ? folder.path() : folder / "a.csv");
-      ADD_FAILURE() << "not refused: " << reason;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.code(), ExitCode::recording);
-      EXPECT_NE(std::string(failure.what()).find(reason), std::string::npos)
-          << failure.what() << " / " << reason;
-    }
+    const auto failure = failureOf(
+        [&, isFolder = text.empty()] { readRecording(isFolder ? folder.path() : folder / "a.csv"); });
+    ASSERT_TRUE(failure) << reason;
+    EXPECT_EQ(failure->code(), ExitCode::recording);
+    EXPECT_NE(std::string(failure->what()).find(reason), std::string::npos)
+        << failure->what() << " / " << reason;
   }
 }
 

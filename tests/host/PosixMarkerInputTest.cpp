@@ -189,24 +189,6 @@ TEST(MarkerInput, ReadsAFifoOfManyWritersAndRemovesIt)
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-TEST(MarkerInput, RefusesANameThatIsTakenOrCanNotBeMade)
-{
-  const TemporaryFolder folder;
-  folder.write("file", "content");
-  MarkerQueue queue;
-  for (const auto& [name, reason] :
-       {std::pair{"file", "the name is taken"}, {"missing/markers", "No such file or directory"}}) {
-    try {
-      const MarkerInput input(queue, folder / name);
-      ADD_FAILURE() << name;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.code(), ExitCode::output);
-      EXPECT_NE(std::string(failure.what()).find(reason), std::string::npos) << failure.what();
-    }
-  }
-  EXPECT_EQ(folder.read("file"), "content");
-}
-
 TEST(StopRequest, CallsTheMarkerCallbackForEachSigusr1AndIgnoresItOtherwise)
 {
   MarkerQueue queue;

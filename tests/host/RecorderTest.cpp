@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "tests/support/FakeGloves.h"
 
 namespace {
@@ -41,45 +43,40 @@ TEST(Recorder, EndsByLimitsStopRequestsAndFailures)
   const struct {
     const char* name;
     RecordingLimits limits;
-    void (*prepare)(Session& session);
-    Time stopAt;
     const char* ending;
     std::size_t records;
+    std::function<void(Session&)> prepare = [](Session&) {};
+    Time stopAt = 1h;
   } cases[] = {
-      {"so many records", {{}, 7}, [](Session&) {}, 1h, "limit", 7},
+      {"so many records", {{}, 7}, "limit", 7},
       {"so many seconds, from the first record on",
        {2.0, {}},
-       [](Session& session) { session.gloves.silentUntil = 3s; },
-       1h,
        "limit",
-       81},
-      {"a stop request", {{}, {}}, [](Session&) {}, 2s, "stop", 80},
+       81,
+       [](Session& session) { session.gloves.silentUntil = 3s; }},
+      {"a stop request", {{}, {}}, "stop", 80, [](Session&) {}, 2s},
       {"no record for ten seconds",
        {{}, {}},
-       [](Session& session) { session.gloves.silentUntil = 1h; },
-       1h,
        "no complete frame arrived, although the gloves are connected.",
-       0},
+       0,
+       [](Session& session) { session.gloves.silentUntil = 1h; }},
       {"silence before the limit",
        {5.0, {}},
-       [](Session& session) { session.gloves.silentFrom = 3s; },
-       1h,
        "the gloves stopped sending: no frame arrived in the last 2.0 s.",
-       119},
+       119,
+       [](Session& session) { session.gloves.silentFrom = 3s; }},
       {"a failure of the gloves",
        {{}, {}},
-       [](Session& session) { session.gloves.failAt = 1s; },
-       1h,
        "the dongle is gone.",
-       40},
+       40,
+       [](Session& session) { session.gloves.failAt = 1s; }},
       {"a failure of the sink",
        {{}, {}},
-       [](Session& session) { session.sink.capacity = 3; },
-       1h,
        "the disk is full.",
-       3},
+       3,
+       [](Session& session) { session.sink.capacity = 3; }},
   };
-  for (const auto& [name, limits, prepare, stopAt, ending, records] : cases) {
+  for (const auto& [name, limits, ending, records, prepare, stopAt] : cases) {
     Session session(limits);
     prepare(session);
     EXPECT_EQ(session.run(stopAt), ending) << name;

@@ -48,29 +48,4 @@ TEST(RecordWriter, WritesEveryValueAndLeavesOutUnknownOnes)
   EXPECT_EQ(numbers("arrival.npy").substr(8, 8), "\0\0\0\0\x81\x84\x2E\x41"s);
 }
 
-TEST(RecordWriter, TheHeadersOfArraysCountEachRowAtOnce)
-{
-  RecordingMetadata metadata;
-  metadata.layout = {.elements = 2, .groups = {{"left", "KVXGL00017", 0, 2}}};
-  const TemporaryFolder folder;
-  const auto writer = makeRecordWriter(RecordFormat::npy, folder.path(), metadata);
-  const GloveFrame frame;
-  for (unsigned rows = 0; rows < 12; ++rows) {
-    const struct {
-      const char* name;
-      std::string shape;
-      unsigned rowSize;
-    } arrays[] = {{"samples.npy", ", 2)", 4}, {"time.npy", ",)", 8},       {"arrival.npy", ",)", 8},
-                  {"stamps.npy", ",)", 4},    {"left_frame.npy", ",)", 8}, {"left_ticks.npy", ",)", 8}};
-    for (const auto& [name, shape, rowSize] : arrays) {
-      const std::string array = folder.read(name);
-      EXPECT_NE(array.find("'shape': (" + std::to_string(rows) + shape + ", }"), std::string::npos)
-          << name << array.substr(0, 128);
-      EXPECT_EQ(array.size(), 128U + rowSize * rows) << name;
-      EXPECT_EQ(array[127], '\n') << name;
-    }
-    writer->add({.frames = {&frame, 1}, .elements = std::vector<std::uint16_t>{0, 65535}});
-  }
-}
-
 }  // namespace
