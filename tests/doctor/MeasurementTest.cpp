@@ -36,49 +36,42 @@ Measurement measureVirtually(const std::vector<std::string>& setup,
 
 struct Row {
   const char* name;
-  std::vector<std::string> setup;
-  std::vector<VirtualGloves::Step> later;  // seconds after the gloves were opened
-  double sampledPerSecond;                 // by the gloves' clocks
+  double sampledPerSecond;  // by the gloves' clocks
   StepExpectation expected;
+  std::vector<std::string> setup = {};
+  std::vector<VirtualGloves::Step> later = {};  // seconds after the gloves were opened
 };
 
+StepExpectation warning(const char* step, const char* text, const char* fix)
+{
+  return {step, Result::warning, ExitCode::done, text, fix};
+}
+
+StepExpectation silent(const char* text, const char* fix)
+{
+  return {"frames", Result::failed, ExitCode::silence, text, fix};
+}
+
 const Row rows[] = {
-    {"all is well",
-     {},
-     {},
-     40,
-     {"frames", Result::ok, ExitCode::done, "40.0 a second; the gloves sample 40.0", ""}},
-    {"lost packets", {"loss left 2"}, {}, 40, {"losses", Result::warning, ExitCode::done, "radio", "closer"}},
-    {"rates differ",
-     {"rate left 44"},
-     {},
-     44,
-     {"losses", Result::warning, ExitCode::done, "pairing", "different rates"}},
+    {"all is well", 40, {"frames", Result::ok, ExitCode::done, "40.0 a second; the gloves sample 40.0", ""}},
+    {"lost packets", 40, warning("losses", "radio", "closer"), {"loss left 2"}},
+    {"rates differ", 44, warning("losses", "pairing", "different rates"), {"rate left 44"}},
     {"too fast for the radio",
-     {"rate 80"},
-     {},
      80,
-     {"frames", Result::warning, ExitCode::done, "the gloves sample 80.0", "The radio carries"}},
-    {"frames wait",
-     {"rate 80"},
-     {},
-     80,
-     {"latency", Result::warning, ExitCode::done, "arrives", "sample more slowly"}},
+     warning("frames", "the gloves sample 80.0", "The radio carries"),
+     {"rate 80"}},
+    {"frames wait", 80, warning("latency", "arrives", "sample more slowly"), {"rate 80"}},
     {"a pause of the radio",
-     {},
-     {{3, "leave left"}, {4, "back left"}},
      40,
-     {"silence", Result::warning, ExitCode::done, "the longest silence took 1", "closer"}},
+     warning("silence", "the longest silence took 1", "closer"),
+     {},
+     {{3, "leave left"}, {4, "back left"}}},
     {"the connection ends",
-     {},
-     {{3, "drop left"}},
      40,
-     {"frames", Result::failed, ExitCode::silence, "the connection to the left glove was lost", ""}},
-    {"nothing from the beginning",
+     silent("the connection to the left glove was lost", ""),
      {},
-     {{0, "silent both"}},
-     40,
-     {"frames", Result::failed, ExitCode::silence, "", "switched on"}},
+     {{3, "drop left"}}},
+    {"nothing from the beginning", 40, silent("", "switched on"), {}, {{0, "silent both"}}},
 };
 
 TEST(Measurement, WhatIsWrongIsFoundByItsStep)

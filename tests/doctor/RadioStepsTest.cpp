@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "HwPlugins/HwTessel/serial/Capture.h"
 #include "tests/doctor/StepExpectation.h"
 #include "tests/support/Hex.h"
@@ -21,91 +23,69 @@ struct CaptureClosed {
 
 struct Row {
   const char* name;
-  std::vector<std::string> commands;  // to the simulation, before the walk
-  WantedGloves wanted;
   StepExpectation expected;
-  VirtualGloves::Step later{0, ""};
+  std::string commands = "";  // to the simulation, before the walk or, behind a number, at this second
+  void (*change)(WantedGloves&) = [](WantedGloves&) {};
 };
 
+StepExpectation failing(const char* step, ExitCode code, const char* text, const char* fix)
+{
+  return {step, Result::failed, code, text, fix};
+}
+
+StepExpectation warning(const char* step, const char* text, const char* fix)
+{
+  return {step, Result::warning, ExitCode::done, text, fix};
+}
+
+StepExpectation good(const char* text)
+{
+  return {"sensors", Result::ok, ExitCode::done, text, ""};
+}
+
+using enum ExitCode;
+
 const Row rows[] = {
-    {"all is well",
-     {},
-     {},
-     {"sensors", Result::ok, ExitCode::done, "KVXGL00017: all good; KVXGR00018: all good", ""}},
-    {"no dongle",
-     {"unplug"},
-     {},
-     {"dongle", Result::failed, ExitCode::noDongle, "there is no USB serial port", "Plug the dongle in"}},
-    {"dongle does not come back",
-     {"stay-away on"},
-     {},
-     {"dongle", Result::failed, ExitCode::noDongle, "did not come back", "Unplug the dongle"}},
-    {"port in use",
-     {"busy on"},
-     {},
-     {"dongle", Result::failed, ExitCode::port, "can't be opened", "Unplug the dongle"}},
-    {"dongle is mute",
-     {"mute on"},
-     {},
-     {"firmware", Result::failed, ExitCode::noGloves, "does not answer", "BGAPI"}},
-    {"firmware too old",
-     {"firmware 1.4.2.129"},
-     {},
-     {"firmware", Result::failed, ExitCode::firmware, "1.4.2.129 is too old: 1.4.2.130", "updated"}},
-    {"noise on the line", {"noise 4000"}, {}, {"sensors", Result::ok, ExitCode::done, "all good", ""}},
-    {"nothing is heard",
-     {"hide both"},
-     {},
-     {"gloves", Result::failed, ExitCode::noGloves, "2 gloves wanted, 0 heard", "Switch the gloves on"}},
-    {"one of two",
-     {"hide left"},
-     {},
-     {"gloves", Result::failed, ExitCode::noGloves, "2 gloves wanted, 1 heard", "--gloves 1"}},
-    {"wrong side",
-     {"hide left"},
-     {.count = 1, .side = "left"},
-     {"gloves", Result::failed, ExitCode::noGloves, "heard but not wanted: right glove KVXGR00018",
-      "--gloves 1"}},
+    {"all is well", good("KVXGL00017: all good; KVXGR00018: all good")},
+    {"no dongle", failing("dongle", noDongle, "there is no USB serial port", "Plug the dongle in"), "unplug"},
+    {"dongle does not come back", failing("dongle", noDongle, "did not come back", "Unplug"), "stay-away on"},
+    {"port in use", failing("dongle", port, "can't be opened", "Unplug the dongle"), "busy on"},
+    {"dongle is mute", failing("firmware", noGloves, "does not answer", "BGAPI"), "mute on"},
+    {"firmware too old", failing("firmware", firmware, "1.4.2.129 is too old: 1.4.2.130", "updated"),
+     "firmware 1.4.2.129"},
+    {"noise on the line", good("all good"), "noise 4000"},
+    {"nothing is heard", failing("gloves", noGloves, "2 gloves wanted, 0 heard", "Switch the gloves on"),
+     "hide both"},
+    {"one of two", failing("gloves", noGloves, "2 gloves wanted, 1 heard", "--gloves 1"), "hide left"},
+    {"wrong side", failing("gloves", noGloves, "heard but not wanted: right glove KVXGR00018", "--gloves 1"),
+     "hide left", [](auto& wanted) { wanted.count = 1, wanted.side = "left"; }},
     {"other serial number",
-     {},
-     {.serialNumbers = {17, 99}},
-     {"gloves", Result::failed, ExitCode::noGloves,
-      "2 gloves of serial number 17 or 99 wanted, 1 heard; heard but not wanted: right glove KVXGR00018",
-      "TesselSerialNumber"}},
-    {"more than wanted",
-     {},
-     {.count = 1},
-     {"gloves", Result::warning, ExitCode::done, "1 glove wanted, 2 heard", "TesselSerialNumber"}},
-    {"weak",
-     {"rssi left -93"},
-     {},
-     {"radio", Result::warning, ExitCode::done, "KVXGL00017 (-93 dBm)", "closer"}},
-    {"crowded",
-     {"neighbours 12"},
-     {},
-     {"radio", Result::warning, ExitCode::done, "12 other devices", "--wait 180"}},
+     failing("gloves", noGloves,
+             "2 gloves of serial number 17 or 99 wanted, 1 heard; heard but not "
+             "wanted: right glove KVXGR00018",
+             "TesselSerialNumber"),
+     "",
+     [](auto& wanted) {
+       wanted.serialNumbers = {17, 99};
+     }},
+    {"more than wanted", warning("gloves", "1 glove wanted, 2 heard", "TesselSerialNumber"), "",
+     [](auto& wanted) { wanted.count = 1; }},
+    {"weak", warning("radio", "KVXGL00017 (-93 dBm)", "closer"), "rssi left -93"},
+    {"crowded", warning("radio", "12 other devices", "--wait 180"), "neighbours 12"},
     {"not connectable",
-     {"refuse right on"},
-     {},
-     {"connection", Result::failed, ExitCode::gloves,
-      "right glove KVXGR00018 is heard (-50 dBm) but can't be connected to", "Switch the glove off and on"}},
+     failing("connection", gloves, "right glove KVXGR00018 is heard (-50 dBm) but can't be connected to",
+             "Switch the glove off and on"),
+     "refuse right on"},
     {"faulty sensors",
-     {"sensor left thumb 249", "sensor left pinky 3", "sensor right palm 255"},
-     {},
-     {"sensors", Result::failed, ExitCode::gloves,
-      "KVXGL00017: thumb: absent or not ready (249), pinky: unknown fault (3); KVXGR00018: palm: command "
-      "fault (255)",
-      "TesselSkipSensorStartupCheck"}},
-    {"faulty sensors, not checked",
-     {"sensor left thumb 249"},
-     {.areSensorsChecked = false},
-     {"sensors", Result::warning, ExitCode::done, "absent", "Check the cables"}},
-    {"silent once connected",
-     {},
-     {},
-     {"versions", Result::warning, ExitCode::done, "KVXGL00017: no version record was received",
-      "off and on"},
-     {5.515, "silent left"}},
+     failing("sensors", gloves,
+             "KVXGL00017: thumb: absent or not ready (249), pinky: unknown fault (3); "
+             "KVXGR00018: palm: command fault (255)",
+             "TesselSkipSensorStartupCheck"),
+     "sensor left thumb 249\nsensor left pinky 3\nsensor right palm 255"},
+    {"faulty sensors, not checked", warning("sensors", "absent", "Check the cables"), "sensor left thumb 249",
+     [](auto& wanted) { wanted.areSensorsChecked = false; }},
+    {"silent once connected", warning("versions", "KVXGL00017: no version record was received", "off and on"),
+     "5.515 silent left"},
 };
 
 TEST(RadioSteps, EachFaultIsFoundAtItsStep)
@@ -116,14 +96,23 @@ TEST(RadioSteps, EachFaultIsFoundAtItsStep)
     const CaptureClosed closed;
     gloves.add("left", VirtualGloves::leftAndRight()[0]);
     gloves.add("right", VirtualGloves::leftAndRight()[1]);
-    for (const std::string& command : row.commands) {
-      command == "busy on" ? void(gloves.port().busy = true) : gloves.execute(command);
+    const auto execute = [&](const std::string& command) { gloves.execute(command); };
+    std::istringstream commands(row.commands);
+    for (std::string command; std::getline(commands, command);) {
+      double at = 0;
+      if (std::istringstream(command) >> at) {
+        gloves.schedule({{at, command.substr(command.find(' ') + 1)}}, 0, execute);
+      } else if (command == "busy on") {
+        gloves.port().busy = true;
+      } else {
+        execute(command);
+      }
     }
-    if (row.later.at > 0)
-      gloves.schedule({row.later}, 0, [&](const std::string& command) { gloves.execute(command); });
+    WantedGloves wanted;
+    row.change(wanted);
     StepList steps;
     DongleProbe probe([] { return true; });
-    takeRadioSteps(probe, row.wanted, steps);
+    takeRadioSteps(probe, wanted, steps);
     expectStep(steps, row.expected);
     EXPECT_EQ(steps.warnings(), row.expected.result == Result::warning ? 1U : 0U);
     if (row.expected.result == Result::failed) {

@@ -1,8 +1,6 @@
 // Gloves through the C interface: real threads, a real pseudo terminal, simulated gloves.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -96,7 +94,8 @@ TEST(Gloves, WhatCanNotBeOpenedSaysWhy)
   }
 }
 
-TEST(Gloves, NullAndStaleHandlesAndCallsTooEarlyAreErrors)
+// Handles that are none: interface/Program.c.
+TEST(Gloves, CallsTooEarlyAreErrors)
 {
   Rows rows(1);
   tessel_shape shape{};
@@ -104,36 +103,24 @@ TEST(Gloves, NullAndStaleHandlesAndCallsTooEarlyAreErrors)
   tessel_statistics statistics{};
   statistics.size = sizeof(statistics);
   char text[10];
-  tessel_gloves created = 0, closed = 0;
-  ASSERT_EQ(tessel_create(nullptr, &closed), TESSEL_OK);
-  ASSERT_EQ(tessel_close(closed), TESSEL_OK);
-  ASSERT_EQ(tessel_create(nullptr, &created), TESSEL_OK);
-  for (const tessel_gloves gloves : {tessel_gloves{0}, closed, ~tessel_gloves{0}, created}) {
-    const tessel_status status = gloves == created ? TESSEL_ERROR_STATE : TESSEL_ERROR_HANDLE;
-    EXPECT_EQ(tessel_get_shape(gloves, &shape), status);
-    EXPECT_EQ(tessel_describe(gloves, text, sizeof(text), nullptr), status);
-    EXPECT_EQ(tessel_read(gloves, &rows.view, -1), status);
-    EXPECT_EQ(tessel_latest(gloves, &rows.view), status);
-    EXPECT_EQ(tessel_marker(gloves, "early"), status);
-    EXPECT_EQ(tessel_record(gloves, "early.csv", nullptr), status);
-    EXPECT_EQ(tessel_stop_recording(gloves), status);
-    EXPECT_EQ(tessel_send(gloves, "BatteryLevel", text, sizeof(text), nullptr), status);
-    EXPECT_EQ(tessel_simulate(gloves, "help", text, sizeof(text), nullptr), status);
-    EXPECT_EQ(tessel_get_statistics(gloves, &statistics), gloves == created ? TESSEL_OK : status);
-    EXPECT_EQ(tessel_next_event(gloves, text, sizeof(text), nullptr),
-              gloves == created ? TESSEL_TIMEOUT : status);
-    if (gloves != created) {
-      EXPECT_EQ(tessel_open(gloves, 0), status);
-      EXPECT_EQ(tessel_cancel(gloves), status);
-      EXPECT_EQ(tessel_close(gloves), status);
-    }
-  }
-  EXPECT_EQ(tessel_get_shape(created, nullptr), TESSEL_ERROR_STATE);
-  EXPECT_EQ(tessel_get_statistics(created, nullptr), TESSEL_ERROR_ARGUMENT);
+  tessel_gloves gloves = 0;
+  ASSERT_EQ(tessel_create(nullptr, &gloves), TESSEL_OK);
+  EXPECT_EQ(tessel_get_shape(gloves, &shape), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_get_shape(gloves, nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_describe(gloves, text, sizeof(text), nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_read(gloves, &rows.view, -1), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_latest(gloves, &rows.view), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_marker(gloves, "early"), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_record(gloves, "early.csv", nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_stop_recording(gloves), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_send(gloves, "BatteryLevel", text, sizeof(text), nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_simulate(gloves, "help", text, sizeof(text), nullptr), TESSEL_ERROR_STATE);
+  EXPECT_EQ(tessel_get_statistics(gloves, &statistics), TESSEL_OK);
+  EXPECT_EQ(tessel_next_event(gloves, text, sizeof(text), nullptr), TESSEL_TIMEOUT);
+  EXPECT_EQ(tessel_get_statistics(gloves, nullptr), TESSEL_ERROR_ARGUMENT);
   statistics.size = 4;
-  EXPECT_EQ(tessel_get_statistics(created, &statistics), TESSEL_ERROR_ARGUMENT);
-  EXPECT_EQ(tessel_create(nullptr, nullptr), TESSEL_ERROR_ARGUMENT);
-  EXPECT_EQ(tessel_close(created), TESSEL_OK);
+  EXPECT_EQ(tessel_get_statistics(gloves, &statistics), TESSEL_ERROR_ARGUMENT);
+  EXPECT_EQ(tessel_close(gloves), TESSEL_OK);
 }
 
 TEST(Gloves, AreReadAndDescribed)
@@ -307,25 +294,6 @@ TEST(Gloves, RecordsThatAreNotReadInTimeAreCounted)
   EXPECT_GE(rows.view.overflowed, 10U);
   EXPECT_EQ(rows.view.first, rows.view.overflowed);
   EXPECT_TRUE(waitFor([&] { return has(gloves.takeEvents(), "overflow"); }));
-}
-
-TEST(Gloves, InAForkedChildNothingIsDone)
-{
-  const OpenGloves gloves;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    Rows rows(1);
-    tessel_gloves other = 0;
-    const bool isRefused = tessel_read(gloves.handle, &rows.view, -1) == TESSEL_ERROR_FORKED &&
-                           tessel_create(nullptr, &other) == TESSEL_ERROR_FORKED &&
-                           tessel_close(gloves.handle) == TESSEL_ERROR_FORKED;
-    ::_exit(isRefused ? 0 : 1);
-  }
-  int status = -1;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
-  Rows rows(1);
-  EXPECT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
 }
 
 TEST(Gloves, SurviveUnloadingTheLibraryAndAreClosedAtTheEndOfTheProgram)

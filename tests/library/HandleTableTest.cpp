@@ -2,11 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <mutex>
-#include <set>
-#include <thread>
-
 namespace {
 
 using library::HandleTable;
@@ -42,42 +37,6 @@ TEST(HandleTable, AnObjectInUseOutlivesItsHandle)
   table.remove(handle);
   EXPECT_EQ(*used, 5);
   EXPECT_EQ(used.use_count(), 1);
-}
-
-TEST(HandleTable, EachObjectIsRemovedByOneThread)
-{
-  constexpr int threads = 4;
-  constexpr int rounds = 2000;
-  HandleTable<int> table(1);
-  std::atomic<std::uint64_t> shared = 0;
-  std::atomic<int> removed = 0;
-  std::mutex mutex;
-  std::set<std::uint64_t> all;
-  const auto run = [&] {
-    std::vector<std::uint64_t> own;
-    for (int round = 0; round < rounds; ++round) {
-      own.push_back(table.add(std::make_shared<int>(round)));
-      // Another thread may have closed it already, or never sees it.
-      for (const std::uint64_t handle : {shared.exchange(own.back()), own[own.size() / 2]}) {
-        const auto found = table.find(handle);
-        if (found) {
-          EXPECT_LT(*found, rounds);
-        }
-        if (table.remove(handle)) ++removed;
-      }
-    }
-    const std::scoped_lock lock(mutex);
-    all.insert(own.begin(), own.end());
-  };
-  {
-    std::vector<std::jthread> running;
-    running.reserve(threads);
-    for (int thread = 0; thread < threads; ++thread) {
-      running.emplace_back(run);
-    }
-  }
-  EXPECT_EQ(all.size(), threads * rounds) << "handles must not repeat";
-  EXPECT_EQ(removed + static_cast<int>(table.handles().size()), threads * rounds);
 }
 
 }  // namespace

@@ -39,6 +39,8 @@ TEST(Process, NothingIsDoneInAForkedChild)
               tessel_recording recording = 0;
               const bool isRefused = tessel_ports(nullptr, 0, nullptr) == TESSEL_ERROR_FORKED &&
                                      tessel_open_recording("/", &recording) == TESSEL_ERROR_FORKED &&
+                                     tessel_create(nullptr, &recording) == TESSEL_ERROR_FORKED &&
+                                     tessel_close(1) == TESSEL_ERROR_FORKED &&
                                      std::string(tessel_error_text()).find("child") != std::string::npos;
               return isRefused && std::string(tessel_version()) == TESSEL_VERSION ? 3 : 4;
             }),

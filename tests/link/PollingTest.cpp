@@ -288,17 +288,6 @@ TEST_F(PollingTest, ClosingAStoppedLinkStopsTheGlovesAndRestoresTheFlag)
   EXPECT_TRUE(transcript_.empty()) << "a second close finds the port closed";
 }
 
-TEST_F(PollingTest, AnExceptionWhileClosingLeavesThePortClosedAndTheFlagRaised)
-{
-  open();
-  device_.raiseStop();
-  when("> 00 06 04 05 00 12", [this] { arriveThirdGlove(); });
-  EXPECT_THROW(device_.close(), const wchar_t*);
-  EXPECT_EQ(device_.port(), platform::closedPort);
-  EXPECT_TRUE(platform_.open.empty());
-  EXPECT_TRUE(device_.isStopRaised());
-}
-
 TEST_F(LinkTest, ANewDeviceBecomesCurrentAndDestroyingAnyLeavesNone)
 {
   modules[1].state = listening_measurements;

@@ -8,13 +8,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
-#include "host/base/Failure.h"
 #include "host/live/LiveServer.h"
 #include "tests/live/StubSource.h"
 #include "tests/support/HttpClient.h"
+#include "tests/support/Refusal.h"
 
 namespace {
 
@@ -259,6 +260,11 @@ TEST(LiveServer, SendsTheLastStateInTheEnd)
   idle.send(idle.request("/api/state"));
   EXPECT_EQ(idle.answer(), 200);
   const Client half(*server);
+  Client stuck(*server, 4096);
+  source.pictureBytes = 1'000'000;
+  stuck.send(stuck.request("/api/stream"));
+  EXPECT_EQ(stuck.answer(), 200);
+  source.pictureBytes = 0;
 
   source.set("\"ended\"");
   server.reset();
@@ -267,32 +273,6 @@ TEST(LiveServer, SendsTheLastStateInTheEnd)
   ASSERT_NE(last, std::string::npos);
   EXPECT_NE(rest.find("\"state\":\"ended\"}\n\n", last), std::string::npos);
   EXPECT_EQ(idle.receiveAll(), "");
-}
-
-TEST(LiveServer, EndsAlthoughAViewerTakesNothing)
-{
-  StubSource source;
-  source.pictureBytes = 1'000'000;
-  ServerLimits limits;
-  limits.parting = 50ms;
-  std::optional<LiveServer> server(std::in_place, anyPort(limits), source, nullptr);
-  Client stuck(*server, 4096);
-  stuck.send(stuck.request("/api/stream"));
-  EXPECT_EQ(stuck.answer(), 200);
-  server.reset();
-}
-
-// The words of the Failure; empty if there is none.
-std::string failureOf(const std::string& address, std::uint16_t port)
-{
-  StubSource source;
-  try {
-    const LiveServer server({.address = address, .port = port, .limits = {}}, source, nullptr);
-  } catch (const Failure& failure) {
-    EXPECT_FALSE(failure.advice().empty());
-    return failure.what();
-  }
-  return {};
 }
 
 TEST(LiveServer, NeedsAFreePortAndAnOwnAddress)
@@ -307,26 +287,29 @@ TEST(LiveServer, NeedsAFreePortAndAnOwnAddress)
     EXPECT_EQ(server->address(), "http://127.0.0.1:" + std::to_string(portOf(server->address())) + "/");
   }
   const std::string taken = std::to_string(portOf(usual.address()));
-  EXPECT_EQ(failureOf("", portOf(usual.address())),
-            "port " + taken + " of 127.0.0.1 is in use by another program.");
-  EXPECT_EQ(failureOf("192.0.2.77", 0), "192.0.2.77 is no address of this computer.");
-  EXPECT_EQ(failureOf("no such name", 0), "'no such name' is no address of this computer.");
+  const std::tuple<std::string, std::uint16_t, ExitCode, std::string> cases[] = {
+      {"", portOf(usual.address()), ExitCode::output,
+       "port " + taken + " of 127.0.0.1 is in use by another program."},
+      {"192.0.2.77", 0, ExitCode::usage, "192.0.2.77 is no address of this computer."},
+      {"no such name", 0, ExitCode::usage, "'no such name' is no address of this computer."}};
+  for (const auto& [address, port, code, words] : cases) {
+    const ServerOptions options{.address = address, .port = port, .limits = {}};
+    const auto failure = failureOf([&] { LiveServer(options, source, nullptr); });
+    ASSERT_TRUE(failure) << words;
+    EXPECT_EQ(failure->what(), words);
+    EXPECT_EQ(failure->code(), code);
+    EXPECT_FALSE(failure->advice().empty());
+  }
 }
 
-TEST(LiveServer, ListensAtNoOtherAddressThanItsOwn)
+TEST(LiveServer, ListensAtItsOwnAddressOnlyOrAskedForAtAllWithAToken)
 {
   StubSource source;
   const LiveServer usual(anyPort(), source, nullptr);
   EXPECT_TRUE(isServed("127.0.0.1", portOf(usual.address())));
   EXPECT_FALSE(isServed("127.0.0.2", portOf(usual.address())));
-  const LiveServer all({.address = "0.0.0.0", .port = 0, .limits = {}}, source, nullptr);
-  EXPECT_TRUE(isServed("127.0.0.2", portOf(all.address()))) << "only if it is asked for";
-}
-
-TEST(LiveServer, OfAGivenAddressHasATokenInItsOwn)
-{
-  StubSource source;
   const LiveServer server({.address = "0.0.0.0", .port = 0, .limits = {}}, source, nullptr);
+  EXPECT_TRUE(isServed("127.0.0.2", portOf(server.address()))) << "only if it is asked for";
   const auto query = server.address().find("/?token=");
   ASSERT_NE(query, std::string::npos) << server.address();
   EXPECT_EQ(server.address().find("0.0.0.0"), std::string::npos) << "other computers can't use it";

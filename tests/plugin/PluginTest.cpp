@@ -161,26 +161,4 @@ TEST_F(Plugin, ACaptureThatCanNotBeOpenedIsALineOfTheLog)
   library_->release(hardware);
 }
 
-TEST_F(Plugin, AnObjectThatDoesNotFitIntoMemoryLeavesNothingBehind)
-{
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizers end a process that allocates this much";
-#endif
-  const std::wstring file =
-      folder_.write("settings", "TesselElementCount\t2147483647\nTesselAuxCount\t2147483647\n");
-  const std::wstring small = folder_.write("small", "TesselElementCount\t5\nTesselAuxCount\t0\n");
-  // Some systems overcommit memory, so the process gets a limit.
-  const auto tryIt = [&] {
-    const rlimit limit{2'000'000'000, 2'000'000'000};
-    ::setrlimit(RLIMIT_DATA, &limit);
-    try {
-      library_->create(file.c_str(), standingClock, L"");
-    } catch (const std::bad_alloc&) {
-      std::_Exit(library_->release(library_->create(small.c_str(), standingClock, L"")) ? 7 : 8);
-    }
-    std::_Exit(9);
-  };
-  EXPECT_EXIT(tryIt(), testing::ExitedWithCode(7), "");
-}
-
 }  // namespace

@@ -210,34 +210,6 @@ TEST(Lsl, ReceiversRecoverWhenTheSenderIsKilledAndStartedAgain)
   EXPECT_EQ(tessel->result().exitCode, 0);
 }
 
-TEST(Lsl, SendersOnOneComputerAreDistinguished)
-{
-  struct Sender {
-    explicit Sender(const std::string& serial)
-        : gloves(simFolder, {"sim", "--gloves", "left", "--left-serial", serial, "--port", port()})
-    {
-      waitFor([&] { return std::filesystem::exists(port()); }, "the simulated dongle");
-      tessel.emplace(
-          folder, withLibrary({"stream", "--gloves", "left"}),
-          std::vector<std::string>{
-              "env", "TESSEL_SERIAL_PORTS=Bluegiga Bluetooth Low Energy (COM7)=" + port(), TESSEL_PROGRAM});
-      receiver.emplace("tessel-KVXGL000" + serial, elements);
-    }
-    std::string port() const { return (simFolder / "dongle").string(); }
-
-    TemporaryFolder simFolder, folder;
-    Tessel gloves;
-    std::optional<Tessel> tessel;
-    std::optional<LslReceiver> receiver;
-  };
-  Sender first("21"), second("22");
-  for (Sender* const sender : {&first, &second}) {
-    waitFor([&] { return sender->receiver->count() > 20; }, "samples");
-  }
-  EXPECT_EQ(valuesOf(first.receiver->xml(), "serial_number"), Cells{"21"});
-  EXPECT_EQ(valuesOf(second.receiver->xml(), "serial_number"), Cells{"22"});
-}
-
 TEST(Lsl, MarkersOfAnotherStreamAreRecordedAtTheirTimes)
 {
   const Lsl& lsl = Lsl::library();
