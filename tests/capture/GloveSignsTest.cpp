@@ -12,42 +12,32 @@ using namespace std::chrono_literals;
 
 constexpr GloveSigns::Time time = 5s;
 
-struct Case {
-  const char* name;
-  std::vector<PacketBytes> packets;
-  std::optional<std::uint8_t> code;
-};
-
-void PrintTo(const Case& row, std::ostream* stream)
-{
-  *stream << row.name;
-}
-
 const PacketBytes first = packet({0x30, 14, 0, 251}, 0xFF);
 const PacketBytes low3 = packet({1, 0x3F}, 0xFF);   // bits 0 to 3
 const PacketBytes high0 = packet({2, 0xEF}, 0xFF);  // bit 4
 const PacketBytes high1 = packet({2, 0x10});
 
-class BatteryCode : public testing::TestWithParam<Case> {};
-
-TEST_P(BatteryCode, IsThatOfAFrame)
+TEST(BatteryCode, IsThatOfAFrame)
 {
-  GloveSigns signs;
-  for (const PacketBytes& each : GetParam().packets)
-    signs.add(each, time);
-  EXPECT_EQ(signs.batteryCode(), GetParam().code);
+  const struct {
+    const char* name;
+    std::vector<PacketBytes> packets;
+    std::optional<std::uint8_t> code;
+  } cases[] = {
+      {"none in the first packet", {first}, {}},
+      {"low", {first, low3, high0}, 3},
+      {"high", {first, low3, high1}, 19},
+      {"halves of two frames", {low3, first, high1}, {}},
+      {"the latest", {first, low3, high1, first, low3, high0}, 3},
+      {"the latest whole one", {first, low3, high1, first, packet({1, 0x50})}, 19},
+  };
+  for (const auto& [name, packets, code] : cases) {
+    GloveSigns signs;
+    for (const PacketBytes& each : packets)
+      signs.add(each, time);
+    EXPECT_EQ(signs.batteryCode(), code) << name;
+  }
 }
-
-const Case cases[] = {
-    {"NoneInTheFirstPacket", {first}, {}},
-    {"Low", {first, low3, high0}, 3},
-    {"High", {first, low3, high1}, 19},
-    {"HalvesOfTwoFrames", {low3, first, high1}, {}},
-    {"TheLatest", {first, low3, high1, first, low3, high0}, 3},
-    {"TheLatestWholeOne", {first, low3, high1, first, packet({1, 0x50})}, 19},
-};
-INSTANTIATE_TEST_SUITE_P(Packets, BatteryCode, testing::ValuesIn(cases),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(BatteryLevel, HasEightStepsBelowTheTopCode)
 {

@@ -244,19 +244,4 @@ TEST(Dialogue, KeepsDroppedBytesAndFindsMessagesAfterLostBlocks)
   EXPECT_EQ(dialogue.lostBlocks, 3U);
 }
 
-TEST(Dialogue, OfAFileThatIsNoCaptureIsAnError)
-{
-  const TemporaryFolder folder;
-  folder.write("text", "time_ms,left_0\n0,1\n");
-  folder.write("empty", "");
-  for (const char* name : {"text", "empty", "missing", "."}) {
-    try {
-      readDialogue(folder / name);
-      ADD_FAILURE() << name;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.code(), ExitCode::recording) << name;
-    }
-  }
-}
-
 }  // namespace

@@ -114,6 +114,9 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
   folder_.write("empty", "");
   folder_.write("binary", std::string("\x7F\x45\x4C\x46\0\xFF\xFE\0 7 \n\x80", 13));
   folder_.write("tooMany", "TesselElementCount\t1000\nTesselNumSensors\t2\nTesselNumBleModules\t2\n");
+  folder_.write(
+      "auxiliary",
+      "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\nTesselAuxCount\t3847\n");
   folder_.write("huge", "TesselElementCount\t2000000000\n");
   folder_.write("oldFirmware", "0 firmware 1.3.0.1");
   folder_.write("noGloves", "0 hide both");
@@ -140,6 +143,7 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
       {" --settings binary", 3, "not a setting"},
       {" --settings tooMany --sim", 3, "fewer elements"},
       {" --settings huge", 3, "nothing can be recorded"},
+      {" --settings auxiliary --sim", 3, "1 to 4096 elements"},
       {" --output file", 5, "already"},
       {" --output folder --force", 5, "as a folder"},
       {" --output file --format npy --force", 5, "as a file"},

@@ -46,57 +46,6 @@ class FileRecordingTest : public testing::Test, public RecordSink {
   std::unique_ptr<FileRecording> part_;
 };
 
-TEST_F(FileRecordingTest, BeginsAtAnyRecordOfASession)
-{
-  figures_.reconnections = {{.reason = "before", .lostMs = 50, .backMs = 75},
-                            {.reason = "within", .lostMs = 125, .backMs = 150},
-                            {.reason = "at the end", .lostMs = 225, .backMs = 400},
-                            {.reason = "later", .lostMs = 425},
-                            {.reason = "unknown"}};
-  deliver(0, 4);
-  for (const char* const name : {"part.csv", "part.npy", "part.xdf"}) {
-    SCOPED_TRACE(name);
-    const double firstMs = keeper_.latestMs() + 25;
-    beginPart(name);
-    part_->addEvent({.timeMs = firstMs - 10, .event = "marker", .glove = {}, .detail = "before"});
-    const auto first = static_cast<std::uint16_t>(keeper_.written());
-    deliver(first, first + 6);
-    part_->addEvent({.timeMs = firstMs + 60, .event = "marker", .glove = {}, .detail = "within"});
-    part_->keepUp(figures_);
-    const auto [place, books] = part_->complete(figures_, {}, "as requested.");
-    part_.reset();
-    EXPECT_EQ(place, folder_ / name);
-    EXPECT_FALSE(books) << "without a capture";
-
-    const auto reader = openRecording(place);
-    for (std::uint16_t number = 0; number < 6; ++number) {
-      const auto record = reader->next();
-      ASSERT_TRUE(record);
-      EXPECT_EQ(record->timeMs, 25 * number);
-      EXPECT_EQ(record->arrivalMs, 25 * number);
-      EXPECT_EQ(record->pluginMs, 60'000U + 25U * (first + number)) << "unchanged";
-      EXPECT_EQ(record->elements[0], first + number);
-    }
-    EXPECT_FALSE(reader->next());
-    const auto events = reader->events();
-    ASSERT_EQ(events.size(), 2U);
-    EXPECT_EQ(events[0].timeMs, 0) << "with the first record";
-    EXPECT_EQ(events[1].timeMs, 60);
-    const RecordingMetadata& metadata = reader->metadata();
-    EXPECT_EQ(metadata.zero, 100s + first * 25ms);
-    EXPECT_TRUE(metadata.started);
-    EXPECT_EQ(metadata.records, 6U);
-    EXPECT_EQ(metadata.ended, "as requested.");
-    EXPECT_TRUE(metadata.books.is_null());
-    if (first > 4) continue;
-    ASSERT_EQ(metadata.reconnections.size(), 2U);
-    EXPECT_EQ(metadata.reconnections[0].lostMs, 25);
-    EXPECT_EQ(metadata.reconnections[0].backMs, 50);
-    EXPECT_EQ(metadata.reconnections[1].lostMs, 125);
-    EXPECT_TRUE(std::isnan(metadata.reconnections[1].backMs)) << "the session's next record is not its own";
-  }
-}
-
 TEST_F(FileRecordingTest, EndsWithoutARecordOrIncomplete)
 {
   beginPart("part.csv");

@@ -87,26 +87,6 @@ class XdfFile : public testing::Test {
   std::string bytes_;
 };
 
-TEST_F(XdfFile, HasEverythingThatWasRecorded)
-{
-  const Content content = read(bytes_);
-  EXPECT_EQ(content.failure, "");
-  EXPECT_EQ(content.notes, "");
-  ASSERT_EQ(content.rows.size(), sample_.rows.size());
-  for (std::size_t row = 0; row < sample_.rows.size(); ++row) {
-    expectSame(content.rows[row], sample_.rows[row]);
-  }
-  ASSERT_EQ(content.events.size(), sample_.events.size());
-  for (std::size_t event = 0; event < sample_.events.size(); ++event) {
-    EXPECT_EQ(eventText(content.events[event]), eventText(sample_.events[event]));
-    EXPECT_EQ(content.events[event].glove, sample_.events[event].glove);
-    EXPECT_EQ(content.events[event].timeMs, event == 0 ? 0 : sample_.events[event].timeMs);
-  }
-  EXPECT_EQ(content.metadata.ended, "the end") << "of the footer";
-  EXPECT_EQ(content.metadata.zero, sample_.zero);
-  EXPECT_EQ(content.metadata.layout.groups.at(1).module, sample_.metadata.layout.groups[1].module);
-}
-
 TEST_F(XdfFile, ThatWasCutHasEveryCompleteRecord)
 {
   const std::size_t footers = chunkAt(xdf::Tag::boundary, 2);

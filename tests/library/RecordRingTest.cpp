@@ -126,19 +126,6 @@ TEST(RecordRing, CountsWhatIsTakenAndDropped)
   }
 }
 
-TEST(RecordRing, FillsOnlyTheArraysThatThereAre)
-{
-  RecordRing ring(4, 2, 2);
-  addTo(ring, 7, 8, 2);
-  tessel_block none{};
-  none.size = sizeof none;
-  none.capacity = 4;
-  none.gloves = 2;
-  none.elements = 2;
-  EXPECT_EQ(ring.copyLatest(none), 1U);
-  EXPECT_EQ(ring.take(none, 0ms), 1U);
-}
-
 TEST(RecordRing, WakesThoseWhoWait)
 {
   RecordRing ring(8, 2, 1);
@@ -166,18 +153,6 @@ TEST(RecordRing, WakesThoseWhoWait)
   EXPECT_EQ(taken, 50U);
   RecordBlock block(1, 2, 1);
   EXPECT_EQ(ring.take(block.view, -1ms), 0U) << "the end stays";
-}
-
-TEST(RecordRing, KeepsWhatIsThereAtTheEnd)
-{
-  RecordRing ring(8, 2, 1);
-  addTo(ring, 0, 3, 1);
-  ring.end();
-  RecordBlock block(2, 2, 1);
-  EXPECT_EQ(ring.take(block.view, -1ms), 2U);
-  EXPECT_EQ(ring.take(block.view, -1ms), 1U);
-  EXPECT_EQ(ring.take(block.view, -1ms), 0U);
-  EXPECT_EQ(ring.copyLatest(block.view), 2U);
 }
 
 // With a slow and a fast writer: each record is read once, or counted as dropped.
