@@ -125,7 +125,7 @@ SyncHandle::SyncHandle(const std::filesystem::path& path)
   if (::stat(path.c_str(), &status) != 0) {
     error_ = {errno, std::generic_category()};
   } else if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) {
-    handle_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    handle_ = repeated([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
     // A folder of which the names can't be listed can't be opened; it may still have new files.
     if (handle_ < 0 && !(S_ISDIR(status.st_mode) && errno == EACCES))
       error_ = {errno, std::generic_category()};
