@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <random>
+#include <regex>
 #include <sstream>
 
 #include "tests/e2e/Tessel.h"
@@ -45,7 +47,8 @@ class FailingRun {
         << result.exitCode;
     std::size_t recorded = 0;
     for (const std::string& left : {name_, name_ + ".part"}) {
-      if (std::filesystem::exists(folder_ / left)) recorded += readRecords(left);
+      if (std::filesystem::exists(folder_ / left))
+        recorded += readRecords(left, unpairedFrames(result.messages));
     }
     EXPECT_TRUE(result.exitCode != 0 || recorded == frames) << recorded;
     return result.exitCode;
@@ -58,8 +61,17 @@ class FailingRun {
   }
 
  private:
-  // Frames without a hole.
-  std::size_t readRecords(const std::string& name) const
+  // Of the left glove, as the summary counts them: on a busy computer its first frames may find none of the
+  // right one. A killed program has no summary.
+  std::int64_t unpairedFrames(const std::string& messages) const
+  {
+    std::smatch found;
+    const bool isAny = std::regex_search(messages, found, std::regex("  left .*\n.*[:,] (\\d+) pairing"));
+    return !isOne_ ? INT64_MAX : isAny ? std::stoll(found[1]) : 0;
+  }
+
+  // Frames without a hole but for those.
+  std::size_t readRecords(const std::string& name, std::int64_t unpaired) const
   {
     const Tessel::Result converted = runTessel(folder_, {"convert", name, "read.csv", "--force"});
     if (converted.exitCode == 6 && !isOne_) return 0;  // it was killed before the first record
@@ -70,6 +82,7 @@ class FailingRun {
     const auto columns = std::ranges::count(line, ',');
     std::size_t records = 0;
     std::int64_t latest = -1;
+    std::int64_t missing = 0;
     while (std::getline(text, line)) {
       ++records;
       EXPECT_EQ(std::ranges::count(line, ','), columns);
@@ -80,9 +93,11 @@ class FailingRun {
       }
       if (cell.empty()) continue;  // it could not be matched with its frame any more
       const std::int64_t number = std::stoll(cell);
-      EXPECT_TRUE(latest < 0 || number == latest + 1) << number << " after " << latest;
+      EXPECT_GT(number, latest);
+      if (latest >= 0) missing += number - latest - 1;
       latest = number;
     }
+    EXPECT_LE(missing, unpaired);
     return records;
   }
 
