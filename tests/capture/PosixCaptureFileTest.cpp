@@ -16,8 +16,8 @@ TEST(CaptureFile, AFullDiskEndsTheFileWithAReason)
   file.append(bytes);
   file.append(bytes);
   EXPECT_EQ(file.problem(),
-            "/dev/full can't be written: No space left on device. It ends there; the recording goes on. "
-            "The disk is full: free some space, or use another disk.");
+            "/dev/full can't be written: No space left on device. It ends there; the recording goes on. The "
+            "disk is full: free some space, or use another disk.");
 }
 
 TEST(CaptureFile, APathThatCanNotHoldACaptureIsAFailure)

@@ -123,8 +123,8 @@ TEST(Replay, AnswersEachCommandAndGoesOnAfterDepartures)
     return more;
   };
   const std::string opened =
-      "0.000 gone, 0.250 back, 0.502 info, 0.602 reading, 0.610 value, 0.702 starting, 0.720 started, "
-      "1.000 first, 2.000 second, ";
+      "0.000 gone, 0.250 back, 0.502 info, 0.602 reading, 0.610 value, 0.702 starting, 0.720 started, 1.000 "
+      "first, 2.000 second, ";
   const struct {
     const char* name;
     std::vector<Command> program;

@@ -60,10 +60,10 @@ const Row rows[] = {
     {"wrong side", failing("gloves", noGloves, "heard but not wanted: right glove KVXGR00018", "--gloves 1"),
      "hide left", [](auto& wanted) { wanted.count = 1, wanted.side = "left"; }},
     {"other serial number",
-     failing("gloves", noGloves,
-             "2 gloves of serial number 17 or 99 wanted, 1 heard; heard but not "
-             "wanted: right glove KVXGR00018",
-             "TesselSerialNumber"),
+     failing(
+         "gloves", noGloves,
+         "2 gloves of serial number 17 or 99 wanted, 1 heard; heard but not wanted: right glove KVXGR00018",
+         "TesselSerialNumber"),
      "",
      [](auto& wanted) {
        wanted.serialNumbers = {17, 99};
@@ -78,8 +78,8 @@ const Row rows[] = {
      "refuse right on"},
     {"faulty sensors",
      failing("sensors", gloves,
-             "KVXGL00017: thumb: absent or not ready (249), pinky: unknown fault (3); "
-             "KVXGR00018: palm: command fault (255)",
+             "KVXGL00017: thumb: absent or not ready (249), pinky: unknown fault (3); KVXGR00018: palm: "
+             "command fault (255)",
              "TesselSkipSensorStartupCheck"),
      "sensor left thumb 249\nsensor left pinky 3\nsensor right palm 255"},
     {"faulty sensors, not checked", warning("sensors", "absent", "Check the cables"), "sensor left thumb 249",

@@ -27,8 +27,9 @@ class RecordedBooks : public testing::Test {
 TEST_F(RecordedBooks, EqualTheRows)
 {
   folder_.write("faults", "1.5 loss left 0.5\n2 loss right 0.5\n2.5 double right 0.3\n");
-  const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--seconds", "5",
-                                          "--output", "run.csv", "--capture", "run.pcapng", "--json"});
+  const auto result = runTessel(
+      folder_,
+      words("record --sim --scenario faults --seconds 5 --output run.csv --capture run.pcapng --json"));
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   const Json summary = Json::parse(result.output);
   const Json metadata = Json::parse(folder_.read("run.json"));
@@ -55,8 +56,8 @@ TEST_F(RecordedBooks, ThatDoNotBalanceKeepDataAndCapture)
 {
   // The rate changes while nothing is heard, and more frames are sampled than the glove can queue.
   folder_.write("faults", "2 leave left\n3 rate left 90\n7 back left\n");
-  const auto result = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--seconds", "8",
-                                          "--output", "run.csv", "--json"});
+  const auto result =
+      runTessel(folder_, words("record --sim --scenario faults --seconds 8 --output run.csv --json"));
   EXPECT_EQ(result.exitCode, 17);
   EXPECT_NE(
       result.messages.find(
@@ -84,19 +85,19 @@ TEST_F(RecordedBooks, AreAnEstimateWithoutACapture)
 TEST_F(RecordedBooks, TheUsersVariableNamesTheFileOfTheCapture)
 {
   ::setenv("TESSEL_CAPTURE", "own.pcapng", 1);
-  const auto result = runTessel(folder_, {"record", "--sim", "--frames", "5", "--output", "run.csv"});
+  const auto result = runTessel(folder_, words("record --sim --frames 5 --output run.csv"));
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   EXPECT_NE(result.messages.find("The link was captured to own.pcapng\n"), std::string::npos)
       << result.messages;
   EXPECT_EQ(folder_.read("own.pcapng").substr(0, 4), "\n\r\r\n");
   // A capture that was asked for, but can't be written, is known before the gloves are opened.
   ::setenv("TESSEL_CAPTURE", "missing/own.pcapng", 1);
-  const auto refused = runTessel(folder_, {"record", "--sim", "--frames", "5", "--output", "two.csv"});
+  const auto refused = runTessel(folder_, words("record --sim --frames 5 --output two.csv"));
   EXPECT_EQ(refused.exitCode, 5);
   EXPECT_NE(refused.messages.find("missing/own.pcapng"), std::string::npos) << refused.messages;
   EXPECT_FALSE(std::filesystem::exists(folder_ / "two.csv.part"));
   ::setenv("TESSEL_CAPTURE", "./two.json", 1);
-  EXPECT_EQ(runTessel(folder_, {"record", "--sim", "--frames", "5", "--output", "two.csv"}).exitCode, 2)
+  EXPECT_EQ(runTessel(folder_, words("record --sim --frames 5 --output two.csv")).exitCode, 2)
       << "it would overwrite the metadata";
 }
 

@@ -121,7 +121,7 @@ TEST_F(CommandLine, TheOutputNameDecidesWhereARecordingGoes)
   }
   EXPECT_EQ(record("-o a.csv --format npy").exitCode, 2);
 
-  const auto picture = runTessel(folder_, {"plot", "piped.csv", "-o", "-"});
+  const auto picture = runTessel(folder_, words("plot piped.csv -o -"));
   EXPECT_EQ(picture.exitCode, 0) << picture.messages;
   EXPECT_TRUE(picture.output.starts_with("<?xml") && picture.output.ends_with("</svg>\n"));
   EXPECT_EQ(runTessel(folder_, {"plot", "piped.csv", "-o", ""}).exitCode, 2);
@@ -154,13 +154,13 @@ TEST_F(CommandLine, OneGloveMayBeOfEitherOrOfARequestedSide)
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
   ::setenv("TESSEL_SERIAL_PORTS",
            ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder_ / "dongle").string()).c_str(), 1);
-  const auto wrong = runTessel(folder_, {"record", "--gloves", "left", "--frames", "2", "--wait", "0"});
+  const auto wrong = runTessel(folder_, words("record --gloves left --frames 2 --wait 0"));
   EXPECT_EQ(wrong.exitCode, 13) << wrong.messages;
   EXPECT_NE(wrong.messages.find("the glove found is KVXGR00018, a right one, not a left one;"),
             std::string::npos)
       << wrong.messages;
   EXPECT_EQ(folder_.list().find("recording"), std::string::npos) << folder_.list();
-  EXPECT_EQ(runTessel(folder_, {"record", "--gloves", "1", "--frames", "2"}).exitCode, 0);
+  EXPECT_EQ(runTessel(folder_, words("record --gloves 1 --frames 2")).exitCode, 0);
 }
 
 }  // namespace

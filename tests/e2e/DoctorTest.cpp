@@ -101,7 +101,7 @@ TEST(Doctor, PacksAReportThatTarAndTheProgramRead)
 TEST(Doctor, CtrlCEndsItAndLeavesNoReport)
 {
   TemporaryFolder folder;
-  Tessel doctor(folder, {"doctor", "--sim", "--report", "report.tar"});
+  Tessel doctor(folder, words("doctor --sim --report report.tar"));
   doctor.waitUntil([&] { return doctor.output().find("firmware") != std::string::npos; });
   doctor.signal(SIGINT);
   EXPECT_EQ(doctor.result().exitCode, 130);

@@ -128,8 +128,7 @@ TEST_F(ForeignText, NeverReachesATerminalUnescaped)
 
 TEST_F(ForeignText, FromADeviceThatIsNoGloveIsNotShown)
 {
-  const auto result =
-      runTessel(folder_, {"send", "GetModuleMap", "--sim", "--scenario", "stranger", "--wait", "0"});
+  const auto result = runTessel(folder_, words("send GetModuleMap --sim --scenario stranger --wait 0"));
   EXPECT_EQ(result.exitCode, 13) << result.messages;
   EXPECT_NE(result.messages.find("detected: 1"), std::string::npos) << result.messages;
   expectHarmless(result.output + result.messages, "the stranger");

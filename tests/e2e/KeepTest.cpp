@@ -41,20 +41,18 @@ TEST(Keep, AKilledRunLeavesFilesThatBelongTogether)
     EXPECT_EQ(runTessel(folder, {"plot", name + ".part"}).exitCode, 0);
     if (format == "csv") continue;
     // It may have been killed between writing a row and the header.
-    const std::string check =
-        "cd " + folder.path().string() +
-        "/run.part && /usr/bin/python3 -c \"import numpy, glob; n = {f: len(numpy.load(f)) for f in "
-        "glob.glob('*.npy')}; rows = (" +
-        std::to_string(size()) +
-        " - 128) // 500; assert len(n) == 10 and rows - 1 <= min(n.values()) and "
-        "max(n.values()) == n['samples.npy'] <= rows, (rows, n)\"";
+    const std::string check = "cd " + folder.path().string() +
+                              "/run.part && /usr/bin/python3 -c \"import numpy, glob; n = {f: "
+                              "len(numpy.load(f)) for f in glob.glob('*.npy')}; rows = (" +
+                              std::to_string(size()) +
+                              " - 128) // 500; assert len(n) == 10 and rows - 1 <= min(n.values()) and "
+                              "max(n.values()) == n['samples.npy'] <= rows, (rows, n)\"";
     EXPECT_EQ(std::system(check.c_str()), 0);
   }
-  const auto refused = runTessel(folder, {"record", "--sim", "--frames", "3", "--output", "run.csv"});
+  const auto refused = runTessel(folder, words("record --sim --frames 3 --output run.csv"));
   EXPECT_EQ(refused.exitCode, 5) << refused.messages;
   EXPECT_NE(refused.messages.find("run.csv.part was left"), std::string::npos) << refused.messages;
-  const auto replaced =
-      runTessel(folder, {"record", "--sim", "--frames", "3", "--output", "run.csv", "--force"});
+  const auto replaced = runTessel(folder, words("record --sim --frames 3 --output run.csv --force"));
   EXPECT_EQ(replaced.exitCode, 0) << replaced.messages;
   for (const char* name : {"run.csv.part", "run.json.part", "run.events.csv.part"}) {
     EXPECT_FALSE(std::filesystem::exists(folder / name)) << name;

@@ -56,7 +56,7 @@ TEST(Layout, ExamplesAreValid)
   }
   EXPECT_GE(checked, 3U);
   TemporaryFolder folder;
-  EXPECT_EQ(runTessel(folder, {"layout", "-", "--write"}).output,
+  EXPECT_EQ(runTessel(folder, words("layout - --write")).output,
             folder.read(std::string(TESSEL_LAYOUTS) + "/simulated-hand.json"))
       << "as `tessel layout --write` writes it";
 }

@@ -68,7 +68,7 @@ TEST_F(Leftover, OfAKilledRunIsDeletedByTheNextAndNothingElseIs)
   put("linked", "tessel.lock");
   fs::create_directory_symlink(temporary_ / "linked", temporary_ / "tessel-0000000b");
   put("tessel-0000000c", "tessel.lock");  // an abandoned folder
-  const auto next = runTessel(folder_, {"record", "--sim", "--frames", "3", "--output", "next.csv"});
+  const auto next = runTessel(folder_, words("record --sim --frames 3 --output next.csv"));
   EXPECT_EQ(next.exitCode, 0) << next.messages;
   std::set<std::string> left = names();
   for (const std::string& name : foreign) {

@@ -55,20 +55,20 @@ TEST(Look, ASimulatedPortServesOtherProgramsAndIsRemovedAtTheEnd)
 {
   TemporaryFolder folder;
   TemporaryFolder other;
-  Tessel sim(folder, {"sim", "--port", "dongle"});
+  Tessel sim(folder, words("sim --port dongle"));
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
   ::setenv("TESSEL_SERIAL_PORTS",
            ("Bluegiga Bluetooth Low Energy (COM7)=" + (folder / "dongle").string()).c_str(), 1);
   const auto free = runTessel(other, {"ports"});
   EXPECT_EQ(free.exitCode, 0) << free.messages;
   {
-    Tessel holder(other, {"record", "--output", "run.csv"});
+    Tessel holder(other, words("record --output run.csv"));
     holder.waitUntil([&] { return !other.read("run.csv.part").empty(); });
     TemporaryFolder third;
     const auto busy = runTessel(third, {"ports"});
     EXPECT_EQ(busy.exitCode, 11) << busy.output;
     EXPECT_NE(busy.messages.find("tessel (process"), std::string::npos) << busy.messages;
-    const auto second = runTessel(third, {"record", "--output", "second.csv"});
+    const auto second = runTessel(third, words("record --output second.csv"));
     EXPECT_EQ(second.exitCode, 11) << second.messages;
     EXPECT_NE(second.messages.find("has it open"), std::string::npos) << second.messages;
     holder.signal(SIGINT);
@@ -76,7 +76,7 @@ TEST(Look, ASimulatedPortServesOtherProgramsAndIsRemovedAtTheEnd)
     EXPECT_EQ(held.exitCode, 0) << held.messages;
     EXPECT_EQ(held.messages.find("NOT RECORDING"), std::string::npos) << "nothing disturbed it";
   }
-  EXPECT_EQ(runTessel(other, {"record", "--frames", "10"}).exitCode, 0) << "a second host, after the first";
+  EXPECT_EQ(runTessel(other, words("record --frames 10")).exitCode, 0) << "a second host, after the first";
   sim.signal(SIGINT);
   EXPECT_EQ(sim.result().exitCode, 0);
   EXPECT_FALSE(std::filesystem::exists(folder / "dongle"));

@@ -30,7 +30,7 @@ class Record : public testing::Test {
 TEST_F(Record, EveryElementOfEveryFrameIsWhatTheGlovesSent)
 {
   PtyGloves gloves(folder_ / "dongle");
-  const auto result = runTessel(folder_, {"record", "--frames", "400", "--output", "two.csv", "--json"});
+  const auto result = runTessel(folder_, words("record --frames 400 --output two.csv --json"));
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   EXPECT_NE(result.output.find("\"frames\": 400"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("\"battery\": 0.75"), std::string::npos) << result.output;
@@ -74,7 +74,7 @@ TEST_F(Record, ASecondCtrlCEndsItAtOnceEvenIfTheOutputIsBlocked)
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
   ::fcntl(reader, F_SETPIPE_SZ, 4096);
-  Tessel tessel(folder_, {"record", "--sim", "--output", "fifo"});
+  Tessel tessel(folder_, words("record --sim --output fifo"));
   int waiting = 0;
   tessel.waitUntil([&, unchanged = 0]() mutable {
     const int before = waiting;
@@ -99,9 +99,9 @@ TEST_F(Record, AFailureWhileRecordingKeepsTheRecords)
                {"2.2 drop left", "4", "the connection to the left glove was lost"}};
   for (const auto& [scenario, seconds, text] : cases) {
     folder_.write("scenario", scenario);
-    const auto result = runTessel(folder_, words("record --sim --scenario scenario --reconnect 0 --force "
-                                                 "--output run.csv --seconds " +
-                                                 seconds));
+    const auto result = runTessel(
+        folder_, words("record --sim --scenario scenario --reconnect 0 --force --output run.csv --seconds " +
+                       seconds));
     EXPECT_EQ(result.exitCode, 15) << scenario << result.messages;
     EXPECT_NE(result.messages.find(text), std::string::npos) << scenario << result.messages;
     EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U) << scenario;

@@ -25,8 +25,9 @@ class ReplayedCapture : public testing::Test {
 TEST_F(ReplayedCapture, OfLossesAndAReconnectionYieldsTheSameSamples)
 {
   folder_.write("faults", "1.2 loss 1\n1.8 drop left\n");
-  const auto original = runTessel(folder_, {"record", "--sim", "--scenario", "faults", "--frames", "60",
-                                            "--output", "original.csv", "--capture", "run.pcapng"});
+  const auto original = runTessel(
+      folder_,
+      words("record --sim --scenario faults --frames 60 --output original.csv --capture run.pcapng"));
   ASSERT_EQ(original.exitCode, 0) << original.messages;
   ASSERT_NE(original.messages.find("RECORDING AGAIN"), std::string::npos) << original.messages;
 
@@ -35,7 +36,7 @@ TEST_F(ReplayedCapture, OfLossesAndAReconnectionYieldsTheSameSamples)
              {"sim", "--replay", (folder_ / "run.pcapng").string(), "--port", port, "--speed", "3"});
   sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
   ::setenv("TESSEL_SERIAL_PORTS", ("Bluegiga Bluetooth Low Energy (COM7)=" + port).c_str(), 1);
-  const auto again = runTessel(folder_, {"record", "--frames", "60", "--output", "again.csv"});
+  const auto again = runTessel(folder_, words("record --frames 60 --output again.csv"));
   ASSERT_EQ(again.exitCode, 0) << again.messages;
   sim.signal(SIGINT);
   const auto replayed = sim.result();

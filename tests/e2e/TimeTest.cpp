@@ -20,7 +20,7 @@ TEST(Time, BeginsWithTheProgramAndNotWithTheComputer)
 {
   ::unsetenv("TESSEL_SERIAL_PORTS");
   const TemporaryFolder folder;
-  const auto result = runTessel(folder, {"record", "--sim", "--frames", "5", "--output", "run.csv"});
+  const auto result = runTessel(folder, words("record --sim --frames 5 --output run.csv"));
   ASSERT_EQ(result.exitCode, 0) << result.messages;
   const Rows rows = recordedRows(folder, "run.csv");
   EXPECT_GE(rows.front().front(), 60'000U);
@@ -35,7 +35,7 @@ TEST(Stall, OfTheProgramIsNotMistakenForSilentGloves)
                "TesselElementCount\t250\nTesselNumSensors\t2\nTesselNumBleModules\t2\n"
                "TesselReadTimeout\t1000\n");
   PtyGloves gloves(folder / "dongle", 1);
-  Tessel tessel(folder, {"record", "--settings", "settings", "--output", "run.csv", "--json"});
+  Tessel tessel(folder, words("record --settings settings --output run.csv --json"));
   const auto rowCount = [&] { return std::ranges::count(folder.read("run.csv.part"), '\n'); };
   tessel.waitUntil([&] { return rowCount() > 20; });
   tessel.signal(SIGSTOP);

@@ -13,10 +13,10 @@ TEST(Trace, ShowsARecordingFromOpeningToClose)
   ::unsetenv("TESSEL_SERIAL_PORTS");
   ::unsetenv("TESSEL_CAPTURE");
   TemporaryFolder folder;
-  ASSERT_EQ(runTessel(folder, {"record", "--sim", "--gloves", "left", "--frames", "5", "--output", "run.csv",
-                               "--capture", "run.pcapng"})
-                .exitCode,
-            0);
+  ASSERT_EQ(
+      runTessel(folder, words("record --sim --gloves left --frames 5 --output run.csv --capture run.pcapng"))
+          .exitCode,
+      0);
   const auto result = runTessel(folder, {"trace", "run.pcapng"});
   ASSERT_EQ(result.exitCode, 0) << result.messages;
 

@@ -52,8 +52,7 @@ class View : public testing::Test {
 
 TEST_F(View, SlowViewersCostTheRecordingNoFrame)
 {
-  Tessel tessel(folder_, {"record", "--sim", "--view", "--port", "0", "--frames", "240", "--output",
-                          "run.csv", "--json"});
+  Tessel tessel(folder_, words("record --sim --view --port 0 --frames 240 --output run.csv --json"));
   const auto port = portOfPage(tessel);
   ASSERT_NE(port, 0) << folder_.read("stderr");
   constexpr int smallBuffer = 2048;
@@ -96,7 +95,7 @@ TEST_F(View, SlowViewersCostTheRecordingNoFrame)
 TEST_F(View, ShowsWhyTheGlovesAreNotOpenedAndHowThatEnds)
 {
   folder_.write("scenario", "0 hide left\n");
-  Tessel tessel(folder_, {"view", "--sim", "--scenario", "scenario", "--wait", "1", "--port", "0"});
+  Tessel tessel(folder_, words("view --sim --scenario scenario --wait 1 --port 0"));
   const auto port = portOfPage(tessel);
   ASSERT_NE(port, 0) << folder_.read("stderr");
   HttpClient viewer(port);

@@ -106,9 +106,9 @@ TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
 {
   recordWithLosses();
   frame(8, 8 * 250);  // not read any more
-  EXPECT_EQ(text(),
-            "9 frames sent, 1 repeated, 6 recorded, 4 lost (40.0 %): 1 unheard, 1 radio, 1 "
-            "refused, 1 queued\n");
+  EXPECT_EQ(
+      text(),
+      "9 frames sent, 1 repeated, 6 recorded, 4 lost (40.0 %): 1 unheard, 1 radio, 1 refused, 1 queued\n");
   EXPECT_EQ(
       booksJson(accounts_->books(true), {"left"}).dump(),
       R"({"left":{"sent":9,"repeated":1,"recorded":6,"ambiguous":0,"lost":{"unheard":1,"radio":1,"refused":1,)"
@@ -151,8 +151,8 @@ TEST_F(BooksTest, SayWhatDoesNotBalance)
          test.frame(3, 3 * 250);
          test.record(1, 1);
        },
-       "the left glove sent 4 frames and repeated 0, but 4 were recorded and 1 lost; "
-       "1 record matches no frame that was heard"},
+       "the left glove sent 4 frames and repeated 0, but 4 were recorded and 1 lost; 1 record matches no "
+       "frame that was heard"},
       {"a record of a later frame",
        [](BooksTest& test) {
          test.frame(3, 3 * 250);
@@ -168,8 +168,7 @@ TEST_F(BooksTest, SayWhatDoesNotBalance)
          }
        },
        "how many frames the left glove sent stays undecided in 1 place: its clock jumped, or its rate "
-       "changed "
-       "while nothing was heard"},
+       "changed while nothing was heard"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);

@@ -127,8 +127,7 @@ TEST_F(Files, GrowUnderTheirOwnNamesUntilTheEnd)
       {RecordFormat::npy, "run.npy", "run.npy.part/meta.json",
        "run.npy.part run.npy.part/arrival.npy run.npy.part/events.csv run.npy.part/left_frame.npy "
        "run.npy.part/left_ms.npy run.npy.part/left_ticks.npy run.npy.part/meta.json run.npy.part/samples.npy "
-       "run.npy.part/stamps.npy "
-       "run.npy.part/time.npy ",
+       "run.npy.part/stamps.npy run.npy.part/time.npy ",
        "run.npy run.npy/arrival.npy run.npy/events.csv run.npy/left_frame.npy run.npy/left_ms.npy "
        "run.npy/left_ticks.npy "
        "run.npy/meta.json run.npy/samples.npy run.npy/stamps.npy run.npy/time.npy "},

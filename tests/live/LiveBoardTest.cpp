@@ -113,16 +113,6 @@ TEST(LiveBoard, CountsGapsWithinAConnection)
   EXPECT_EQ(fixture.glove(1)["gaps"], 1);
   EXPECT_EQ(fixture.glove(1)["longestGapMs"], 40.0);
   EXPECT_EQ(fixture.glove(1)["latencyMs"], 7.0);
-
-  // From one connection to the next the numbers say nothing.
-  fixture.board.lost(Failure(ExitCode::silence, "gone.", ""), fixture.figures);
-  fixture.board.waiting({.seconds = 1, .secondsLeft = 59, .failure = {}, .heard = {}}, fixture.figures);
-  pass(30, 31);
-  fixture.board.back(1, 1, fixture.figures);
-  pass(31, 33);
-  fixture.board.recording(fixture.figures);
-  EXPECT_EQ(fixture.glove(0)["gaps"], 1);
-  EXPECT_EQ(fixture.glove(1)["gaps"], 2);
 }
 
 TEST(LiveBoard, MeasuresRates)

@@ -97,60 +97,39 @@ const Case cases[] = {
      "!silent-left"},
     {"AllSilent", [](Situation& s) { s.captured = s.gloves[0].heard = s.gloves[1].heard = now - 1200ms; },
      "silent", "!silent-left !silent-right"},
-    {"JustConnected",
-     [](Situation& s) {
-       s.connected = now - 900ms;
-       s.gloves[0].heard.reset();
-     }},
+    {"JustConnected", [](Situation& s) { s.connected = now - 900ms, s.gloves[0].heard.reset(); }},
     {"NotReadForAWhileIsNoSilence",
      [](Situation& s) {
        s.read = s.captured.emplace(s.gloves[0].heard.emplace(s.gloves[1].heard.emplace(now - 2s)));
      }},
     {"NotReadForLong", [](Situation& s) { s.read = s.captured.emplace(now - 4s); }, "connected", "!stall"},
-    {"NoRecordsWithoutACapture",
-     [](Situation& s) {
-       s.captured.reset();
-       s.arrival = now - 1500ms;
-     },
-     "silent", "!silent-left !silent-right"},
+    {"NoRecordsWithoutACapture", [](Situation& s) { s.captured.reset(), s.arrival = now - 1500ms; }, "silent",
+     "!silent-left !silent-right"},
     {"WithoutACapture", [](Situation& s) { s.captured.reset(); }},
     {"ConnectionEnded", [](Situation& s) { s.gloves[0].isOver = true; }, "lost", "!lost-left"},
     {"Away", lose, "lost", "!lost-left !away"},
-    {"AwayAndHeard",
-     [](Situation& s) {
-       lose(s);
-       s.gloves[0].rssi = -50;
-     },
-     "away", "!away"},
+    {"AwayAndHeard", [](Situation& s) { lose(s), s.gloves[0].rssi = -50; }, "away", "!away"},
     {"AwayAndWithoutADongle",
      [](Situation& s) {
-       lose(s);
-       s.opening = {"no dongle.", true};
+       lose(s), s.opening = {"no dongle.", true};
      },
      "lost", "!lost-left !away !opening"},
     {"AwayAndFaulty",
      [](Situation& s) {
-       lose(s);
-       s.gloves[0].faultySensors = 1;
-       s.opening = {"Faulty sensor(s) on Left Glove: Thumb: Busy", false};
+       lose(s), s.gloves[0].faultySensors = 1,
+                s.opening = {"Faulty sensor(s) on Left Glove: Thumb: Busy", false};
      },
      "lost", "!lost-left !away !sensor-left"},
     {"Opening",
      [](Situation& s) {
-       s = {};
-       s.opening = {"Not enough remote BLE modules.", false};
+       s = {}, s.opening = {"Not enough remote BLE modules.", false};
      },
      "", "opening"},
     {"FaultySensor", [](Situation& s) { s.gloves[1].faultySensors = 2; }, "connected", "!sensor-right"},
     {"LowBattery", [](Situation& s) { s.gloves[0].battery = 0.125; }, "connected", "battery-left"},
     {"Losses", losing(15), "connected", "loss-left"},
     {"ManyLosses", losing(4), "connected", "!loss-left"},
-    {"Stalled",
-     [](Situation& s) {
-       s.stalls = 1;
-       s.stalled = now - 30s;
-     },
-     "connected", "stall"},
+    {"Stalled", [](Situation& s) { s.stalls = 1, s.stalled = now - 30s; }, "connected", "stall"},
     {"StalledLongAgo", [](Situation& s) { s.stalled = now - 31s; }},
     {"UnmatchedRecord", [](Situation& s) { s.books->unmatchedRecords = 1; }, "connected", "!books"},
     {"AmbiguousStretch", [](Situation& s) { s.books->gloves[1].ambiguous = 1; }, "connected", "!books"},
@@ -164,18 +143,14 @@ const Case cases[] = {
      disk(1'000'000'000'000, 40e3, now - 6s)},
     {"Closing",
      [](Situation& s) {
-       s.read = s.captured.emplace(s.gloves[0].heard.emplace(s.gloves[1].heard.emplace(now - 5s)));
+       s.read = s.captured.emplace(s.gloves[0].heard.emplace(s.gloves[1].heard.emplace(now - 5s))),
        s.isClosing = true;
      }},
     {"Ended", ending(ExitCode::done), "connected", "", disk(0, 1e6)},
     {"EndedByAFailure", ending(ExitCode::output), "connected", "!ended"},
     {"Interrupted", ending(ExitCode::interrupted), "connected", "ended"},
     {"EndedUnbalanced",
-     [](Situation& s) {
-       ending(ExitCode::books)(s);
-       s.books->isFinal = true;
-       s.books->gloves[0].sent = 1;
-     },
+     [](Situation& s) { ending(ExitCode::books)(s), s.books->isFinal = true, s.books->gloves[0].sent = 1; },
      "connected", "!ended !books"},
 };
 

@@ -77,8 +77,8 @@ TEST_F(SerialCapture, TheFirstOpenWritesSectionInterfaceAndNote)
             "tessel-capture 1 wall=1700000005000000000ns uptime=5000000000ns");
   EXPECT_EQ(toHex(std::span(bytes).subspan(91, sectionSize - 91)), "00 00 00 00 00 64 00 00 00");
   EXPECT_EQ(toHex(std::span(bytes).subspan(sectionSize, headersSize - sectionSize)),
-            "01 00 00 00 2C 00 00 00 93 00 00 00 00 00 00 00 02 00 06 00 64 6F 6E 67 6C 65 00 00 "
-            "09 00 01 00 09 00 00 00 00 00 00 00 2C 00 00 00");
+            "01 00 00 00 2C 00 00 00 93 00 00 00 00 00 00 00 02 00 06 00 64 6F 6E 67 6C 65 00 00 09 00 01 00 "
+            "09 00 00 00 00 00 00 00 2C 00 00 00");
   // 1,700,000,005,000,000,001 ns
   EXPECT_EQ(toHex(std::span(bytes).subspan(headersSize)),
             "06 00 00 00 34 00 00 00 00 00 00 00 FF 9C 97 17 01 F2 2F 60 00 00 00 00 00 00 00 00 "
@@ -112,8 +112,8 @@ TEST_F(SerialCapture, AReadThatEndsEarlyKeepsItsBytesAndSaysSo)
   EXPECT_EQ(read(4), ReadResult::nothing);
   EXPECT_EQ(toHex(taken()),
             "06 00 00 00 40 00 00 00 00 00 00 00 FF 9C 97 17 00 B4 1B 6C 03 00 00 00 03 00 00 00 "
-            "01 02 03 00 02 00 04 00 01 00 00 00 01 00 0A 00 69 6E 63 6F 6D 70 6C 65 74 65 00 00 "
-            "00 00 00 00 40 00 00 00")
+            "01 02 03 00 02 00 04 00 01 00 00 00 01 00 0A 00 69 6E 63 6F 6D 70 6C 65 74 65 00 00 00 00 00 00 "
+            "40 00 00 00")
       << "and a read without bytes leaves no packet";
 }
 

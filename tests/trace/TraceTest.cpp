@@ -148,8 +148,7 @@ TEST(Trace, ShowsEachMessageWithItsFields)
        "value=middle finger: absent or not ready (249)"},
       {"< 80 19 04 05 00 11 00 01 14 30 0E 00 FB 00 01 01 E8 03 CF 05 B6 07 9D 09 84 0B 6B 0D 52",
        "< evt attclient_attribute_value      connection=0 left  atthandle=17 measurement  type=1 "
-       "notification  "
-       "value=packet 0 of 14, counter 3, clock 251"},
+       "notification  value=packet 0 of 14, counter 3, clock 251"},
       {"< 80 15 06 00 CE 00 01 02 03 04 05 06 00 FF 0A 09 09 4B 56 58 47 4C 0A 1B FF",
        "< evt gap_scan_response              rssi=-50 dBm  packet_type=0 connectable  "
        "sender=06:05:04:03:02:01 "
@@ -163,18 +162,15 @@ TEST(Trace, ShowsEachMessageWithItsFields)
        "< evt attclient_procedure_completed  connection=0 left  result=0x0000 success  chrhandle MISSING"},
       {"< 80 04 04 01 00 00 00 12",
        "< evt attclient_procedure_completed  connection=0 left  result=0x0000 success  chrhandle MISSING  "
-       "EXTRA "
-       "BYTES 12"},
+       "EXTRA BYTES 12"},
       {"< 00 03 06 02 00 00 AB",
        "< rsp gap_discover                   result=0x0000 success  EXTRA BYTES AB"},
       {"< 80 06 04 05 00 99 00 00 14 AB",
        "< evt attclient_attribute_value      connection=0 left  atthandle=153  type=0 read  value=AB (cut: 1 "
-       "of "
-       "20 bytes)"},
+       "of 20 bytes)"},
       {"< 8B 02 06 01 01 02",
        "< evt gap_mode_changed               discover=1 limited  connect=2 undirected  LENGTH OVER 255: high "
-       "bits "
-       "3, not read by the plug-in  RESERVED BITS 0x08"},
+       "bits 3, not read by the plug-in  RESERVED BITS 0x08"},
   };
   for (const auto& [bytes, line] : rows) {
     EXPECT_EQ(lines(capture({bytes})), Strings{line}) << bytes;
@@ -202,8 +198,7 @@ TEST(Trace, ShowsBytesThatAreNoMessage)
       {"read in part",
        capture({"< 80 05 04 01", "< 00 00 !"}),
        {"< NO MESSAGE: 6 of 9 bytes of evt attclient_procedure_completed (the read ended early, and the "
-        "plug-in "
-        "dropped them): 80 05 04 01 00 00"}},
+        "plug-in dropped them): 80 05 04 01 00 00"}},
       {"of which the payload did not come in time",
        capture({"< 80 05 04 01", "< 80 00 08 00"}),
        {rest + "(nothing more came in time): 80 05 04 01",
@@ -285,8 +280,7 @@ TEST(Trace, ShowsWhatWasHeardOfEachFrame)
       "left   frame=3      counter=3   ticks=250      clock=250    packets= 2/2   samples=17 min=1     max=9",
       "left   frame=4      counter=4   ticks=500      clock=500    packets= 1/2   MISSING packets 1",
       "left   frame=6      counter=6   ticks=1000     clock=1000   packets= 2/2   AFTER 1 UNHEARD  REFUSED: "
-      "the "
-      "frame before was not complete",
+      "the frame before was not complete",
       "left   frame=7      counter=7   ticks=1250     clock=1250   packets= 2/2   REFUSED: packets came as 0 "
       "0-1",
       "left   frame=8      counter=8   ticks=1500     clock=1500   packets= 1/2   MISSING packets 1, and the "
