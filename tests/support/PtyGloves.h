@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <filesystem>
-#include <functional>
 #include <thread>
 
 #include "simulator/Dongle.h"
@@ -20,12 +19,7 @@ class PtyGloves {
     return static_cast<std::uint16_t>(element * 251 + frame * 7 + std::size_t{glove} * 30011);
   }
 
-  using Adjust =
-      std::function<void(VirtualClock& clock, simulator::Dongle& dongle, simulator::GloveConfig& config)>;
-
-  // `adjust` is called with each glove's configuration before the glove is created.
-  explicit PtyGloves(const std::filesystem::path& path, double speed = 10, const Adjust& adjust = nullptr)
-      : port_(clock_, dongle_, path)
+  explicit PtyGloves(const std::filesystem::path& path, double speed = 10) : port_(clock_, dongle_, path)
   {
     const std::string port = "Bluegiga Bluetooth Low Energy (COM7)=" + path.string();
     ::setenv("TESSEL_SERIAL_PORTS", port.c_str(), 1);
@@ -36,7 +30,6 @@ class PtyGloves {
       config.movement = [glove](std::size_t element, std::uint64_t frame) {
         return movement(glove, element, frame);
       };
-      if (adjust) adjust(clock_, dongle_, config);
       gloves_[glove] = &dongle_.addGlove(config);
     }
     thread_ = std::thread([this, speed] { port_.run(stop_, speed); });
