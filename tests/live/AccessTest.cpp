@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,13 +37,14 @@ Verdict verdict(const Access& access, std::string_view method, std::string_view 
   return access.verdict(request);
 }
 
-// Those of the lines, behind the server's own name.
-Headers headersOf(const std::string& lines)
+// Those of the lines, which they refer to, behind the server's own name.
+Headers headersOf(std::string_view lines)
 {
   Headers headers{{"Host", "localhost:8484"}};
-  std::istringstream text(lines);
-  for (std::string line; std::getline(text, line);) {
+  while (!lines.empty()) {
+    const std::string_view line = lines.substr(0, lines.find('\n'));
     headers.push_back({line.substr(0, line.find(": ")), line.substr(line.find(": ") + 2)});
+    lines.remove_prefix(std::min(lines.size(), line.size() + 1));
   }
   return headers;
 }

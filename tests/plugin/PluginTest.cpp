@@ -2,10 +2,8 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
-#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
