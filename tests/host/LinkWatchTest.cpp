@@ -21,7 +21,7 @@ TEST(LinkWatch, DistinguishesSilenceStallsOfThisComputerAndShortFrames)
 {
   const Turn message{1ms, 1ms, nothing}, messages{1ms, 1ms, nothing, 14}, frame{1ms, 1ms, record};
   const Turn tooShort{1ms, 1ms, failed}, wait{1ms, 1s, nothing}, longer{1ms, 1s, failed};
-  using enum Verdict;
+  using enum LinkWatch::Verdict;
   const struct {
     std::string name;
     Verdict verdict;
