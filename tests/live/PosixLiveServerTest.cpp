@@ -253,6 +253,11 @@ TEST(LiveServer, SendsTheLastStateInTheEnd)
   ServerLimits limits;
   limits.parting = 50ms;
   std::optional<LiveServer> server(std::in_place, anyPort(limits), source, nullptr);
+  Client stuck(*server, 4096);
+  source.pictureBytes = 1'000'000;
+  stuck.send(stuck.request("/api/stream"));
+  EXPECT_EQ(stuck.answer(), 200);
+  source.pictureBytes = 0;
   Client viewer(*server);
   viewer.send(viewer.request("/api/stream"));
   ASSERT_TRUE(viewer.nextPicture());
@@ -260,11 +265,6 @@ TEST(LiveServer, SendsTheLastStateInTheEnd)
   idle.send(idle.request("/api/state"));
   EXPECT_EQ(idle.answer(), 200);
   const Client half(*server);
-  Client stuck(*server, 4096);
-  source.pictureBytes = 1'000'000;
-  stuck.send(stuck.request("/api/stream"));
-  EXPECT_EQ(stuck.answer(), 200);
-  source.pictureBytes = 0;
 
   source.set("\"ended\"");
   server.reset();

@@ -141,7 +141,7 @@ class Maker {
 
   std::string event()
   {
-    switch (std::uniform_int_distribution<>(0, 7)(random_)) {
+    switch (std::uniform_int_distribution<>(0, 8)(random_)) {
       case 0:
         return "drop left";
       case 1:
@@ -156,6 +156,8 @@ class Maker {
         return toText("battery ", std::uniform_int_distribution<>(0, 31)(random_));
       case 6:
         return toText("drift ", std::uniform_int_distribution<>(-200, 200)(random_));
+      case 7:
+        return "repeat";
       default:
         return "drop both";
     }

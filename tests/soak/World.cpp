@@ -40,7 +40,8 @@ const std::vector<Fault> table{
     {"timeouts can't be read", {"fail get-timeouts 5"}, {"fail get-timeouts off"}},
     {"timeouts can't be set", {"fail set-timeouts 87"}, {"fail set-timeouts off"}, inUse},
     {"short reads", {"chunks 3"}, {"chunks off"}},
-    {"short frames", {"packets left 2"}, {"packets left PACKETS"}},
+    {"short frames", {"packets left 2"}, {"packets left AGAIN"}},
+    {"other rate", {"rate left 25"}, {"rate left AGAIN"}},
 };
 
 std::vector<simulator::GloveConfig> configurations(const Surroundings& surroundings)
@@ -70,7 +71,7 @@ std::span<const Fault> faults()
 }
 
 World::World(const Surroundings& surroundings)
-    : gloves_(surroundings.gloves, surroundings.elements(), surroundings.seed), packets_(surroundings.packets)
+    : gloves_(surroundings.gloves, surroundings.elements(), surroundings.seed), surroundings_(surroundings)
 {
   for (const simulator::GloveConfig& each : configurations(surroundings)) {
     hands_.push_back(&gloves_.add(hands_.empty() ? "left" : "right", each));
@@ -156,13 +157,18 @@ void World::execute(const std::string& command)
     failPort(rest);
   } else if (word == "chunks") {
     port.maxPerRead = rest == "off" ? std::numeric_limits<std::size_t>::max() : std::stoul(rest);
+  } else if (word == "repeat") {
+    gloves_.repeatFrameAt(now());
   } else if (word == "cut" || word == "snap") {
     gloves_.cutNext(std::stoul(rest), word == "snap");
     mayBeUnplugged_ = mayBeUnplugged_ || word == "snap";
   } else {
     std::string own = command;
-    if (const std::size_t at = own.find("PACKETS"); at != std::string::npos)
-      own.replace(at, std::string::npos, std::to_string(packets_));
+    if (const std::size_t again = own.find("AGAIN"); again != std::string::npos) {
+      own.resize(again);
+      own +=
+          word == "rate" ? simulator::toText(surroundings_.rate) : simulator::toText(surroundings_.packets);
+    }
     gloves_.execute(own);
   }
 }

@@ -29,10 +29,11 @@ class World {
  public:
   explicit World(const Surroundings& surroundings);
 
-  // Control commands of the simulator, and
+  // Control commands of the simulator, AGAIN for the value of the beginning, and
   //   fail open on|off
   //   fail read|write|purge|get-timeouts|set-timeouts ERROR|off
   //   chunks BYTES|off    a read moves this number of bytes at most
+  //   repeat              the left glove's next frame comes twice
   //   cut BYTES           the next message ends after them
   //   snap BYTES          and the dongle is unplugged there
   void schedule(double seconds, const std::string& command);
@@ -63,7 +64,7 @@ class World {
   void at(double seconds, std::function<void()> action);
 
   VirtualGloves gloves_;
-  const int packets_;  // per frame
+  const Surroundings surroundings_;
   std::vector<simulator::Glove*> hands_;
   std::map<const Fault*, double> active_;  // with the beginning
   static constexpr double settling = 14;   // seconds: longer than a lost connection lasts
