@@ -45,8 +45,12 @@ OutputFile::OutputFile(fs::path path, Existing existing) : path_(std::move(path)
   const bool appends = existing == Existing::appended;
   errno = 0;
   if (!file_.open(path_, appends ? Content::appended : Content::replaced)) fail();
-  std::error_code unknown;
-  if (appends && fs::is_regular_file(path_, unknown)) size_ = fs::file_size(path_);
+  if (!appends) return;
+  // What fails later is cut off behind this size.
+  std::error_code error;
+  if (fs::is_regular_file(path_, error)) size_ = fs::file_size(path_, error);
+  errno = error.value();
+  if (error) fail();
 }
 
 void OutputFile::fail() const

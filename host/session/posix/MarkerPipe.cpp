@@ -10,6 +10,7 @@
 #include <string>
 #include <system_error>
 
+#include "host/base/Console.h"
 #include "host/base/Failure.h"
 #include "host/base/Text.h"
 #include "host/base/posix/Repeated.h"
@@ -77,8 +78,12 @@ MarkerPipe::~MarkerPipe()
   if (descriptor_ < 0) return;
   struct stat own {};
   struct stat named {};
-  const bool isStillHere = ::fstat(descriptor_, &own) == 0 && ::lstat(path_.c_str(), &named) == 0 &&
-                           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
-  if (isStillHere) ::unlink(path_.c_str());
+  bool isDone = ::fstat(descriptor_, &own) == 0 && ::lstat(path_.c_str(), &named) == 0;
+  const bool isStillHere = isDone && own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  if (isStillHere) isDone = ::unlink(path_.c_str()) == 0;
+  if (!isDone && errno != ENOENT) {
+    console::notice(fmt::format("the markers' FIFO {} can't be deleted: {}. Delete it by hand.", utf8(path_),
+                                std::generic_category().message(errno)));
+  }
   ::close(descriptor_);
 }
