@@ -18,7 +18,7 @@ const std::string settingsText =
     "TesselNumBleModules\t2\nTesselMetaData\t\"left and right, both tight\"\nTesselExecDelay\t7\n"
     "TesselSerialNumber\t2 17 18\n";
 
-// Room for all records of a test, so that the host allocates nothing.
+// Enough for all records of a test, so that the host allocates nothing.
 class Store final : public RecordBuffer {
  public:
   using Elements = std::array<std::uint16_t, 2 * perGlove>;

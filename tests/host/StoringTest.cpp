@@ -270,7 +270,7 @@ TEST_F(Storing, WhatACrashLeavesCanBeRead)
     const char* description;
     std::size_t form;
     std::function<void(const fs::path& place)> damage;
-    std::size_t least;  // records that are left
+    std::size_t minRecords;  // records that are left
   } cases[] = {
       {"a line is cut", 0, [&](auto& file) { cut(file, 5); }, records - 1},
       {"zeros to the end", 0, [&](auto& file) { zero(file, 100, 5000); }, records - 5},
@@ -293,7 +293,7 @@ TEST_F(Storing, WhatACrashLeavesCanBeRead)
       {"a chunk is cut", 2, [&](auto& file) { cut(file, 30); }, records - 2},
       {"zeros to the end", 2, [&](auto& file) { zero(file, 200, 5000); }, records - 10},
   };
-  for (const auto& [description, index, damage, least] : cases) {
+  for (const auto& [description, index, damage, minRecords] : cases) {
     const Form& form = forms[index];
     SCOPED_TRACE(form.name + ": " + description);
     begin(form, 0s, true);

@@ -21,10 +21,10 @@ class GuardedStore final : public RecordBuffer {
 
   void advance() override { ++records_; }
   unsigned short* writePointer() override { return elements_.data() + margin; }
-  std::uint32_t* stampCell() override { return &stamp_; }
+  std::uint32_t* stampCell() override { return &timestamp_; }
 
   std::uint64_t records() const { return records_; }
-  std::uint32_t stamp() const { return stamp_; }
+  std::uint32_t timestamp() const { return timestamp_; }
   std::span<const std::uint16_t> elements() const
   {
     return std::span(elements_).subspan(margin, elements_.size() - 2 * margin);
@@ -49,6 +49,6 @@ class GuardedStore final : public RecordBuffer {
   static constexpr std::ptrdiff_t margin = 16;
 
   std::vector<unsigned short> elements_;
-  std::uint32_t stamp_ = 0;
+  std::uint32_t timestamp_ = 0;
   std::uint64_t records_ = 0;
 };

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 #include "host/base/Text.h"
@@ -12,8 +12,10 @@
 #include "simulator/WordReader.h"
 #include "tests/ledger/BooksChecker.h"
 #include "tests/ledger/TestPlugin.h"
+#include "tests/soak/Expectation.h"
 #include "tests/soak/GuardedStore.h"
-#include "tests/soak/Stamps.h"
+#include "tests/soak/OpeningRules.h"
+#include "tests/soak/ReadRules.h"
 #include "tests/soak/World.h"
 #include "tests/support/FailingMemory.h"
 #include "tests/support/HostLog.h"
@@ -22,17 +24,6 @@
 using simulator::toText;
 
 namespace {
-
-// What has to hold did not.
-struct Broken : std::runtime_error {
-  using runtime_error::runtime_error;
-};
-
-template <class... Parts>
-void expect(bool holds, const Parts&... parts)
-{
-  if (!holds) throw Broken(toText(parts...));
-}
 
 struct {
   const VirtualClock* clock;
@@ -56,7 +47,7 @@ struct Object {
   bool isOpen = false;  // the latest opening succeeded, and nothing was closed since
   double openedAt = 0, latestRecord = 0;
   std::size_t commands = 0, received = 0;  // queued since it was opened; by the glove before
-  Stamps stamps = {};
+  ReadRules rules = {};
 };
 
 class Life {
@@ -68,6 +59,7 @@ class Life {
         store_(surroundings_.gloves * surroundings_.elements())
   {
     hostTime = {&world_.platform().clock, surroundings_.hostClock};
+    watch();
   }
 
   LifeResult live(std::size_t steps)
@@ -109,7 +101,6 @@ class Life {
   void loseLog();
   void findLog();
   void configure(double stopAfter);
-  void checkOpening(double begin, std::int32_t result, bool isStopped);
   void read(double seconds);
   std::int32_t readOnce();
   void checkFlow(double begin, double seconds, std::uint64_t records);
@@ -129,12 +120,26 @@ class Life {
     expect(!objects_.empty(), "the script uses an object that there is not");
     return objects_.back();
   }
+  // Ends a call that goes on and on, by an exception out of the operation that the plug-in waits in.
+  void watch()
+  {
+    constexpr double interval = 10;
+    world_.platform().clock.after(virtualSeconds(interval), [this] {
+      watch();
+      if (world_.now() > deadline_) {
+        deadline_ = never;
+        throw Broken("a call does not end");
+      }
+    });
+  }
   // Runs a call of the plug-in, which has to end within these virtual seconds.
   template <class Call>
   auto within(double seconds, const char* what, const Call& call)
   {
     const double begin = world_.now();
+    deadline_ = begin + seconds;
     const auto result = call();
+    deadline_ = never;
     expect(world_.now() - begin <= seconds, what, " took ", world_.now() - begin, " s");
     return result;
   }
@@ -145,14 +150,16 @@ class Life {
   GuardedStore store_;
   std::optional<Plugin> plugin_;
   std::vector<Object> objects_;
-  // Of the current loading of the plug-in: the dongle's first version is remembered.
-  bool hasConfigured_ = false, mayKnowOldFirmware_ = false;
+  OpeningRules openingRules_{world_};
+  bool hasConfigured_ = false;  // since the plug-in was loaded
   bool isLogLost_ = false;
   // While the loading has opened once: what was left from an earlier link is known to the ledger alone.
   std::optional<BooksChecker> books_;
   bool hasReadingEnded_ = false;
   std::uint64_t hidden_ = 0;
   std::vector<GloveBooks> ledgerBefore_;
+  static constexpr double never = std::numeric_limits<double>::infinity();
+  double deadline_ = never;  // of the current call
   LifeResult result_;
 };
 
@@ -206,7 +213,8 @@ void Life::run(const Step& step)
 void Life::load()
 {
   plugin_.emplace(world_.platform(), surroundings_.logLevel);
-  hasConfigured_ = mayKnowOldFirmware_ = false;
+  openingRules_.load();
+  hasConfigured_ = false;
   ledgerBefore_ = world_.gloves().ledger().books();
 }
 
@@ -215,7 +223,10 @@ void Life::unload()
   const bool wasOpen = std::ranges::any_of(objects_, &Object::isOpen);
   endReading();
   objects_.clear();
-  plugin_.reset();
+  within(longestClosing, "unloading", [this] {
+    plugin_.reset();
+    return true;
+  });
   world_.gloves().ledger().unload();
   takeCapture();
   compareBooks();
@@ -296,7 +307,8 @@ void Life::configure(double stopAfter)
   const std::int32_t result =
       within(longestOpening, "an opening", [&] { return object.hardware->configure(); });
   world_.gloves().ledger().beginReading();
-  checkOpening(begin, result, isStopped);
+  ++(result == 0 ? result_.openings : result_.refusedOpenings);
+  openingRules_.check({begin, result, object.hardware->lastError_, isStopped, object.wasConfigured});
   object.isOpen = result == 0;
   object.wasConfigured = true;
   object.openedAt = object.latestRecord = begin;
@@ -307,54 +319,6 @@ void Life::configure(double stopAfter)
   if (books_) books_->beginReading(world_.platform().uptime());
 }
 
-void Life::checkOpening(double begin, std::int32_t result, bool isStopped)
-{
-  static constexpr std::array messages{L"No BLE USB dongle detected.",
-                                       L"The BLE USB dongle is currently being used",
-                                       L"The BLE USB dongle firmware is out of date.",
-                                       L"Abandoned connection during program shutdown.",
-                                       L"Failed to enable notifications",
-                                       L"Communication error.",
-                                       L"Not enough remote BLE modules detected.",
-                                       L"A remote BLE module timed out.",
-                                       L"Faulty sensor(s) on ",
-                                       L"Failed to read status",
-                                       L"Unhandled exception trying to connect over BLE"};
-  const Object& object = newest();
-  const std::wstring& message = object.hardware->lastError_;
-  const std::string words = narrow(message);
-  ++(result == 0 ? result_.openings : result_.refusedOpenings);
-  expect(result == 0 || result == -1, "an opening returned ", result);
-  // A second opening of an object has no link to the dongle.
-  if (object.wasConfigured) {
-    expect(result == -1, "a second opening succeeded");
-    return;
-  }
-  const Fault* const fault = world_.onlyFaultSince(begin);
-  const bool sawOldFirmware = !world_.isSoundSince(begin);
-  if (result == -1) {
-    expect(std::ranges::any_of(messages, [&](const wchar_t* known) { return message.starts_with(known); }),
-           "an opening failed with \"", words, '"');
-  }
-  if (isStopped) {
-    mayKnowOldFirmware_ = mayKnowOldFirmware_ || sawOldFirmware;
-    return;
-  }
-  if (world_.isSoundSince(begin) && !mayKnowOldFirmware_) {
-    expect(result == 0, "an opening without any fault failed: ", words);
-  }
-  const bool isSeen =
-      fault != nullptr && fault->openingError != nullptr && !mayKnowOldFirmware_ &&
-      (std::string(fault->name) != "old firmware" || !hasConfigured_) &&
-      (std::string(fault->name) != "bad sensor" || !(surroundings_.skipsSensorCheck || surroundings_.isOld));
-  if (isSeen) {
-    expect(result == -1, "an opening succeeded although: ", fault->name);
-    expect(message.starts_with(fault->openingError), "an opening failed with \"", words,
-           "\" although: ", fault->name);
-  }
-  mayKnowOldFirmware_ = mayKnowOldFirmware_ || sawOldFirmware;
-}
-
 void Life::read(double seconds)
 {
   constexpr double pause = 0.01;  // of a host whose read failed
@@ -362,7 +326,8 @@ void Life::read(double seconds)
   const double begin = world_.now();
   const std::uint64_t recordsBefore = store_.records();
   if (hasReadingEnded_) books_.reset();
-  // A host gives up at some time: a plug-in that waits for one glove keeps all that the other one sends.
+  // A host gives up at some time: a plug-in that waits for one glove keeps everything that the other one
+  // sends.
   while (world_.now() - begin < seconds && world_.now() - newest().latestRecord < patience) {
     if (readOnce() == 0) continue;
     if (!surroundings_.readsOn) break;
@@ -379,7 +344,7 @@ std::int32_t Life::readOnce()
   ++result_.reads;
   const bool isNew = store_.records() != before;
   const auto turn = world_.gloves().ledger().turn(true);
-  const std::int32_t expected = object.stamps.result(turn, hostClock());
+  const std::int32_t expected = object.rules.result(turn, hostClock());
   constexpr std::array outcomes{"no message", "no record", "a frame that is too short", "a record"};
   expect(result == expected, "a read returned ", result, " after ",
          outcomes.at(static_cast<std::size_t>(turn.outcome)));
@@ -391,8 +356,8 @@ std::int32_t Life::readOnce()
     const auto [own, due] = std::ranges::mismatch(store_.elements(), turn.record->elements);
     expect(own == store_.elements().end(), "element ", own - store_.elements().begin(),
            " of a record is wrong");
-    expect(store_.stamp() == object.stamps.stamp(), "a record has the time ", store_.stamp(), " instead of ",
-           object.stamps.stamp());
+    expect(store_.timestamp() == object.rules.timestamp(), "a record has the time ", store_.timestamp(),
+           " instead of ", object.rules.timestamp());
     expect(store_.isMarginUntouched(), "written outside of the record");
     if (books_) {
       books_->addRecord(world_.now(), world_.platform().uptime(), store_.elements(), true,
@@ -455,7 +420,7 @@ void Life::release(Object object)
   if (object.isOpen) checkClosed();
 }
 
-// The port is free for the next host, and the gloves too if they could hear that.
+// The port is free for the next host, and so are the gloves, if the disconnection reached them.
 void Life::checkClosed()
 {
   constexpr double settling = 1;
@@ -503,6 +468,7 @@ void Life::abandon()
 {
   books_.reset();
   objects_.clear();
+  deadline_ = world_.now() + longestClosing;
   try {
     plugin_.reset();
   } catch (const std::exception&) {

@@ -49,9 +49,9 @@ class Maker {
     return *(values.begin() +
              std::uniform_int_distribution<std::ptrdiff_t>(0, std::ssize(values) - 1)(random_));
   }
-  std::uint32_t justBelow(double wrap, double most)
+  std::uint32_t justBelow(double wrap, double range)
   {
-    return static_cast<std::uint32_t>(wrap - between(1, most));
+    return static_cast<std::uint32_t>(wrap - between(1, range));
   }
 
   void add(Kind kind, double seconds = 0, std::string text = {})
@@ -134,8 +134,8 @@ class Maker {
       const auto all = faults();
       const Fault& fault = all[std::uniform_int_distribution<std::size_t>(0, all.size() - 1)(random_)];
       if (fault.needsTwoGloves && script_.surroundings.gloves == 1) continue;
-      add(Kind::begin, at, fault.name);
-      if (happens(0.7)) add(Kind::end, at + scaled(0.05, 30), fault.name);
+      add(Kind::begin, at, std::string(fault.name));
+      if (happens(0.7)) add(Kind::end, at + scaled(0.05, 30), std::string(fault.name));
     }
   }
 

@@ -31,8 +31,8 @@ const std::vector<Fault> table{
     {"slow reset", {"restart-time 4"}, {"restart-time 0.3", "unplug", "plug"}, noDongle},
     {"stays away", {"stay-away on"}, {"stay-away off", "unplug", "plug"}, noDongle},
     {"crowd", {"neighbours 12"}, {"neighbours 0"}},
-    {"old firmware", {"firmware 1.4.2.129"}, {"firmware 1.4.2.130"}, outOfDate},
-    {"bad sensor", {"sensor left thumb 249"}, {"sensor left thumb 0"}, faulty},
+    {Fault::oldFirmware, {"firmware 1.4.2.129"}, {"firmware 1.4.2.130"}, outOfDate},
+    {Fault::badSensor, {"sensor left thumb 249"}, {"sensor left thumb 0"}, faulty},
     {"port in use", {"fail open on"}, {"fail open off"}, inUse},
     {"reads fail", {"fail read 5"}, {"fail read off"}},
     {"writes fail", {"fail write 5"}, {"fail write off"}},
@@ -111,6 +111,7 @@ void World::end(double seconds, const Fault& fault)
 {
   at(seconds, [this, &fault] {
     if (active_.erase(&fault) == 0) return;
+    ended_[&fault] = now();
     for (const std::string& command : fault.end) {
       execute(command);
     }
@@ -135,6 +136,13 @@ const Fault* World::onlyFaultSince(double second) const
   if (active_.size() != 1 || !isSettledSince(second)) return nullptr;
   const auto& [fault, beginning] = *active_.begin();
   return beginning < second ? fault : nullptr;
+}
+
+bool World::wasActiveSince(double second, std::string_view name) const
+{
+  const auto is = [&](const auto& entry) { return entry.first->name == name; };
+  const auto isLate = [&](const auto& entry) { return is(entry) && entry.second >= second; };
+  return std::ranges::any_of(active_, is) || std::ranges::any_of(ended_, isLate);
 }
 
 bool World::hasConnection() const

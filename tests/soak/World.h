@@ -5,9 +5,9 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <set>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/soak/Script.h"
@@ -15,7 +15,10 @@
 
 // A fault with a beginning and an end.
 struct Fault {
-  const char* name;
+  // With rules of their own.
+  static constexpr std::string_view oldFirmware = "old firmware", badSensor = "bad sensor";
+
+  std::string_view name;
   std::vector<std::string> begin, end;  // commands
   // How the message of an opening begins that has this fault, and no other, from beginning to end. Null: it
   // may succeed, or fail with any message.
@@ -32,7 +35,7 @@ class World {
   // Control commands of the simulator, AGAIN for the value of the beginning, and
   //   fail open on|off
   //   fail read|write|purge|get-timeouts|set-timeouts ERROR|off
-  //   chunks BYTES|off    a read moves this number of bytes at most
+  //   chunks BYTES|off    a read moves no more than this number of bytes
   //   repeat              the left glove's next frame comes twice
   //   cut BYTES           the next message ends after them
   //   snap BYTES          and the dongle is unplugged there
@@ -46,6 +49,11 @@ class World {
   bool isSoundSince(double second) const { return active_.empty() && isSettledSince(second); }
   // The only fault from this second on until now; null if it is not alone.
   const Fault* onlyFaultSince(double second) const;
+
+  // At any time from this second on until now.
+  bool wasActiveSince(double second, std::string_view fault) const;
+  // Faulty sensors are not looked at.
+  bool hidesSensors() const { return surroundings_.skipsSensorCheck || surroundings_.isOld; }
 
   bool hasConnection() const;
   std::size_t commandsReceived() const;
@@ -66,9 +74,9 @@ class World {
   VirtualGloves gloves_;
   const Surroundings surroundings_;
   std::vector<simulator::Glove*> hands_;
-  std::map<const Fault*, double> active_;  // with the beginning
-  static constexpr double settling = 14;   // seconds: longer than a lost connection lasts
-  double latestDisturbance_ = -settling;   // an event, or the end of a fault
-  bool mayBeUnplugged_ = false;            // by an event, until all is healed
+  std::map<const Fault*, double> active_, ended_;  // with the beginning, and the latest end
+  static constexpr double settling = 14;           // seconds: longer than a lost connection lasts
+  double latestDisturbance_ = -settling;           // an event, or the end of a fault
+  bool mayBeUnplugged_ = false;                    // by an event, until all is healed
   std::shared_ptr<const bool> plans_ = std::make_shared<const bool>(true);  // lifetime of what is scheduled
 };

@@ -1,8 +1,8 @@
-#include "tests/soak/Stamps.h"
+#include "tests/soak/ReadRules.h"
 
 #include <cmath>
 
-std::int32_t Stamps::result(const Ledger::Turn& turn, std::uint32_t now)
+std::int32_t ReadRules::result(const Ledger::Turn& turn, std::uint32_t now)
 {
   using Outcome = Ledger::Turn::Outcome;
   switch (turn.outcome) {
@@ -18,7 +18,7 @@ std::int32_t Stamps::result(const Ledger::Turn& turn, std::uint32_t now)
   return turn.outcome == Outcome::record ? 0 : -1;
 }
 
-void Stamps::take(const Ledger::Record& record, std::uint32_t now)
+void ReadRules::take(const Ledger::Record& record, std::uint32_t now)
 {
   constexpr std::size_t late = 6;
   constexpr std::uint64_t ticksPerMs = 10;
@@ -26,10 +26,10 @@ void Stamps::take(const Ledger::Record& record, std::uint32_t now)
   const auto time = static_cast<std::uint32_t>((std::uint64_t{record.clock} + ticksPerMs / 2) / ticksPerMs);
   if (!hasBase_) base_ = now - time;
   hasBase_ = true;
-  stamp_ = base_ + time;
+  timestamp_ = base_ + time;
   if (record.backlog >= late) return;
   // Not modulo the clock's range: what follows when only one of the two has wrapped is known and bounded.
-  const std::int64_t difference = std::int64_t{now} - std::int64_t{stamp_};
+  const std::int64_t difference = std::int64_t{now} - std::int64_t{timestamp_};
   drift_ = static_cast<double>(difference) * (1 - 0.95) + drift_ * 0.95;
-  stamp_ += static_cast<std::uint32_t>(std::llround(std::trunc(drift_)));
+  timestamp_ += static_cast<std::uint32_t>(std::llround(std::trunc(drift_)));
 }

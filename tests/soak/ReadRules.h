@@ -6,12 +6,12 @@
 
 #include "tests/support/Ledger.h"
 
-class Stamps {
+class ReadRules {
  public:
   // After each read: its expected result, at this time of the host's clock.
   std::int32_t result(const Ledger::Turn& turn, std::uint32_t now);
   // Of the latest record.
-  std::uint32_t stamp() const { return stamp_; }
+  std::uint32_t timestamp() const { return timestamp_; }
 
  private:
   static constexpr std::uint32_t readTimeoutMs = 10'000;
@@ -21,6 +21,6 @@ class Stamps {
   bool hasBase_ = false;
   std::uint32_t base_ = 0;  // host's clock when the glove's clock was 0
   std::uint32_t latest_ = 0;
-  std::uint32_t stamp_ = 0;
+  std::uint32_t timestamp_ = 0;
   double drift_ = 0;
 };
