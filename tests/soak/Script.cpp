@@ -14,12 +14,15 @@ std::size_t Surroundings::elements() const
 
 std::string describe(const Surroundings& all)
 {
-  return toText(all.gloves, all.gloves == 1 ? " glove, " : " gloves, ", all.packets, " packets a frame, ",
-                all.rate, " frames/s, clocks: glove ", all.gloveClock, " and ", all.clockError * 1e6,
-                " ppm fast, host ", all.hostClock, ", system ", all.tickCount, "; ", all.operationUs,
-                " us an operation, log level ", all.logLevel, all.isAtRest ? ", at rest" : "",
-                all.isOld ? ", old" : "", all.skipsSensorCheck ? ", sensors not checked" : "",
-                all.readsOn ? ", reads on" : "");
+  return toText(all.gloves,
+                all.gloves == 1    ? " glove, "
+                : all.rightIsFirst ? " gloves, the right one first, "
+                                   : " gloves, ",
+                all.packets, " packets a frame, ", all.rate, " frames/s, clocks: glove ", all.gloveClock,
+                " and ", all.clockError * 1e6, " ppm fast, host ", all.hostClock, ", system ", all.tickCount,
+                "; ", all.operationUs, " us an operation, log level ", all.logLevel,
+                all.isAtRest ? ", at rest" : "", all.isOld ? ", old" : "",
+                all.skipsSensorCheck ? ", sensors not checked" : "", all.readsOn ? ", reads on" : "");
 }
 
 std::string describe(const Step& step)

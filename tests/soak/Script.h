@@ -8,11 +8,12 @@
 
 // Of gloves, dongle, clocks and host, from the beginning to the end.
 struct Surroundings {
-  std::size_t gloves = 2;  // 1: only a left one
-  int packets = 14;        // per frame
-  double rate = 40;        // frames per second
-  bool isAtRest = false;   // all frames have the same samples
-  bool isOld = false;      // the gloves' revision knows no sensor status
+  std::size_t gloves = 2;     // 1: only a left one
+  int packets = 14;           // per frame
+  double rate = 40;           // frames per second
+  bool rightIsFirst = false;  // to advertise
+  bool isAtRest = false;      // all frames have the same samples
+  bool isOld = false;         // the gloves' revision knows no sensor status
   std::uint16_t gloveClock = 1;
   double clockError = 0;
   std::uint32_t hostClock = 60'000;  // at the beginning, ms

@@ -69,6 +69,7 @@ class Maker {
     isLong_ = happens(0.05);
     all.packets = isLong_ ? 2 : oneOf({14, 14, 14, 2, 3, 7, 15});
     all.rate = isLong_ ? between(0.5, 2) : oneOf({40.0, 40.0, between(1, 60), 39.0625, 100.0});
+    all.rightIsFirst = all.gloves == 2 && happens(0.3);
     all.isAtRest = happens(0.1);
     all.isOld = happens(0.1);
     all.gloveClock =

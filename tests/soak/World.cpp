@@ -73,9 +73,11 @@ std::span<const Fault> faults()
 World::World(const Surroundings& surroundings)
     : gloves_(surroundings.gloves, surroundings.elements(), surroundings.seed), surroundings_(surroundings)
 {
-  for (const simulator::GloveConfig& each : configurations(surroundings)) {
-    hands_.push_back(&gloves_.add(hands_.empty() ? "left" : "right", each));
-  }
+  const auto hands = configurations(surroundings);
+  if (surroundings.rightIsFirst) hands_.push_back(&gloves_.add("right", hands[1]));
+  left_ = &gloves_.add("left", hands[0]);
+  hands_.push_back(left_);
+  if (hands_.size() < hands.size()) hands_.push_back(&gloves_.add("right", hands[1]));
   platform().operationTime = std::chrono::microseconds(surroundings.operationUs);
   platform().tickOffset = surroundings.tickCount;
 }
@@ -152,7 +154,7 @@ bool World::hasConnection() const
 
 std::size_t World::commandsReceived() const
 {
-  return hands_.front()->commands().size();
+  return left_->commands().size();
 }
 
 void World::execute(const std::string& command)

@@ -36,7 +36,7 @@ class World {
   //   fail open on|off
   //   fail read|write|purge|get-timeouts|set-timeouts ERROR|off
   //   chunks BYTES|off    a read moves no more than this number of bytes
-  //   repeat              the left glove's next frame comes twice
+  //   repeat              the next frame of the glove that advertises first comes twice
   //   cut BYTES           the next message ends after them
   //   snap BYTES          and the dongle is unplugged there
   void schedule(double seconds, const std::string& command);
@@ -74,6 +74,7 @@ class World {
   VirtualGloves gloves_;
   const Surroundings surroundings_;
   std::vector<simulator::Glove*> hands_;
+  simulator::Glove* left_ = nullptr;
   std::map<const Fault*, double> active_, ended_;  // with the beginning, and the latest end
   static constexpr double settling = 14;           // seconds: longer than a lost connection lasts
   double latestDisturbance_ = -settling;           // an event, or the end of a fault
