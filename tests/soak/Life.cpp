@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -37,8 +38,10 @@ std::uint32_t hostClock()
 }
 
 // Virtual seconds. A read waits for a header and a payload a second each, but for pieces of them, too, and
-// sends a command; an opening has its own limits, but handles all that a crowd sends meanwhile.
-constexpr double longestRead = 20, longestOpening = 120, longestClosing = 20;
+// sends a command. An opening goes on as long as a glove sends that could not be told to stop: the host then
+// stops it.
+constexpr double longestRead = 20, longestSoundOpening = 60, patience = 300, longestOpening = patience + 20,
+                 longestClosing = 20;
 
 // A hardware object, as the host has it.
 struct Object {
@@ -100,7 +103,7 @@ class Life {
   HwInterface* make(const std::wstring& settings);
   void loseLog();
   void findLog();
-  void configure(double stopAfter);
+  void configure(const Step& step);
   void read(double seconds);
   std::int32_t readOnce();
   void checkFlow(double begin, double seconds, std::uint64_t records);
@@ -175,7 +178,7 @@ void Life::run(const Step& step)
     case Kind::loseLog:
       return loseLog();
     case Kind::configure:
-      return configure(step.seconds);
+      return configure(step);
     case Kind::read:
       return read(step.seconds);
     case Kind::wait:
@@ -279,7 +282,7 @@ void Life::findLog()
   isLogLost_ = false;
 }
 
-void Life::configure(double stopAfter)
+void Life::configure(const Step& step)
 {
   Object& object = newest();
   if (isLogLost_) {
@@ -297,16 +300,20 @@ void Life::configure(double stopAfter)
   const double begin = world_.now();
   bool isStopped = false;
   const auto life = std::make_shared<const bool>(true);
-  if (stopAfter > 0) {
-    world_.platform().clock.after(virtualSeconds(stopAfter), [&, current = std::weak_ptr(life)] {
-      if (current.expired()) return;
-      isStopped = true;
-      object.hardware->signalShutdown();
-    });
+  if (step.wrapAfter > 0) {
+    world_.platform().tickOffset = -static_cast<std::uint32_t>(std::llround((begin + step.wrapAfter) * 1e3));
   }
+  const double stop = step.seconds > 0 ? step.seconds : patience;
+  world_.platform().clock.after(virtualSeconds(stop), [&, current = std::weak_ptr(life)] {
+    if (current.expired()) return;
+    isStopped = true;
+    object.hardware->signalShutdown();
+  });
   const std::int32_t result =
       within(longestOpening, "an opening", [&] { return object.hardware->configure(); });
   world_.gloves().ledger().beginReading();
+  expect(world_.now() - begin <= longestSoundOpening || !world_.isSoundSince(begin), "an opening took ",
+         world_.now() - begin, " s");
   ++(result == 0 ? result_.openings : result_.refusedOpenings);
   openingRules_.check({begin, result, object.hardware->lastError_, isStopped, object.wasConfigured});
   object.isOpen = result == 0;
@@ -322,7 +329,6 @@ void Life::configure(double stopAfter)
 void Life::read(double seconds)
 {
   constexpr double pause = 0.01;  // of a host whose read failed
-  constexpr double patience = 600;
   const double begin = world_.now();
   const std::uint64_t recordsBefore = store_.records();
   if (hasReadingEnded_) books_.reset();

@@ -19,10 +19,10 @@ std::string describe(const Surroundings& all)
                 : all.rightIsFirst ? " gloves, the right one first, "
                                    : " gloves, ",
                 all.packets, " packets a frame, ", all.rate, " frames/s, clocks: glove ", all.gloveClock,
-                " and ", all.clockError * 1e6, " ppm fast, host ", all.hostClock, ", system ", all.tickCount,
-                "; ", all.operationUs, " us an operation, log level ", all.logLevel,
-                all.isAtRest ? ", at rest" : "", all.isOld ? ", old" : "",
-                all.skipsSensorCheck ? ", sensors not checked" : "", all.readsOn ? ", reads on" : "");
+                " and ", all.clockError * 1e6, " ppm fast, host ", all.hostClock, "; ", all.operationUs,
+                " us an operation, log level ", all.logLevel, all.isAtRest ? ", at rest" : "",
+                all.isOld ? ", old" : "", all.skipsSensorCheck ? ", sensors not checked" : "",
+                all.readsOn ? ", reads on" : "");
 }
 
 std::string describe(const Step& step)
@@ -35,6 +35,7 @@ std::string describe(const Step& step)
   static_assert(words.size() == static_cast<std::size_t>(Step::Kind::heal) + 1);
   std::string text = words.at(static_cast<std::size_t>(step.kind));
   if (!step.text.empty()) text += ": " + step.text;
+  if (step.wrapAfter > 0) text += toText(", the system's clock wraps after ", step.wrapAfter, " s");
   if (step.kind == Step::Kind::configure && step.seconds > 0)
     return toText(text, ", stopped after ", step.seconds, " s");
   return step.seconds > 0 ? toText(text, ", ", step.seconds, " s") : text;

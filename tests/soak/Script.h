@@ -17,8 +17,7 @@ struct Surroundings {
   std::uint16_t gloveClock = 1;
   double clockError = 0;
   std::uint32_t hostClock = 60'000;  // at the beginning, ms
-  std::uint32_t tickCount = 0;
-  std::uint32_t operationUs = 0;  // of each operation on the port
+  std::uint32_t operationUs = 0;     // of each operation on the port
   std::int32_t logLevel = 0;
   bool skipsSensorCheck = false;
   bool readsOn = false;  // goes on after a failed read
@@ -51,6 +50,7 @@ struct Step {
   Kind kind;
   double seconds = 0;
   std::string text = {};
+  double wrapAfter = 0;  // of an opening: when the system's clock wraps, if it does
 };
 
 struct Script {

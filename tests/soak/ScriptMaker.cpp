@@ -54,10 +54,12 @@ class Maker {
     return static_cast<std::uint32_t>(wrap - between(1, range));
   }
 
+  // So that a text says it exactly.
+  static double inMs(double seconds) { return std::round(seconds * 1e3) / 1e3; }
+
   void add(Kind kind, double seconds = 0, std::string text = {})
   {
-    // In ms, so that the text says it exactly.
-    script_.steps.push_back({kind, std::round(seconds * 1e3) / 1e3, std::move(text)});
+    script_.steps.push_back({kind, inMs(seconds), std::move(text)});
   }
 
   void chooseSurroundings()
@@ -76,7 +78,6 @@ class Maker {
         static_cast<std::uint16_t>(happens(0.5) ? justBelow(clock16, 5'000) : between(0, clock16));
     all.clockError = happens(0.5) ? between(-200e-6, 200e-6) : 0;
     if (happens(0.5)) all.hostClock = justBelow(clock32, 200'000);
-    if (happens(0.5)) all.tickCount = justBelow(clock32, 60'000);
     if (happens(0.3)) all.operationUs = oneOf({1U, 10U, 100U});
     all.logLevel = oneOf({0, 0, 1, 2});
     all.skipsSensorCheck = happens(0.2);
@@ -91,13 +92,12 @@ class Maker {
     const bool isSecond = happens(0.1);
     if (isSecond) add(Kind::create);
     if (happens(0.2)) ask();
-    if (happens(0.7)) {
-      add(Kind::heal);
-    } else {
-      disturb(2);
-    }
+    if (happens(0.7)) add(Kind::heal);
+    if (happens(0.3)) beginOneFault();
+    if (happens(0.3)) disturb(2);
     if (losesLog && happens(0.5)) add(Kind::loseLog);
     add(Kind::configure, happens(0.15) ? scaled(0.01, 8) : 0);
+    if (happens(0.5)) script_.steps.back().wrapAfter = inMs(scaled(0.05, 8));
     if (isSecond) add(Kind::releaseEarlier);
     for (int phases = oneOf({1, 2, 3, 6}); phases > 0; --phases)
       usePhase();
@@ -124,6 +124,23 @@ class Maker {
                             "Nonsense"}));
   }
 
+  // That an opening notices, if it is alone.
+  void beginOneFault()
+  {
+    add(Kind::begin, 0, std::string(anyFault().name));
+    add(Kind::wait, 0.1);
+  }
+
+  const Fault& anyFault()
+  {
+    const auto all = faults();
+    const bool isOne = script_.surroundings.gloves == 1;
+    while (true) {
+      const Fault& fault = all[std::uniform_int_distribution<std::size_t>(0, all.size() - 1)(random_)];
+      if (!isOne || !fault.needsTwoGloves) return fault;
+    }
+  }
+
   void disturb(int count)
   {
     for (; count > 0; --count) {
@@ -132,9 +149,7 @@ class Maker {
         add(Kind::event, at, event());
         continue;
       }
-      const auto all = faults();
-      const Fault& fault = all[std::uniform_int_distribution<std::size_t>(0, all.size() - 1)(random_)];
-      if (fault.needsTwoGloves && script_.surroundings.gloves == 1) continue;
+      const Fault& fault = anyFault();
       add(Kind::begin, at, std::string(fault.name));
       if (happens(0.7)) add(Kind::end, at + scaled(0.05, 30), std::string(fault.name));
     }

@@ -79,7 +79,6 @@ World::World(const Surroundings& surroundings)
   hands_.push_back(left_);
   if (hands_.size() < hands.size()) hands_.push_back(&gloves_.add("right", hands[1]));
   platform().operationTime = std::chrono::microseconds(surroundings.operationUs);
-  platform().tickOffset = surroundings.tickCount;
 }
 
 void World::at(double seconds, std::function<void()> action)
