@@ -303,7 +303,7 @@ TEST_F(Storing, WhatACrashLeavesCanBeRead)
     const std::string place = form.name + ".part";
     damage(folder_ / place);
     std::vector<std::string> notes;
-    EXPECT_GE(recordsAt(place, &notes), least);
+    EXPECT_GE(recordsAt(place, &notes), minRecords);
     EXPECT_FALSE(notes.empty());
     fs::remove(folder_ / "run.json");
   }
