@@ -25,7 +25,8 @@ constexpr std::array messages{L"No BLE USB dongle detected.",
 
 void OpeningRules::check(const Opening& opening)
 {
-  const auto& [begin, result, message, isStopped, isSecond] = opening;
+  const auto& [begin, result, text, isStopped, isSecond] = opening;
+  const std::wstring& message = text;  // clang 14 keeps bindings out of lambdas
   const std::string words = narrow(message);
   expect(result == 0 || result == -1, "an opening returned ", result);
   if (result == -1) {
