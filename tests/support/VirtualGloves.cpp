@@ -87,7 +87,8 @@ void VirtualGloves::receive(std::span<const std::uint8_t> message)
   port_.waiting.insert(port_.waiting.end(), message.begin(), message.end());
   // Not from within its own message.
   if (std::exchange(snaps_, false)) platform_.clock.after(Duration{0}, [this] { dongle_.unplug(); });
-  if (packet && packet->glove == 0) repeatFrame(*packet, message);
+  constexpr std::size_t whole = 29;
+  if (packet && packet->glove == 0 && message.size() == whole) repeatFrame(*packet, message);
 }
 
 void VirtualGloves::repeatFrame(const Ledger::Packet& packet, std::span<const std::uint8_t> message)
