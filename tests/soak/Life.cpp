@@ -47,7 +47,8 @@ constexpr double longestRead = 20, longestSoundOpening = 60, patience = 300, lon
 struct Object {
   HwInterface* hardware;
   bool wasConfigured = false;
-  bool isOpen = false;  // the latest opening succeeded, and nothing was closed since
+  bool isOpen = false;     // the latest opening succeeded, and nothing was closed since
+  bool isStopped = false;  // which then delivers nothing
   double openedAt = 0, latestRecord = 0;
   std::size_t commands = 0, received = 0;  // queued since it was opened; by the glove before
   ReadRules rules = {};
@@ -317,6 +318,7 @@ void Life::configure(const Step& step)
   ++(result == 0 ? result_.openings : result_.refusedOpenings);
   openingRules_.check({begin, result, object.hardware->lastError_, isStopped, object.wasConfigured});
   object.isOpen = result == 0;
+  object.isStopped = isStopped;
   object.wasConfigured = true;
   object.openedAt = object.latestRecord = begin;
   object.commands = 0;
@@ -379,7 +381,8 @@ void Life::checkFlow(double begin, double seconds, std::uint64_t records)
 {
   constexpr double settling = 2, radioPackets = 1300;
   const Object& object = newest();
-  if (seconds < settling || !object.isOpen || !world_.isSoundSince(object.openedAt)) return;
+  if (seconds < settling || !object.isOpen || object.isStopped || !world_.isSoundSince(object.openedAt))
+    return;
   const double packets = static_cast<double>(surroundings_.gloves) * surroundings_.packets;
   const double rate = std::min(surroundings_.rate, radioPackets / packets);
   expect(static_cast<double>(records) >= 0.8 * rate * (seconds - settling) - 2, records, " records in ",

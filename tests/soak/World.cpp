@@ -123,6 +123,8 @@ void World::end(double seconds, const Fault& fault)
 void World::heal()
 {
   plans_ = std::make_shared<const bool>(true);
+  // A dongle that is about to be unplugged is.
+  platform().clock.advance(virtualSeconds(0.001));
   for (const Fault& fault : table) {
     end(0, fault);
   }
