@@ -38,7 +38,6 @@ class OutputFile {
   std::optional<host::FileBeginning> beginning_;
 };
 
-// Writes a file that replaces an existing one only when it is complete and on the disk. Its name is followed
-// by
-// ".new" until then.
+// Writes a file that replaces an existing one only when it is complete and on the disk. Until then its name
+// is followed by ".new".
 void replaceFile(const std::filesystem::path& path, std::string_view content, Disk& disk = Disk::ofSystem());
