@@ -246,9 +246,9 @@ TEST_F(Storing, TheSystemStoresFilesAndFoldersAndNothingElseIsAnError)
 {
   folder_.write("file", "text");
   std::vector<fs::path> paths{folder_ / "file", folder_.path()};
-  for (const char* device : {"/dev/null", "/dev/full", "/dev/stdout"}) {
-    if (fs::exists(device)) paths.emplace_back(device);
-  }
+#ifndef _WIN32
+  paths.insert(paths.end(), {"/dev/null", "/dev/full", "/dev/stdout"});
+#endif
   for (const fs::path& path : paths) {
     EXPECT_FALSE(Disk::ofSystem().open(path)->sync()) << path;
   }
