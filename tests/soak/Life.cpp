@@ -9,18 +9,16 @@
 #include <utility>
 
 #include "host/base/Text.h"
-#include "shared/PluginLibrary.h"
 #include "simulator/WordReader.h"
-#include "tests/ledger/BooksChecker.h"
 #include "tests/ledger/TestPlugin.h"
 #include "tests/soak/Expectation.h"
 #include "tests/soak/GuardedStore.h"
+#include "tests/soak/LifeBooks.h"
+#include "tests/soak/LoadedPlugin.h"
 #include "tests/soak/OpeningRules.h"
 #include "tests/soak/ReadRules.h"
 #include "tests/soak/World.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/HostLog.h"
-#include "tests/support/VirtualPlugin.h"
 
 using simulator::toText;
 
@@ -84,26 +82,10 @@ class Life {
   }
 
  private:
-  struct Plugin {
-    Plugin(SimulatedPlatform& platform, std::int32_t logLevel)
-        : log(logLevel), onPlatform(platform), library(TESSEL_TEST_PLUGIN)
-    {
-      library.setFolders(&log.folders);
-      library.setLog(log.manager.get());
-    }
-
-    HostLog log;
-    PluginOnPlatform onPlatform;
-    plugin::Library library;
-  };
-
   void run(const Step& step);
   void load();
   void unload();
   void create();
-  HwInterface* make(const std::wstring& settings);
-  void loseLog();
-  void findLog();
   void configure(const Step& step);
   void read(double seconds);
   std::int32_t readOnce();
@@ -115,9 +97,6 @@ class Life {
   void checkClosed();
   void checkStep();
   void abandon();
-  void takeCapture();
-  void endReading();
-  void compareBooks();
 
   Object& newest()
   {
@@ -152,16 +131,10 @@ class Life {
   const Surroundings& surroundings_;
   World world_;
   GuardedStore store_;
-  std::optional<Plugin> plugin_;
+  LifeBooks books_{world_, surroundings_};
+  std::optional<LoadedPlugin> plugin_;
   std::vector<Object> objects_;
   OpeningRules openingRules_{world_};
-  bool hasConfigured_ = false;  // since the plug-in was loaded
-  bool isLogLost_ = false;
-  // While the loading has opened once: what was left from an earlier link is known to the ledger alone.
-  std::optional<BooksChecker> books_;
-  bool hasReadingEnded_ = false;
-  std::uint64_t hidden_ = 0;
-  std::vector<GloveBooks> ledgerBefore_;
   static constexpr double never = std::numeric_limits<double>::infinity();
   double deadline_ = never;  // of the current call
   LifeResult result_;
@@ -177,7 +150,7 @@ void Life::run(const Step& step)
     case Kind::create:
       return create();
     case Kind::loseLog:
-      return loseLog();
+      return plugin_->loseLog();
     case Kind::configure:
       return configure(step);
     case Kind::read:
@@ -216,88 +189,45 @@ void Life::run(const Step& step)
 
 void Life::load()
 {
-  plugin_.emplace(world_.platform(), surroundings_.logLevel);
+  plugin_.emplace(world_, surroundings_);
   openingRules_.load();
-  hasConfigured_ = false;
-  ledgerBefore_ = world_.gloves().ledger().books();
+  books_.load();
 }
 
 void Life::unload()
 {
   const bool wasOpen = std::ranges::any_of(objects_, &Object::isOpen);
-  endReading();
+  books_.endReading();
   objects_.clear();
   within(longestClosing, "unloading", [this] {
     plugin_.reset();
     return true;
   });
   world_.gloves().ledger().unload();
-  takeCapture();
-  compareBooks();
-  for (const GloveBooks& glove : world_.gloves().ledger().books()) {
-    expect(glove.isBalanced(), "the ledger does not balance");
-  }
+  if (books_.compare()) ++result_.books;
   if (wasOpen) checkClosed();
 }
 
 void Life::create()
 {
-  const std::string settings = pluginSettings(surroundings_.gloves, surroundings_.elements()) +
-                               (surroundings_.skipsSensorCheck ? "TesselSkipSensorStartupCheck\t1\n" : "");
-  const std::wstring file = plugin_->log.folder.write("settings", settings);
-  HwInterface* hardware = make(file);
-  expect((hardware == nullptr) == isLogLost_, "the log folder was missed when it was ",
-         isLogLost_ ? "lost" : "there");
-  if (hardware == nullptr) {
-    findLog();
-    hardware = make(file);
-    expect(hardware != nullptr, "the log folder is still missed");
-  }
+  HwInterface* hardware = plugin_->create(hostClock);
   objects_.push_back({hardware});
   expect(hardware->getNativeSize() == store_.elements().size(), "the record has ", hardware->getNativeSize(),
          " elements");
   hardware->mapping_ = &store_.map;
 }
 
-// Null if its log file can't be made.
-HwInterface* Life::make(const std::wstring& settings)
-{
-  try {
-    return plugin_->library.create(settings.c_str(), hostClock, L"soak");
-  } catch (const std::wstring& reason) {
-    expect(reason.starts_with(L"Could not create log file"), "no object: ", narrow(reason));
-    return nullptr;
-  }
-}
-
-void Life::loseLog()
-{
-  // Where no folder can be made.
-  plugin_->log.folders[L"log"] = folder::Folder(L"/dev/null/");
-  isLogLost_ = true;
-}
-
-void Life::findLog()
-{
-  plugin_->log.folders[L"log"] = folder::Folder(plugin_->log.folder.wide());
-  isLogLost_ = false;
-}
-
 void Life::configure(const Step& step)
 {
   Object& object = newest();
-  if (isLogLost_) {
+  if (plugin_->isLogLost()) {
     expect(object.hardware->configure() == -1, "an opening succeeded without its log");
     expect(object.hardware->lastError_.starts_with(L"Could not create log file"), "an opening failed with \"",
            narrow(object.hardware->lastError_), '"');
-    findLog();
+    plugin_->findLog();
   }
   world_.gloves().ledger().reopen();
-  takeCapture();
-  books_.reset();
-  if (!hasConfigured_) books_.emplace(surroundings_.gloves, surroundings_.elements(), true);
-  hidden_ = world_.gloves().ledger().hidden();
-  hasReadingEnded_ = false;
+  books_.open();
   const double begin = world_.now();
   bool isStopped = false;
   const auto life = std::make_shared<const bool>(true);
@@ -323,9 +253,7 @@ void Life::configure(const Step& step)
   object.openedAt = object.latestRecord = begin;
   object.commands = 0;
   object.received = world_.commandsReceived();
-  hasConfigured_ = true;
-  takeCapture();
-  if (books_) books_->beginReading(world_.platform().uptime());
+  books_.beginReading();
 }
 
 void Life::read(double seconds)
@@ -333,7 +261,7 @@ void Life::read(double seconds)
   constexpr double pause = 0.01;  // of a host whose read failed
   const double begin = world_.now();
   const std::uint64_t recordsBefore = store_.records();
-  if (hasReadingEnded_) books_.reset();
+  books_.read();
   // A host gives up at some time: a plug-in that waits for one glove keeps everything that the other one
   // sends.
   while (world_.now() - begin < seconds && world_.now() - newest().latestRecord < patience) {
@@ -367,13 +295,10 @@ std::int32_t Life::readOnce()
     expect(store_.timestamp() == object.rules.timestamp(), "a record has the time ", store_.timestamp(),
            " instead of ", object.rules.timestamp());
     expect(store_.isMarginUntouched(), "written outside of the record");
-    if (books_) {
-      books_->addRecord(world_.now(), world_.platform().uptime(), store_.elements(), true,
-                        turn.record->frames);
-    }
+    books_.addRecord(store_.elements(), turn.record->frames);
     store_.clear();
   }
-  if (world_.platform().captured.size() > 4096) takeCapture();
+  if (world_.platform().captured.size() > 4096) books_.takeCapture();
   return result;
 }
 
@@ -404,9 +329,7 @@ void Life::ask(const std::string& text)
 
 void Life::save()
 {
-  const auto file = plugin_->log.folder.wide() + L"saved";
-  expect(newest().hardware->saveParameters(file.c_str()), "the settings were not saved");
-  const std::string text = plugin_->log.folder.read("saved");
+  const std::string text = plugin_->saved(*newest().hardware);
   const std::string line = toText("TesselElementCount\t", surroundings_.gloves * surroundings_.elements());
   expect(text.find(line) != std::string::npos, "the saved settings have no ", line);
 }
@@ -414,7 +337,7 @@ void Life::save()
 void Life::close()
 {
   Object& object = newest();
-  endReading();
+  books_.endReading();
   within(longestClosing, "closing", [&] { return object.hardware->close(); });
   world_.gloves().ledger().beginReading();
   if (std::exchange(object.isOpen, false)) checkClosed();
@@ -422,10 +345,10 @@ void Life::close()
 
 void Life::release(Object object)
 {
-  if (object.wasConfigured) endReading();
-  expect(within(longestClosing, "the release", [&] { return plugin_->library.release(object.hardware); }),
+  if (object.wasConfigured) books_.endReading();
+  expect(within(longestClosing, "the release", [&] { return plugin_->release(object.hardware); }),
          "an object was not known");
-  expect(!plugin_->library.release(object.hardware), "an object was released twice");
+  expect(!plugin_->release(object.hardware), "an object was released twice");
   if (object.isOpen) checkClosed();
 }
 
@@ -446,36 +369,9 @@ void Life::checkStep()
   expect(store_.isUntouched(), "written without a record");
 }
 
-void Life::takeCapture()
-{
-  if (world_.gloves().ledger().hidden() != hidden_) books_.reset();
-  const auto bytes = world_.gloves().takeCapture();
-  if (books_) books_->addCapture(bytes);
-}
-
-// What is read after a link was closed is known to the ledger alone.
-void Life::endReading()
-{
-  if (books_ && !std::exchange(hasReadingEnded_, true)) books_->endReading(world_.platform().uptime());
-}
-
-// The ledger's are those of the whole life.
-void Life::compareBooks()
-{
-  if (!books_) return;
-  Books since;
-  since.gloves = world_.gloves().ledger().books();
-  Books before;
-  before.gloves = ledgerBefore_;
-  ++result_.books;
-  books_->finish(world_.now(), partOf(before, since).gloves);
-  expect(books_->differences().empty(), "the books differ:", books_->differences());
-  books_.reset();
-}
-
 void Life::abandon()
 {
-  books_.reset();
+  books_.forget();
   objects_.clear();
   deadline_ = world_.now() + longestClosing;
   try {
