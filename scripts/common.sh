@@ -12,7 +12,7 @@ fail() {
 # install PACKAGE...: installs the Debian packages that are missing.
 install() {
   command -v dpkg-query >/dev/null ||
-    fail "this installs Debian packages; on other systems install the equivalents, then see "Build" in README.md: $*"
+    fail "this installs Debian packages; on other systems install the equivalents, then see 'Build' in README.md: $*"
   local missing=()
   for package in "$@"; do
     [ "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null)" = 'install ok installed' ] || missing+=("$package")
