@@ -13,6 +13,9 @@ constexpr std::uint16_t measurementHandle = 17;
 constexpr std::uint16_t configurationHandle = 18;
 constexpr std::uint16_t statusHandle = 22;
 constexpr std::uint16_t versionHandle = 24;
+// Result and connection, and connection and reason. Bytes out of step make headers without the rest, and the
+// plug-in goes on with the glove.
+constexpr std::size_t connectResponseSize = 3, disconnectedSize = 3;
 
 // Event, class and number of a message in one value.
 constexpr unsigned kind(bool isEvent, std::uint8_t group, std::uint8_t id)
@@ -70,9 +73,10 @@ void LinkDecoder::handleMessage(const Message& message, Time time)
       handleCompleted(payload, time);
       break;
     case kind(true, message_class::connection, 4):
-      end(payload.u8(), time);
+      if (message.payload.size() >= disconnectedSize) end(payload.u8(), time);
       break;
     case kind(false, message_class::gap, 3): {
+      if (message.payload.size() < connectResponseSize) break;
       const bool isDone = payload.u16() == simulator::result::success;
       const std::size_t glove = payload.u8();
       if (isDone && glove < maxGloves) gloves_[glove] = {.address = connecting_};

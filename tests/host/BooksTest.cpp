@@ -117,6 +117,16 @@ TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
   EXPECT_EQ(accounts_->books(false).balanced(), std::nullopt) << "a frame is on its way";
 }
 
+TEST_F(BooksTest, AStrayByteBeforeAResponseDisconnectsNoGlove)
+{
+  start(1);
+  steady(0, 2);
+  block(CaptureBlock::Kind::received, {0x80, 0, 3, 4});  // and of the response to a command the first three
+  block(CaptureBlock::Kind::received, {4, 0, 0, 0});
+  steady(2, 4);
+  EXPECT_EQ(text(), "4 frames sent, 4 recorded, 0 lost (0 %)\n");
+}
+
 // What the glove sent while the gloves were opened is read at once, so only its last frame arrived in time.
 TEST_F(BooksTest, FirstTimesWaitForTheBacklog)
 {

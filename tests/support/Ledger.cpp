@@ -264,7 +264,8 @@ void Ledger::dispatch(std::span<const std::uint8_t> bytes, const std::optional<P
     }
   } else if (is(bytes, 0x80, 4, 1) && u16(bytes, 5) == 0 && u16(bytes, 7) == configuration) {
     if (GloveLedger* const glove = connected(bytes[4])) glove->confirm();
-  } else if (is(bytes, 0x80, 3, 4)) {
+  } else if (is(bytes, 0x80, 3, 4) && bytes[1] >= 3) {
+    // Without its payload it is what bytes out of step look like, and the plug-in goes on.
     if (GloveLedger* const glove = connected(bytes[4])) glove->end();
   }
 }
