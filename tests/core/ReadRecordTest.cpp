@@ -60,15 +60,12 @@ TEST_F(ReadRecordTest, TheTimestampFollowsTheDeviceAndSlowlyTheHost)
     std::string settings;
     std::vector<std::array<std::uint32_t, 3>> steps;  // device ticks, host clock, timestamp
   } cases[] = {
-      {"device clock", "", {{10000, 5000, 5000}, {10400, 5040, 5040}, {10800, 5080, 5080}}},
       {"half a millisecond is rounded up",
        "",
        {{10000, 5000, 5000}, {10004, 5000, 5000}, {10005, 5000, 5001}}},
       // 100 ms apart: the filter takes 5 per cent of the difference, and fractions of a millisecond are
       // dropped
       {"late host", "", {{10000, 5000, 5000}, {10400, 5140, 5045}, {10800, 5180, 5089}, {11200, 5220, 5134}}},
-      {"early host", "", {{10000, 5000, 5000}, {10400, 5020, 5039}, {10800, 5060, 5079}}},
-      {"wrapping host", "", {{10000, 0xFFFFFFF0, 0xFFFFFFF0}, {10200, 4, 4}}},
       {"no divisor: the host's clock", "TesselTimeDivisor\t0\n", {{1, 5000, 5000}, {2, 5100, 5100}}},
       {"negative divisor likewise", "TesselTimeDivisor\t-1\n", {{1, 5000, 5000}, {2, 5100, 5100}}},
       {"tiny divisor", "TesselTimeDivisor\t1e-300\n", {{1, 5000, 5000}, {2, 5000, 5000}}},
@@ -221,14 +218,6 @@ TEST_F(ReadRecordTest, AMissingRecordIsTheHostsMistake)
   deliver(0, 1010);
   tessel_->mapping_ = nullptr;
   EXPECT_THROW(read(), const wchar_t*);
-}
-
-TEST_F(ReadRecordTest, AClosedLinkFailsFromTheSecondReadOn)
-{
-  open(oneGlove);
-  tessel_->close();
-  EXPECT_EQ(tessel_->readRecord(), 0);
-  EXPECT_EQ(tessel_->readRecord(), -1);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // Opening the link to simulated gloves: every result, every timeout, the order of messages.
 
-#include <thread>
-
 #include "link/Connection.h"
 #include "serial/Capture.h"
 #include "tests/link/LinkFixture.h"
@@ -331,22 +329,6 @@ TEST_F(OpeningTest, ACaptureThatCanNotBeOpenedIsLoggedInCharactersThatEveryLocal
   }
   EXPECT_NE(log_.entries("BleDevice").find("caf??\n"), std::string::npos);
   capture::close();
-}
-
-TEST_F(OpeningTest, AStopBeforeTheScanPreventsIt)
-{
-  stopAt(getInfo);
-  EXPECT_EQ(device_.open(2, {}, false), OpeningResult::stopped);
-  EXPECT_EQ(discoveryState, DiscoveryState::discovery_idle);
-}
-
-TEST_F(OpeningTest, AStopFromAnotherThreadEndsTheOpening)
-{
-  dongle_.faults.mute = true;
-  std::thread stopper([this] { device_.raiseStop(); });
-  const OpeningResult result = device_.open(2, {}, false);
-  stopper.join();
-  EXPECT_TRUE(result == OpeningResult::stopped || result == OpeningResult::modulesMissing) << code(result);
 }
 
 TEST_F(OpeningTest, AModuleWithoutACccdReturns70)

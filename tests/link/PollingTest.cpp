@@ -260,21 +260,6 @@ TEST_F(PollingTest, ClosingLeavesModulesAloneThatWereNotConnected)
   EXPECT_EQ(device_.port(), platform::closedPort);
 }
 
-TEST_F(PollingTest, AModuleThatDoesNotAnswerDelaysTheCloseByASecondAndAQuarterAtMost)
-{
-  open();
-  left_.fallSilent();
-  right_.fallSilent();
-  left_.faults.silentAt = right_.faults.silentAt = {simulator::Step::disconnectResponse};
-  port_.waiting.clear();
-  const std::int64_t before = nowMs();
-  device_.close();
-  // Four quarters reach a timeout and a fifth exceeds it; the response to the write of 00 00 arrives after 1
-  // ms.
-  EXPECT_NEAR(static_cast<double>(nowMs() - before), 2 * (300 + 1 + 700 + 175), 10);
-  EXPECT_EQ(device_.port(), platform::closedPort);
-}
-
 TEST_F(PollingTest, ClosingAStoppedLinkStopsTheGlovesAndRestoresTheFlag)
 {
   open();
