@@ -196,26 +196,4 @@ TEST(CaptureReader, FindsEveryBlockBetweenRandomGarbage)
   }
 }
 
-TEST(CaptureReader, RandomBytesAreAllAccountedForAndNeedLittleMemory)
-{
-  constexpr unsigned seed = 7;
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  CaptureReader reader;
-  reader.add(hex(join({section, interface})));
-  EXPECT_EQ(drain(reader).size(), 1U);
-  constexpr int pieces = 2000;
-  constexpr std::size_t pieceSize = 1000;
-  for (int piece = 0; piece < pieces; ++piece) {
-    Bytes bytes(pieceSize);
-    // Many small numbers, so that types and lengths look right often.
-    for (std::uint8_t& byte : bytes)
-      byte = random() % 2 == 0 ? 0 : static_cast<std::uint8_t>(random() % 48);
-    reader.add(bytes);
-    drain(reader);
-    ASSERT_LE(reader.unfinishedBytes(), 65'536U);
-  }
-  EXPECT_GT(reader.skippedBytes(), pieces * pieceSize / 2);
-}
-
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "host/base/Failure.h"
 #include "host/recording/EventText.h"
 #include "host/recording/RecordReader.h"
@@ -164,37 +162,6 @@ TEST_F(XdfFile, WithoutOwnStreamsIsRefusedByTheirNames)
   for (const auto& [bytes, words] : cases) {
     EXPECT_NE(read(bytes).failure.find(words), std::string::npos) << words << "\n" << read(bytes).failure;
   }
-}
-
-TEST_F(XdfFile, ThatIsDamagedAtRandomIsReadOrRefused)
-{
-  constexpr unsigned seed = 20'261'122;
-  SCOPED_TRACE(testing::Message() << "seed " << seed);
-  std::mt19937 random(seed);
-  const auto below = [&](std::size_t limit) {
-    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
-  };
-  unsigned readable = 0;
-  for (unsigned round = 0; round < 500; ++round) {
-    std::string damaged = bytes_;
-    for (std::size_t change = 1 + below(4); change > 0; --change) {
-      const std::size_t at = below(damaged.size());
-      switch (below(3)) {
-        case 0:
-          damaged[at] = static_cast<char>(below(256));
-          break;
-        case 1:
-          damaged.erase(at, 1 + below(100));
-          break;
-        default:
-          damaged.insert(at, damaged.substr(below(damaged.size()), 1 + below(100)));
-      }
-    }
-    const Content content = read(damaged);
-    EXPECT_LE(content.rows.size(), sample_.rows.size());
-    if (content.failure.empty()) ++readable;
-  }
-  EXPECT_GT(readable, 100U);
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "host/capture/CaptureReader.h"
 #include "host/capture/Replay.h"
 #include "simulator/Control.h"
@@ -157,44 +155,5 @@ const Plan plans[] = {
 
 INSTANTIATE_TEST_SUITE_P(All, ReplayedRecording, testing::ValuesIn(plans),
                          [](const auto& instance) { return std::string(instance.param.name); });
-
-// Whatever is in the file: the plug-in and its host end, and what was read whole is played.
-TEST(DamagedCapture, NeitherCrashesNorHangsTheReplay)
-{
-  const Plan plan{.name = "damaged",
-                  .setup = {"loss 2"},
-                  .steps = {{0.5, "drop left"}, {0.5, "drop right"}},
-                  .records = 40};
-  const Original original = recordOriginal(plan);
-  std::size_t records = 0;
-  for (unsigned seed = 1; seed <= 60; ++seed) {
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    auto bytes = original.capture;
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    for (std::size_t damage = 0; damage < 1 + seed / 3; ++damage) {
-      const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size() - 64));
-      switch (below(3)) {
-        case 0:
-          *at = static_cast<std::uint8_t>(random());
-          break;
-        case 1:
-          bytes.erase(at, at + static_cast<std::ptrdiff_t>(below(64)));
-          break;
-        default:
-          std::generate_n(at, below(64), [&] { return static_cast<std::uint8_t>(random()); });
-      }
-    }
-    if (seed % 4 == 0) bytes.resize(below(bytes.size()));
-    SimulatedPlatform platform;
-    Replay replay(platform.clock, dialogueOf(bytes));
-    Host host(replay, platform);
-    host.record(plan, 30);
-    records += host.records.size();
-    EXPECT_LE(replay.progress().bytes, replay.whole().bytes);
-    EXPECT_LE(replay.progress().commands, replay.whole().commands);
-  }
-  EXPECT_GT(records, 60U * 10);
-}
 
 }  // namespace

@@ -70,6 +70,14 @@ class LiveRecordings : public testing::Test, public RecordSink {
   RecordKeeper keeper_{layout_, *this, nullptr};
 };
 
+TEST_F(LiveRecordings, WithoutARecordLeaveNothing)
+{
+  beginRecording();
+  recording_.addEvent({.timeMs = 1, .event = "marker", .glove = {}, .detail = {}});
+  EXPECT_EQ(stop(), "");
+  EXPECT_EQ(folder_.list(), "");
+}
+
 TEST_F(LiveRecordings, EndByThemselvesWhileTheDiskIsAtWork)
 {
   beginRecording();

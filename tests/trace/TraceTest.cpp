@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <sstream>
 
 #include "host/trace/CaptureTrace.h"
@@ -293,31 +292,6 @@ TEST(Trace, ShowsWhatWasHeardOfEachFrame)
       printed(capture(frames), {.content = FrameTrace::Content::books}),
       "1 section, 0.011 s\n"
       "left   name not heard: 5 frames sent, 1 complete, 4 lost (80.0 %): 1 unheard, 1 radio, 2 refused\n");
-}
-
-TEST(Trace, DamagedCapturesNeitherCrashNorHang)
-{
-  constexpr unsigned seed = 20261122;
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const Bytes whole = capture(frames) + capture(frames, 60);
-  for (int round = 0; round < TESSEL_DAMAGED_CAPTURES; ++round) {
-    Bytes damaged = whole;
-    for (std::size_t count = 1 + random() % 8; count > 0; --count) {
-      damaged[random() % damaged.size()] ^= static_cast<std::uint8_t>(1U << random() % 8);
-    }
-    if (random() % 2 == 0) damaged.resize(random() % damaged.size());
-    for (const auto content : {std::optional<FrameTrace::Content>(),
-                               {FrameTrace::Content::frames},
-                               {FrameTrace::Content::books}}) {
-      for (const bool isJson : {false, true}) {
-        for (const char character :
-             printed(damaged, {.format = {.isJson = isJson, .showsWallClock = true}, .content = content})) {
-          ASSERT_TRUE(character == '\n' || (character >= ' ' && character <= '~')) << "round " << round;
-        }
-      }
-    }
-  }
 }
 
 }  // namespace
