@@ -54,17 +54,11 @@ const auto rest = [](RecordingPlan& plan) {
 const Row rows[] = {
     {"nothing", plan({})},
     {"loss", plan({"loss 2"}), {&Lost::radio, &Lost::unheard, &Lost::refused, &Lost::pairing}},
-    {"heavyLoss", plan({"loss 30"}), {&Lost::radio, &Lost::unheard}},
     {"doubles", plan({"double 2"}), {&Lost::refused}},
     {"swaps", plan({"swap 2"}), {&Lost::refused, &Lost::radio}, true},
-    {"lossDoublesAndSwaps", plan({"loss 2", "double 1", "swap 1"}), {&Lost::refused, &Lost::radio}, true},
     {"lossAtRest", with(plan({"loss 2"}), rest), {&Lost::radio, &Lost::pairing}},
     {"dropoutOfOneGlove", plan({}, {{4, "leave left"}, {9, "back left"}}), {&Lost::unheard, &Lost::pairing}},
     {"dropoutOfBoth", plan({}, {{4, "leave both"}, {9, "back both"}}), {&Lost::unheard}},
-    {"dropoutsWithLoss",
-     plan({"loss 2"}, {{2, "leave left"}, {7, "back left"}, {11, "leave right"}, {16, "back right"}}),
-     {&Lost::unheard, &Lost::radio}},
-    {"dropoutOfNineSeconds", plan({}, {{4, "leave left"}, {13, "back left"}}), {&Lost::unheard}},
     {"supervisionTimeout", plan({}, {{4, "leave left"}, {16, "back left"}}), {&Lost::queued}},
     {"silentGlove", plan({}, {{4, "silent right"}}), {&Lost::queued}},
     {"disconnection", plan({"loss 1"}, {{4, "drop left"}}), {&Lost::queued}},
@@ -73,10 +67,6 @@ const Row rows[] = {
                        [](auto& plan) {
                          plan.pauses = {{4, 3}, {8, 0.5}, {10, 12}};
                        })},
-    {"hostPauseWithLoss", with(plan({"loss 2"}),
-                               [](auto& plan) {
-                                 plan.pauses = {{4, 3}, {9, 8}};
-                               })},
     {"hostPausesBetweenDoubles",
      with(plan({"packets 2", "double 50"}),
           [](auto& plan) {
@@ -90,20 +80,10 @@ const Row rows[] = {
      plan({}, {{3, "rate 60"}, {6, "rate 25"}, {10, "rate left 33.3"}, {14, "rate 40"}}),
      {&Lost::pairing}},
     {"rateTooHigh", plan({"rate 100"}), {&Lost::unheard}},
-    {"lowRate", plan({"rate 3"})},
     {"packetCountsChange",
      plan({}, {{3, "packets left 13"}, {5, "packets left 15"}, {9, "packets 2"}, {10, "packets 14"}}),
      {&Lost::faulty}},
-    {"batteryChanges", plan({}, {{4, "battery left 9"}, {5, "battery 31"}})},
-    {"smallFrames",
-     with(plan({"packets 2", "loss 2"}), [](auto& plan) { plan.elements = 17; }),
-     {&Lost::unheard},
-     true},
     {"oneGlove", with(plan({"loss 2", "double 1"}), useOneGlove), {&Lost::refused, &Lost::radio}, true},
-    {"oneGloveInPauses", with(with(plan({}), useOneGlove),
-                              [](auto& plan) {
-                                plan.pauses = {{4, 5}};
-                              })},
     {"twoLeftGloves", with(plan({"loss 2"}), useLeftGloves), {&Lost::radio}},
     {"oldGloves", with(plan({"loss 2"}), useOldGloves), {&Lost::radio}},
     {"repeats", with(plan({}),

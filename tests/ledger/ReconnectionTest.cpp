@@ -55,14 +55,6 @@ const auto useHighNumbers = [](SessionPlan& plan) {
   plan.gloves[1].name = "KVXGR70001";
 };
 
-Steps every6SecondsTenTimes(const std::string& command)
-{
-  Steps steps;
-  for (int step = 0; step < 10; ++step)
-    steps.push_back({20.0 + 6 * step, command});
-  return steps;
-}
-
 // What happens 20 s after the opening, and how it ends after the given time.
 Row dropout(const std::string& name, double seconds, Steps steps)
 {
@@ -110,11 +102,6 @@ const std::vector<Row> others{
      .events = "disconnected, reconnected",
      .attempt = "No BLE USB dongle",
      .away = {5, 7}},
-    {.name = "oneGloveOnly",
-     .plan = plan({{20, "hide left"}, {20, "drop both"}, {45, "show left"}}),
-     .events = "disconnected, reconnected",
-     .attempt = "Expected: 2; detected: 1",
-     .away = {25, 29}},
     {.name = "oneGloveOnlyForTooLong",
      .plan = plan({{20, "hide left"}, {20, "drop both"}}, 200),
      .events = "disconnected, gave up",
@@ -146,10 +133,6 @@ const std::vector<Row> others{
      .plan = plan({{20, "leave left"}, {80, "restart left"}, {80, "back left"}}, 120),
      .events = "disconnected left, reconnected",
      .away = {60, 64}},
-    {.name = "batteryChangeOfBoth",
-     .plan = plan({{20, "restart both"}, {20, "hide both"}, {60, "show both"}}, 120),
-     .events = "disconnected, reconnected",
-     .away = {40, 44}},
     {.name = "silentGlove",
      .plan = plan({{20, "silent left"}, {50, "back left"}}),
      .events = "disconnected, reconnected",
@@ -171,13 +154,6 @@ const std::vector<Row> others{
      .plan = with(plan({{30, "loss right 0"}}), [](auto& plan) { plan.setup.push_back("loss right 100"); }),
      .events = "disconnected, reconnected",
      .away = {0, 0}},
-    {.name = "tenInARow",
-     .plan = plan(every6SecondsTenTimes("drop both"), 90),
-     .events = "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
-               "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
-               "disconnected, reconnected, disconnected, reconnected, disconnected, reconnected, "
-               "disconnected, reconnected",
-     .away = {3, 5}},
     // The first times of a connection wait for 0.2 s.
     {.name = "lostAgainAtOnce",
      .plan = plan({{20, "drop both"}, {23.75, "unplug"}, {24, "plug"}}),
@@ -196,10 +172,6 @@ const std::vector<Row> others{
                   }),
      .events = "disconnected left, reconnected",
      .away = {0.5, 4}},
-    {.name = "withLosses",
-     .plan = plan({{0, "loss 2"}, {20, "unplug"}, {30, "plug"}}),
-     .events = "disconnected, reconnected",
-     .away = {10, 12}},
     {.name = "withoutACapture",
      .plan = with(plan({{20, "unplug"}, {40, "plug"}}), omitCapture),
      .events = "disconnected, reconnected",
