@@ -123,7 +123,7 @@ TEST(Gloves, CallsTooEarlyAreErrors)
   EXPECT_EQ(tessel_close(gloves), TESSEL_OK);
 }
 
-TEST(Gloves, AreReadAndDescribed)
+TEST(Gloves, AreReadInOrder)
 {
   const OpenGloves gloves;
   tessel_shape shape{};
@@ -154,70 +154,7 @@ TEST(Gloves, AreReadAndDescribed)
   ASSERT_EQ(tessel_latest(gloves.handle, &latest.view), TESSEL_OK);
   EXPECT_EQ(latest.view.count, 2U);
   EXPECT_GE(latest.view.first + 2, next);
-  const auto description = nlohmann::json::parse(textOf(tessel_describe, gloves.handle));
-  EXPECT_EQ(description.at("gloves").at(1).at("module"), "KVXGR00018");
-  EXPECT_EQ(description.at("columns").at(0).get<std::string>().substr(0, 5), "left_");
-  ASSERT_TRUE(waitFor([&] { return gloves.statistics().sent[0] >= 60; }));
-  const tessel_statistics statistics = gloves.statistics();
-  EXPECT_EQ(statistics.state, TESSEL_CONNECTED);
-  EXPECT_EQ(statistics.isFollowed, 1);
-  EXPECT_GE(statistics.records, next);
-  EXPECT_GT(statistics.battery, 0);
-  EXPECT_GT(statistics.nowMs, earlier);
-  EXPECT_NEAR(std::stod(textOf(tessel_send, gloves.handle, "BatteryLevel")), statistics.battery, 0.01);
   EXPECT_EQ(tessel_send(gloves.handle, nullptr, nullptr, 0, nullptr), TESSEL_ERROR_ARGUMENT);
-}
-
-TEST(Gloves, AreRecordedInPartsWhileTheyAreRead)
-{
-  const TemporaryFolder folder;
-  const OpenGloves gloves(R"({"simulated": true, "simulation": ["loss 3"]})");
-  Rows rows(1000);
-  std::vector<std::pair<std::int64_t, std::vector<std::uint16_t>>> live;  // left frame and samples
-  const auto readFor = [&](std::uint64_t records) {
-    for (std::uint64_t count = 0; count < records; count += rows.view.count) {
-      ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
-      for (std::size_t row = 0; row < rows.view.count; ++row) {
-        const auto* const first = rows.sample.data() + row * 250;
-        live.emplace_back(rows.frame[2 * row], std::vector<std::uint16_t>(first, first + 250));
-      }
-    }
-  };
-  readFor(20);
-  for (const char* const name : {"part.csv", "part.npy", "part.xdf"}) {
-    const std::string path = (folder / name).string();
-    ASSERT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_OK) << errorWords();
-    EXPECT_EQ(tessel_record(gloves.handle, "second.csv", nullptr), TESSEL_ERROR_BUSY);
-    EXPECT_EQ(gloves.statistics().isRecording, 1);
-    EXPECT_EQ(tessel_marker(gloves.handle, "lift"), TESSEL_OK);
-    readFor(30);
-    EXPECT_TRUE(waitFor([&] { return has(gloves.takeEvents(), "marker"); }));
-    ASSERT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
-    EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_ERROR_STATE);
-    EXPECT_EQ(tessel_record(gloves.handle, path.c_str(), nullptr), TESSEL_ERROR_OUTPUT) << "it exists";
-    readFor(5);
-
-    tessel_recording recording = 0;
-    ASSERT_EQ(tessel_open_recording(path.c_str(), &recording), TESSEL_OK) << errorWords();
-    std::size_t found = 0;
-    Rows read(1);
-    auto expected = live.begin();
-    for (; tessel_read_recording(recording, &read.view) == TESSEL_OK; ++found) {
-      if (found == 0) {
-        EXPECT_EQ(read.timeMs[0], 0) << name;
-        expected = std::ranges::find(live, read.frame[0], &decltype(live)::value_type::first);
-      }
-      ASSERT_NE(expected, live.end()) << name;
-      EXPECT_EQ(read.frame[0], expected->first) << name;
-      EXPECT_EQ(read.sample, expected->second) << name << ", record " << found;
-      ++expected;
-    }
-    EXPECT_GE(found, 25U) << name;
-    const auto description = nlohmann::json::parse(textOf(tessel_describe_recording, recording));
-    EXPECT_EQ(description.at("metadata").at("books").at("balanced"), true) << description.at("metadata");
-    EXPECT_TRUE(has(description.at("events"), "marker")) << name;
-    EXPECT_EQ(tessel_close_recording(recording), TESSEL_OK);
-  }
 }
 
 TEST(Gloves, ThatAreLostComeBackOrEnd)
@@ -246,23 +183,6 @@ TEST(Gloves, ThatAreLostComeBackOrEnd)
   EXPECT_EQ(tessel_record(gloves.handle, "late.csv", nullptr), TESSEL_ERROR_STATE);
   EXPECT_TRUE(std::filesystem::exists(path)) << "completed by the end of the gloves";
   EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
-}
-
-TEST(Gloves, ThatStayAwayEndWithWords)
-{
-  const OpenGloves gloves(R"({"simulated": true, "reconnect": 0})");
-  Rows rows(1000);
-  ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
-  gloves.simulate("unplug");
-  tessel_status status = TESSEL_OK;
-  while (status >= 0) {
-    status = tessel_read(gloves.handle, &rows.view, 5000);
-  }
-  EXPECT_EQ(status, TESSEL_ERROR_SILENCE);
-  EXPECT_NE(errorWords().find("dongle is gone"), std::string::npos) << errorWords();
-  EXPECT_EQ(tessel_open(gloves.handle, -1), TESSEL_ERROR_SILENCE) << "the end lasts";
-  EXPECT_EQ(tessel_send(gloves.handle, "BatteryLevel", nullptr, 0, nullptr), TESSEL_ERROR_SILENCE);
-  EXPECT_EQ(tessel_marker(gloves.handle, "late"), TESSEL_ERROR_SILENCE);
 }
 
 TEST(Gloves, OpeningCanBeCancelledAndIsExclusive)

@@ -126,35 +126,6 @@ TEST(RecordRing, CountsWhatIsTakenAndDropped)
   }
 }
 
-TEST(RecordRing, WakesThoseWhoWait)
-{
-  RecordRing ring(8, 2, 1);
-  std::atomic<unsigned> taken = 0;
-  {
-    std::vector<std::jthread> readers;
-    for (const auto timeout : {-1ms, -1ms, std::chrono::milliseconds(std::chrono::hours(24))}) {
-      readers.emplace_back([&ring, &taken, timeout] {
-        RecordBlock block(1, 2, 1);
-        while (ring.take(block.view, timeout) > 0) {
-          ++taken;
-        }
-        EXPECT_TRUE(ring.hasEnded());
-      });
-    }
-    // One after the other, so each wakes a reader.
-    for (unsigned number = 0; number < 50; ++number) {
-      addTo(ring, number, number + 1, 1);
-      while (taken <= number) {
-        std::this_thread::yield();
-      }
-    }
-    ring.end();
-  }
-  EXPECT_EQ(taken, 50U);
-  RecordBlock block(1, 2, 1);
-  EXPECT_EQ(ring.take(block.view, -1ms), 0U) << "the end stays";
-}
-
 // With a slow and a fast writer: each record is read once, or counted as dropped.
 TEST(RecordRing, SeveralReadersShareTheRecords)
 {
