@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 #include "tests/support/Packets.h"
 
 namespace {
@@ -46,20 +44,6 @@ TEST(BatteryLevel, HasEightStepsBelowTheTopCode)
   EXPECT_EQ(batteryLevel(11), 0);
   EXPECT_EQ(batteryLevel(0), 0);
   EXPECT_EQ(batteryLevel(20), std::nullopt) << "the plug-in takes it for an empty one";
-}
-
-TEST(GloveSigns, RememberWhenItWasHeardAndWhatItReported)
-{
-  GloveSigns signs;
-  EXPECT_EQ(signs.heard(), std::nullopt);
-  signs.addSensorStatus(std::array<std::uint8_t, 20>{0, 1, 0, 255});
-  signs.beginConnection(time);
-  EXPECT_EQ(signs.heard(), time);
-  signs.add(first, time + 1s);
-  EXPECT_EQ(signs.heard(), time + 1s);
-  EXPECT_EQ(signs.faultySensors(), 2U);
-  signs.addSensorStatus(std::array<std::uint8_t, 20>{});
-  EXPECT_EQ(signs.faultySensors(), 0U);
 }
 
 }  // namespace

@@ -102,13 +102,4 @@ TEST_F(Heard, MemoryIsBounded)
   EXPECT_EQ(devices_.others(), 1024U);
 }
 
-TEST_F(Heard, OtherMessagesAndCutOnesAreNoDevices)
-{
-  receive(hex("00 01 06 00  00"));                             // a response of this class and number
-  receive(hex("80 0A 06 00  C8 00 01 02 03 04 05 06 00 FF"));  // without the length of the data
-  EXPECT_EQ(heard(), "0");
-  receive(hex("80 0B 06 00  C8 00 01 02 03 04 05 06 00 FF 09"));  // without the data
-  EXPECT_EQ(heard(), "1");
-}
-
 }  // namespace

@@ -194,20 +194,6 @@ TEST(Replay, AnswersEachCommandAndGoesOnAfterDepartures)
   }
 }
 
-TEST(Replay, KeepsHowThePortGoesAndComes)
-{
-  // Found again at the third look; then lost while a glove sends; then never seen again after a restart.
-  const std::vector<Entry> entries{
-      {0, 'n', "open COM7"}, {0, '>', "reset"},   {0, 'n', "close"}, {1.5, 'n', "open COM7"},
-      {1.5, '>', "start"},   {1.6, '<', "first"}, {2, 'n', "close"}, {9, 'n', "open COM7"},
-      {9, '>', "reset"},     {9, 'n', "close"},
-  };
-  const Result result = play(entries, {{0, "reset"}, {1.5, "start"}, {4, "reset"}});
-  EXPECT_EQ(result.transcript, "0.000 gone, 1.250 back, 1.600 first, 2.000 gone, 3.000 back, 4.000 gone, ");
-  EXPECT_EQ(result.progress.departures, 0U);
-  EXPECT_TRUE(result.isOver);
-}
-
 TEST(Replay, WaitsLongerForAProgramThatIsSlowerThanItsClock)
 {
   const Result result =

@@ -21,15 +21,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int shortCount = 0;
-
-struct Errors {
-  const char* call;
-  std::vector<int> errors;
-};
-
-// By the family of the call. Closing does not fail when interrupted.
-const std::vector<Errors> errorsOf{
+// Closing does not fail when interrupted.
+const std::vector<CallErrors> errorsOf{
     {"open", {EINTR, ENOMEM, ENOSPC, EMFILE, EIO}},
     {"read", {EINTR, shortCount, EIO}},
     {"write", {EINTR, shortCount, ENOSPC, EIO, EAGAIN}},
@@ -52,11 +45,6 @@ const std::vector<Errors> errorsOf{
     {"eventfd", {EMFILE, ENOMEM}},
     {"pipe", {EMFILE}},
 };
-
-std::string nameOf(int error)
-{
-  return error == shortCount ? "half of the bytes" : ::strerrorname_np(error);
-}
 
 using Files = std::map<std::string, std::string>;  // names and contents
 

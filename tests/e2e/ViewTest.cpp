@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -90,26 +89,6 @@ TEST_F(View, SlowViewersCostTheRecordingNoFrame)
     EXPECT_LE(glove.at("lostTotal"), 4) << books;
   }
   EXPECT_NE(folder_.read("run.events.csv").find("<b>grasp</b>"), std::string::npos);
-}
-
-TEST_F(View, ShowsWhyTheGlovesAreNotOpenedAndHowThatEnds)
-{
-  folder_.write("scenario", "0 hide left\n");
-  Tessel tessel(folder_, words("view --sim --scenario scenario --wait 1 --port 0"));
-  const auto port = portOfPage(tessel);
-  ASSERT_NE(port, 0) << folder_.read("stderr");
-  HttpClient viewer(port);
-  viewer.send(viewer.request("/api/stream"));
-  EXPECT_NE(viewer.receiveUntil("\"phase\":\"opening\""), "");
-  const Json last = lastState(viewer);
-  EXPECT_EQ(tessel.result().exitCode, 13);
-  EXPECT_EQ(last.at("phase"), "ended");
-  EXPECT_EQ(last.at("ending").at("exitCode"), 13);
-  const bool isAlarm = std::ranges::any_of(last.at("warnings"), [](const Json& warning) {
-    return warning.at("level") == "alarm" &&
-           warning.at("text").get<std::string>().find("modules") != std::string::npos;
-  });
-  EXPECT_TRUE(isAlarm) << last.at("warnings");
 }
 
 TEST_F(View, SaysWhatIsWrongWithItsAddress)

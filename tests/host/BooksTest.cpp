@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <numeric>
-
 #include "host/capture/LinkAccounts.h"
 #include "host/session/BooksText.h"
 
@@ -59,36 +57,12 @@ class BooksTest : public testing::Test {
     accounts_->settle(now_ + 1us);
     accounts_->noteWritten();
   }
-  // Of the part from one record to another.
-  Books part(std::size_t first, std::size_t last)
-  {
-    accounts_->settle(now_ + 1s);
-    while (const auto origin = accounts_->takeOrigin()) {
-      cuts_.push_back(*origin->cut);
-    }
-    return partOf(cuts_.at(first).before(), cuts_.at(last).after());
-  }
   void steady(std::uint8_t begin, std::uint8_t end)
   {
     for (std::uint8_t counter = begin; counter < end; ++counter) {
       frame(counter % 16, static_cast<std::uint16_t>(counter * 250));
       record();
     }
-  }
-  // Of the frames 0 to 7 three are lost, and the last one comes twice.
-  void recordWithLosses()
-  {
-    start(1);
-    steady(0, 3);
-    frame(4, 4 * 250);  // 3 was not heard
-    record();
-    now_ += 25ms;
-    first(0, 5, 5 * 250);  // one packet is missing
-    frame(6, 6 * 250);     // so the plug-in refuses this one
-    frame(7, 7 * 250);
-    record();
-    frame(7, 7 * 250);  // the same once more
-    record();
   }
   std::string text()
   {
@@ -99,12 +73,22 @@ class BooksTest : public testing::Test {
   std::chrono::nanoseconds now_ = 100s;
   std::uint8_t value_ = 0;
   std::unique_ptr<LinkAccounts> accounts_;
-  std::vector<BooksCut> cuts_;
 };
 
 TEST_F(BooksTest, AccountForEachFrameInWordsAndJson)
 {
-  recordWithLosses();
+  // Of the frames 0 to 7 three are lost, and the last one comes twice.
+  start(1);
+  steady(0, 3);
+  frame(4, 4 * 250);  // 3 was not heard
+  record();
+  now_ += 25ms;
+  first(0, 5, 5 * 250);  // one packet is missing
+  frame(6, 6 * 250);     // so the plug-in refuses this one
+  frame(7, 7 * 250);
+  record();
+  frame(7, 7 * 250);  // the same once more
+  record();
   frame(8, 8 * 250);  // not read any more
   EXPECT_EQ(
       text(),
@@ -125,28 +109,6 @@ TEST_F(BooksTest, AStrayByteBeforeAResponseDisconnectsNoGlove)
   block(CaptureBlock::Kind::received, {4, 0, 0, 0});
   steady(2, 4);
   EXPECT_EQ(text(), "4 frames sent, 4 recorded, 0 lost (0 %)\n");
-}
-
-// What the glove sent while the gloves were opened is read at once, so only its last frame arrived in time.
-TEST_F(BooksTest, FirstTimesWaitForTheBacklog)
-{
-  start(1);
-  now_ += 1s;
-  const auto begin = now_;
-  for (std::uint8_t counter = 0; counter < 12; ++counter) {
-    if (counter > 3) now_ = begin + (counter - 3) * 25ms;
-    ++value_;
-    first(0, counter, static_cast<std::uint16_t>(counter * 250));
-    packet(0, {1, 0});
-    EXPECT_FALSE(accounts_->takeOrigin()) << int{counter};
-    accounts_->addRecord(++now_, Samples(elements, static_cast<std::uint16_t>(value_ * 257)));
-  }
-  accounts_->settle(begin + 1s);
-  for (int counter = 0; counter < 12; ++counter) {
-    const auto origin = accounts_->takeOrigin();
-    ASSERT_TRUE(origin && origin->sampled()) << counter;
-    EXPECT_NEAR(static_cast<double>((*origin->sampled() - begin - (counter - 3) * 25ms).count()), 0, 10'000);
-  }
 }
 
 TEST_F(BooksTest, SayWhatDoesNotBalance)
@@ -190,43 +152,6 @@ TEST_F(BooksTest, SayWhatDoesNotBalance)
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->what(), std::string("the books do not balance: ") + row.reason + ".");
     EXPECT_EQ(failure->code(), ExitCode::books);
-  }
-}
-
-TEST_F(BooksTest, OfAPartAreThoseFromItsFirstRecordToItsLast)
-{
-  recordWithLosses();
-  frame(8, 8 * 250);
-  record(1, 1);  // of other samples
-  frame(9, 9 * 250);
-  record();
-  frame(10, 10 * 250);
-  record();
-  block(CaptureBlock::Kind::note, {}, "lost 12 blocks");
-  frame(11, 11 * 250);
-  record();
-  frame(12, 12 * 250);
-  record(1, 1);
-  const struct {
-    std::size_t first, last;
-    const char* text;
-    std::optional<bool> isBalanced;
-  } cases[] = {
-      {0, 2, "3 frames sent, 3 recorded, 0 lost (0 %)", true},
-      {3, 3, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
-      {2, 4, "6 frames sent, 3 recorded, 3 lost (50.0 %): 1 unheard, 1 radio, 1 refused", true},
-      {4, 5, "1 frames sent, 1 repeated, 2 recorded, 0 lost (0 %)", true},
-      {5, 6, "0 frames sent, 1 repeated, 2 recorded, 0 lost (0 %)", false},
-      {6, 7, "2 frames sent, 2 recorded, 1 lost (50.0 %): 1 pairing", false},
-      {8, 8, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
-      {8, 9, "2 frames sent, 2 recorded, 0 lost (0 %)", {}},
-      {9, 9, "1 frames sent, 1 recorded, 0 lost (0 %)", true},
-      {9, 10, "1 frames sent, 2 recorded, 0 lost (0 %)", {}},
-  };
-  for (const auto& row : cases) {
-    const Books books = part(row.first, row.last);
-    EXPECT_EQ(framesText(books.gloves[0]), row.text) << row.first;
-    EXPECT_EQ(books.balanced(), row.isBalanced) << row.text;
   }
 }
 

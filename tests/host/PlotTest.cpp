@@ -18,25 +18,6 @@ std::string npy(const std::string& type, const std::string& shape, const std::st
   return "\x93NUMPY\x01\x00"s + static_cast<char>(header.size()) + '\0' + header + numbers;
 }
 
-TEST(Recordings, AreTheSameFromCsvAndNpyAndTimestampsMayWrap)
-{
-  const TemporaryFolder folder;
-  folder.write("a.csv", "time_ms,left_0,right_0\r\n4294967295,1,65535\r\n24,2,258\r\n49,3");
-  std::filesystem::create_directory(folder / "a");
-  folder.write("a/meta.json", metaText);
-  folder.write("a/samples.npy", npy("<u2", "(2, 2)", "\x01\x00\xFF\xFF\x02\x00\x02\x01"s));
-  folder.write("a/stamps.npy", npy("<u4", "(2,)", "\xFF\xFF\xFF\xFF\x18\x00\x00\x00"s));
-  const Recording text = readRecording(folder / "a.csv");
-  const Recording arrays = readRecording(folder / "a");
-  EXPECT_EQ(text.seconds, (std::vector{0.0, 0.025}));
-  EXPECT_EQ(text.samples, (std::vector<std::uint16_t>{1, 65535, 2, 258}));
-  EXPECT_EQ(text.notes, std::vector{"line 4 is incomplete and was skipped"s});
-  EXPECT_EQ(arrays.seconds, text.seconds);
-  EXPECT_EQ(arrays.samples, text.samples);
-  ASSERT_EQ(arrays.groups.size(), 2);
-  EXPECT_EQ(arrays.groups[1].label, text.groups[1].label);
-}
-
 TEST(Recordings, HaveTheirTimesAndEstimateThoseThatAreUnknown)
 {
   // Of the second row the arrival is known, of the third only the plug-in's timestamp. The fifth steps back.

@@ -14,7 +14,6 @@
 #include <thread>
 
 #include "host/base/Failure.h"
-#include "host/base/StopRequest.h"
 #include "host/base/System.h"
 #include "host/session/MarkerInput.h"
 #include "tests/support/TemporaryFolder.h"
@@ -187,24 +186,6 @@ TEST(MarkerInput, ReadsAFifoOfManyWritersAndRemovesIt)
   struct stat status {};
   ::stat(path.c_str(), &status);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
-}
-
-TEST(StopRequest, CallsTheMarkerCallbackForEachSigusr1AndIgnoresItOtherwise)
-{
-  MarkerQueue queue;
-  {
-    const StopRequest request([&queue] { queue.add(host::uptime(), ""); });
-    ::kill(::getpid(), SIGUSR1);
-    EXPECT_EQ(wait(queue, 1), "marker 1;");
-    ::kill(::getpid(), SIGUSR1);
-    EXPECT_EQ(wait(queue, 1), "marker 2;");
-    EXPECT_FALSE(request.flag());
-  }
-  {
-    const StopRequest request;
-    ::kill(::getpid(), SIGUSR1);
-  }
-  EXPECT_TRUE(queue.take(100'000).empty());
 }
 
 }  // namespace

@@ -145,18 +145,4 @@ TEST_F(Plugin, ACaptureHoldsEachLoadUpToTheLinkThatUnloadingCloses)
   EXPECT_GT(capture.rfind(disconnect), capture.rfind("purge")) << "what unloading sends is captured";
 }
 
-TEST_F(Plugin, ACaptureThatCanNotBeOpenedIsALineOfTheLog)
-{
-  PtyGloves gloves(folder_ / "dongle");
-  const std::string path = (folder_ / "m\u00FCssing" / "capture").string();
-  ::setenv("TESSEL_CAPTURE", path.c_str(), 1);
-  HwInterface* const hardware = create();
-  EXPECT_EQ(hardware->configure(), 0);
-  ::unsetenv("TESSEL_CAPTURE");
-  const std::string line = "The capture TESSEL_CAPTURE=" + (folder_ / "m??ssing").string() +
-                           "/capture can't be opened: No such file or directory.\n";
-  EXPECT_EQ(log_.entries("BleDevice"), line + "Successfully connected to device.\n");
-  library_->release(hardware);
-}
-
 }  // namespace

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "platform/posix/PortList.h"
@@ -21,14 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int shortCount = 0;
-
-struct Errors {
-  const char* call;
-  std::vector<int> errors;
-};
-
-const std::vector<Errors> errorsOf{
+const std::vector<CallErrors> errorsOf{
     {"open", {EINTR, EMFILE, ENOMEM, EIO}},
     {"read", {EINTR, EAGAIN, shortCount, EIO}},
     {"write", {EINTR, EAGAIN, shortCount, EIO, ENOSPC}},
@@ -129,7 +121,7 @@ TEST_F(PosixFailingCalls, AreRepeatedOrReported)
         calls += error == errors.front() ? 1 : 0;
         ++runs;
         SCOPED_TRACE(std::string(call) + " " + std::to_string(number) + " of " + watched.failed + ": " +
-                     (error == shortCount ? "half of the bytes" : ::strerrorname_np(error)));
+                     nameOf(error));
         // A capture never fails what it captures.
         const bool isCapture = watched.failed.ends_with("/capture");
         if (isRepeated(call, error) || isCapture) {

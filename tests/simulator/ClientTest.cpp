@@ -262,18 +262,6 @@ TEST_F(Client, GetsTheAnswersOfARealDongle)
   EXPECT_FALSE(glove_.isNotifying());
 }
 
-TEST_F(Client, WaitsTwoConnectionEventsForEachAnswer)
-{
-  connect();
-  const auto duration = [this](const std::string& range) {
-    const auto begin = clock_.now();
-    discover(2, 5, range, " 02 03 28");
-    return (clock_.now() - begin) / 10ms;
-  };
-  EXPECT_EQ(duration("01 00 05 00"), 2 * 2) << "two declarations in one answer, then none";
-  EXPECT_EQ(duration("0C 00 1A 00"), 6 * 2) << "five with long UUIDs, one in each";
-}
-
 TEST_F(Client, LosesItsProcedureWithTheConnection)
 {
   connect();

@@ -18,10 +18,7 @@ class Control : public testing::Test {
  protected:
   Control()
   {
-    dongle_.onSend = [this](std::span<const std::uint8_t> bytes) {
-      sent_ += bytes.size();
-      if (bytes[0] == 0x80 && bytes[1] == 25) ++notifications_;
-    };
+    dongle_.onSend = [this](std::span<const std::uint8_t> bytes) { sent_ += bytes.size(); };
     control_.addGlove("left", left_);
     control_.addGlove("right", right_);
     left_.config.movement = simulator::Grasp(left_.config, simulator::Hand::left, 1);
@@ -59,7 +56,7 @@ class Control : public testing::Test {
   simulator::Dongle dongle_{clock_};
   simulator::Glove &left_ = dongle_.addGlove({}), &right_ = dongle_.addGlove({});
   simulator::Control control_{dongle_, 1};
-  std::size_t sent_ = 0, notifications_ = 0;
+  std::size_t sent_ = 0;
 };
 
 TEST_F(Control, EachCommandTakesEffectOrReportsAnError)
@@ -166,20 +163,6 @@ TEST_F(Control, NeighboursAdvertiseAsOftenAsTheyShould)
     EXPECT_NEAR(count, isGlove ? 100 : 80, isGlove ? 3 : 4);
   }
   EXPECT_EQ(scan(), first) << "the same seed";
-}
-
-TEST_F(Control, PacketsAreLostAtRandomAndTheRadioIsLimited)
-{
-  stream();
-  say("loss left 20");
-  notifications_ = 0;
-  clock_.advance(100s);
-  EXPECT_NEAR(static_cast<double>(notifications_), 100 * 40 * 14 * 1.8, 1000);
-  say("rate 200");
-  clock_.advance(10s);
-  notifications_ = 0;
-  clock_.advance(10s);
-  EXPECT_EQ(notifications_, 14'000U) << "14 for each glove in 20 ms";
 }
 
 }  // namespace

@@ -195,21 +195,6 @@ TEST(Lsl, StreamsAreTheRecording)
   EXPECT_EQ(folder.read("run.events.csv").find(",lost,"), std::string::npos) << "the books have them";
 }
 
-TEST(Lsl, ReceiversRecoverWhenTheSenderIsKilledAndStartedAgain)
-{
-  const TemporaryFolder folder;
-  const auto arguments = withLibrary({"stream", "--sim", "--gloves", "left"});
-  std::optional<Tessel> tessel(std::in_place, folder, arguments);
-  LslReceiver receiver(leftId, elements);
-  waitFor([&] { return receiver.count() > 20; }, "samples");
-  tessel.reset();  // kills it
-  const double killed = Lsl::library().clock();
-  tessel.emplace(folder, arguments);
-  waitFor([&] { return receiver.samples().back().time > killed + 1; }, "samples of the second sender");
-  tessel->signal(SIGINT);
-  EXPECT_EQ(tessel->result().exitCode, 0);
-}
-
 TEST(Lsl, MarkersOfAnotherStreamAreRecordedAtTheirTimes)
 {
   const Lsl& lsl = Lsl::library();

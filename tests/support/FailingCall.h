@@ -6,16 +6,30 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
+// The errors that are tried, by the family of the call.
+struct CallErrors {
+  const char* call;
+  std::vector<int> errors;
+};
+
+constexpr int shortCount = 0;
+
+inline std::string nameOf(int error)
+{
+  return error == shortCount ? "half of the bytes" : ::strerrorname_np(error);
+}
+
 // The calls are named by families: "write" is also writev and pwrite.
 struct CallFault {
   std::string call;     // none fails if empty
   unsigned number = 0;  // which of them, from 1
-  int error = 0;        // 0: a short count
+  int error = shortCount;
 };
 
 struct WatchedRun {
