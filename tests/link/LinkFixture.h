@@ -8,6 +8,7 @@
 #include "link/Messages.h"
 #include "link/Modules.h"
 #include "simulator/Dongle.h"
+#include "tests/link/FreshStatics.h"
 #include "tests/support/Hex.h"
 #include "tests/support/HostLog.h"
 #include "tests/support/SimulatedPlatform.h"
@@ -19,17 +20,6 @@ constexpr std::int32_t code(OpeningResult result)
 {
   return static_cast<std::int32_t>(result);
 }
-
-struct FreshStatics {
-  FreshStatics()
-  {
-    dongleVerdict = 0;
-    serialFilter.fill(noSerialFilter);
-    discoveryState = DiscoveryState::discovery_idle;
-    intervalToggle = 0;
-    stores = {};
-  }
-};
 
 class LinkTest : public testing::Test {
  public:
