@@ -186,7 +186,7 @@ void LiveBoard::Parts::takeFigures(const RecordingFigures& figures)
 {
   const Time now = clock();
   situation.seconds = figures.seconds;
-  situation.records = figures.records;
+  situation.records = figures.written;
   situation.recordsPerSecond = figures.recordsPerSecond();
   situation.losses = figures.reconnections.size();
   situation.awaySeconds = figures.awaySeconds();

@@ -27,7 +27,7 @@ std::string clockText(double seconds)
 std::string remainingText(const RecordingFigures& figures, const RecordingLimits& limits)
 {
   if (limits.seconds) return fmt::format("  -{}", clockText(*limits.seconds - figures.seconds));
-  if (limits.records) return fmt::format("  -{}", *limits.records - figures.records);
+  if (limits.records) return fmt::format("  -{}", *limits.records - figures.written);
   return "";
 }
 
@@ -38,12 +38,12 @@ Progress::Progress(const Layout& layout, const RecordingLimits& limits) : layout
 std::string Progress::text(const RecordingFigures& figures, unsigned width) const
 {
   constexpr unsigned minWidthForValues = 100;
-  if (figures.records == 0) return "waiting for the first frame";
+  if (figures.written == 0) return "waiting for the first frame";
   const std::string battery = figures.battery ? fmt::format("{:.0f}%", *figures.battery * 100) : "?";
   const std::string losses = figures.accounts ? lostText(figures.accounts->books, gloveLabels(layout_))
                                               : fmt::format("gaps {}", figures.gaps.count());
   std::string line = fmt::format("{}{}  {} frames  {:.1f}/s  {}  bat {}", clockText(figures.seconds),
-                                 remainingText(figures, limits_), figures.records, figures.recordsPerSecond(),
+                                 remainingText(figures, limits_), figures.written, figures.recordsPerSecond(),
                                  losses, battery);
   if (figures.stalls.count > 0) {
     line += fmt::format("  stalled {}x, up to {:.1f} s", figures.stalls.count, figures.stalls.longest);

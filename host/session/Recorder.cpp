@@ -143,6 +143,7 @@ void Recorder::keepRecord(const RecordSource& source)
 
 void Recorder::updateKept()
 {
+  figures_.written = keeper_.written();
   figures_.zero = keeper_.zero();
   figures_.gaps = keeper_.gaps();
   figures_.accounts = keeper_.accounts();

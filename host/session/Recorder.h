@@ -39,6 +39,7 @@ class LinkLoss : public Failure {
 // Statistics of a recording, running or finished.
 struct RecordingFigures {
   std::uint64_t records = 0;
+  std::uint64_t written = 0;  // of these, handed to the sinks: what users may be told that they have
   std::optional<std::chrono::nanoseconds> zero;  // when the time of the records was 0, by host::uptime()
   double seconds = 0;                            // from the first record until now, or until the end
   double silentSeconds = 0;  // since the latest record, or since a later pause of this computer
