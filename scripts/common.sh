@@ -43,6 +43,24 @@ install_node_packages() {
   npm ci --ignore-scripts --no-audit --no-fund
 }
 
+# Fetches the LSL library and names it for what follows, with a configuration that sends nothing to other computers. Only
+# unpacks it; nothing of its package is installed or run.
+fetch_lsl() {
+  local folder=$PWD/build/lsl
+  local library=$folder/package/prebuilt/liblsl64.so
+  local checksum=13f1ba640400ceca418737417cbee832f884a7aa061a7caee236ea9895f32f6a
+  if [ ! -f "$library" ]; then
+    command -v npm >/dev/null || install nodejs npm
+    say "Fetching the LSL library"
+    mkdir -p "$folder"
+    (cd "$folder" && npm pack --silent lsl.js@1.1.2)
+    tar xzf "$folder/lsl.js-1.1.2.tgz" -C "$folder" package/prebuilt/liblsl64.so package/prebuilt/liblsl64.dll
+  fi
+  echo "$checksum  $library" | sha256sum --check --quiet || fail "$library is not the file that this script expects"
+  printf '[multicast]\nResolveScope = machine\n[lab]\nKnownPeers = {127.0.0.1}\n' >"$folder/lsl_api.cfg"
+  export LSLAPICFG=$folder/lsl_api.cfg TESSEL_LSL_LIBRARY=$library
+}
+
 # build PRESET [TARGET...]
 build() {
   local preset=$1
