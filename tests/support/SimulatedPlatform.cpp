@@ -179,12 +179,11 @@ PortResult writePort(PortHandle handle, std::span<const std::uint8_t> bytes)
   const Simulating simulating;
   if (auto* const asked = current->find(handle)) ++asked->writes;
   const auto [port, refusal] = target(handle, &SimulatedPlatform::Port::writeError);
-  if (port == nullptr) {
+  if (port == nullptr || !port->present) {
     const auto* const asked = current->find(handle);
     if (asked != nullptr && asked->onRefusedWrite) asked->onRefusedWrite(bytes);
-    return refusal;
+    return port == nullptr ? refusal : PortResult{.error = SimulatedPlatform::deviceGone};
   }
-  if (!port->present) return {.error = SimulatedPlatform::deviceGone};
   const auto piece = bytes.first(std::min(bytes.size(), port->maxPerWrite));
   port->written.insert(port->written.end(), piece.begin(), piece.end());
   if (port->onWrite) port->onWrite(piece);
