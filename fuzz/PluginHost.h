@@ -32,7 +32,7 @@ inline constexpr PluginSettings pluginSettings[] = {
 class PluginHost {
  public:
   using Duration = VirtualClock::Duration;
-  static constexpr Duration patience = std::chrono::seconds(60);  // with an opening, which then is stopped
+  static constexpr Duration patience = std::chrono::seconds(20);  // with an opening, which then is stopped
 
   PluginHost()
   {

@@ -39,6 +39,7 @@ Calls read(std::span<const std::uint8_t> file, std::size_t piece)
   Calls calls;
   CaptureReader reader;
   const auto take = [&] {
+    require(reader.unfinishedBytes() <= 65'536 + piece, "little is kept");
     while (const auto block = reader.next()) {
       calls.push_back(
           {block->kind, block->time, {block->bytes.begin(), block->bytes.end()}, std::string(block->text)});

@@ -14,7 +14,7 @@ using simulator::Duration;
 
 namespace {
 
-constexpr Duration longest = std::chrono::seconds(100);  // of a script, in virtual time
+constexpr Duration longest = std::chrono::seconds(40);  // of a script, in virtual time
 
 constexpr const char* simulatorCommands[] = {
     "drop both",
@@ -97,7 +97,7 @@ class Script {
     config.name = name;
     config.address = {address, 2, 3, 4, 5, 6};
     config.packetsPerFrame = 3;
-    config.framesPerSecond = 20;
+    config.framesPerSecond = 10;
     config.revision = (choice & 2) != 0 ? 4 : 5;  // the older one has no status
     config.firstClock = (choice & 4) != 0 ? 65'530 : 1;
     control_.addGlove(side, dongle_.addGlove(config));
