@@ -24,10 +24,14 @@ bool isNamedAsOurs(const std::string& name)
          name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string::npos;
 }
 
-// Deletes while locked, so that no other run deletes it too. Some systems delete the open lock file only once
-// it is closed.
+// Deletes while locked, so that no other run deletes it too, and the lock file last: if it is killed
+// meanwhile, a later run finds what is left. Some systems delete the open lock file only once it is closed.
 void remove(const fs::path& folder, std::optional<host::FolderLock>& lock)
 {
+  std::error_code ignored;
+  for (const fs::path& name : host::namesIn(folder, ignored)) {
+    if (name != host::FolderLock::fileName) removeAll(folder / name);
+  }
   if (!removeAll(folder)) return lock.reset();
   lock.reset();
   removeAll(folder);
@@ -40,7 +44,11 @@ void removeAbandoned(const fs::path& parent)
     if (!isNamedAsOurs(utf8(name))) continue;
     std::optional<host::FolderLock> lock;
     lock.emplace(parent / name, host::FolderLock::Kind::abandoned);
-    if (lock->isHeld()) remove(parent / name, lock);
+    if (lock->isHeld()) {
+      remove(parent / name, lock);
+    } else if (fs::is_directory(fs::symlink_status(parent / name, ignored))) {
+      fs::remove(parent / name, ignored);  // if it is empty: the run was killed before it locked it
+    }
   }
 }
 
@@ -64,7 +72,9 @@ ScratchFolder::ScratchFolder()
       do {
         path_ = parent / fmt::format("{}{:0{}x}", prefix, random(), digits);
       } while (!fs::create_directory(path_));  // the name may be taken
-      fs::permissions(path_, fs::perms::owner_all);
+      std::error_code error;
+      fs::permissions(path_, fs::perms::owner_all, error);
+      if (error && error != std::errc::no_such_file_or_directory) throw notMade(error.message());
       lock_.emplace(path_, host::FolderLock::Kind::fresh);
       if (lock_->isHeld()) return;
       removeAll(path_);

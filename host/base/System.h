@@ -38,6 +38,7 @@ class Lock {
 class FolderLock {
  public:
   enum class Kind { fresh, abandoned };  // creates the lock file, or requires an existing one
+  static constexpr const char* fileName = "tessel.lock";
 
   FolderLock(const std::filesystem::path& folder, Kind kind);
   ~FolderLock();

@@ -67,7 +67,8 @@ TEST_F(Leftover, OfAKilledRunIsDeletedByTheNextAndNothingElseIs)
   put("tessel-notes", "tessel.lock");  // similar content
   put("linked", "tessel.lock");
   fs::create_directory_symlink(temporary_ / "linked", temporary_ / "tessel-0000000b");
-  put("tessel-0000000c", "tessel.lock");  // an abandoned folder
+  put("tessel-0000000c", "tessel.lock");                 // an abandoned folder
+  fs::create_directory(temporary_ / "tessel-0000000d");  // of a run that was killed before it locked it
   const auto next = runTessel(folder_, words("record --sim --frames 3 --output next.csv"));
   EXPECT_EQ(next.exitCode, 0) << next.messages;
   std::set<std::string> left = names();

@@ -35,8 +35,6 @@ Lock::~Lock()
 
 namespace {
 
-constexpr const char* lockName = "tessel.lock";
-
 bool isOwn(int descriptor, mode_t type)
 {
   struct stat status {};
@@ -54,7 +52,7 @@ FolderLock::FolderLock(const std::filesystem::path& path, Kind kind)
   if (isOwn(folder, S_IFDIR)) {
     const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     const int creating = kind == Kind::fresh ? O_CREAT | O_EXCL : 0;
-    handle_ = repeated([&] { return ::openat(folder, lockName, flags | creating, 0600); });
+    handle_ = repeated([&] { return ::openat(folder, fileName, flags | creating, 0600); });
   }
   ::close(folder);
   const int file = static_cast<int>(handle_);

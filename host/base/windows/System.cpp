@@ -33,8 +33,8 @@ FolderLock::FolderLock(const std::filesystem::path& folder, Kind kind)
   const DWORD attributes = GetFileAttributesW(folder.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
   // Created and locked in one step. The sharing mode lets its holder delete it.
-  const HANDLE file = CreateFileW((folder / L"tessel.lock").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE,
-                                  nullptr, kind == Kind::fresh ? CREATE_NEW : OPEN_EXISTING,
+  const HANDLE file = CreateFileW((folder / fileName).c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
+                                  kind == Kind::fresh ? CREATE_NEW : OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   handle_ = reinterpret_cast<std::intptr_t>(file);
   isHeld_ = file != INVALID_HANDLE_VALUE;
