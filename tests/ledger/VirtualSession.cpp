@@ -87,7 +87,7 @@ class ComparingSink final : public RecordSink {
 
   void noteSampled(std::size_t glove, double ms, const DeliveredRecord& delivered)
   {
-    if (std::isnan(ms)) return;
+    if (std::isnan(ms) || !plan_.measuresTimes) return;
     const simulator::Duration sampled = delivered.truth.frames[glove].sampled;
     const double trueMs = std::chrono::duration<double, std::milli>(sampled).count();
     timed_.at(glove).push_back({delivered.connection, sampled, ms - trueMs});

@@ -40,6 +40,7 @@ struct SessionPlan {
   bool isCaptured = true;
   std::uint64_t capacity = ~std::uint64_t{0};  // records that fit on the disk
   std::uint64_t seed = 1;                      // of random packet faults
+  bool measuresTimes = true;                   // needs memory for each record
   SessionFollower* follower = nullptr;
 };
 
