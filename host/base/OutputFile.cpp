@@ -26,6 +26,8 @@ std::string adviceFor(int error)
       return "Its folder does not exist: create it, or choose another location.";
     case EPIPE:
       return "The program that was reading it has ended.";
+    case EEXIST:
+      return "Delete it, or choose another name.";
     case EFBIG:
       return "The file has reached the size limit of this system.";
     default:
@@ -99,6 +101,13 @@ void replaceFile(const fs::path& path, std::string_view content, Disk& disk)
 {
   const fs::path next = fs::path(path) += ".new";
   std::error_code error;
+  // What a killed run left is a file. Anything else is somebody's, and a link might lead anywhere.
+  if (fs::is_regular_file(fs::symlink_status(next, error))) fs::remove(next, error);
+  error = host::createFile(next);
+  if (error) {
+    throw Failure(ExitCode::output, fmt::format("{} can't be created: {}.", utf8(next), error.message()),
+                  adviceFor(error.value()));
+  }
   try {
     OutputFile file(next);
     file.append(content);

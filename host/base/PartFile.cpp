@@ -54,6 +54,11 @@ void checkExisting(const fs::path& path, PartFile::Kind kind, bool replaces, Par
                   fmt::format("{} already exists, as a {}.", utf8(path), isFolder ? "file" : "folder"),
                   "Choose another name.");
   }
+  // Of the program's own there are no others.
+  if (!isFolder && !fs::is_regular_file(status)) {
+    throw Failure(ExitCode::output, fmt::format("{} already exists, as a pipe or a device.", utf8(path)),
+                  "Choose another name.");
+  }
   if (!replaces) {
     throw Failure(ExitCode::output, fmt::format("{} already exists.", utf8(path)), chooseAnother);
   }
@@ -94,7 +99,15 @@ void PartFile::check(const fs::path& wanted, Kind kind, bool replaces, Test isRe
   if (place == growing) return;
   checkExisting(place, kind, replaces, isReplaceable);
   std::error_code ignored;
-  if (!fs::exists(growing, ignored)) return;
+  const fs::file_status status = fs::symlink_status(growing, ignored);
+  if (!fs::exists(status)) return;
+  if (fs::is_symlink(status)) {
+    // The link is deleted, and never followed.
+    if (replaces) return;
+    throw Failure(ExitCode::output, fmt::format("{} already exists, as a symbolic link.", utf8(growing)),
+                  chooseAnother);
+  }
+  if (fs::is_other(status)) checkExisting(growing, kind, replaces, isReplaceable);
   if (!host::Lock(growing).isHeld()) {
     throw Failure(ExitCode::output, fmt::format("another run of tessel is writing {}.", utf8(growing)),
                   "Choose another name.");

@@ -83,6 +83,13 @@ std::optional<RecordingFiles::Companions> RecordingFiles::checkNames(const Outpu
   if (output.format != RecordFormat::csv || base == growing) return std::nullopt;
   const Companions companions{companionOf(base, names::metadataSuffix),
                               companionOf(base, names::eventsSuffix)};
+  for (const fs::path& companion : {companions.metadata, companions.events}) {
+    // Nobody chose to write there.
+    std::error_code ignored;
+    if (!fs::is_other(fs::status(companion, ignored))) continue;
+    throw Failure(ExitCode::output, fmt::format("{} already exists, as a pipe or a device.", utf8(companion)),
+                  "Choose another name.");
+  }
   PartFile::check(companions.metadata, PartFile::Kind::file, replaces, isMetadata);
   PartFile::check(companions.events, PartFile::Kind::file, replaces, isEvents);
   return companions;

@@ -21,8 +21,9 @@
 
 namespace host {
 
+// Of a FIFO that somebody put there, opening does not wait for a writer.
 Lock::Lock(const std::filesystem::path& path)
-    : handle_(repeated([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }))
+    : handle_(repeated([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }))
 {
   isHeld_ =
       handle_ >= 0 && repeated([&] { return ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB); }) == 0;
