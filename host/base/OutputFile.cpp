@@ -26,6 +26,8 @@ std::string adviceFor(int error)
       return "Its folder does not exist: create it, or choose another location.";
     case EPIPE:
       return "The program that was reading it has ended.";
+    case ENXIO:
+      return "It is a pipe that no program reads: start the reader first.";
     case EEXIST:
       return "Delete it, or choose another name.";
     case EFBIG:

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "host/base/Failure.h"
+#include "host/base/OutputFile.h"
 #include "host/recording/RecordingFiles.h"
 #include "tests/support/Refusal.h"
 #include "tests/support/TemporaryFolder.h"
@@ -72,6 +73,16 @@ TEST(ForeignFiles, AreNotTouchedByARecording)
       }
     }
   }
+}
+
+TEST(ForeignFiles, APipeThatNobodyReadsIsAnError)
+{
+  const TemporaryFolder folder;
+  ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+  const auto failure = failureOf([&] { OutputFile(folder / "fifo"); });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->code(), ExitCode::output);
+  EXPECT_NE(failure->advice().find("start the reader first"), std::string::npos) << failure->advice();
 }
 
 }  // namespace

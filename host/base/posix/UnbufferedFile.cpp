@@ -12,6 +12,32 @@
 
 namespace host {
 
+namespace {
+
+bool isFifo(const std::filesystem::path& path)
+{
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+// Of a FIFO without a reader the system would wait for ever; one that is just being started is waited for.
+int openForWriting(const std::filesystem::path& path, int flags)
+{
+  constexpr int attempts = 100;
+  constexpr int pauseMs = 20;
+  for (int attempt = 1;; ++attempt) {
+    const int descriptor = repeated([&] { return ::open(path.c_str(), flags | O_NONBLOCK, 0666); });
+    if (descriptor >= 0) {
+      ::fcntl(descriptor, F_SETFL, flags & O_APPEND);
+      return descriptor;
+    }
+    if (errno != ENXIO || attempt == attempts || !isFifo(path)) return descriptor;
+    ::poll(nullptr, 0, pauseMs);
+  }
+}
+
+}  // namespace
+
 struct UnbufferedFile::Stream {
   int descriptor = -1;
 };
@@ -26,7 +52,7 @@ UnbufferedFile::~UnbufferedFile()
 bool UnbufferedFile::open(const std::filesystem::path& path, Content content)
 {
   const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (content == Content::appended ? O_APPEND : O_TRUNC);
-  stream_->descriptor = repeated([&] { return ::open(path.c_str(), flags, 0666); });
+  stream_->descriptor = openForWriting(path, flags);
   return stream_->descriptor >= 0;
 }
 
