@@ -32,8 +32,10 @@ fs::path pluginIn(const std::vector<fs::path>& folders)
 {
   const fs::path name = std::string("HwTessel") + os::SharedObject::suffix;
   for (const fs::path& folder : folders) {
-    if (canBeRead(folder / name)) return folder / name;
+    // Where the system does not say in which folder the program is, it would be the working folder.
+    if (folder.is_absolute() && canBeRead(folder / name)) return folder / name;
   }
+  if (!folders.front().is_absolute()) throw notLoaded("the folder of this program is not known.");
   return folders.front() / name;
 }
 

@@ -6,6 +6,7 @@
 
 #include "host/base/Failure.h"
 #include "host/base/OutputFile.h"
+#include "host/gloves/Plugin.h"
 #include "host/recording/RecordingFiles.h"
 #include "tests/support/Refusal.h"
 #include "tests/support/TemporaryFolder.h"
@@ -83,6 +84,17 @@ TEST(ForeignFiles, APipeThatNobodyReadsIsAnError)
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->code(), ExitCode::output);
   EXPECT_NE(failure->advice().find("start the reader first"), std::string::npos) << failure->advice();
+}
+
+TEST(ForeignFiles, InTheWorkingFolderAreNoPlugin)
+{
+  const TemporaryFolder folder;
+  const fs::path before = fs::current_path();
+  folder.write("HwTessel.so", "no plug-in");
+  fs::current_path(folder.path());
+  const std::string reason = refusal([] { pluginIn({"", "lib", "."}); });
+  fs::current_path(before);
+  EXPECT_NE(reason.find("is not known"), std::string::npos) << reason;
 }
 
 }  // namespace
