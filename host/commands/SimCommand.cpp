@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "host/base/Console.h"
 #include "host/base/StopRequest.h"
@@ -84,7 +85,13 @@ void simulate(const SimulationOptions& options, bool isControlled)
   Console console(gloves.control());
   if (isControlled) gloves.repeat(std::chrono::milliseconds(20), [&console] { console.poll(); });
   std::atomic<bool> stop{false};
-  stopRequest.during([&] { gloves.run(stop); }, [&] { stop = true; });
+  try {
+    stopRequest.during([&] { gloves.run(stop); }, [&] { stop = true; });
+  } catch (const std::system_error& error) {
+    throw Failure(ExitCode::output,
+                  fmt::format("the simulated port can't be plugged in again: {}.", error.code().message()),
+                  "Choose a path with --port that nobody else uses.");
+  }
 }
 
 }  // namespace

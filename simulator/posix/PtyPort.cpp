@@ -69,8 +69,9 @@ void PtyPort::plugIn()
   ::cfmakeraw(&settings);
   ::tcsetattr(slave_, TCSANOW, &settings);
   claim();
+  // A link of an earlier simulation; a file that somebody put there while it was unplugged stays.
   std::error_code ignored;
-  std::filesystem::remove(path_, ignored);
+  if (std::filesystem::is_symlink(path_, ignored)) std::filesystem::remove(path_, ignored);
   std::filesystem::create_symlink(terminal_, path_);
 }
 

@@ -82,4 +82,17 @@ TEST(Look, ASimulatedPortServesOtherProgramsAndIsRemovedAtTheEnd)
   EXPECT_FALSE(std::filesystem::exists(folder / "dongle"));
 }
 
+TEST(Look, APortThatIsPluggedInAgainOverwritesNoFile)
+{
+  TemporaryFolder folder;
+  Tessel sim(folder, {"sim", "--port", "dongle", "--at", "0.2 unplug", "--at", "4 plug"});
+  const auto isThere = [&] { return std::filesystem::is_symlink(folder / "dongle"); };
+  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos && !isThere(); });
+  folder.write("dongle", "mine");
+  const auto result = sim.result();
+  EXPECT_EQ(result.exitCode, 5) << result.messages;
+  EXPECT_FALSE(isThere());
+  EXPECT_EQ(folder.read("dongle"), "mine");
+}
+
 }  // namespace
