@@ -208,7 +208,10 @@ std::optional<Failure> record(const Preparation& with)
   with.streaming.begin(run.metadata(), with.markers);
   if (RecordSink* const sink = with.streaming.sink()) sinks.add(*sink);
   reportBeginning(run, with);
-  RecordingReport report(run.layout(), options.run.rules, with.files, with.streaming.sink());
+  RecordingReport report(run.layout(), options.run.rules, with.files, with.streaming.sink(),
+                         [board = with.board](const Failure& failure) {
+                           if (board != nullptr) board->notStored(failure);
+                         });
   listeners.add(report);
   if (with.board != nullptr) {
     sinks.add(*with.board);

@@ -394,6 +394,13 @@ void LiveBoard::opened(const RecordingMetadata& metadata)
   parts.transfer();
 }
 
+void LiveBoard::notStored(const Failure& failure)
+{
+  parts_->situation.notStored = failure.what();
+  parts_->hasChanged = true;
+  parts_->handOver();
+}
+
 void LiveBoard::closing()
 {
   parts_->situation.isClosing = true;

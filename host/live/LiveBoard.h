@@ -56,6 +56,8 @@ class LiveBoard final : public RecordSink, public SessionListener, public LiveSo
   void openingFailed(const FailedAttempt& attempt);
   // The gloves are open.
   void opened(const RecordingMetadata& metadata);
+  // The disk failed to store what was recorded. It stays so, whatever it stores later.
+  void notStored(const Failure& failure);
   // The gloves are no longer read, and what follows takes its time: that they fall silent means nothing.
   void closing();
   // All is over, or ended before it began; `figures` are null then.

@@ -87,6 +87,8 @@ struct Situation {
   std::optional<Books> books;      // empty without a capture
   std::optional<Problem> opening;  // why the latest attempt failed
 
+  std::optional<std::string> notStored;  // why, once the disk did not store all
+
   std::uint64_t markers = 0;
   std::uint64_t eventCount = 0;
   std::deque<SituationEvent> events;  // the latest ones

@@ -144,6 +144,11 @@ std::vector<Warning> warningsOf(const Situation& situation, const std::optional<
     addStall(warnings, situation, now);
     if (disk) addDisk(warnings, *disk, now);
   }
+  if (situation.notStored && !situation.ending) {
+    warnings.push_back({"stored", true,
+                        fmt::format("NOT STORED: {} The recording goes on, but will not be complete.",
+                                    *situation.notStored)});
+  }
   addBooks(warnings, situation);
   std::ranges::stable_sort(warnings, std::greater<>(), &Warning::isAlarm);
   return warnings;

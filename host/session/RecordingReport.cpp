@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "host/base/System.h"
 #include "host/recording/Names.h"
 #include "host/recording/RecordingFiles.h"
@@ -10,10 +12,11 @@
 #include "host/session/WaitingText.h"
 
 RecordingReport::RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
-                                 RecordSink* followers)
+                                 RecordSink* followers, std::function<void(const Failure&)> onNotStored)
     : layout_(layout),
       files_(files),
       followers_(followers),
+      onNotStored_(std::move(onNotStored)),
       patience_(rules.reconnectSeconds),
       progress_(layout, rules.limits)
 {
@@ -71,6 +74,8 @@ void RecordingReport::keepUp(const RecordingFigures& figures)
   if (files_ == nullptr || !figures.zero) return;
   update(files_->metadata(), figures);
   files_->keepUp(host::uptime());
-  if (const auto failure = files_->takeDiskFailure())
+  if (const auto failure = files_->takeDiskFailure()) {
     progress_.sayNotStored(figures.seconds, failure->what());
+    onNotStored_(*failure);
+  }
 }

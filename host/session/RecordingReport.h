@@ -2,6 +2,7 @@
 // it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,9 @@ class RecordingFiles;
 class RecordingReport final : public SessionListener {
  public:
   // All must outlive it. `files`: they must have begun; null without a file. `followers` receive the events,
-  // and losses as events; null if there are none.
+  // and losses as events; null if there are none. `onNotStored` is told once that the disk did not store all.
   RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
-                  RecordSink* followers);
+                  RecordSink* followers, std::function<void(const Failure&)> onNotStored);
 
   void recording(const RecordingFigures& figures) override;
   void lost(const Failure& failure, const RecordingFigures& figures) override;
@@ -35,6 +36,7 @@ class RecordingReport final : public SessionListener {
   const Layout& layout_;
   RecordingFiles* const files_;
   RecordSink* const followers_;
+  const std::function<void(const Failure&)> onNotStored_;
   std::vector<GloveBooks::Lost> noted_;  // of each glove
   const double patience_;                // seconds
   Progress progress_;

@@ -141,6 +141,8 @@ const Case cases[] = {
     {"LittleDisk", [](Situation&) {}, "connected", "!disk", disk(199'000'000, 0)},
     {"DiskThatDoesNotAnswer", [](Situation&) {}, "connected", "disk",
      disk(1'000'000'000'000, 40e3, now - 6s)},
+    {"NotStored", [](Situation& s) { s.notStored = "the disk did not store all of it."; }, "connected",
+     "!stored"},
     {"Closing",
      [](Situation& s) {
        s.read = s.captured.emplace(s.gloves[0].heard.emplace(s.gloves[1].heard.emplace(now - 5s))),
@@ -152,6 +154,8 @@ const Case cases[] = {
     {"EndedUnbalanced",
      [](Situation& s) { ending(ExitCode::books)(s), s.books->isFinal = true, s.books->gloves[0].sent = 1; },
      "connected", "!ended !books"},
+    {"EndedNotStored", [](Situation& s) { ending(ExitCode::output)(s), s.notStored = "it was not stored."; },
+     "connected", "!ended"},
 };
 
 class SituationCase : public testing::TestWithParam<Case> {};
