@@ -143,3 +143,14 @@ def test_a_library_that_is_missing_is_named(start):
     program = "import tessel\ntry: tessel.version()\nexcept tessel.LibraryError as e: print(e)"
     output, errors = start(program, TESSEL_LIBRARY="/no/libtessel.so").communicate(timeout=20)
     assert not errors and "/no/libtessel.so" in output and "TESSEL_LIBRARY" in output.splitlines()[1]
+
+
+def test_nothing_in_the_working_folder_is_loaded(start, tmp_path):
+    for name in ("libtessel.so.1", "HwTessel.so"):
+        (tmp_path / name).write_text("no library")
+    program = "import tessel\nwith tessel.open(simulated=True) as gloves: print(gloves.read().number)"
+    output, errors = start(program).communicate(timeout=20)
+    assert output == "0\n", errors
+    program = "import tessel\ntry: tessel.version()\nexcept tessel.LibraryError as e: print(e)"
+    output, errors = start(program, TESSEL_LIBRARY="").communicate(timeout=20)
+    assert not errors and "invalid" not in output and "too short" not in output

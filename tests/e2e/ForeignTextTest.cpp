@@ -45,6 +45,8 @@ class ForeignText : public testing::Test {
     const std::string group = R"({"label":"\u001b[2J\u009b\u202eMARK<i>","first":)";
     folder_.write("npy/meta.json", R"({"format":"tessel-recording","version":1,"groups":[)" + group +
                                        R"(0,"count":1},)" + group + R"(1,"count":1}]})");
+    folder_.write("layout",
+                  R"({"format":"tessel-layout","version":1,"\u001b[2J\u009b\u202eMARK\n":1,"left":1})");
     folder_.write("serial", "");
     std::ofstream(folder_ / hostile) << "no dongle";
   }
@@ -91,6 +93,20 @@ TEST_F(ForeignText, NeverReachesATerminalUnescaped)
       {{"plot", "npy"}, 6, ""},
       {{"plot", hostile}, 6, ""},
       {{"plot", "label.csv", "--output", hostile}, 2, ""},
+      {{"plot", "label.csv", "--at", hostile}, 2, ""},
+      {{"convert", hostile, "new.csv"}, 6, ""},
+      {{"convert", "number.csv", "new.npy"}, 6, ""},
+      {{"convert", "label.csv", hostile}, 2, ""},
+      {{"layout", hostile}, 2, ""},
+      {{"layout", "layout"}, 2, ""},
+      {{"trace", hostile}, 6, ""},
+      {{"trace", hostile + "nowhere"}, 6, ""},
+      {{"doctor", "--sim", "--report", hostile + "/MARK"}, 5, ""},
+      {{"record", "--sim", "--output", "new.csv", "--capture", hostile}, 5, ""},
+      {{"record", "--sim", "--output", "new.csv", "--markers", hostile}, 5, ""},
+      {{"stream", "--sim", "--lsl-library", hostile}, 4, ""},
+      {{"view", "--sim", "--listen", hostile}, 2, ""},
+      {{"sim", "--replay", hostile}, 6, ""},
       {{"sim", "--gloves", "left", "--at", "0 name left " + onOneLine, "--at", "0.1 quit"}, 0, ""},
       {{"sim", "--port", hostile}, 5, ""},
       {{"sim", "--at", "1 " + hostile}, 2, ""},
