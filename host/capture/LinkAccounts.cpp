@@ -203,6 +203,8 @@ void LinkAccounts::rejectShortFrames()
 
 void LinkAccounts::begin()
 {
+  // What the plug-in before left in its backlog does not come any more.
+  findTimes();
   for (GloveAccount& glove : gloves_) {
     glove.reload();
   }
