@@ -94,7 +94,7 @@ void account(const Calls& calls, std::size_t gloves, bool hasRecords)
   const Books books = accounts.books(true);
   require(books.gloves.size() == gloves, "each glove has its books");
   for (const GloveBooks& glove : books.gloves) {
-    require(glove.isBalanced(), "each frame has one fate");
+    require(glove.isBalanced() || books.unmatchedRecords > 0, "each frame has one fate");
   }
   require(accounts.heard().gloves().size() <= HeardDevices::maxGloves, "what was heard is bounded");
 }

@@ -137,11 +137,11 @@ def make(program, folder):
 
     # Calls by their place in the table of library-calls.cpp, each with a handle.
     read = b"".join(bytes([18, 0, 0, 9, 3, 8] + [1] * 7) for _ in range(4))
-    reading = b"".join(bytes([16, 15, 1, kind]) + bytes([17, 0, 0]) + read + bytes([19, 0, 255, 31, 1, 1, 20, 0])
+    reading = b"".join(bytes([16, 14, 1, kind]) + bytes([17, 0, 0]) + read + bytes([19, 0, 255, 31, 1, 1, 20, 0])
                        for kind in range(6))
     write("library-calls", "recordings", reading)
-    gloves = b"".join(bytes([1, 15, choice, 1, 2, 0, 0, 10, 0, 255, 9, 1, 1, 9, 0, 0, 4, 0]) for choice in range(5))
-    write("library-calls", "gloves", gloves + bytes([0, 15, 1]) + b'{"gloves": "left", "buffer": 3}\n\x01' +
+    gloves = b"".join(bytes([1, 14, choice, 1, 2, 0, 0, 10, 0, 255, 9, 1, 1, 9, 0, 0, 4, 0]) for choice in range(5))
+    write("library-calls", "gloves", gloves + bytes([0, 14, 1]) + b'{"gloves": "left", "buffer": 3}\n\x01' +
           b"".join(bytes([call, 0, 1]) + b"text\n" for call in range(21)))
 
 
