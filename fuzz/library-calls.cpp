@@ -113,7 +113,8 @@ class Program {
   template <class Function, class... Arguments>
   tessel_status intoText(Function function, Arguments... arguments)
   {
-    const std::size_t size = std::size_t{input_.byte()} * input_.below(32);
+    std::size_t size = input_.byte();
+    size *= input_.below(32);
     std::size_t needed = 0;
     std::size_t* const wanted = input_.below(8) == 0 ? nullptr : &needed;
     char* const place = input_.below(16) == 0 ? nullptr : memory<char>(size);
