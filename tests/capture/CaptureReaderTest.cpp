@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "tests/support/Hex.h"
 
 namespace {
@@ -157,42 +155,6 @@ TEST(CaptureReader, ReadsWhatOtherToolsAndAccidentsMakeOfACapture)
       read += block + ';';
     EXPECT_EQ(read, blocks) << name;
     EXPECT_EQ(reader.skippedBytes(), skipped) << name;
-  }
-}
-
-TEST(CaptureReader, FindsEveryBlockBetweenRandomGarbage)
-{
-  constexpr unsigned seed = 20260117;
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const Bytes blocks[] = {hex(received), hex(sent), hex(incomplete)};
-  for (int round = 0; round < 200; ++round) {
-    Bytes bytes = hex(join({section, interface}));
-    std::uint64_t garbage = 0;
-    std::vector<std::string> expected{wholeBlocks[0]};
-    for (int count = 0; count < 50; ++count) {
-      const std::size_t choice = random() % 3;
-      bytes.insert(bytes.end(), blocks[choice].begin(), blocks[choice].end());
-      expected.push_back(wholeBlocks[2 + choice]);
-      for (std::size_t length = random() % 30; length > 0; --length, ++garbage) {
-        bytes.push_back(static_cast<std::uint8_t>(random()));
-      }
-    }
-    const Bytes end = hex(sent);
-    bytes.insert(bytes.end(), end.begin(), end.end());
-    expected.push_back(wholeBlocks[3]);
-
-    CaptureReader reader;
-    std::vector<std::string> found;
-    for (std::size_t at = 0; at < bytes.size();) {
-      const std::size_t piece = std::min<std::size_t>(random() % 200, bytes.size() - at);
-      reader.add(std::span(bytes).subspan(at, piece));
-      at += piece;
-      for (std::string& block : drain(reader))
-        found.push_back(std::move(block));
-    }
-    ASSERT_EQ(found, expected) << "round " << round;
-    ASSERT_EQ(reader.skippedBytes(), garbage);
   }
 }
 

@@ -8,7 +8,6 @@
 
 #include <locale>
 #include <map>
-#include <numeric>
 #include <sstream>
 
 #include "tests/support/GroupingLocale.h"
@@ -171,23 +170,6 @@ TEST_F(Parameter, AFileThatDoesNotOpenChangesNothing)
   ASSERT_EQ(privileged ? ::seteuid(0) : 0, 0);
 #endif
   EXPECT_EQ(values(), unchanged);
-}
-
-TEST_F(Parameter, DamagedFilesChangeNoOtherParameter)
-{
-  const TemporaryFolder folder;
-  std::string everyByte(256, '\0');
-  std::iota(everyByte.begin(), everyByte.end(), '\0');
-  const std::string digits(10'000'000, '1');
-  for (const std::string& content :
-       {everyByte, "Number 9\nText \"" + everyByte + "\"", std::string(1000, '\0'), digits,
-        "Number " + digits, "Fraction " + digits, "Text " + digits, "// " + digits, "Text \"" + digits,
-        std::string("Text \"")}) {
-    reset();
-    EXPECT_LE(parameter::readFile(folder.write("damaged", content)), 2) << content.substr(0, 20);
-    EXPECT_EQ(list, (std::vector<std::int32_t>{1, 2})) << content.substr(0, 20);
-    EXPECT_TRUE(flag) << content.substr(0, 20);
-  }
 }
 
 // Sets a host's character set while the object lives.
