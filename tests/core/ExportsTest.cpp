@@ -25,16 +25,4 @@ TEST_F(CoreTest, ObjectsAreReleasedOnceAndByIdentity)
   EXPECT_FALSE(release(second));
 }
 
-TEST_F(CoreTest, FoldersAndLogAreTheHosts)
-{
-  folder::FolderMap folders;
-  setFolders(&folders);
-  EXPECT_EQ(&folder::folders(), &folders);
-  setFolders(&log_.folders);
-  setLog(nullptr);
-  EXPECT_EQ(currentLogManager, nullptr);
-  setLog(log_.manager.get());
-  EXPECT_EQ(currentLogManager, log_.manager.get());
-}
-
 }  // namespace

@@ -197,18 +197,6 @@ TEST_F(ReadRecordTest, UnevenCountsStayInsideTheRecord)
   }
 }
 
-TEST_F(ReadRecordTest, AFrameTooShortFailsTheReadAndStoresNothing)
-{
-  open("TesselElementCount\t52\nTesselNumSensors\t2\n");
-  deliver(0, 1000, 1, 3);
-  deliver(1, 1000, 1, 2);
-  EXPECT_EQ(read(), -1);
-  EXPECT_TRUE(record_->records.empty());
-  EXPECT_EQ(record_->map.data_[0], HostRecord::untouched);
-  setClock(clock() + 10000);
-  EXPECT_EQ(read(), 0) << "it counts as a delivery for the read timeout";
-}
-
 TEST_F(ReadRecordTest, AMissingRecordIsTheHostsMistake)
 {
   open(oneGlove);

@@ -124,25 +124,4 @@ TEST_F(Plugin, UnloadingClosesTheLinkOfAForgottenObject)
   EXPECT_FALSE(gloves.halt(1).isConnected());
 }
 
-TEST_F(Plugin, ACaptureHoldsEachLoadUpToTheLinkThatUnloadingCloses)
-{
-  PtyGloves gloves(folder_ / "dongle");
-  ::setenv("TESSEL_CAPTURE", (folder_ / "capture").c_str(), 1);
-  ASSERT_EQ(create()->configure(), 0);
-  library_.reset();
-  library_.emplace(TESSEL_PLUGIN);
-  library_->setFolders(&log_.folders);
-  library_->setLog(log_.manager.get());
-  ASSERT_EQ(create()->configure(), 0);
-  library_.reset();
-  ::unsetenv("TESSEL_CAPTURE");
-
-  const std::string capture = folder_.read("capture");
-  const std::string section = "\n\r\r\n";
-  EXPECT_EQ(capture.find(section), 0U);
-  EXPECT_GT(capture.rfind(section), capture.find("purge")) << "the second load has a section of its own";
-  const std::string disconnect("\0\1\3\0", 4);
-  EXPECT_GT(capture.rfind(disconnect), capture.rfind("purge")) << "what unloading sends is captured";
-}
-
 }  // namespace

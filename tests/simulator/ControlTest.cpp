@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <map>
 
 #include "simulator/Grasp.h"
 #include "simulator/Scenario.h"
@@ -131,38 +129,6 @@ TEST_F(Control, AScenarioIsCheckedWhenReadAndRunsAtItsTimes)
   say("unplug");
   EXPECT_EQ(sent_, 0U) << "the host gets no event";
   EXPECT_FALSE(left_.isConnected() || right_.isConnected());
-}
-
-// Of which kinds they are: ClientTest.
-TEST_F(Control, NeighboursAdvertiseAsOftenAsTheyShould)
-{
-  std::map<simulator::Address, int> reports;
-  std::string all;
-  dongle_.onSend = [&](std::span<const std::uint8_t> message) {
-    if (message[0] != 0x80 || message[2] != 6 || message[3] != 0) return;
-    all.append(message.begin(), message.end());
-    simulator::Address address{};
-    std::ranges::copy(message.subspan(6, address.size()), address.begin());
-    ++reports[address];
-    const int rssi = static_cast<std::int8_t>(message[4]);
-    EXPECT_TRUE(rssi >= -95 && rssi <= -40) << rssi;
-  };
-  const auto scan = [&] {
-    say("neighbours 60 8");
-    all.clear();
-    send({0, 1, 6, 2, 1});
-    clock_.advance(10s);
-    send({0, 0, 6, 4});
-    clock_.advance(1s);
-    return all;
-  };
-  const std::string first = scan();
-  EXPECT_EQ(reports.size(), 62U);
-  for (const auto& [address, count] : reports) {
-    const bool isGlove = address == left_.config.address || address == right_.config.address;
-    EXPECT_NEAR(count, isGlove ? 100 : 80, isGlove ? 3 : 4);
-  }
-  EXPECT_EQ(scan(), first) << "the same seed";
 }
 
 }  // namespace
