@@ -41,17 +41,4 @@ TEST(TarFile, IsReadByTar)
             "{}\n" + std::string(1024, 'x') + "exit 0");
 }
 
-TEST(TarFile, ReplacesNoFileUnlessItMay)
-{
-  const TemporaryFolder folder;
-  folder.write("report.tar", "kept");
-  EXPECT_THROW(TarFile(folder / "report.tar", false), Failure);
-  {
-    TarFile unfinished(folder / "report.tar", true);
-    unfinished.add("x", "y", {});
-  }
-  EXPECT_EQ(folder.read("report.tar"), "kept");
-  EXPECT_EQ(folder.list(), "report.tar");
-}
-
 }  // namespace

@@ -128,20 +128,4 @@ TEST_F(Libxdf, FindsDescriptionsAndEvents)
   }
 }
 
-// As a killed program leaves it: each record is handed over at once.
-TEST_F(Libxdf, FindsAllRecordsOfAFileThatWasNotCompleted)
-{
-  const auto writer = makeRecordWriter(RecordFormat::xdf, folder_ / "killed.xdf", sample_.metadata);
-  writer->begin(sample_.zero);
-  for (const SampleRecording::Row& row : sample_.rows) {
-    writer->add(row.record());
-  }
-  Xdf killed;
-  killed.load_xdf((folder_ / "killed.xdf").string());
-  const Xdf::Stream& whole = streamNamed(xdf_, "Tessel left glove");
-  const Xdf::Stream& stream = streamNamed(killed, "Tessel left glove");
-  EXPECT_EQ(stream.time_stamps, whole.time_stamps);
-  EXPECT_EQ(stream.time_series, whole.time_series);
-}
-
 }  // namespace

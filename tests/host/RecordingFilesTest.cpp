@@ -188,27 +188,6 @@ TEST_F(Files, StayOrGoTogetherWhenARecordingFails)
   EXPECT_EQ(json.at("complete"), false);
 }
 
-TEST_F(Files, AnXdfFileHasMetadataAndEventsInside)
-{
-  for (const bool isComplete : {true, false}) {
-    RecordingFiles files(output("run.xdf", RecordFormat::xdf), true);
-    addRecord(files.begin(metadata()));
-    files.keepUp(0s);
-    files.addEvent({.timeMs = 12.5, .event = "marker", .glove = {}, .detail = "here"});
-    EXPECT_EQ(list(), isComplete ? "run.xdf.part " : "run.xdf run.xdf.part ");
-    EXPECT_NE(folder_.read("run.xdf.part").find("marker: here"), std::string::npos) << "handed over at once";
-    if (isComplete) {
-      files.complete();
-    } else {
-      files.abandon();
-    }
-    const std::string text = folder_.read(isComplete ? "run.xdf" : "run.xdf.part");
-    EXPECT_EQ(text.find("complete&quot;:true") != std::string::npos, isComplete);
-    EXPECT_NE(text.find("events&quot;:1,"), std::string::npos);
-  }
-  EXPECT_EQ(list(), "run.xdf run.xdf.part ");
-}
-
 TEST_F(Files, AFolderWithOtherFilesIsNotReplaced)
 {
   {
