@@ -14,5 +14,4 @@ struct Comparison {
   std::string differences;  // each with its virtual time; empty if there are none
 };
 
-// `canMixFrames`: see Differences.
-Comparison compare(const RecordingPlan& plan, bool canMixFrames);
+Comparison compare(const RecordingPlan& plan);

@@ -3,17 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
 
-#include "simulator/WordReader.h"
 #include "tests/ledger/VirtualSession.h"
 
 namespace {
 
-using simulator::toText;
 using Steps = std::vector<VirtualGloves::Step>;
 
 struct Row {
@@ -55,51 +52,25 @@ const auto useHighNumbers = [](SessionPlan& plan) {
   plan.gloves[1].name = "KVXGR70001";
 };
 
-// What happens 20 s after the opening, and how it ends after the given time.
-Row dropout(const std::string& name, double seconds, Steps steps)
-{
-  const bool isBridged = name.starts_with("leave") && seconds < 10;
-  const bool isTooLong = seconds > 60;
-  Row row{.name = toText(name, '_', seconds * 1000, "ms"),
-          .plan = plan(std::move(steps), isTooLong ? 200 : 60)};
-  std::ranges::replace(row.name, ' ', '_');
-  if (isBridged) return row;
-  row.events = "disconnected";
-  row.reason = name == "unplug" ? "the dongle is gone." : "the connections to both gloves were lost.";
-  for (const std::string glove : {"left", "right"}) {
-    if (!name.ends_with(glove)) continue;
-    row.events += " " + glove;
-    row.reason = "the connection to the " + glove + " glove was lost.";
-  }
-  row.events += isTooLong ? ", gave up" : ", reconnected";
-  row.away = {seconds, seconds + 4};
-  if (isTooLong) {
-    row.ending = "to open the gloves again";
-    row.code = ExitCode::silence;
-  }
-  return row;
-}
-
-std::vector<Row> dropouts()
-{
-  std::vector<Row> rows;
-  for (const double seconds : {0.5, 3.0, 20.0, 90.0}) {
-    const double end = 20 + seconds;
-    for (const std::string glove : {"left", "right", "both"}) {
-      rows.push_back(dropout("leave " + glove, seconds, {{20, "leave " + glove}, {end, "back " + glove}}));
-      rows.push_back(dropout("drop " + glove, seconds,
-                             {{20, "hide " + glove}, {20, "drop " + glove}, {end, "show " + glove}}));
-    }
-    rows.push_back(dropout("unplug", seconds, {{20, "unplug"}, {end, "plug"}}));
-  }
-  return rows;
-}
-
-const std::vector<Row> others{
+// Losses of any length, of gloves and dongle in every way: LongReconnection.
+const std::vector<Row> rows{
     {.name = "nothing", .plan = plan({})},
+    {.name = "leaveAndComeBackInTime", .plan = plan({{20, "leave left"}, {23, "back left"}})},
+    {.name = "oneGlove",
+     .plan = plan({{20, "hide right"}, {20, "drop right"}, {40, "show right"}}),
+     .events = "disconnected right, reconnected",
+     .reason = "the connection to the right glove was lost.",
+     .away = {20, 24}},
+    {.name = "bothGlovesForTooLong",
+     .plan = plan({{20, "leave both"}, {110, "back both"}}, 200),
+     .events = "disconnected, gave up",
+     .ending = "to open the gloves again",
+     .code = ExitCode::silence,
+     .reason = "the connections to both gloves were lost."},
     {.name = "anotherPort",
      .plan = plan({{20, "unplug"}, {25, "port COM12"}, {25, "plug"}}),
      .events = "disconnected, reconnected",
+     .reason = "the dongle is gone.",
      .attempt = "No BLE USB dongle",
      .away = {5, 7}},
     {.name = "oneGloveOnlyForTooLong",
@@ -164,7 +135,7 @@ const std::vector<Row> others{
      .plan = plan({{20, "packets left 13"}, {22, "drop right"}, {24, "packets left 14"}}),
      .events = "disconnected right, reconnected",
      .away = {3, 8}},
-    {.name = "oneGlove",
+    {.name = "theOnlyGlove",
      .plan = with(plan({{20, "drop left"}}),
                   [](auto& plan) {
                     plan.gloves.pop_back();
@@ -278,9 +249,7 @@ TEST(Reconnection, AFullDiskEndsTheRecording)
   EXPECT_EQ(cut.books.balanced(), true);
 }
 
-INSTANTIATE_TEST_SUITE_P(Dropouts, ReconnectionTest, testing::ValuesIn(dropouts()),
-                         [](const auto& instance) { return instance.param.name; });
-INSTANTIATE_TEST_SUITE_P(Others, ReconnectionTest, testing::ValuesIn(others),
+INSTANTIATE_TEST_SUITE_P(All, ReconnectionTest, testing::ValuesIn(rows),
                          [](const auto& instance) { return instance.param.name; });
 
 }  // namespace

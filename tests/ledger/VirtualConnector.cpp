@@ -45,7 +45,7 @@ class VirtualConnector::Source final : public RecordSource {
   {
     SimulatedPlatform& platform = connector_.gloves_.platform();
     link_.beginRead(platform.uptime());
-    auto [hasFailed, record] = connector_.plugin_->read(true);
+    auto [hasFailed, record] = connector_.plugin_->read();
     const bool isNew = record.has_value();
     if (isNew) connector_.delivered.push_back({connector_.connections_ - 1, std::move(*record)});
     const LinkWatch::Verdict verdict = link_.endRead(platform.uptime(), hasFailed ? TurnResult::failed

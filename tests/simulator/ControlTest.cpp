@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-
 #include "simulator/Grasp.h"
 #include "simulator/Scenario.h"
 

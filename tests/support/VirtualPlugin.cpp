@@ -79,11 +79,11 @@ std::optional<std::wstring> VirtualPlugin::open()
   return words;
 }
 
-VirtualPlugin::Reading VirtualPlugin::read(bool isWritten)
+VirtualPlugin::Reading VirtualPlugin::read()
 {
   const PlatformPlugin::Outcome outcome = plugin_.read();
   const bool isNew = outcome == PlatformPlugin::Outcome::record;
-  auto [expectation, record] = gloves_.ledger().turn(isWritten);
+  auto [expectation, record] = gloves_.ledger().turn(true);
   if ((expectation == Ledger::Turn::Outcome::record) != isNew ||
       (isNew && !std::ranges::equal(record->elements, store().elements()))) {
     throw std::runtime_error(simulator::toText("after ", gloves_.now(), " s the plug-in delivered ",

@@ -73,8 +73,7 @@ class VirtualPlugin {
     bool hasFailed;
     std::optional<Ledger::Record> record;  // whose elements are in the store
   };
-  // `isWritten`: the host keeps the record.
-  Reading read(bool isWritten);
+  Reading read();
   const plugin::RecordStore& store() const { return plugin_.store(); }
   void close();
 

@@ -36,21 +36,12 @@ void VirtualRecording::read(VirtualPlugin& plugin)
 {
   const double begin = now();
   gloves_.schedule(plan_.scenario, begin, [this](const std::string& command) { gloves_.execute(command); });
-  for (const double at : plan_.repeats) {
-    gloves_.repeatFrameAt(begin + at);
-  }
-  auto pause = plan_.pauses.begin();
   while (now() - begin < plan_.seconds) {
-    if (pause != plan_.pauses.end() && now() - begin >= pause->at) {
-      gloves_.platform().clock.advance(virtualSeconds(pause++->seconds));
-    }
     const Time before = gloves_.platform().uptime();
-    const bool isWritten = now() - begin < plan_.writtenSeconds;
-    const auto [hasFailed, record] = plugin.read(isWritten);
+    const auto [hasFailed, record] = plugin.read();
     if (record) {
       ++records_;
-      if (onRecord)
-        onRecord({before, gloves_.platform().uptime(), isWritten, *record, plugin.store().elements()});
+      if (onRecord) onRecord({before, gloves_.platform().uptime(), *record, plugin.store().elements()});
     }
     takeCapture();
     if (hasFailed && !gloves_.port().present) break;  // a failing read does not wait

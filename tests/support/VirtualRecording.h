@@ -14,20 +14,12 @@
 #include "tests/support/VirtualPlugin.h"
 
 struct RecordingPlan {
-  struct Pause {
-    double at;
-    double seconds;
-  };
-
   std::vector<simulator::GloveConfig> gloves = {};  // commands know them as left and right, in this order
   std::size_t elements = 125;                       // of each glove in a record
   std::vector<std::string> setup;                   // control commands before the gloves are opened
-  std::vector<VirtualGloves::Step> scenario = {};   // seconds after the gloves were opened, as all below
-  std::vector<Pause> pauses = {};                   // of the host, in order
-  std::vector<double> repeats = {};                 // times at which the first glove's next frame comes again
+  std::vector<VirtualGloves::Step> scenario = {};   // seconds after the gloves were opened, as below
   double seconds = 10;
-  double writtenSeconds = 1e9;  // the host drops later records
-  std::uint64_t seed = 1;       // of random packet faults
+  std::uint64_t seed = 1;  // of random packet faults
 };
 
 class VirtualRecording {
@@ -36,7 +28,6 @@ class VirtualRecording {
 
   struct Record {
     Time before, after;  // the read that delivered it; all times of a recording differ
-    bool isWritten;
     const Ledger::Record& truth;
     std::span<const std::uint16_t> elements;
   };
