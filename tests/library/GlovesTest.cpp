@@ -123,40 +123,6 @@ TEST(Gloves, CallsTooEarlyAreErrors)
   EXPECT_EQ(tessel_close(gloves), TESSEL_OK);
 }
 
-TEST(Gloves, AreReadInOrder)
-{
-  const OpenGloves gloves;
-  tessel_shape shape{};
-  shape.size = sizeof(shape);
-  ASSERT_EQ(tessel_get_shape(gloves.handle, &shape), TESSEL_OK);
-  EXPECT_EQ(shape.gloves, 2U);
-  EXPECT_EQ(shape.elements, 250U);
-  Rows rows(64), small(1, 249);
-  EXPECT_EQ(tessel_read(gloves.handle, &small.view, 0), TESSEL_ERROR_TOO_SMALL);
-  EXPECT_EQ(tessel_read(gloves.handle, nullptr, 0), TESSEL_ERROR_ARGUMENT);
-  std::uint64_t next = 0;
-  double earlier = -1;
-  std::int64_t earlierFrame = -1;
-  while (next < 60) {
-    ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 5000), TESSEL_OK) << errorWords();
-    EXPECT_EQ(rows.view.first, next);
-    EXPECT_EQ(rows.view.overflowed, 0U);
-    for (std::size_t row = 0; row < rows.view.count; ++row) {
-      EXPECT_GE(rows.timeMs[row], earlier);
-      EXPECT_GT(rows.frame[2 * row], earlierFrame);
-      EXPECT_EQ(rows.sampledMs[2 * row], rows.timeMs[row]);
-      earlier = rows.timeMs[row];
-      earlierFrame = rows.frame[2 * row];
-    }
-    next += rows.view.count;
-  }
-  Rows latest(2);
-  ASSERT_EQ(tessel_latest(gloves.handle, &latest.view), TESSEL_OK);
-  EXPECT_EQ(latest.view.count, 2U);
-  EXPECT_GE(latest.view.first + 2, next);
-  EXPECT_EQ(tessel_send(gloves.handle, nullptr, nullptr, 0, nullptr), TESSEL_ERROR_ARGUMENT);
-}
-
 TEST(Gloves, ThatAreLostComeBackOrEnd)
 {
   const TemporaryFolder folder;
@@ -208,7 +174,10 @@ TEST(Gloves, RecordsThatAreNotReadInTimeAreCounted)
 {
   const OpenGloves gloves(R"({"simulated": true, "buffer": 4})");
   ASSERT_TRUE(waitFor([&] { return gloves.statistics().overflowed >= 10; }));
-  Rows rows(10);
+  Rows rows(10), small(1, 249);
+  EXPECT_EQ(tessel_read(gloves.handle, &small.view, 0), TESSEL_ERROR_TOO_SMALL);
+  EXPECT_EQ(tessel_read(gloves.handle, nullptr, 0), TESSEL_ERROR_ARGUMENT);
+  EXPECT_EQ(tessel_send(gloves.handle, nullptr, nullptr, 0, nullptr), TESSEL_ERROR_ARGUMENT);
   ASSERT_EQ(tessel_read(gloves.handle, &rows.view, 0), TESSEL_OK);
   EXPECT_EQ(rows.view.count, 4U);
   EXPECT_GE(rows.view.overflowed, 10U);
