@@ -51,20 +51,6 @@ class Feed : public testing::Test {
   std::atomic<int> ends_{0};
 };
 
-TEST_F(Feed, FinishingPassesOnAllThatWasWrittenBefore)
-{
-  CaptureFeed feed(folder_.path());
-  feed.start(receiver(), nullptr);
-  constexpr int fitting = 10'000;  // 480 KB
-  write(fitting);
-  capture::close();
-  feed.pause();
-  EXPECT_EQ(sections_, 1);
-  EXPECT_EQ(notes_, fitting);
-  EXPECT_EQ(lost_, 0);
-  EXPECT_EQ(reader_.skippedBytes() + reader_.unfinishedBytes(), 0U);
-}
-
 TEST_F(Feed, OfAWriterThatIsTooFastEachBlockIsReceivedOrCounted)
 {
   CaptureFeed feed(folder_.path());

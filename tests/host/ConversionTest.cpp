@@ -308,18 +308,6 @@ TEST(MetadataReader, ReadsWhatWasWrittenAndOnlyThat)
   const std::string empty = metadataText(RecordingMetadata(), 0, false);
   EXPECT_EQ(metadataText(readMetadata(empty, "run.json").metadata, 0, false), empty);
 
-  // Each value of another type is unknown.
-  for (const char* wrong : {"[]", "{}", "\"x\"", "-1e300", "18446744073709551615", "[[null]]"}) {
-    Json json = Json::parse(text);
-    for (const auto& [key, value] : json.items()) {
-      if (key == "format" || key == "version" || key == "groups") continue;
-      Json changed = json;
-      changed[key] = Json::parse(wrong);
-      if (key == "records") changed["complete"] = false;
-      EXPECT_NO_THROW(metadataText(readMetadata(changed.dump(), "run.json").metadata, 0, false))
-          << key << wrong;
-    }
-  }
   const std::string deep = R"({"format":"tessel-recording","version":3,"books":{"a":)" +
                            std::string(100'000, '[') + std::string(100'000, ']') + "}}";
   EXPECT_THROW(readMetadata(deep, "run.json"), Failure);
