@@ -25,7 +25,8 @@ TEST(CaptureFile, APathThatCanNotHoldACaptureIsAFailure)
   const TemporaryFolder folder;
   ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
   folder.write("notes", "12\n");
-  for (const char* name : {"fifo", "missing/capture", ".", "notes"}) {
+  std::filesystem::create_symlink("notes", folder / "link");
+  for (const char* name : {"fifo", "missing/capture", ".", "notes", "link"}) {
     EXPECT_THROW(CaptureFile file(folder / name), Failure) << name;
   }
   EXPECT_EQ(folder.read("notes"), "12\n");

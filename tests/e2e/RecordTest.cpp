@@ -102,6 +102,7 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
   folder_.write("oldFirmware", "0 firmware 1.3.0.1");
   folder_.write("noGloves", "0 hide both");
   std::filesystem::create_directory(folder_ / "folder");
+  std::filesystem::create_symlink("nowhere", folder_ / "link");
   const std::string ports = "Bluegiga Bluetooth Low Energy (COM7)=";
   const struct {
     std::string arguments;
@@ -128,6 +129,7 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
       {" --output /dev/full --sim", 5, "disk is full"},
       {" --markers m --output -", 2, "--markers has no effect"},
       {" --markers file --sim", 5, "the name is taken"},
+      {" --markers link --sim", 5, "the name is taken"},
       {" --markers nofolder/m --sim", 5, "No such file or directory"},
   };
   for (const auto& [arguments, exitCode, text, port] : cases) {

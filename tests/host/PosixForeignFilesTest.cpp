@@ -76,6 +76,18 @@ TEST(ForeignFiles, AreNotTouchedByARecording)
   }
 }
 
+TEST(ForeignFiles, ALinkAsTheOutputLeadsToIt)
+{
+  const TemporaryFolder folder, other;
+  fs::create_symlink(other / "new.csv", folder / "run.csv");
+  for (const bool replaces : {false, true}) {
+    recordInto({folder / "run.csv", RecordFormat::csv}, replaces);
+    EXPECT_TRUE(fs::is_symlink(folder / "run.csv"));
+    EXPECT_EQ(other.list(), "new.csv new.events.csv new.json");
+  }
+  EXPECT_EQ(folder.list(), "run.csv");
+}
+
 TEST(ForeignFiles, APipeThatNobodyReadsIsAnError)
 {
   const TemporaryFolder folder;
