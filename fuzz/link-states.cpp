@@ -66,6 +66,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ble_output_hook = ble_output;
   require(serialOpen("COM7", device.port()) == OpenResult::done, "the port opens");
 
+  // What an earlier input left for messages that are too short.
+  port.waiting = {0x80, 0xFF, 0, 1};
+  port.waiting.resize(4 + 0xFF);
+  std::ignore = ble_receive_message(1);
+
   fuzz::Input input(data, size);
   while (!input.atEnd()) {
     shuffle(input);
