@@ -101,7 +101,6 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
   folder_.write("huge", "TesselElementCount\t2000000000\n");
   folder_.write("oldFirmware", "0 firmware 1.3.0.1");
   folder_.write("noGloves", "0 hide both");
-  std::filesystem::create_directory(folder_ / "folder");
   std::filesystem::create_symlink("nowhere", folder_ / "link");
   const std::string ports = "Bluegiga Bluetooth Low Energy (COM7)=";
   const struct {
@@ -123,8 +122,6 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
       {" --settings huge", 3, "nothing can be recorded"},
       {" --settings auxiliary --sim", 3, "1 to 4096 elements"},
       {" --output file", 5, "already"},
-      {" --output folder --force", 5, "as a folder"},
-      {" --output file --format npy --force", 5, "as a file"},
       {" --output nofolder/run.csv --sim", 5, "create it"},
       {" --output /dev/full --sim", 5, "disk is full"},
       {" --markers m --output -", 2, "--markers has no effect"},

@@ -133,16 +133,6 @@ TEST_F(Windows, ErrorsOfDongleAndGlovesAreReported)
   }
 }
 
-TEST_F(Windows, UnpluggingTheDongleEndsARecordingAndKeepsItsRecords)
-{
-  Tessel sim(simulator_,
-             {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15", "--at", "6 unplug"});
-  sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
-  const auto result = run({"record", "--output", "run.csv", "--reconnect", "2"});
-  EXPECT_EQ(result.exitCode, 15) << result.messages;
-  EXPECT_GT(recordedRows(folder_, "run.csv").size(), 10U);
-}
-
 TEST_F(Windows, ALivePageShowsARecordingAndMarksIt)
 {
   Tessel sim(simulator_, {"sim", "--port", (folder_ / "dongle").string(), "--rate", "15"});

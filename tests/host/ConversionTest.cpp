@@ -238,18 +238,6 @@ TEST_F(Conversions, ThatCannotBeDoneLeaveEverythingAsItWas)
   }
 }
 
-TEST_F(Conversions, GoAsFarAsARecordingThatWasCutShort)
-{
-  writeRun("run.csv", RecordFormat::csv);
-  const std::string text = folder_.read("run.csv");
-  folder_.write("run.csv", text.substr(0, text.size() - 3));
-  const ConversionResult result = convert(conversion("run.csv", "cut.npy", RecordFormat::npy));
-  EXPECT_EQ(result.records, 2U);
-  EXPECT_EQ(result.notes, (std::vector<std::string>{"line 4 is incomplete and was skipped",
-                                                    "it has 2 records, not 3 as its metadata says"}));
-  EXPECT_EQ(Json::parse(folder_.read("cut.npy/meta.json")).at("converted").at("notes").size(), 2U);
-}
-
 TEST_F(Conversions, ReadRegionsFromColumnsAndFromMetadataThatFits)
 {
   const std::string start = "time_ms,arrival_ms,plugin_ms,left_frame,left_ticks,";

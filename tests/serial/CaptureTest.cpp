@@ -132,18 +132,6 @@ TEST_F(SerialCapture, SplitCallsHoldWhatTheDeviceMoved)
   EXPECT_EQ(toHex(std::span(packet).subspan(28, 10)), toHex(port_.written));
 }
 
-TEST_F(SerialCapture, ALongCallTakesSeveralPackets)
-{
-  open();
-  taken();
-  receive(Bytes(1100, 7));
-  EXPECT_EQ(read(1100), ReadResult::filled);
-  std::size_t count = 0;
-  for (const std::uint8_t byte : taken())
-    count += byte == 7;
-  EXPECT_EQ(count, 1100U);
-}
-
 TEST_F(SerialCapture, PacketsAreGatheredUntilTheSystemMustBeAsked)
 {
   open();
