@@ -148,6 +148,12 @@ def test_a_recording_has_what_was_read_live(gloves, name, tmp_path):
     assert len(recording) >= 18 and recording.metadata["complete"] and not recording.notes
     assert "läuft" in [event.detail for event in recording.events]
     assert recording.layout.columns == gloves.layout.columns
+    books = recording.metadata["books"]
+    assert books["balanced"] is True
+    for label in ("left", "right"):
+        glove = books[label]
+        assert glove["recorded"] == len(recording)
+        assert glove["sent"] + glove["repeated"] == glove["recorded"] + sum(glove["lost"].values())
     frames = numpy.concatenate([block.frame for block in live])
     begin = list(frames[:, 0]).index(recording.frame[0, 0])
     rows = slice(begin, begin + len(recording))

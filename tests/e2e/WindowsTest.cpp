@@ -113,24 +113,6 @@ TEST_F(Windows, ErrorsOfDongleAndGlovesAreReported)
   expect(11, "disappeared");  // listed, but missing
   setPort("/");               // fails to open, as does a port that is in use
   expect(11, "can't be opened");
-  setPort(folder_ / "dongle");
-
-  const struct {
-    std::vector<std::string> options;
-    int exitCode;
-    std::string words;
-  } cases[] = {
-      {{"--firmware", "1.3.9.200"}, 12, "1.4.2.130"},
-      {{"--gloves", "left"}, 13, "Expected: 2; detected: 1"},
-      {{"--sensor", "right palm 249"}, 14, "Palm"},
-  };
-  for (const auto& [options, exitCode, words] : cases) {
-    std::vector<std::string> all{"sim", "--port", (folder_ / "dongle").string()};
-    all.insert(all.end(), options.begin(), options.end());
-    Tessel sim(simulator_, all);
-    sim.waitUntil([&] { return sim.output().find("TESSEL_SERIAL_PORTS=") != std::string::npos; });
-    expect(exitCode, words);
-  }
 }
 
 TEST_F(Windows, ALivePageShowsARecordingAndMarksIt)

@@ -210,22 +210,10 @@ TEST_F(Files, AFolderWithOtherFilesIsNotReplaced)
 TEST(Metadata, HasTheWallClockAndWhatIsUnknownIsNull)
 {
   RecordingMetadata metadata;
-  metadata.gloves.push_back({.label = "left",
-                             .module = "KVXGL00017\x1B\xFF",
-                             .serialNumber = 17,
-                             .firmware = {},
-                             .address = "00:07:80:00:00:11",
-                             .disconnectedSeconds = 5.25});
-  const std::string text = metadataText(metadata, 0, false);
-  EXPECT_EQ(text.find('\x1B'), std::string::npos);
-  Json json = Json::parse(text);
+  Json json = Json::parse(metadataText(metadata, 0, false));
   for (const char* key : {"started", "ended", "recordsPerSecond", "books", "capture"}) {
     EXPECT_TRUE(json.at(key).is_null()) << key;
   }
-  EXPECT_EQ(json.at("version"), 3);
-  EXPECT_TRUE(json.at("gloves").at(0).at("firmware").is_null());
-  EXPECT_EQ(json.at("gloves").at(0).at("disconnectedSeconds"), 5.25);
-
   metadata.started = std::chrono::sys_days(std::chrono::year(2024) / 2 / 29) + 86'399s + 42us;
   json = Json::parse(metadataText(metadata, 0, false));
   EXPECT_EQ(json.at("started").at("utc"), "2024-02-29T23:59:59.000042Z");

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "host/plot/LayoutPicture.h"
 #include "host/recording/HandLayout.h"
 #include "simulator/Grasp.h"
 
@@ -13,14 +12,6 @@ namespace {
 HandLayout simulatedLayout(std::size_t elements)
 {
   return HandLayout::parse(nlohmann::ordered_json::parse(simulatedHand(elements)), "simulated");
-}
-
-std::size_t count(const std::string& text, const std::string& part)
-{
-  std::size_t found = 0;
-  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-    ++found;
-  return found;
 }
 
 // If regions and simulated pressure disagreed, pictures of simulated gloves would show grips between fingers.
@@ -66,17 +57,6 @@ TEST(SimulatedHand, IsAHandForAnyNumberOfElements)
       EXPECT_EQ(tip.x < -45, region.name == "thumb") << "a left hand has it on the left";
     }
   }
-}
-
-TEST(SimulatedHand, IsDrawnWithEachElementAndRegion)
-{
-  const std::string picture = drawLayout(simulatedLayout(125), "a < b");
-  EXPECT_EQ(count(picture, "<rect"), 1U + 2 * 125);
-  EXPECT_EQ(count(picture, ">124</text>"), 2U);
-  for (const char* region : {"palm", "thumb", "index", "middle", "ring", "pinky"}) {
-    EXPECT_EQ(count(picture, '>' + std::string(region) + "</text>"), 2U) << region;
-  }
-  EXPECT_EQ(count(picture, "a &lt; b"), 1U);
 }
 
 }  // namespace

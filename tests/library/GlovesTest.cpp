@@ -136,6 +136,12 @@ TEST(Gloves, ThatAreLostComeBackOrEnd)
   EXPECT_EQ(tessel_send(gloves.handle, "BatteryLevel", nullptr, 0, nullptr), TESSEL_ERROR_STATE);
   ASSERT_TRUE(waitFor([&] { return gloves.statistics().state == TESSEL_CONNECTED; }));
   EXPECT_EQ(gloves.statistics().reconnections, 1U);
+  const std::uint64_t records = gloves.statistics().records;
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().records > records + 10; }));
+  EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
+  const std::string later = (folder / "later.csv").string();
+  ASSERT_EQ(tessel_record(gloves.handle, later.c_str(), nullptr), TESSEL_OK) << errorWords();
+  ASSERT_TRUE(waitFor([&] { return gloves.statistics().records > records + 30; }));
   const auto events = gloves.takeEvents();
   EXPECT_TRUE(has(events, "disconnected"));
   EXPECT_TRUE(has(events, "reconnected"));
@@ -147,8 +153,16 @@ TEST(Gloves, ThatAreLostComeBackOrEnd)
   EXPECT_EQ(status, TESSEL_ERROR_CANCELLED) << "behind the last record";
   EXPECT_EQ(gloves.statistics().state, TESSEL_ENDED);
   EXPECT_EQ(tessel_record(gloves.handle, "late.csv", nullptr), TESSEL_ERROR_STATE);
-  EXPECT_TRUE(std::filesystem::exists(path)) << "completed by the end of the gloves";
+  EXPECT_TRUE(std::filesystem::exists(later)) << "completed by the end of the gloves";
   EXPECT_EQ(tessel_stop_recording(gloves.handle), TESSEL_OK) << errorWords();
+  // Each has the books and the reconnections of its part.
+  for (const auto& [name, reconnections] : {std::pair("run.json", 1U), {"later.json", 0U}}) {
+    const auto json = nlohmann::json::parse(folder.read(name));
+    EXPECT_EQ(json.at("books").at("balanced"), true) << name << json;
+    EXPECT_EQ(json.at("books").at("left").at("recorded"), json.at("records")) << name;
+    EXPECT_EQ(json.at("reconnections").size(), reconnections) << name;
+    EXPECT_EQ(json.at("gloves").at(0).at("disconnectedSeconds") > 0, reconnections > 0) << name << json;
+  }
 }
 
 TEST(Gloves, OpeningCanBeCancelledAndIsExclusive)
