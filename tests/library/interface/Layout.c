@@ -1,6 +1,6 @@
 /* The binary interface, number by number: programs that were built with an earlier header go on working with
- * a later library, so what is released never changes. A line here may be added, when a function or a value is;
- * but none may be changed, except the size of a structure that grew at its end.
+ * a later library, so what is released never changes. A line here may be added, when a function or a value
+ * is; but none may be changed, except the size of a structure that grew at its end.
  *
  * Compiled as C and as C++; compiling it is the test. The numbers are those of 64-bit systems. Where each
  * member is, the Python module declares on its own, and its tests compare that with the header. */
