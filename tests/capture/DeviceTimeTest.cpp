@@ -234,29 +234,6 @@ TEST(DeviceTime, GoesOnWhenTheGlovesClockJumps)
   }
 }
 
-// Of two gloves, the left one's frame may wait for the right one's while the left one connects again.
-TEST(DeviceTime, AFrameThatWaitedSinceThePreviousConnectionDoesNotMoveTheTime)
-{
-  for (const std::int64_t clock : {30'000, 2'000'000}) {
-    DeviceTime time;
-    time.addArrival(1'000'000, 1h);
-    time.addArrival(1'000'250, 1h + 25ms);
-    EXPECT_EQ(time.timeOf(1'000'000), 1h);
-    time.restart();
-    EXPECT_EQ(time.timeOf(1'000'250), 1h);
-    for (int frame = 0; frame < 3; ++frame) {
-      const DeviceTime::Time arrival = 1h + 8s + frame * 25ms;
-      time.addArrival(clock + frame * 250, arrival);
-      EXPECT_EQ(time.timeOf(1'000'250), frame == 0 ? 1h : arrival - 25ms) << clock;
-      EXPECT_EQ(time.timeOf(clock + frame * 250), arrival) << clock;
-    }
-  }
-  DeviceTime time;
-  time.addArrival(0, 1h);
-  time.restart();
-  EXPECT_EQ(time.timeOf(0), std::nullopt);
-}
-
 TEST(DeviceTime, FramesReadAtOnceHelpEachOther)
 {
   DeviceTime time;

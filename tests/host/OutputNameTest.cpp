@@ -17,19 +17,15 @@ TEST(OutputName, AndFormatFollowFromEachOtherOrAreRefused)
     std::optional<RecordFormat> format, chosen;  // chosen empty: refused
     std::string words = {};                      // of the error
   } cases[] = {
-      {"a.csv", none, csv},
       {"a.CSV", csv, csv},
       {"a.csv", npy, {}, "--format npy and --output a.csv"},
-      {"a.npy", none, npy},
       {"a.Npy", npy, npy},
       {"a.npy", csv, {}, "--format csv and --output a.npy"},
       {"a.xdf", none, xdf},
       {"a.xdf", csv, {}, "--format csv and --output a.xdf"},
       {"a", none, csv},
       {"a", npy, npy},
-      {"a", csv, csv},
       {"run.1", none, csv},
-      {"run.1", npy, npy},
       {"b.csv/a", npy, npy},
       {"a.npy/", none, npy},
       {"-", none, csv},

@@ -29,14 +29,4 @@ TEST(HandleTable, AHandleMeansItsObjectOnly)
   EXPECT_EQ(table.handles(), (std::vector{reused, second}));
 }
 
-TEST(HandleTable, AnObjectInUseOutlivesItsHandle)
-{
-  HandleTable<int> table(1);
-  const auto handle = table.add(std::make_shared<int>(5));
-  const auto used = table.find(handle);
-  table.remove(handle);
-  EXPECT_EQ(*used, 5);
-  EXPECT_EQ(used.use_count(), 1);
-}
-
 }  // namespace

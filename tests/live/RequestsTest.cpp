@@ -115,16 +115,6 @@ TEST(Requests, AreAnsweredWithWhatIsThereAndNothingElse)
   EXPECT_TRUE(has(server.send("GET", "/api/marker"), "Allow: POST"));
 }
 
-TEST(Requests, OfAHeadHaveNoContent)
-{
-  Server server;
-  const Reply whole = server.send("GET", "/uPlot.min.css");
-  const Reply head = server.send("HEAD", "/uPlot.min.css");
-  EXPECT_EQ(head.head, whole.head);
-  EXPECT_TRUE(head.content.empty());
-  EXPECT_FALSE(server.send("HEAD", "/api/stream").isStream);
-}
-
 TEST(Requests, ForFilesGetThemWithTheirType)
 {
   std::set<std::string_view> paths;
