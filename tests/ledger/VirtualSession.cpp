@@ -177,11 +177,16 @@ class VirtualSession {
                         }};
     SinkList sinks;
     sinks.add(writer_);
+    if (plan_.follower != nullptr) sinks.add(*plan_.follower);
     RecordKeeper keeper(layout_, sinks, captured_);
     writer_.keeper = &keeper;
     Recorder recorder(layout_, keeper, plan_.rules.limits, time.now);
     ListenerList listeners;
     listeners.add(listener_);
+    if (plan_.follower != nullptr) {
+      plan_.follower->follow(layout_, keeper, recorder, time);
+      listeners.add(*plan_.follower);
+    }
     Session session(connector_, recorder, keeper, markers_, listeners, plan_.rules, time);
     SessionResult result;
     result.ending = session.run(first, stop_);
@@ -195,6 +200,7 @@ class VirtualSession {
       compareBooks(result.books);
     }
     recorder.finish(plan_.isCaptured ? std::optional(result.books) : std::nullopt);
+    if (plan_.follower != nullptr) plan_.follower->end(result.books);
     result.reconnections = recorder.figures().reconnections;
     result.events = std::move(listener_.events);
     result.attempts = std::move(listener_.attempts);

@@ -11,6 +11,20 @@
 #include "host/session/Session.h"
 #include "tests/support/VirtualGloves.h"
 
+// Follows a session with what is written, its events, and what a listener receives.
+class SessionFollower : public RecordSink, public SessionListener {
+ public:
+  // Before the first record. All live until the end.
+  virtual void follow(const Layout& layout, const RecordKeeper& keeper, const Recorder& recorder,
+                      const HostTime& time) = 0;
+  void recording(const RecordingFigures&) override {}
+  void lost(const Failure&, const RecordingFigures&) override {}
+  void waiting(const Waiting&, const RecordingFigures&) override {}
+  void back(double, unsigned, const RecordingFigures&) override {}
+  void event(const RecordingEvent&) override {}
+  virtual void end(const Books& books) = 0;
+};
+
 struct SessionPlan {
   std::vector<simulator::GloveConfig> gloves = VirtualGloves::leftAndRight();
   // Advertises before them, and is hidden at first. Commands know it as "stranger".
@@ -27,6 +41,7 @@ struct SessionPlan {
   std::uint64_t capacity = ~std::uint64_t{0};  // records that fit on the disk
   std::uint64_t seed = 1;                      // of random packet faults
   bool measuresTimes = true;                   // needs memory for each record
+  SessionFollower* follower = nullptr;
 };
 
 // Of the times of one glove's frames in one connection, in ms: the largest difference from the time of
