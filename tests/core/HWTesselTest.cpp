@@ -137,16 +137,6 @@ TEST_F(CoreTest, ConfigureReportsWhatWentWrong)
       << "a third glove fails the table's assertion";
 }
 
-TEST_F(CoreTest, ALogThatCannotBeMadeFailsConfigure)
-{
-  log_.setLevel(1);
-  make("TesselElementCount\t125\n");
-  log_.folders[L"log"] = folder::Folder(folder_.wide() + L"settings/none/");  // `settings` is a file
-  EXPECT_EQ(tessel_->configure(), -1);
-  EXPECT_TRUE(tessel_->lastError_.starts_with(L"Could not create log file "));
-  EXPECT_EQ(tessel_->bleDevice_.load(), nullptr);
-}
-
 TEST_F(CoreTest, TheLogRecordsTheObjectsLifeCycle)
 {
   log_.setLevel(2);

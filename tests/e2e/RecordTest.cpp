@@ -139,16 +139,4 @@ TEST_F(Record, BadInputIsReportedWithItsExitCode)
   EXPECT_EQ(folder_.read("file"), "no dongle");
 }
 
-TEST_F(Record, AFullDiskKeepsWholeRows)
-{
-  // A limit on the size of files stands for the disk.
-  const std::string command = "cd " + folder_.path().string() +
-                              " && ulimit -f 40 && " TESSEL_PROGRAM
-                              " record --sim --seconds 20 --output run.csv 2> messages";
-  const int status = std::system(command.c_str());
-  EXPECT_EQ(WEXITSTATUS(status), 5) << folder_.read("messages");
-  EXPECT_FALSE(std::filesystem::exists(folder_ / "run.csv"));
-  EXPECT_GT(recordedRows(folder_, "run.csv.part").size(), 10U);
-}
-
 }  // namespace

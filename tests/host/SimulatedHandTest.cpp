@@ -38,25 +38,4 @@ TEST(SimulatedHand, PressureIsHighestAtOnePlaceOfEachFinger)
   }
 }
 
-TEST(SimulatedHand, IsAHandForAnyNumberOfElements)
-{
-  for (const std::size_t elements : {1U, 2U, 7U, 35U, 125U, 1000U, 4096U}) {
-    const HandLayout layout = simulatedLayout(elements);
-    EXPECT_EQ(layout.elements(), elements);
-    std::vector<Position> positions = layout.left().positions;
-    const auto before = [](const Position& a, const Position& b) {
-      return a.x != b.x ? a.x < b.x : a.y < b.y;
-    };
-    std::ranges::sort(positions, before);
-    EXPECT_EQ(std::ranges::adjacent_find(positions), positions.end()) << elements << ": two at one place";
-    for (const Region& region : layout.left().regions) {
-      const Position& base = layout.left().positions[region.elements.front()];
-      const Position& tip = layout.left().positions[region.elements.back()];
-      EXPECT_LE(base.y, tip.y) << region.name;
-      EXPECT_TRUE(base.y > 0 && tip.y < 190) << region.name;
-      EXPECT_EQ(tip.x < -45, region.name == "thumb") << "a left hand has it on the left";
-    }
-  }
-}
-
 }  // namespace

@@ -85,23 +85,6 @@ class XdfFile : public testing::Test {
   std::string bytes_;
 };
 
-TEST_F(XdfFile, ThatWasCutHasEveryCompleteRecord)
-{
-  const std::size_t footers = chunkAt(xdf::Tag::boundary, 2);
-  // The last two records, each of four chunks.
-  const unsigned samples = 21 * 4 + 4;
-  const std::size_t last = chunkAt(xdf::Tag::samples, samples - 4);
-  for (std::size_t end = chunkAt(xdf::Tag::samples, samples - 8); end < bytes_.size(); ++end) {
-    // Each byte of the records; of the footers some.
-    if (end > footers + 20 && end < bytes_.size() - 20) continue;
-    const Content content = read(bytes_.substr(0, end));
-    EXPECT_EQ(content.failure, "") << end;
-    EXPECT_EQ(content.rows.size(), end < last ? 19U : end < footers ? 20U : 21U) << end;
-    EXPECT_NE(content.notes.find("not completed"), std::string::npos) << end;
-    EXPECT_EQ(content.events.size(), 4U);
-  }
-}
-
 TEST_F(XdfFile, ThatIsDamagedIsReadFromTheNextBoundary)
 {
   // In the third record; the second boundary precedes the twelfth.

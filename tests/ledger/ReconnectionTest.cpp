@@ -234,21 +234,6 @@ TEST_P(ReconnectionTest, KeepsExactBooksOnOneTimeAxis)
   }
 }
 
-// Records that wait for the capture are written when the gloves are lost: more than the disk takes.
-TEST(Reconnection, AFullDiskEndsTheRecording)
-{
-  SessionPlan full = plan({{20, "unplug"}, {30, "plug"}});
-  const SessionResult result = record(with(full, [](auto& plan) { plan.rules.limits.seconds = 25; }));
-  full.capacity = result.records - 1;
-  const SessionResult cut = record(full);
-  EXPECT_EQ(cut.records, full.capacity);
-  EXPECT_EQ(cut.ending.words, "the disk is full.");
-  EXPECT_EQ(cut.ending.failure->code(), ExitCode::output);
-  EXPECT_EQ(cut.reconnections.size(), 1U);
-  EXPECT_EQ(cut.differences, "");
-  EXPECT_EQ(cut.books.balanced(), true);
-}
-
 INSTANTIATE_TEST_SUITE_P(All, ReconnectionTest, testing::ValuesIn(rows),
                          [](const auto& instance) { return instance.param.name; });
 

@@ -40,22 +40,6 @@ TEST_F(LinkTest, AReceiveReportsItsResult)
   }
 }
 
-TEST_F(LinkTest, AReceiveWithoutALinkReturnsAtOnce)
-{
-  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped) << "port closed";
-  openPort();
-  port_.readError = 5;
-  EXPECT_EQ(ble_receive_message(100), ReceiveResult::failed) << "the system refuses";
-  port_.readError.reset();
-  arrive(hex("80 00 09 00"));
-  device_.raiseStop();
-  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped);
-  currentDevice = nullptr;
-  EXPECT_EQ(ble_receive_message(100), ReceiveResult::stopped);
-  EXPECT_EQ(nowMs(), 0);
-  EXPECT_EQ(port_.waiting.size(), 4U);
-}
-
 TEST_F(LinkTest, HeaderAndPayloadEachHaveTheWholeTimeout)
 {
   openPort();

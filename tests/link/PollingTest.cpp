@@ -29,34 +29,6 @@ class PollingTest : public DongleTest {
   simulator::Glove& right_ = addGlove("KVXGR00018", 2);
 };
 
-TEST_F(LinkTest, APollToleratesOneSilenceAndCountsAgainAfterAMessage)
-{
-  openPort();
-  const auto message = [this] { arrive(hex("80 00 00 06")); };
-  message();
-  EXPECT_TRUE(device_.poll());
-  EXPECT_TRUE(device_.poll());
-  EXPECT_FALSE(device_.poll());
-  EXPECT_FALSE(device_.poll());
-  EXPECT_EQ(nowMs(), 3000);
-  message();
-  EXPECT_TRUE(device_.poll());
-  EXPECT_TRUE(device_.poll());
-  arrive(hex("80 00 08 00"));
-  EXPECT_FALSE(device_.poll()) << "an unknown message is no sign of life";
-  EXPECT_EQ(nowMs(), 4000);
-}
-
-TEST_F(LinkTest, AStoppedLinkFailsTheSecondPollAtOnce)
-{
-  openPort();
-  device_.raiseStop();
-  arrive(hex("80 00 00 06"));
-  EXPECT_TRUE(device_.poll());
-  EXPECT_FALSE(device_.poll());
-  EXPECT_EQ(nowMs(), 0);
-}
-
 TEST_F(PollingTest, APollSendsOneCommandAndNoneOutsideTheTable)
 {
   open();
@@ -248,16 +220,6 @@ TEST_F(PollingTest, ClosingStopsNotificationsOnlyWhereTheyRunAndDisconnectsInEac
     EXPECT_EQ(connectedCount, 2);
     EXPECT_FALSE(left_.isNotifying());
   }
-}
-
-TEST_F(PollingTest, ClosingLeavesModulesAloneThatWereNotConnected)
-{
-  left_.faults.hidden = true;
-  ASSERT_EQ(code(device_.open(2, {}, false)), 31);
-  transcript_.clear();
-  device_.close();
-  EXPECT_TRUE(transcript_.empty());
-  EXPECT_EQ(device_.port(), platform::closedPort);
 }
 
 TEST_F(PollingTest, ClosingAStoppedLinkStopsTheGlovesAndRestoresTheFlag)

@@ -104,30 +104,6 @@ TEST_F(ScanResponseTest, AGloveIsRecognisedByItsCompleteName)
   }
 }
 
-TEST_F(ScanResponseTest, AModuleIsEnteredOnce)
-{
-  receive(scanResponse(1, nameStructure("KVXGL00017")));
-  receive(scanResponse(1, nameStructure("KVXGR00099")));
-  EXPECT_EQ(foundCount, 1);
-  EXPECT_EQ(nameOf(modules[0]), "KVXGL00017");
-  EXPECT_EQ(discoveryState, discovery_running);
-  receive(scanResponse(2, nameStructure("KVXGR00099")));
-  EXPECT_EQ(foundCount, 2);
-  EXPECT_EQ(discoveryState, discovery_enough);
-}
-
-TEST_F(ScanResponseTest, NothingIsEnteredOnceThereIsEnough)
-{
-  wantedCount = 1;
-  receive(scanResponse(1, nameStructure("KVXGR00001")));
-  EXPECT_EQ(discoveryState, discovery_enough);
-  for (const auto state : {discovery_enough, discovery_ended}) {
-    discoveryState = state;
-    receive(scanResponse(2, nameStructure("KVXGL00002")));
-    EXPECT_EQ(foundCount, 1);
-  }
-}
-
 TEST_F(ScanResponseTest, AThirdModuleFailsTheAssertionOfTheTable)
 {
   receive(scanResponse(1, nameStructure("KVXGL00001")));

@@ -211,30 +211,6 @@ TEST(Requests, WithoutAMarkerQueueSetNone)
   EXPECT_EQ(status(requests.answer(request, start, 0)), 409);
 }
 
-// The verdicts themselves are Access's.
-TEST(Requests, AreRefusedWithoutBeingLookedAt)
-{
-  Server server;
-  const struct {
-    const char* method;
-    const char* target;
-    std::vector<Request::Header> headers;
-    int expected;
-  } cases[] = {
-      {"GET", "/api/state", {{"Host", "localhost:8484"}}, 400},  // the second one
-      {"GET", "/api/state", {{"Origin", "http://evil.example"}}, 403},
-      {"GET", "/nothing", {{"Origin", "http://evil.example"}}, 403},
-      {"POST", "/api/marker", {{"Content-Type", "application/json"}}, 403},
-  };
-  for (const auto& [method, target, headers, expected] : cases) {
-    const Reply reply = server.send(method, target, headers, "{}");
-    EXPECT_EQ(status(reply), expected);
-    expectSound(reply, target);
-  }
-  EXPECT_TRUE(server.markers.take(10).empty());
-  EXPECT_EQ(server.source.states, 0U);
-}
-
 TEST(Requests, OfOtherComputersLeadAwayFromTheToken)
 {
   Server server("secret");

@@ -94,24 +94,6 @@ class Client : public testing::Test {
     return text;
   }
 
-  // Kind and address of what a scan reports in ten seconds, and how often.
-  std::map<std::string, int> scan(const std::string& parameters, const std::string& filtering,
-                                  const std::string& mode)
-  {
-    EXPECT_EQ(dialogue("00 05 06 07 " + parameters), "00 02 06 07 00 00");
-    EXPECT_EQ(dialogue("00 03 06 06 " + filtering), "00 02 06 06 00 00");
-    received_.clear();
-    send("00 01 06 02 " + mode);
-    clock_.advance(10s);
-    send("00 00 06 04");
-    std::map<std::string, int> reports;
-    for (const Bytes& message : received_) {
-      if (message[0] == 0x80) ++reports[toHex(std::span(message).subspan(5, 7))];
-    }
-    clock_.advance(1s);
-    return reports;
-  }
-
   VirtualClock clock_;
   simulator::Dongle dongle_{clock_};
   simulator::Glove& glove_ = dongle_.addGlove({});
@@ -272,35 +254,6 @@ TEST_F(Client, LosesItsProcedureWithTheConnection)
   received_.clear();
   clock_.advance(60s);
   EXPECT_TRUE(received_.empty());
-}
-
-TEST_F(Client, HearsWhatItsScanAsksFor)
-{
-  dongle_.neighbours.replace(16, 10, 1);
-  const auto kinds = [](const std::map<std::string, int>& reports) {
-    std::multiset<int> all;
-    for (const auto& [device, count] : reports) {
-      all.insert(device[1] - '0');
-    }
-    return all;
-  };
-  const std::string active = "04 00 04 00 01", passive = "00 40 00 40 00";
-  const auto all = scan(active, "00 00 00", "02");
-  const std::multiset<int> everyKind{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2,
-                                     2, 2, 4, 4, 4, 4, 4, 4, 4, 4, 6, 6};
-  EXPECT_EQ(kinds(all), everyKind);
-  EXPECT_TRUE(std::ranges::all_of(all, [](const auto& each) { return each.second > 30; }));
-  EXPECT_EQ(kinds(scan(passive, "00 00 00", "01")).count(4), 0U) << "nobody is asked for a response";
-  EXPECT_EQ(kinds(scan(active, "00 00 00", "00")), (std::multiset<int>{0, 0, 4, 4})) << "limited: headphones";
-  for (int time = 0; time < 2; ++time) {
-    const auto once = scan(active, "00 00 01", "02");
-    EXPECT_EQ(kinds(once), everyKind);
-    EXPECT_TRUE(std::ranges::all_of(once, [](const auto& each) { return each.second == 1; }));
-  }
-  dialogue("00 01 06 02 01 00 05 06 07 04 00 04 00 01 00 03 06 06 00 00 00");
-  for (const char* refusal : {"00 02 06 07 81 01", "00 02 06 06 81 01"}) {
-    EXPECT_EQ(std::ranges::count(received_, hex(refusal)), 1) << "while it scans";
-  }
 }
 
 }  // namespace
