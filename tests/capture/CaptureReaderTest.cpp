@@ -59,9 +59,28 @@ std::vector<std::string> drain(CaptureReader& reader)
   return blocks;
 }
 
+const std::string whole = join({section, interface, openNote, received, sent, incomplete});
 const std::vector<std::string> wholeBlocks{"section 5000000000", "note 5000000001 open COM7",
                                            "< 5020000000 80 19 04 05 00", "> 5020000001 00 01 09 00",
                                            "< 5200000000 01 02 03 incomplete"};
+
+TEST(CaptureReader, ReadsUpToACutAnywhereAndGoesOnWhenTheRestComes)
+{
+  const Bytes bytes = hex(whole);
+  for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+    CaptureReader reader;
+    reader.add(std::span(bytes).first(cut));
+    std::vector<std::string> blocks = drain(reader);
+    EXPECT_TRUE(std::equal(blocks.begin(), blocks.end(), wholeBlocks.begin())) << cut;
+    EXPECT_EQ(reader.skippedBytes(), 0U) << cut;
+    EXPECT_LT(reader.unfinishedBytes(), 100U) << cut;
+    reader.add(std::span(bytes).subspan(cut));
+    for (std::string& block : drain(reader))
+      blocks.push_back(std::move(block));
+    EXPECT_EQ(blocks, wholeBlocks) << cut;
+    EXPECT_EQ(reader.unfinishedBytes(), 0U) << cut;
+  }
+}
 
 TEST(CaptureReader, ReadsWhatOtherToolsAndAccidentsMakeOfACapture)
 {
