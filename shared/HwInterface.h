@@ -6,7 +6,8 @@
 // Threads: R is the host's reading thread, which makes one call at a time; brackets name the states of
 // shared/PluginApi.h in which an operation may be called.
 // Errors: 0 or -1, with the message of a failure in `lastError_`; a mistake of the host (no mapping, no
-// record) throws as described in shared/Assertion.h, and without memory an operation may throw std::bad_alloc.
+// record) throws as described in shared/Assertion.h, and without memory an operation may throw
+// std::bad_alloc.
 #pragma once
 
 #include <cstdint>
