@@ -15,7 +15,7 @@ class RecordingFiles;
 class RecordingReport final : public SessionListener {
  public:
   // All must outlive it. `files`: they must have begun; null without a file. `followers` receive the events,
-  // and losses as events; null if there are none. `onNotStored` is told once that the disk did not store all.
+  // and losses as events; null if there are none. `onNotStored` is called once if the disk did not store all.
   RecordingReport(const Layout& layout, const SessionRules& rules, RecordingFiles* files,
                   RecordSink* followers, std::function<void(const Failure&)> onNotStored);
 

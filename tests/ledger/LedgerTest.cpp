@@ -1,4 +1,4 @@
-// Scenarios in which the books can tell each cause of a loss: after each recording they have to equal the
+// Scenarios in which the books distinguish each cause of a loss: after each recording they have to equal the
 // simulator's ledger. The lives of the soak compare the rest.
 
 #include <dlfcn.h>
