@@ -142,7 +142,7 @@ std::string printed(const Calls& calls, TraceView& view)
   require(::ftruncate(::fileno(stdout), 0) == 0, "the file gets empty");
   std::rewind(stdout);
   TraceTime times;
-  Moment moment;
+  TraceMoment moment;
   for (const Call& call : calls) {
     CaptureBlock block = call.block();
     moment = times.of(block, block.time);

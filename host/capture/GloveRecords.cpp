@@ -27,7 +27,7 @@ constexpr std::array<std::string_view, 10> faults{"wrong size",
 
 }  // namespace
 
-std::optional<VersionRecord> parseVersion(std::span<const std::uint8_t> value)
+std::optional<GloveVersion> parseVersion(std::span<const std::uint8_t> value)
 {
   constexpr std::size_t size = 16;
   constexpr std::uint8_t marker = 0x85;
@@ -39,7 +39,7 @@ std::optional<VersionRecord> parseVersion(std::span<const std::uint8_t> value)
     const std::uint32_t low = reader.u16();
     return low | static_cast<std::uint32_t>(reader.u16()) << 16;
   };
-  VersionRecord record;
+  GloveVersion record;
   record.partNumber = reader.u16();
   record.revision = reader.u16();
   record.build = reader.u16();

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-struct VersionRecord {
+struct GloveVersion {
   std::uint16_t partNumber = 0;
   std::uint16_t revision = 0;
   std::uint16_t build = 0;
@@ -18,7 +18,7 @@ struct VersionRecord {
 inline constexpr std::uint16_t confirmingRevision = 5;
 
 // Empty if it is too short, or its marker or checksum is wrong.
-std::optional<VersionRecord> parseVersion(std::span<const std::uint8_t> value);
+std::optional<GloveVersion> parseVersion(std::span<const std::uint8_t> value);
 
 // "thumb: absent or not ready (249), position 7: ..."; empty if all sensors are good. Only the first six
 // positions have names.

@@ -205,7 +205,7 @@ Step connectionStep(const std::vector<Visited>& visits)
   return step;
 }
 
-std::string versionText(const VersionRecord& version)
+std::string versionText(const GloveVersion& version)
 {
   std::string text = fmt::format("part {} revision {}, firmware build {} from commit {:x}",
                                  version.partNumber, version.revision, version.build, version.commit);

@@ -7,9 +7,9 @@
 
 #include "host/capture/GloveSigns.h"
 #include "host/gloves/OpeningFailure.h"
-#include "host/live/Curves.h"
 #include "host/live/DiskWatch.h"
 #include "host/live/FrameGaps.h"
+#include "host/live/LiveCurves.h"
 #include "host/live/RegionMeans.h"
 #include "host/live/Situation.h"
 #include "host/live/ViewJson.h"
@@ -121,7 +121,7 @@ struct LiveBoard::Parts {
   std::mutex mutex;  // of what follows: what the server's thread knows
   Situation shown;
   Arrivals shownArrivals;
-  Curves curves;
+  LiveCurves curves;
 };
 
 LiveBoard::LiveBoard(LiveFacts facts, Clock clock)
@@ -390,7 +390,7 @@ void LiveBoard::opened(const RecordingMetadata& metadata)
   parts.regions = RegionMeans(metadata.layout);
   parts.hasChanged = true;
   const std::scoped_lock lock(parts.mutex);
-  parts.curves = Curves(parts.regions.count());
+  parts.curves = LiveCurves(parts.regions.count());
   parts.transfer();
 }
 
@@ -467,13 +467,13 @@ std::string LiveBoard::picture()
 std::string LiveBoard::history()
 {
   std::shared_ptr<const Layout> layout;
-  Curves curves;
+  LiveCurves curves;
   {
     const std::scoped_lock lock(parts_->mutex);
     layout = parts_->shown.layout;
     curves = parts_->curves;
   }
-  if (!layout) return historyJson({}, Curves());
-  curves.forgetBefore(parts_->viewClock.ms(parts_->clock()) - Curves::maxMs);
+  if (!layout) return historyJson({}, LiveCurves());
+  curves.forgetBefore(parts_->viewClock.ms(parts_->clock()) - LiveCurves::maxMs);
   return historyJson(*layout, curves);
 }

@@ -275,7 +275,7 @@ std::string pictureJson(const Layout& layout, const PictureFacts& picture)
   return fmt::to_string(text);
 }
 
-std::string historyJson(const Layout& layout, const Curves& curves)
+std::string historyJson(const Layout& layout, const LiveCurves& curves)
 {
   Text text;
   append(text, "{\"ms\":");

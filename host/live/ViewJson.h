@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/live/Curves.h"
 #include "host/live/DiskWatch.h"
 #include "host/live/LiveBoard.h"
+#include "host/live/LiveCurves.h"
 #include "host/live/Situation.h"
 
 // The clock of the page.
@@ -36,4 +36,4 @@ struct PictureFacts {
   std::span<const float> peaks;  // of the regions of all gloves
 };
 std::string pictureJson(const Layout& layout, const PictureFacts& picture);
-std::string historyJson(const Layout& layout, const Curves& curves);
+std::string historyJson(const Layout& layout, const LiveCurves& curves);

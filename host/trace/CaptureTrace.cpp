@@ -27,7 +27,7 @@ void CaptureTrace::readBlocks()
   while (auto block = reader_.next()) {
     ++blocks_;
     passSkipped();
-    const Moment moment = time_.of(*block, reader_.wallTime(block->time));
+    const TraceMoment moment = time_.of(*block, reader_.wallTime(block->time));
     block->time = moment.sinceStart;
     view_.add(*block, moment, !time_.wasReplaced());
   }

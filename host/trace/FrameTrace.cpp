@@ -81,7 +81,7 @@ FrameTrace::FrameTrace(TraceOutput& output, GloveFilter filter, Content content)
   }
 }
 
-void FrameTrace::add(const CaptureBlock& block, const Moment& moment, bool /*hasTime*/)
+void FrameTrace::add(const CaptureBlock& block, const TraceMoment& moment, bool /*hasTime*/)
 {
   names_.add(block);
   // Of a section's last frames the time is still that of their own section.
@@ -98,14 +98,14 @@ void FrameTrace::add(const CaptureBlock& block, const Moment& moment, bool /*has
   }
 }
 
-void FrameTrace::addSkipped(std::uint64_t bytes, const Moment& moment)
+void FrameTrace::addSkipped(std::uint64_t bytes, const TraceMoment& moment)
 {
   skippedBytes_ += bytes;
   printEvent(moment, "skipped",
              fmt::format("DAMAGE: {} bytes of the file are no capture, and were skipped", bytes));
 }
 
-void FrameTrace::end(std::size_t unfinishedBytes, const Moment& moment)
+void FrameTrace::end(std::size_t unfinishedBytes, const TraceMoment& moment)
 {
   for (Glove& glove : gloves_) {
     glove.account.endConnection(moment.sinceStart);
@@ -169,7 +169,7 @@ void FrameTrace::printFrame(const Glove& glove, const GloveAccount::Heard& frame
   if (content_ != Content::frames || !isWanted(glove.connection)) return;
   constexpr std::int64_t counterMask = 0x0F;
   constexpr std::int64_t clockMask = 0xFFFF;
-  const Moment moment = momentOf(frame.arrival);
+  const TraceMoment moment = momentOf(frame.arrival);
   const std::string_view side = names_.side(glove.connection);
   const unsigned packets = frame.packets;
   const auto missing = missingIn(frame);
@@ -204,7 +204,7 @@ void FrameTrace::printFrame(const Glove& glove, const GloveAccount::Heard& frame
   output_.printLine(moment, text + remarkText(frame, isCounted, glove.order), glove.previous);
 }
 
-void FrameTrace::printEvent(const Moment& moment, std::string_view kind, const std::string& text)
+void FrameTrace::printEvent(const TraceMoment& moment, std::string_view kind, const std::string& text)
 {
   if (content_ != Content::frames) return;
   if (output_.isJson()) {
@@ -221,7 +221,7 @@ GloveBooks FrameTrace::booksOf(const Glove& glove) const
   return books;
 }
 
-void FrameTrace::printBooks(const Moment& moment)
+void FrameTrace::printBooks(const TraceMoment& moment)
 {
   const double seconds = std::chrono::duration<double>(moment.sinceStart).count();
   Json json{{"kind", "books"}, {"seconds", seconds}, {"sections", sections_}};

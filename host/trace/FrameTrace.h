@@ -22,9 +22,9 @@ class FrameTrace final : public TraceView, private LinkListener {
 
   FrameTrace(TraceOutput& output, GloveFilter filter, Content content);
 
-  void add(const CaptureBlock& block, const Moment& moment, bool hasTime) override;
-  void addSkipped(std::uint64_t bytes, const Moment& moment) override;
-  void end(std::size_t unfinishedBytes, const Moment& moment) override;
+  void add(const CaptureBlock& block, const TraceMoment& moment, bool hasTime) override;
+  void addSkipped(std::uint64_t bytes, const TraceMoment& moment) override;
+  void end(std::size_t unfinishedBytes, const TraceMoment& moment) override;
 
  private:
   struct Samples {
@@ -61,11 +61,11 @@ class FrameTrace final : public TraceView, private LinkListener {
   }
 
   void printFrame(const Glove& glove, const GloveAccount::Heard& frame, bool isCounted);
-  void printEvent(const Moment& moment, std::string_view kind, const std::string& text);
-  void printBooks(const Moment& moment);
+  void printEvent(const TraceMoment& moment, std::string_view kind, const std::string& text);
+  void printBooks(const TraceMoment& moment);
   GloveBooks booksOf(const Glove& glove) const;
   bool isWanted(std::size_t connection) const;
-  Moment momentOf(Time time) const { return {time, time + toWall_}; }
+  TraceMoment momentOf(Time time) const { return {time, time + toWall_}; }
 
   TraceOutput& output_;
   const GloveFilter filter_;

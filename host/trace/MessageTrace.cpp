@@ -75,7 +75,7 @@ constexpr std::string_view arrow(bool isReceived)
 
 }  // namespace
 
-void MessageTrace::add(const CaptureBlock& block, const Moment& moment, bool hasTime)
+void MessageTrace::add(const CaptureBlock& block, const TraceMoment& moment, bool hasTime)
 {
   using Kind = CaptureBlock::Kind;
   gloves_.add(block);
@@ -184,7 +184,7 @@ void MessageTrace::endUnfinished(std::string_view reason)
   endUnfinished(sent_, reason);
 }
 
-void MessageTrace::addSkipped(std::uint64_t bytes, const Moment& moment)
+void MessageTrace::addSkipped(std::uint64_t bytes, const TraceMoment& moment)
 {
   moment_ = moment;
   endUnfinished("bytes of the capture are missing");
@@ -192,7 +192,7 @@ void MessageTrace::addSkipped(std::uint64_t bytes, const Moment& moment)
               {{"size", bytes}});
 }
 
-void MessageTrace::end(std::size_t unfinishedBytes, const Moment& moment)
+void MessageTrace::end(std::size_t unfinishedBytes, const TraceMoment& moment)
 {
   moment_ = moment;
   endUnfinished("the capture ends");

@@ -30,9 +30,9 @@ class MessageTrace final : public TraceView {
   {
   }
 
-  void add(const CaptureBlock& block, const Moment& moment, bool hasTime) override;
-  void addSkipped(std::uint64_t bytes, const Moment& moment) override;
-  void end(std::size_t unfinishedBytes, const Moment& moment) override;
+  void add(const CaptureBlock& block, const TraceMoment& moment, bool hasTime) override;
+  void addSkipped(std::uint64_t bytes, const TraceMoment& moment) override;
+  void end(std::size_t unfinishedBytes, const TraceMoment& moment) override;
 
  private:
   // The bytes of one direction.
@@ -54,6 +54,6 @@ class MessageTrace final : public TraceView {
   Stream received_{true};
   Stream sent_{false};
   GloveNames gloves_;
-  Moment moment_;
+  TraceMoment moment_;
   bool hasCalls_ = false;
 };

@@ -15,13 +15,13 @@ double seconds(std::chrono::nanoseconds time)
 
 }  // namespace
 
-bool TraceOutput::includes(const Moment& moment) const
+bool TraceOutput::includes(const TraceMoment& moment) const
 {
   const double time = seconds(moment.sinceStart);
   return time >= format_.from && time <= format_.to;
 }
 
-void TraceOutput::printLine(const Moment& moment, const std::string& text,
+void TraceOutput::printLine(const TraceMoment& moment, const std::string& text,
                             std::optional<TraceTime::Time> previous)
 {
   if (!includes(moment)) return;
@@ -35,7 +35,7 @@ void TraceOutput::printLine(const Moment& moment, const std::string& text,
   ++printed_;
 }
 
-void TraceOutput::printObject(const Moment& moment, const nlohmann::ordered_json& json)
+void TraceOutput::printObject(const TraceMoment& moment, const nlohmann::ordered_json& json)
 {
   if (!includes(moment)) return;
   nlohmann::ordered_json line{{"t", seconds(moment.sinceStart)}};

@@ -23,12 +23,12 @@ class TraceOutput {
   explicit TraceOutput(const TraceFormat& format) : format_(format) {}
 
   bool isJson() const { return format_.isJson; }
-  bool includes(const Moment& moment) const;
+  bool includes(const TraceMoment& moment) const;
   // `previous`: since when the difference is shown. Without it, since the previous line.
-  void printLine(const Moment& moment, const std::string& text,
+  void printLine(const TraceMoment& moment, const std::string& text,
                  std::optional<TraceTime::Time> previous = std::nullopt);
   // Adds the time in front.
-  void printObject(const Moment& moment, const nlohmann::ordered_json& json);
+  void printObject(const TraceMoment& moment, const nlohmann::ordered_json& json);
   std::uint64_t printed() const { return printed_; }
 
  private:

@@ -20,7 +20,7 @@ nanoseconds difference(nanoseconds later, nanoseconds earlier)
 
 }  // namespace
 
-Moment TraceTime::of(const CaptureBlock& block, Time wall)
+TraceMoment TraceTime::of(const CaptureBlock& block, Time wall)
 {
   wasReplaced_ = false;
   if (block.kind == CaptureBlock::Kind::section) sectionBegin_.reset();

@@ -8,7 +8,7 @@
 
 #include "host/capture/CaptureBlock.h"
 
-struct Moment {
+struct TraceMoment {
   std::chrono::nanoseconds sinceStart{0};
   std::chrono::nanoseconds wall{0};  // since 1970, UTC
 };
@@ -19,8 +19,8 @@ class TraceTime {
 
   // Of the next block, whose wall clock is known. A time that can't be right, before its section or more than
   // a day after the block before it, is replaced by the time of the latter.
-  Moment of(const CaptureBlock& block, Time wall);
-  Moment latest() const { return latest_; }
+  TraceMoment of(const CaptureBlock& block, Time wall);
+  TraceMoment latest() const { return latest_; }
   // Whether the latest block had such a time.
   bool wasReplaced() const { return wasReplaced_; }
 
@@ -28,7 +28,7 @@ class TraceTime {
   std::optional<Time> captureBegin_;  // by the wall clock
   std::optional<Time> sectionBegin_;  // likewise; empty until a block of the section has a time
   Time sectionStart_{0};              // on the axis
-  Moment latest_;
+  TraceMoment latest_;
   bool wasReplaced_ = false;
 };
 

@@ -12,9 +12,9 @@ class TraceView {
   virtual ~TraceView() = default;
   // The blocks in order, with times since the beginning of the capture. `hasTime`: false if its own time
   // can't be right.
-  virtual void add(const CaptureBlock& block, const Moment& moment, bool hasTime) = 0;
+  virtual void add(const CaptureBlock& block, const TraceMoment& moment, bool hasTime) = 0;
   // So many bytes before the next block are no capture.
-  virtual void addSkipped(std::uint64_t bytes, const Moment& moment) = 0;
+  virtual void addSkipped(std::uint64_t bytes, const TraceMoment& moment) = 0;
   // The capture ends, within a block if bytes of one are left.
-  virtual void end(std::size_t unfinishedBytes, const Moment& moment) = 0;
+  virtual void end(std::size_t unfinishedBytes, const TraceMoment& moment) = 0;
 };

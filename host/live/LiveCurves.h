@@ -10,11 +10,11 @@
 #include "host/live/LiveSource.h"
 
 // The points, each with a value for each curve.
-class Curves {
+class LiveCurves {
  public:
   static constexpr double maxMs = 120'000;
 
-  explicit Curves(std::size_t curves = 0);
+  explicit LiveCurves(std::size_t curves = 0);
 
   // Later than the one before; drops those that are too old then.
   void add(double ms, std::span<const float> values);
@@ -44,7 +44,7 @@ class CurvePoints {
   // No value follows in the interval of the latest one.
   void finish();
   // Moves the finished points.
-  void moveTo(Curves& curves);
+  void moveTo(LiveCurves& curves);
 
  private:
   std::int64_t interval_ = 0;

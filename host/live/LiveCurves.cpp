@@ -1,14 +1,14 @@
-#include "host/live/Curves.h"
+#include "host/live/LiveCurves.h"
 
 #include <algorithm>
 #include <cmath>
 
-Curves::Curves(std::size_t curves)
+LiveCurves::LiveCurves(std::size_t curves)
     : curves_(curves), ms_(curves > 0 ? capacity : 0), values_(curves > 0 ? capacity * curves : 0)
 {
 }
 
-void Curves::add(double ms, std::span<const float> values)
+void LiveCurves::add(double ms, std::span<const float> values)
 {
   if (curves_ == 0 || values.size() != curves_) return;
   forgetBefore(ms - maxMs);
@@ -21,7 +21,7 @@ void Curves::add(double ms, std::span<const float> values)
   std::ranges::copy(values, values_.begin() + static_cast<std::ptrdiff_t>(at * curves_));
 }
 
-void Curves::forgetBefore(double ms)
+void LiveCurves::forgetBefore(double ms)
 {
   while (size_ > 0 && ms_[first_] < ms) {
     first_ = slot(1);
@@ -52,7 +52,7 @@ void CurvePoints::finish()
   isOpen_ = false;
 }
 
-void CurvePoints::moveTo(Curves& curves)
+void CurvePoints::moveTo(LiveCurves& curves)
 {
   const std::size_t finished = ms_.size() - (isOpen_ ? 1 : 0);
   if (finished == 0) return;
