@@ -133,6 +133,25 @@ TEST_F(Parameter, ACountThatIsTooLargeIsNoErrorAndKeepsTheList)
   EXPECT_EQ(list.size(), 65536U);
 }
 
+TEST_F(Parameter, FilesAreReplacedAndReadBackTheSameAndAPrefixSelects)
+{
+  const TemporaryFolder folder;
+  const std::wstring path = folder.write("settings.txt", std::string(1000, 'x'));
+  EXPECT_EQ(parameter::writeFile(L"F", path), 2U);
+  EXPECT_EQ(folder.read("settings.txt"), "Flag\t1\nFraction\t2.5\n");
+  EXPECT_TRUE(parameter::writeOne(L"Number", path));
+  EXPECT_FALSE(parameter::writeOne(L"Numbe", path)) << "only the exact name";
+  EXPECT_EQ(folder.read("settings.txt"), "Number\t7\n");
+
+  text = L"a \n b";
+  list = {};
+  const std::wstring written = values();
+  EXPECT_EQ(parameter::writeFile(L"", path), 6U);
+  reset();
+  EXPECT_EQ(parameter::readFile(path), 6);
+  EXPECT_EQ(values(), written);
+}
+
 TEST_F(Parameter, AFileThatDoesNotOpenChangesNothing)
 {
   const TemporaryFolder folder;
